@@ -1,0 +1,12 @@
+// The whole interface of the library.
+#pragma once
+
+#include "qv/audio.h"
+#include "qv/audio_channels.h"
+#include "qv/audio_kernels.h"
+#include "qv/cpu.h"
+#include "qv/language.h"
+#include "qv/result.h"
+#include "qv/riff.h"
+#include "qv/text.h"
+#include "qv/win32.h"

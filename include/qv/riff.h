@@ -1,0 +1,147 @@
+// RIFF files, chunk by chunk, through an open file handle.
+//
+// The family has no state: the file position is the cursor. Sizes and positions are unsigned 32-bit; files of 4 GiB and
+// more are Wave64's. A chunk is an id, a size, the data, and one zero pad byte after an odd size.
+//
+//     DWORD size, left;
+//     if (SUCCEEDED(riff_FindChunkHeaderInRIFF(file, QvFourCC("data"), &size, &left))) ...   // at the data now
+//
+// `remaining` arguments are optional: a byte count that a function decreases by what it passes over (never below 0);
+// null means unbounded. A walk only moves forward and ends at the latest where the file does. Functions that take
+// one handle must not run on it from two threads at once. A null out pointer that is not marked optional gives
+// E_INVALIDARG.
+//
+// Results beside those named: QVERR_RIFF_READ when fewer bytes were there than asked, QVERR_RIFF_WRITE when a write
+// failed. A failure leaves what was done so far.
+#pragma once
+
+#include "qv/result.h"
+
+/// A four-character code: the characters in file order, as a little-endian word.
+constexpr DWORD QvFourCC(const char (&code)[5]) {
+  return static_cast<DWORD>(static_cast<BYTE>(code[0])) | static_cast<DWORD>(static_cast<BYTE>(code[1])) << 8 |
+         static_cast<DWORD>(static_cast<BYTE>(code[2])) << 16 | static_cast<DWORD>(static_cast<BYTE>(code[3])) << 24;
+}
+
+inline constexpr DWORD QVRIFF_ID_RIFF = QvFourCC("RIFF");
+inline constexpr DWORD QVRIFF_ID_LIST = QvFourCC("LIST");
+inline constexpr DWORD QVRIFF_ID_FMT = QvFourCC("fmt ");
+inline constexpr DWORD QVRIFF_ID_DATA = QvFourCC("data");
+inline constexpr DWORD QVRIFF_FORM_WAVE = QvFourCC("WAVE");
+inline constexpr DWORD QVRIFF_FORM_CDDA = QvFourCC("CDDA");
+static_assert(QVRIFF_ID_RIFF == 0x46464952 && QVRIFF_ID_LIST == 0x5453494C && QVRIFF_ID_FMT == 0x20746D66 &&
+              QVRIFF_FORM_CDDA == 0x41444443);
+
+// ---- file header ---------------------------------------------------------------------------------------------------
+
+/// Reads the 12-byte header at the position. size: RIFF size - 4, the bytes after the form type (0 when the RIFF size
+/// is below 4). QVERR_RIFF_NOTRIFF. Both outs are optional.
+QV_FUNCTION HRESULT riff_ReadFileID(HANDLE file, DWORD* size, DWORD* formType);
+/// Writes "RIFF", size, form type. Only the last of the three writes is checked.
+QV_FUNCTION HRESULT riff_WriteFileID(HANDLE file, DWORD formType, DWORD riffSize);
+/// Moves to the first chunk, at 12.
+QV_FUNCTION HRESULT riff_SeekDataStart(HANDLE file);
+/// Reads the header at 0; size (optional): RIFF size + 4. QVERR_RIFF_NOTRIFF. Leaves the position after the size field.
+QV_FUNCTION HRESULT riff_GetFileSize(HANDLE file, DWORD* size);
+/// Writes the RIFF size at 4. The position is restored, also on failure.
+QV_FUNCTION HRESULT riff_SetRIFFSize(HANDLE file, DWORD size);
+/// Adds `change` to the RIFF size. A sum of 0xFFFFFFF8 or more cuts the file to old size + 8 bytes: QVERR_RIFF_TOOBIG.
+/// A sum below 0: QVERR_RIFF_BADSIZE, and nothing changes. The position is restored, also on failure.
+QV_FUNCTION HRESULT riff_UpdateRIFFSize(HANDLE file, LONGLONG change);
+
+// ---- chunks --------------------------------------------------------------------------------------------------------
+
+QV_FUNCTION HRESULT riff_ReadChunkHeader(HANDLE file, DWORD* id, DWORD* size);
+QV_FUNCTION HRESULT riff_WriteChunkHeader(HANDLE file, DWORD id, DWORD size);
+/// QVERR_RIFF_BADSIZE for a negative size, QVERR_RIFF_EMPTYCHUNK for 0, S_OK otherwise. The id is ignored.
+QV_FUNCTION HRESULT riff_ValidateChunkHeader(HANDLE file, DWORD id, LONG size);
+/// Reads id, size and list type; size is that of the sub-chunks (list size - 4, 0 when the list size is below 4).
+/// QVERR_RIFF_NOTLIST leaves the position after id and size.
+QV_FUNCTION HRESULT riff_ReadListHeader(HANDLE file, DWORD* listType, DWORD* size);
+/// Writes "LIST", size as given (list type included), list type.
+QV_FUNCTION HRESULT riff_WriteListHeader(HANDLE file, DWORD listType, DWORD size);
+/// Writes a whole chunk with its pad byte. written (optional): padded size + 8.
+QV_FUNCTION HRESULT riff_WriteChunk(HANDLE file, DWORD id, const void* data, DWORD size, DWORD* written);
+/// Reads `size` bytes, then skips the pad byte of an odd size.
+QV_FUNCTION HRESULT riff_ReadData(HANDLE file, void* buffer, DWORD size);
+/// Reads min(bufferSize, chunkSize) bytes, then moves on by (bufferSize - bytes read) + (chunkSize & 1): the skip goes
+/// by the buffer, not by the chunk. The tail of a larger chunk is not skipped; behind a smaller one the position is
+/// past its end by the difference.
+QV_FUNCTION HRESULT riff_ReadDataBounded(HANDLE file, void* buffer, DWORD bufferSize, DWORD chunkSize);
+
+/// A block that riff_ReadDataAlloc allocates: the caller sets `size`; `data` is a locked moveable global block that the
+/// caller unlocks and frees through GlobalHandle.
+struct QVRIFFDATA {
+  DWORD size;
+  void* data;
+};
+
+/// Allocates data->size bytes and reads into them. Size 0: S_OK without data. E_OUTOFMEMORY. What the file does not
+/// hold is not allocated: QVERR_RIFF_READ, without data.
+QV_FUNCTION HRESULT riff_ReadDataAlloc(HANDLE file, QVRIFFDATA* data);
+/// Moves forward by size rounded up to even; answers that count as an unsigned 32-bit number (0 for 0xFFFFFFFF, whose
+/// even size is 2^32; the position moves all the same).
+QV_FUNCTION DWORD riff_SkipChunk(HANDLE file, DWORD size);
+/// The low 32 bits of the position, and back to it.
+QV_FUNCTION HRESULT riff_SaveLocation(HANDLE file, DWORD* location);
+QV_FUNCTION HRESULT riff_RestoreLocation(HANDLE file, DWORD location);
+
+// ---- searches ------------------------------------------------------------------------------------------------------
+
+/// Scans chunks from the position; found: at the chunk's data, its size in `size` (optional), remaining less by the
+/// header. QVERR_RIFF_NOTFOUND when fewer than 8 bytes remain.
+QV_FUNCTION HRESULT riff_FindChunkHeader(HANDLE file, DWORD id, DWORD* size, DWORD* remaining);
+/// Scans the top level from the file's start. remaining (optional, out): the bytes after the chunk's header; RIFF size
+/// - 4 after a failed read. QVERR_RIFF_NOTRIFF.
+QV_FUNCTION HRESULT riff_FindChunkHeaderInRIFF(HANDLE file, DWORD id, DWORD* size, DWORD* remaining);
+/// Scans for a "LIST" of the type from the position; found: at its first sub-chunk, list size - 4 in `size` (optional).
+QV_FUNCTION HRESULT riff_FindListChunk(HANDLE file, DWORD listType, DWORD* size, DWORD* remaining);
+/// The same over the top level, from the file's start. QVERR_RIFF_NOTRIFF.
+QV_FUNCTION HRESULT riff_FindListChunkFromStart(HANDLE file, DWORD listType, DWORD* size);
+/// Counts chunks from the position while 8 bytes remain; without `remaining` until a read fails, which is the result.
+/// The position is restored and remaining left as it was; count holds on failure too.
+QV_FUNCTION HRESULT riff_GetNumListEntries(HANDLE file, DWORD* count, DWORD* remaining);
+/// Skips `index` chunks. QVERR_RIFF_NOTFOUND when fewer than 8 bytes remain before one of them.
+QV_FUNCTION HRESULT riff_SeekListEntry(HANDLE file, DWORD index, DWORD* remaining);
+
+/// Removes a top-level chunk, or with isList not 0 the "LIST" of type `id`, closes the gap and updates the RIFF size;
+/// removed (optional) is the length taken out. QVERR_RIFF_BADSIZE, with the file untouched, when the chunk claims more
+/// than the RIFF size holds.
+QV_FUNCTION HRESULT riff_DeleteChunk(HANDLE file, DWORD id, DWORD* removed, LONG isList);
+
+// ---- ANSI strings --------------------------------------------------------------------------------------------------
+
+/// Writes the text as ANSI (code page 1252 on POSIX) with its terminator, padded to even; written (optional): the
+/// bytes. E_OUTOFMEMORY.
+QV_FUNCTION HRESULT riff_WriteANSIString(HANDLE file, const WCHAR* text, DWORD* written);
+/// Reads an ANSI string chunk of *size bytes into a buffer of `length` characters, cut and terminated, moves to the
+/// chunk's end, and adds 1 to *size. E_INVALIDARG for a null buffer or size.
+QV_FUNCTION HRESULT riff_ReadANSIString(HANDLE file, WCHAR* buffer, DWORD length, DWORD* size);
+
+// ---- CD track descriptors ------------------------------------------------------------------------------------------
+
+/// The "fmt " chunk of a "CDDA" form, 24 bytes.
+struct QVCDDAFMT {
+  WORD version;
+  WORD track;
+  DWORD volumeSerial;
+  DWORD firstSector;
+  DWORD lengthSectors;
+  BYTE startFrame; ///< 1/75 s
+  BYTE startSecond;
+  BYTE startMinute;
+  BYTE unused1;
+  BYTE lengthFrame;
+  BYTE lengthSecond;
+  BYTE lengthMinute;
+  BYTE unused2;
+};
+static_assert(sizeof(QVCDDAFMT) == 24 && offsetof(QVCDDAFMT, startFrame) == 16);
+
+/// Reads the descriptor of an open file, from its start. QVERR_RIFF_NOTRIFF, QVERR_RIFF_WRONGFORM,
+/// QVERR_RIFF_BADCDDAFMT.
+QV_FUNCTION HRESULT riff_ReadRIFFCDDA(HANDLE file, QVCDDAFMT* descriptor);
+/// Opens and reads a descriptor file. Start is (minute x 60 + second) x 75 + frame. Every out is optional and set on
+/// failure too (to 0 when nothing was read). QVERR_FILE_OPEN.
+QV_FUNCTION HRESULT riff_ReadCDAFile(const WCHAR* fileName, DWORD* track, DWORD* firstSector, DWORD* startFrames,
+                                     DWORD* lengthSectors, DWORD* volumeSerial);

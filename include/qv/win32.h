@@ -1,0 +1,39 @@
+// The Win32 names that the library and its callers use, on every platform.
+//
+// On Windows this is the system's own headers. Elsewhere it declares just the names that the library uses, with
+// their documented behaviour; the library implements them and exports them under a symbol prefix of its own, so that
+// they collide with nobody's.
+//
+//     #include <qv/win32.h>
+//     HANDLE file = CreateFileW(QV_TEXT("in.wav"), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+#pragma once
+
+#include "qv/export.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#if defined(_WIN32)
+#ifndef WIN32_LEAN_AND_MEAN
+#define WIN32_LEAN_AND_MEAN
+#endif
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+// clang-format off: <windows.h> comes before the headers that need it
+#include <mmreg.h>
+#include <mmsystem.h>
+#include <msacm.h>
+#include <windows.h>
+// clang-format on
+#else
+#include "qv/win32_posix.h"
+#endif
+
+namespace qv {
+
+/// UTF-16 text: std::wstring on Windows, std::u16string elsewhere.
+using WString = std::basic_string<WCHAR>;
+
+} // namespace qv

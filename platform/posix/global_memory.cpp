@@ -1,0 +1,109 @@
+// The GlobalAlloc family over malloc.
+//
+// A block is a header followed by the caller's bytes. The pointer to a block's bytes is 16-aligned; the handle of a
+// moveable block is that pointer plus 8, so that a handle used as a pointer (which Windows forbids) is noticed, and
+// either can be told from the other. Blocks never move.
+#include "platform/posix/last_error.h"
+#include "platform/posix/seams.h"
+#include "qv/win32.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+constexpr uint32_t kLive = 0x51564D42;
+constexpr uintptr_t kHandleOffset = 8;
+constexpr uint32_t kMostLocks = GMEM_LOCKCOUNT;
+
+struct alignas(16) Block {
+  size_t bytes;
+  uint32_t mark;
+  uint16_t moveable;
+  std::atomic<uint16_t> locks;
+};
+static_assert(sizeof(Block) == 16, "the caller's bytes follow the header and stay 16-aligned");
+
+Block* block_of_memory(const void* memory) {
+  const auto address = reinterpret_cast<uintptr_t>(memory);
+  if (address < sizeof(Block) || address % 16 != 0) return nullptr;
+  auto* block = reinterpret_cast<Block*>(address) - 1;
+  return block->mark == kLive ? block : nullptr;
+}
+
+bool is_moveable_handle(HGLOBAL handle) { return reinterpret_cast<uintptr_t>(handle) % 16 == kHandleOffset; }
+
+Block* block_of_handle(HGLOBAL handle) {
+  const auto address = reinterpret_cast<uintptr_t>(handle);
+  if (handle == nullptr) return nullptr;
+  return block_of_memory(reinterpret_cast<void*>(is_moveable_handle(handle) ? address - kHandleOffset : address));
+}
+
+void* memory_of(Block* block) { return block + 1; }
+
+HGLOBAL handle_of(Block* block) { return static_cast<BYTE*>(memory_of(block)) + (block->moveable ? kHandleOffset : 0); }
+
+Block* require(Block* block) {
+  if (block == nullptr) SetLastError(ERROR_INVALID_HANDLE);
+  return block;
+}
+
+} // namespace
+
+HGLOBAL GlobalAlloc(UINT flags, SIZE_T bytes) {
+  void* raw = nullptr;
+  if (!qv::platform::allocation_fails() && bytes <= SIZE_MAX - sizeof(Block)) {
+    const size_t whole = sizeof(Block) + bytes;
+    raw = (flags & GMEM_ZEROINIT) ? std::calloc(1, whole) : std::malloc(whole);
+  }
+  if (raw == nullptr) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return nullptr;
+  }
+  const uint16_t moveable = (flags & GMEM_MOVEABLE) ? 1 : 0;
+  return handle_of(new (raw) Block{bytes, kLive, moveable, 0});
+}
+
+void* GlobalLock(HGLOBAL handle) {
+  Block* block = require(block_of_handle(handle));
+  if (block == nullptr) return nullptr;
+  if (is_moveable_handle(handle) && block->locks.load() < kMostLocks) block->locks.fetch_add(1);
+  return memory_of(block);
+}
+
+BOOL GlobalUnlock(HGLOBAL handle) {
+  Block* block = require(block_of_handle(handle));
+  if (block == nullptr) return FALSE;
+  if (!is_moveable_handle(handle)) return TRUE;
+  if (block->locks.load() == 0) return qv::platform::fail_with(ERROR_NOT_OWNER);
+  const bool locked = block->locks.fetch_sub(1) != 1;
+  if (!locked) SetLastError(ERROR_SUCCESS);
+  return locked ? TRUE : FALSE;
+}
+
+HGLOBAL GlobalHandle(const void* memory) {
+  Block* block = require(block_of_memory(memory));
+  if (block == nullptr) return nullptr;
+  return handle_of(block);
+}
+
+SIZE_T GlobalSize(HGLOBAL handle) {
+  const Block* block = require(block_of_handle(handle));
+  return block == nullptr ? 0 : block->bytes;
+}
+
+UINT GlobalFlags(HGLOBAL handle) {
+  const Block* block = require(block_of_handle(handle));
+  return block == nullptr ? GMEM_INVALID_HANDLE : block->locks.load() & GMEM_LOCKCOUNT;
+}
+
+HGLOBAL GlobalFree(HGLOBAL handle) {
+  if (handle == nullptr) return nullptr;
+  Block* block = require(block_of_handle(handle));
+  if (block == nullptr) return handle;
+  block->mark = 0;
+  block->~Block();
+  std::free(block);
+  return nullptr;
+}

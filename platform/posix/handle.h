@@ -1,0 +1,39 @@
+// What a HANDLE points to: a reference-counted kernel object. CloseHandle drops the caller's reference.
+#pragma once
+
+#include "qv/win32.h"
+
+#include <atomic>
+
+namespace qv::platform {
+
+class KernelObject {
+public:
+  KernelObject(const KernelObject&) = delete;
+  KernelObject& operator=(const KernelObject&) = delete;
+  virtual ~KernelObject() = default;
+
+  void retain() { references_.fetch_add(1, std::memory_order_relaxed); }
+  void release() {
+    if (references_.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
+  }
+  HANDLE handle() { return this; }
+
+protected:
+  KernelObject() = default;
+
+private:
+  std::atomic<int> references_{1};
+};
+
+/// The object behind a handle as a T, or null with ERROR_INVALID_HANDLE.
+template <class T>
+T* object_of(HANDLE handle) {
+  T* object = nullptr;
+  if (handle != nullptr && handle != INVALID_HANDLE_VALUE)
+    object = dynamic_cast<T*>(static_cast<KernelObject*>(handle));
+  if (object == nullptr) SetLastError(ERROR_INVALID_HANDLE);
+  return object;
+}
+
+} // namespace qv::platform
