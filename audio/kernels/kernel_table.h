@@ -1,0 +1,23 @@
+// The kernels of one level, as tables indexed by the rows of the sample type table: destination first, then source.
+#pragma once
+
+#include "audio/sample_type_table.h"
+#include "qv/audio_kernels.h"
+
+#include <array>
+
+namespace qv::audio {
+
+inline constexpr int kCopyTypes = static_cast<int>(kSampleTypes.size());
+
+struct KernelTable {
+  std::array<std::array<QVAUDIO_COPYFUNC, kCopyTypes>, kCopyTypes> copy;
+  std::array<std::array<QVAUDIO_MIXFUNC, kMixedSampleTypes>, kMixedSampleTypes> mix;
+};
+
+extern const KernelTable kGenericKernels;
+extern const KernelTable kSse2Kernels;
+extern const KernelTable kAvx2Kernels;
+extern const KernelTable kAvx512Kernels;
+
+} // namespace qv::audio

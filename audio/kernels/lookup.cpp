@@ -1,0 +1,114 @@
+// Copy and mix kernels for callers: one function per pair that runs on the level in force.
+#include "audio/kernel_level.h"
+#include "audio/kernels/direct.h"
+#include "audio/kernels/kernel_table.h"
+#include "qv/audio_kernels.h"
+
+#include <utility>
+
+namespace qv::audio {
+namespace {
+
+const KernelTable* const kLevels[] = {&kGenericKernels, &kSse2Kernels, &kAvx2Kernels, &kAvx512Kernels};
+static_assert(QVKERNELLEVEL_GENERIC == 0 && QVKERNELLEVEL_AVX512 == 3);
+
+template <int kDst, int kSrc>
+void copy_on_level(void* dst, const void* src, LONG count, float gain) {
+  kLevels[current_kernel_level()]->copy[kDst][kSrc](dst, src, count, gain);
+}
+
+template <int kDst, int kSrc>
+void mix_on_level(void* dst, const void* src, LONG count, UINT channels, const double* gains) {
+  kLevels[current_kernel_level()]->mix[kDst][kSrc](dst, src, count, channels, gains);
+}
+
+constexpr KernelTable table_on_level() {
+  KernelTable table{};
+  [&]<int... kCells>(std::integer_sequence<int, kCells...>) {
+    ((table.copy[kCells / kCopyTypes][kCells % kCopyTypes] = copy_on_level<kCells / kCopyTypes, kCells % kCopyTypes>),
+     ...);
+  }
+  (std::make_integer_sequence<int, kCopyTypes * kCopyTypes>{});
+  [&]<int... kCells>(std::integer_sequence<int, kCells...>) {
+    ((table.mix[kCells / kMixedSampleTypes][kCells % kMixedSampleTypes] =
+          mix_on_level<kCells / kMixedSampleTypes, kCells % kMixedSampleTypes>),
+     ...);
+  }
+  (std::make_integer_sequence<int, kMixedSampleTypes * kMixedSampleTypes>{});
+  return table;
+}
+
+constexpr KernelTable kOnLevel = table_on_level();
+
+/// Pairs for which a processor without these bits is handed the generic kernel.
+struct VectorPair {
+  QVSAMPLETYPE dst;
+  QVSAMPLETYPE src;
+  uint32_t needs;
+};
+
+constexpr VectorPair kVectorCopies[] = {
+    {QVSAMPLE_PCM16, QVSAMPLE_FLOAT32, QVCPU_SSE2},
+    {QVSAMPLE_FLOAT32, QVSAMPLE_PCM16, QVCPU_SSE2},
+    {QVSAMPLE_FLOAT32, QVSAMPLE_FLOAT64, QVCPU_SSE | QVCPU_SSE2},
+    {QVSAMPLE_FLOAT64, QVSAMPLE_FLOAT32, QVCPU_SSE | QVCPU_SSE2},
+};
+constexpr VectorPair kVectorMixes[] = {{QVSAMPLE_FLOAT32, QVSAMPLE_FLOAT32, QVCPU_SSE2}};
+
+template <size_t kCount>
+const KernelTable& table_for(const VectorPair (&pairs)[kCount], QVSAMPLETYPE dst, QVSAMPLETYPE src) {
+  for (const VectorPair& pair : pairs) {
+    if (pair.dst != dst || pair.src != src) continue;
+    if ((QvGetCPUSupport(pair.needs) & pair.needs) != pair.needs) return kGenericKernels;
+  }
+  return kOnLevel;
+}
+
+} // namespace
+} // namespace qv::audio
+
+using namespace qv::audio;
+
+QVAUDIO_COPYFUNC QvAudio_GetCopyFunction2(QVSAMPLETYPE dstType, QVSAMPLETYPE srcType) {
+  const int dst = sample_type_index(dstType);
+  const int src = sample_type_index(srcType);
+  if (dst < 0 || src < 0) return nullptr;
+  return table_for(kVectorCopies, dstType, srcType).copy[static_cast<size_t>(dst)][static_cast<size_t>(src)];
+}
+
+QVAUDIO_COPYFUNC QvAudio_GetCopyFunction(const WAVEFORMATEX* dstFormat, const WAVEFORMATEX* srcFormat) {
+  return QvAudio_GetCopyFunction2(QvAudio_GetSampleType(dstFormat), QvAudio_GetSampleType(srcFormat));
+}
+
+QVAUDIO_MIXFUNC QvAudio_GetMixFunction2(QVSAMPLETYPE dstType, QVSAMPLETYPE srcType) {
+  const int dst = mixed_type_index(dstType);
+  const int src = mixed_type_index(srcType);
+  if (dst < 0 || src < 0) return nullptr;
+  return table_for(kVectorMixes, dstType, srcType).mix[static_cast<size_t>(dst)][static_cast<size_t>(src)];
+}
+
+QVAUDIO_MIXFUNC QvAudio_GetMixFunction(const WAVEFORMATEX* dstFormat, const WAVEFORMATEX* srcFormat) {
+  return QvAudio_GetMixFunction2(QvAudio_GetSampleType(dstFormat), QvAudio_GetSampleType(srcFormat));
+}
+
+HRESULT QvAudio_Copy(const WAVEFORMATEX* dstFormat, void* dst, const WAVEFORMATEX* srcFormat, const void* src,
+                     DWORD frames, float gain) {
+  const uint64_t count = uint64_t{frames} * srcFormat->nChannels;
+  if (count == 0) return S_OK;
+  const auto kernel = QvAudio_GetCopyFunction(dstFormat, srcFormat);
+  if (kernel == nullptr) return E_NOTIMPL;
+  if (count > kMostKernelCount) return E_INVALIDARG;
+  kernel(dst, src, static_cast<LONG>(count), gain);
+  return S_OK;
+}
+
+HRESULT QvAudio_Mix(const WAVEFORMATEX* dstFormat, void* dst, const WAVEFORMATEX* srcFormat, const void* src,
+                    DWORD frames, const double* gains) {
+  const uint64_t count = uint64_t{frames} * srcFormat->nChannels;
+  if (count == 0) return S_OK;
+  const auto kernel = QvAudio_GetMixFunction(dstFormat, srcFormat);
+  if (kernel == nullptr) return E_NOTIMPL;
+  if (count > kMostKernelCount) return E_INVALIDARG;
+  kernel(dst, src, static_cast<LONG>(count), srcFormat->nChannels, gains);
+  return S_OK;
+}

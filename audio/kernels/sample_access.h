@@ -1,0 +1,147 @@
+// One sample in memory, by sample type: the definition of what every kernel reads and writes.
+//
+// This header and its neighbours reference_copy.h and reference_mix.h are compiled into several objects for different
+// instruction sets. All of it has internal linkage, so that the linker cannot merge a copy built for wider
+// instructions into code that runs everywhere.
+#pragma once
+
+#include "qv/audio.h"
+
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+namespace qv::audio {
+namespace {
+
+static_assert(std::endian::native == std::endian::little);
+
+/// How the bytes of a sample form its value.
+enum class Encoding { kOffset8, kInteger, kBigEndian, kFloat };
+
+template <QVSAMPLETYPE kType, int kBitCount, int kByteCount, Encoding kHow>
+struct SampleLayout {
+  static constexpr QVSAMPLETYPE type = kType;
+  static constexpr int bits = kBitCount; ///< significant bits
+  static constexpr int bytes = kByteCount;
+  static constexpr Encoding encoding = kHow;
+  static constexpr bool is_float = kHow == Encoding::kFloat;
+  /// 128, 32768, 8388608 or 2147483648; its reciprocal is exact.
+  static constexpr double full_scale = is_float ? 1.0 : static_cast<double>(int64_t{1} << (kBitCount - 1));
+};
+
+using Pcm8 = SampleLayout<QVSAMPLE_PCM8, 8, 1, Encoding::kOffset8>;
+using Pcm16 = SampleLayout<QVSAMPLE_PCM16, 16, 2, Encoding::kInteger>;
+using Pcm24 = SampleLayout<QVSAMPLE_PCM24, 24, 3, Encoding::kInteger>;
+using Pcm32 = SampleLayout<QVSAMPLE_PCM32, 32, 4, Encoding::kInteger>;
+using Float32 = SampleLayout<QVSAMPLE_FLOAT32, 32, 4, Encoding::kFloat>;
+using Float64 = SampleLayout<QVSAMPLE_FLOAT64, 64, 8, Encoding::kFloat>;
+using Pcm24In32 = SampleLayout<QVSAMPLE_PCM24IN32, 24, 4, Encoding::kInteger>;
+using Pcm8Signed = SampleLayout<QVSAMPLE_PCM8SIGNED, 8, 1, Encoding::kInteger>;
+using Be16 = SampleLayout<QVSAMPLE_BE16, 16, 2, Encoding::kBigEndian>;
+using Be24 = SampleLayout<QVSAMPLE_BE24, 24, 3, Encoding::kBigEndian>;
+using Be32 = SampleLayout<QVSAMPLE_BE32, 32, 4, Encoding::kBigEndian>;
+
+template <class T>
+T read_as(const uint8_t* memory) {
+  T value;
+  std::memcpy(&value, memory, sizeof value);
+  return value;
+}
+
+template <class T>
+void write_as(uint8_t* memory, T value) {
+  std::memcpy(memory, &value, sizeof value);
+}
+
+/// The signed value of an integer sample.
+template <class Layout>
+int32_t load_integer(const uint8_t* memory) {
+  if constexpr (Layout::encoding == Encoding::kOffset8) {
+    return static_cast<int8_t>(memory[0] ^ 0x80);
+  } else if constexpr (Layout::bytes == 1) {
+    return static_cast<int8_t>(memory[0]);
+  } else if constexpr (Layout::bytes == 2) {
+    const auto raw = read_as<uint16_t>(memory);
+    return static_cast<int16_t>(Layout::encoding == Encoding::kBigEndian ? __builtin_bswap16(raw) : raw);
+  } else if constexpr (Layout::bytes == 3) {
+    constexpr bool big = Layout::encoding == Encoding::kBigEndian;
+    const uint32_t low = memory[big ? 2 : 0];
+    const uint32_t high = memory[big ? 0 : 2];
+    return static_cast<int32_t>(high << 24 | uint32_t{memory[1]} << 16 | low << 8) >> 8;
+  } else {
+    const auto raw = read_as<uint32_t>(memory);
+    return static_cast<int32_t>(Layout::encoding == Encoding::kBigEndian ? __builtin_bswap32(raw) : raw);
+  }
+}
+
+/// Stores a value that is in the sample's range.
+template <class Layout>
+void store_integer(uint8_t* memory, int32_t value) {
+  const auto raw = static_cast<uint32_t>(value);
+  if constexpr (Layout::encoding == Encoding::kOffset8) {
+    memory[0] = static_cast<uint8_t>(raw ^ 0x80);
+  } else if constexpr (Layout::bytes == 1) {
+    memory[0] = static_cast<uint8_t>(raw);
+  } else if constexpr (Layout::bytes == 2) {
+    const auto half = static_cast<uint16_t>(raw);
+    write_as<uint16_t>(memory, Layout::encoding == Encoding::kBigEndian ? __builtin_bswap16(half) : half);
+  } else if constexpr (Layout::bytes == 3) {
+    constexpr bool big = Layout::encoding == Encoding::kBigEndian;
+    memory[big ? 2 : 0] = static_cast<uint8_t>(raw);
+    memory[1] = static_cast<uint8_t>(raw >> 8);
+    memory[big ? 0 : 2] = static_cast<uint8_t>(raw >> 16);
+  } else {
+    write_as<uint32_t>(memory, Layout::encoding == Encoding::kBigEndian ? __builtin_bswap32(raw) : raw);
+  }
+}
+
+/// The sample in double precision; integers are divided by their full scale.
+template <class Layout>
+double load_normalised(const uint8_t* memory) {
+  if constexpr (Layout::bytes == 8) {
+    return read_as<double>(memory);
+  } else if constexpr (Layout::is_float) {
+    return static_cast<double>(read_as<float>(memory));
+  } else {
+    return load_integer<Layout>(memory) * (1.0 / Layout::full_scale);
+  }
+}
+
+/// value x full scale, clamped to what the integer holds and rounded to nearest, ties to even. A NaN becomes 0.
+template <class Layout>
+int32_t integer_from_normalised(double value) {
+  // Adding 1.5 x 2^52 leaves the rounded integer in the low bits of the double.
+  constexpr double kRoundingShift = 6755399441055744.0;
+  constexpr double kLow = -Layout::full_scale;
+  constexpr double kHigh = Layout::full_scale - 1.0;
+  value *= Layout::full_scale;
+  if (value != value) return 0;
+  if (value < kLow) value = kLow;
+  if (value > kHigh) value = kHigh;
+  const double shifted = value + kRoundingShift;
+  uint64_t raw;
+  std::memcpy(&raw, &shifted, sizeof raw);
+  return static_cast<int32_t>(static_cast<uint32_t>(raw));
+}
+
+template <class Layout>
+void store_normalised(uint8_t* memory, double value) {
+  if constexpr (Layout::bytes == 8) {
+    write_as<double>(memory, value);
+  } else if constexpr (Layout::is_float) {
+    write_as<float>(memory, static_cast<float>(value));
+  } else {
+    store_integer<Layout>(memory, integer_from_normalised<Layout>(value));
+  }
+}
+
+/// Samples run from the last to the first where that lets a buffer be widened in place.
+template <class Dst, class Src>
+constexpr bool runs_backward() {
+  if (Dst::is_float != Src::is_float) return Dst::is_float;
+  return Dst::bytes > Src::bytes;
+}
+
+} // namespace
+} // namespace qv::audio

@@ -1,0 +1,86 @@
+#include "audio/sample_type_table.h"
+#include "audio/sub_format.h"
+#include "qv/audio.h"
+
+using qv::audio::kSampleTypes;
+using qv::audio::SampleTypeRow;
+
+namespace {
+
+const SampleTypeRow* row_of(QVSAMPLETYPE type) {
+  for (const SampleTypeRow& row : kSampleTypes) {
+    if (row.type == type) return &row;
+  }
+  return nullptr;
+}
+
+struct TagBits {
+  uint32_t tag;
+  uint32_t bits;
+  QVSAMPLETYPE type;
+};
+
+// Not the inverse of the table: 20 bits count as 24, and the private tags take widths that are never written with them.
+constexpr TagBits kTypesOfTags[] = {
+    {WAVE_FORMAT_PCM, 8, QVSAMPLE_PCM8},
+    {WAVE_FORMAT_PCM, 16, QVSAMPLE_PCM16},
+    {WAVE_FORMAT_PCM, 20, QVSAMPLE_PCM24},
+    {WAVE_FORMAT_PCM, 24, QVSAMPLE_PCM24},
+    {WAVE_FORMAT_PCM, 32, QVSAMPLE_PCM32},
+    {WAVE_FORMAT_IEEE_FLOAT, 32, QVSAMPLE_FLOAT32},
+    {WAVE_FORMAT_IEEE_FLOAT, 64, QVSAMPLE_FLOAT64},
+    {QVTAG_UNPACKED, 24, QVSAMPLE_PCM24IN32},
+    {QVTAG_UNPACKED, 32, QVSAMPLE_PCM24IN32},
+    {QVTAG_SIGNED, 8, QVSAMPLE_PCM8SIGNED},
+    {QVTAG_SIGNED, 16, QVSAMPLE_PCM16},
+    {QVTAG_SIGNED, 20, QVSAMPLE_PCM24},
+    {QVTAG_SIGNED, 24, QVSAMPLE_PCM24},
+    {QVTAG_SIGNED, 32, QVSAMPLE_PCM32},
+    {QVTAG_BIGENDIAN, 8, QVSAMPLE_PCM8},
+    {QVTAG_BIGENDIAN, 16, QVSAMPLE_BE16},
+    {QVTAG_BIGENDIAN, 24, QVSAMPLE_BE24},
+    {QVTAG_BIGENDIAN, 32, QVSAMPLE_BE32},
+    {QVTAG_RA, 16, QVSAMPLE_RA16},
+    {QVTAG_RA, 24, QVSAMPLE_RA24},
+};
+
+} // namespace
+
+uint32_t QvAudio_BitsFromSampleType(QVSAMPLETYPE type) {
+  const SampleTypeRow* row = row_of(type);
+  return row == nullptr ? 0 : row->bits;
+}
+
+uint32_t QvAudio_BytesFromSampleType(QVSAMPLETYPE type) {
+  const SampleTypeRow* row = row_of(type);
+  return row == nullptr ? 0 : row->bytes;
+}
+
+uint32_t QvAudio_FormatTagFromSampleType(QVSAMPLETYPE type) {
+  const SampleTypeRow* row = row_of(type);
+  return row == nullptr ? 0 : row->tag;
+}
+
+QVSAMPLETYPE QvAudio_GetSampleType2(uint32_t formatTag, uint32_t bitsPerSample) {
+  for (const TagBits& row : kTypesOfTags) {
+    if (row.tag == formatTag && row.bits == bitsPerSample) return row.type;
+  }
+  return QVSAMPLE_NONE;
+}
+
+QVSAMPLETYPE QvAudio_GetSampleType(const WAVEFORMATEX* format) {
+  if (format->wFormatTag != WAVE_FORMAT_EXTENSIBLE) {
+    return QvAudio_GetSampleType2(format->wFormatTag, format->wBitsPerSample);
+  }
+  const GUID sub_format = qv::audio::sub_format_of(*format);
+  if (!qv::audio::names_format_tag(sub_format)) return QVSAMPLE_NONE;
+  const QVSAMPLETYPE type = QvAudio_GetSampleType2(sub_format.Data1 & 0xFFFF, format->wBitsPerSample);
+  const WORD valid_bits = qv::audio::as_extensible(*format).Samples.wValidBitsPerSample;
+  if (type == QVSAMPLE_PCM32 && valid_bits == 24) return QVSAMPLE_PCM24IN32;
+  return type;
+}
+
+uint32_t GetByteOffsetFromChannelEnum(uint32_t channel, int32_t pixelBytes) {
+  if (channel < 1 || channel > 3) return 0;
+  return channel * static_cast<uint32_t>(pixelBytes / 4);
+}
