@@ -160,9 +160,15 @@ HWY_INLINE Ints clamp_to_range(Ints v) {
 template <class Dst, class Src>
 HWY_INLINE Ints rescale(Ints v) {
   constexpr int kDown = Src::bits - Dst::bits;
-  if constexpr (Src::bytes == 4 && Src::bits == 24) v = clamp_to_range<Src>(v); // the container holds more than 24 bits
+  // The container of 24 bits in 32 holds more than its samples should.
+  constexpr bool kMayExceed = Src::bytes * 8 > Src::bits;
+  const auto raw = v;
+  if constexpr (kMayExceed) v = clamp_to_range<Src>(v);
   if constexpr (kDown < 0) {
-    return hn::ShiftLeft<-kDown>(v);
+    const auto scaled = hn::ShiftLeft<-kDown>(v);
+    // What exceeds the source's range exceeds the destination's, whose limit is finer.
+    if constexpr (kMayExceed) return hn::IfThenElse(hn::Gt(raw, v), hn::Set(kInts, INT32_MAX), scaled);
+    return scaled;
   } else if constexpr (kDown == 0) {
     return v;
   } else {

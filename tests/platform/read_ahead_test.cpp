@@ -1,0 +1,50 @@
+// Reading ahead must not be seen: the same bytes whatever the order and the sizes of the reads.
+#include "tests/platform/scratch_path.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+TEST(ReadAhead, RandomReadsEqualTheFile) {
+  const ScratchPath at("ahead");
+  std::mt19937 random(1);
+  std::string bytes(300'000, '\0');
+  for (char& byte : bytes)
+    byte = static_cast<char>(random());
+  at.write(bytes);
+  const HANDLE file = CreateFileW(at.text().c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+  ASSERT_NE(file, INVALID_HANDLE_VALUE);
+  size_t position = 0;
+  for (int round = 0; round < 20'000; ++round) {
+    if (random() % 4 == 0) {
+      position = random() % (bytes.size() + 1000);
+      LARGE_INTEGER to;
+      to.QuadPart = static_cast<LONGLONG>(position);
+      ASSERT_TRUE(SetFilePointerEx(file, to, nullptr, FILE_BEGIN));
+    }
+    const DWORD wanted = random() % (round % 10 == 0 ? 100'000 : 40);
+    std::string buffer(wanted + 1, '?');
+    DWORD got = 0;
+    ASSERT_TRUE(ReadFile(file, buffer.data(), wanted, &got, nullptr));
+    const size_t expected = position >= bytes.size() ? 0 : std::min<size_t>(wanted, bytes.size() - position);
+    ASSERT_EQ(got, expected) << "at " << position;
+    ASSERT_EQ(bytes.compare(std::min(position, bytes.size()), got, buffer, 0, got), 0) << "at " << position;
+    ASSERT_EQ(buffer[got], '?');
+    position += got;
+  }
+  CloseHandle(file);
+}
+
+TEST(ReadAhead, AFileOpenForOthersToWriteIsReadAfresh) {
+  const ScratchPath at("shared");
+  at.write("aaaa");
+  const HANDLE file = CreateFileW(at.text().c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                  OPEN_EXISTING, 0, nullptr);
+  char byte = 0;
+  DWORD got = 0;
+  ASSERT_TRUE(ReadFile(file, &byte, 1, &got, nullptr));
+  at.write("bbbb");
+  ASSERT_TRUE(ReadFile(file, &byte, 1, &got, nullptr));
+  EXPECT_EQ(byte, 'b');
+  CloseHandle(file);
+}
