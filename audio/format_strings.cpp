@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 
 namespace qv::audio {
 namespace {
@@ -303,8 +304,29 @@ constexpr std::array<QVSTRINGRECORD, static_cast<size_t>(FormatString::kCount)> 
 };
 // clang-format on
 
-constexpr bool has_english(const QVSTRINGRECORD& each) { return each.text[QVLANGUAGE_ENGLISH] != nullptr; }
-static_assert(std::all_of(kRecords.begin(), kRecords.end(), has_english), "a row per FormatString");
+// Where the next argument of a text is taken: "%d", "%s" or "$d". "$," takes none.
+constexpr const WCHAR* next_argument(const WCHAR* text) {
+  while (*text != 0 && *text != QV_TEXT('%') && !(*text == QV_TEXT('$') && text[1] == QV_TEXT('d')))
+    ++text;
+  return text;
+}
+
+constexpr bool take_the_same_arguments(const WCHAR* a, const WCHAR* b) {
+  for (a = next_argument(a), b = next_argument(b); *a != 0 && *b != 0;
+       a = next_argument(a + 2), b = next_argument(b + 2)) {
+    if (a[0] != b[0] || a[1] != b[1]) return false;
+  }
+  return *a == *b;
+}
+
+constexpr bool is_sound(const QVSTRINGRECORD& each) {
+  const WCHAR* english = each.text[QVLANGUAGE_ENGLISH];
+  return english && std::all_of(std::begin(each.text), std::end(each.text), [english](const WCHAR* text) {
+           return !text || take_the_same_arguments(text, english);
+         });
+}
+static_assert(std::all_of(kRecords.begin(), kRecords.end(), is_sound),
+              "a row per FormatString, and the English arguments in every language");
 
 } // namespace
 

@@ -31,7 +31,7 @@ enum class FormatString : uint32_t {
 };
 
 /// The record of a text. Every translation takes the arguments that the English text takes, in the same order.
-QV_API const QVSTRINGRECORD& format_string_record(FormatString string);
+const QVSTRINGRECORD& format_string_record(FormatString string);
 
 /// The text in the language in force.
 inline const WCHAR* format_string(FormatString string) { return QvLanguage_Text(&format_string_record(string)); }

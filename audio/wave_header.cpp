@@ -24,6 +24,10 @@ struct Draft {
 
   WAVEFORMATEX& plain() { return header.Format; }
   BYTE* bytes() { return reinterpret_cast<BYTE*>(this); }
+  WAVEFORMATEX* copy_to(WAVEFORMATEX* dst, DWORD count) {
+    if (count > 0) std::memcpy(static_cast<void*>(dst), bytes(), count);
+    return dst;
+  }
 };
 
 /// Whether a header is written as extensible when there is room for it.
@@ -98,8 +102,10 @@ DWORD draft_uncompressed(Draft& draft, DWORD size, const _qvwaveformat& record, 
   return kExtensibleBytes;
 }
 
-WAVEFORMATEX* allocate_locked(DWORD bytes) {
-  const HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, bytes);
+/// A header that calls itself extensible gets the room of one, however short it is: readers look at its sub-format.
+WAVEFORMATEX* allocate_locked(DWORD bytes, DWORD tag) {
+  const DWORD room = tag == WAVE_FORMAT_EXTENSIBLE ? std::max(bytes, kExtensibleBytes) : bytes;
+  const HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, room);
   return block == nullptr ? nullptr : static_cast<WAVEFORMATEX*>(GlobalLock(block));
 }
 
@@ -110,8 +116,7 @@ WAVEFORMATEX* QvAudio_GeneralCopyWfx(WAVEFORMATEX* dst, DWORD dstSize, const _qv
   Draft draft;
   const DWORD length =
       src.IsCompressed() ? draft_tagged(draft, dstSize, src, dest) : draft_uncompressed(draft, dstSize, src, dest);
-  std::memcpy(static_cast<void*>(dst), draft.bytes(), std::min(length, dstSize));
-  return dst;
+  return draft.copy_to(dst, std::min(length, dstSize));
 }
 
 WAVEFORMATEX* _qvwaveformat::ToWfx(WAVEFORMATEX* dst, DWORD dstSize, QVWAVEFORMAT_COPY_DEST dest) const {
@@ -165,8 +170,7 @@ WAVEFORMATEX* QvAudio_InitWfxFlex(WAVEFORMATEX* dst, WORD formatTag, DWORD sampl
     make_extensible(draft.header, formatTag, channelMask);
     length = kExtensibleBytes;
   }
-  std::memcpy(static_cast<void*>(dst), draft.bytes(), std::min(length, dstSize));
-  return dst;
+  return draft.copy_to(dst, std::min(length, dstSize));
 }
 
 void QvAudio_CopyWfxToWfExt(const WAVEFORMATEX* src, WAVEFORMATEXTENSIBLE* dst) {
@@ -203,14 +207,14 @@ WAVEFORMATEX* QvAudio_AllocAndCopyWfx(const WAVEFORMATEX* src, QVWAVEFORMAT_COPY
     return QvAudio_AllocAndCopyWfx(record.format, dest);
   }
   const DWORD bytes = kHeaderBytes + src->cbSize;
-  WAVEFORMATEX* copy = allocate_locked(bytes);
+  WAVEFORMATEX* copy = allocate_locked(bytes, src->wFormatTag);
   if (copy != nullptr) std::memcpy(static_cast<void*>(copy), src, bytes);
   return copy;
 }
 
 WAVEFORMATEX* QvAudio_AllocAndCopyWfx(const _qvwaveformat& src, QVWAVEFORMAT_COPY_DEST dest) {
   const DWORD bytes = (asks_extensible(src, dest) ? kExtensibleBytes : kHeaderBytes) + src.ExtraCount();
-  WAVEFORMATEX* copy = allocate_locked(bytes);
+  WAVEFORMATEX* copy = allocate_locked(bytes, src.FormatTag());
   return copy == nullptr ? nullptr : QvAudio_GeneralCopyWfx(copy, bytes, src, dest);
 }
 

@@ -17,7 +17,7 @@ HWY_INLINE void copy_step_unity(uint8_t* dst, const uint8_t* src) {
     hn::StoreU(floats_from_integers<Src>(load_integers<Src>(src)), kFloats, reinterpret_cast<float*>(dst));
   } else if constexpr (Src::is_float && Src::bytes == 4 && !Dst::is_float) {
     const auto floats = hn::LoadU(kFloats, reinterpret_cast<const float*>(src));
-    store_integers<Dst>(integers_from_floats<Dst>(floats), dst);
+    store_integers<Dst>(integers_from_floats<Dst, kCutBeforeStore<Dst>>(floats), dst);
   } else {
     store_doubles<Dst>(load_doubles<Src>(src), dst);
   }

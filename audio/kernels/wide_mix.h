@@ -32,7 +32,7 @@ HWY_INLINE void mix_step(uint8_t* dst, const uint8_t* src, Doubles gains) {
     const Doubles sum = load_doubles<Dst>(dst);
     store_doubles<Dst>({hn::Add(sum.low, v.low), hn::Add(sum.high, v.high)}, dst);
   } else {
-    const Ints added = integers_from_doubles<Dst>(v);
+    const Ints added = integers_from_doubles<Dst, true>(v);
     store_integers<Dst>(add_saturating<Dst>(load_integers<Dst>(dst), added), dst);
   }
 }
@@ -49,27 +49,32 @@ HWY_INLINE Doubles gains_at(const double* pattern) {
   return {hn::LoadU(kDoubles, pattern), hn::LoadU(kDoubles, pattern + kLanes / 2)};
 }
 
-/// Calls step(sample index, first gain of the pattern) for every whole step; answers the samples done.
+/// Calls step(sample index, phase) for every whole step, the phase running over 0, kLanes, ... below `period`; answers
+/// the samples done.
 template <class Step>
-HWY_INLINE size_t for_each_step(size_t count, UINT channels, Step step) {
+HWY_INLINE size_t for_each_step(size_t count, size_t period, Step step) {
   const size_t whole = count - count % kLanes;
-  const size_t advance = kLanes % channels;
   size_t phase = 0;
   for (size_t i = 0; i < whole; i += kLanes) {
     step(i, phase);
-    phase += advance;
-    if (phase >= channels) phase -= channels;
+    phase += kLanes;
+    if (phase == period) phase = 0;
   }
   return whole;
 }
 
-/// gains[i mod channels] for i from 0 to channels + kLanes - 1, so that a load at any phase finds its gains.
+/// gains[i mod channels] for as many samples as it takes until channels and steps begin together again, or as there
+/// are to mix.
 template <class T>
 struct GainPattern {
-  T values[kMostMixChannels + kLanes];
+  alignas(64) T values[kMostMixChannels * kLanes];
+  size_t period; ///< a multiple of kLanes
 
-  GainPattern(const double* gains, UINT channels) {
-    for (size_t i = 0, channel = 0; i < channels + kLanes; ++i) {
+  GainPattern(const double* gains, UINT channels, size_t count) {
+    const size_t common = channels & (0 - channels); // the power of two in the channel count
+    period = channels * kLanes / (common < kLanes ? common : kLanes);
+    const size_t needed = count < period ? count : period;
+    for (size_t i = 0, channel = 0; i < needed; ++i) {
       values[i] = static_cast<T>(gains[channel]);
       if (++channel == channels) channel = 0;
     }
@@ -82,38 +87,53 @@ inline constexpr bool kFloatIntoFloat = Dst::type == QVSAMPLE_FLOAT32&& Src::typ
 /// Float into float with three or more channels: products and sums in single precision.
 HWY_INLINE size_t mix_floats_single(uint8_t* dst, const uint8_t* src, size_t count, UINT channels,
                                     const double* gains) {
-  const GainPattern<float> pattern(gains, channels);
-  return for_each_step(count, channels, [&](size_t i, size_t phase) HWY_ATTR {
+  const GainPattern<float> pattern(gains, channels, count);
+  return for_each_step(count, pattern.period, [&](size_t i, size_t phase) HWY_ATTR {
     auto* to = reinterpret_cast<float*>(dst) + i;
-    const auto product = hn::Mul(hn::LoadU(kFloats, reinterpret_cast<const float*>(src) + i),
-                                 hn::LoadU(kFloats, pattern.values + phase));
+    const auto product =
+        hn::Mul(hn::LoadU(kFloats, reinterpret_cast<const float*>(src) + i), hn::Load(kFloats, pattern.values + phase));
     hn::StoreU(hn::Add(hn::LoadU(kFloats, to), product), kFloats, to);
   });
 }
 
 template <class Dst, class Src>
 HWY_INLINE size_t mix_per_channel(uint8_t* dst, const uint8_t* src, size_t count, UINT channels, const double* gains) {
-  const GainPattern<double> pattern(gains, channels);
-  if (kLanes % channels == 0) {
+  const GainPattern<double> pattern(gains, channels, count);
+  if (count < kLanes) return 0;
+  if (pattern.period == kLanes) {
     const Doubles fixed = gains_at(pattern.values);
-    return for_each_step(count, 1, [&](size_t i, size_t) HWY_ATTR {
+    return for_each_step(count, kLanes, [&](size_t i, size_t) HWY_ATTR {
       mix_step<Dst, Src>(dst + i * Dst::bytes, src + i * Src::bytes, fixed);
     });
   }
-  return for_each_step(count, channels, [&](size_t i, size_t phase) HWY_ATTR {
+  return for_each_step(count, pattern.period, [&](size_t i, size_t phase) HWY_ATTR {
     mix_step<Dst, Src>(dst + i * Dst::bytes, src + i * Src::bytes, gains_at(pattern.values + phase));
   });
+}
+
+/// 16 bits into 16 at gain 1.0: the instruction saturates.
+HWY_INLINE size_t mix_shorts(uint8_t* dst, const uint8_t* src, size_t count) {
+  constexpr hn::ScalableTag<int16_t> kShorts;
+  constexpr size_t kStep = kLanes * 2;
+  const size_t whole = count - count % kStep;
+  const auto* from = reinterpret_cast<const int16_t*>(src);
+  auto* to = reinterpret_cast<int16_t*>(dst);
+  for (size_t i = 0; i < whole; i += kStep) {
+    hn::StoreU(hn::SaturatedAdd(hn::LoadU(kShorts, to + i), hn::LoadU(kShorts, from + i)), kShorts, to + i);
+  }
+  return whole;
 }
 
 template <class Dst, class Src>
 HWY_INLINE size_t mix_integers(uint8_t* dst, const uint8_t* src, size_t count, double gain) {
   if (gain == 1.0) {
-    return for_each_step(count, 1, [&](size_t i, size_t) HWY_ATTR {
+    if constexpr (Dst::type == QVSAMPLE_PCM16 && Src::type == QVSAMPLE_PCM16) return mix_shorts(dst, src, count);
+    return for_each_step(count, kLanes, [&](size_t i, size_t) HWY_ATTR {
       mix_step_unity<Dst, Src>(dst + i * Dst::bytes, src + i * Src::bytes);
     });
   }
   const Doubles gains{hn::Set(kDoubles, gain), hn::Set(kDoubles, gain)};
-  return for_each_step(count, 1, [&](size_t i, size_t) HWY_ATTR {
+  return for_each_step(count, kLanes, [&](size_t i, size_t) HWY_ATTR {
     mix_step<Dst, Src>(dst + i * Dst::bytes, src + i * Src::bytes, gains);
   });
 }

@@ -9,6 +9,8 @@
 #define HWY_DISABLE_F16C
 #define HWY_DISABLE_PCLMUL_AES
 #define HWY_COMPILE_ONLY_STATIC
+// Its own checks would need its run-time library.
+#define HWY_IS_DEBUG_BUILD 0
 
 #include "audio/kernels/sample_access.h"
 
@@ -128,7 +130,7 @@ HWY_INLINE Ints load_integers(const uint8_t* memory) {
   }
 }
 
-/// Stores values that are in the layout's range.
+/// Stores values that are in the layout's range; 8 and 16 bits saturate.
 template <class Layout>
 HWY_INLINE void store_integers(Ints v, uint8_t* memory) {
   constexpr bool kBig = Layout::encoding == Encoding::kBigEndian;
@@ -191,80 +193,94 @@ HWY_INLINE Floats floats_from_integers(Ints v) {
   return hn::Mul(hn::ConvertTo(kFloats, v), hn::Set(kFloats, static_cast<float>(1.0 / Layout::full_scale)));
 }
 
-HWY_INLINE Doubles doubles_from_floats(Floats v) {
-  return {hn::PromoteTo(kDoubles, hn::LowerHalf(kHalfFloats, v)),
-          hn::PromoteTo(kDoubles, hn::UpperHalf(kHalfFloats, v))};
-}
-
 template <class Layout>
-HWY_INLINE Doubles doubles_from_integers(Ints v) {
+HWY_INLINE Doubles normalised(hn::Vec<HalfInt32Tag> low, hn::Vec<HalfInt32Tag> high) {
   const auto scale = hn::Set(kDoubles, 1.0 / Layout::full_scale);
-  return {hn::Mul(hn::PromoteTo(kDoubles, hn::LowerHalf(kHalfInts, v)), scale),
-          hn::Mul(hn::PromoteTo(kDoubles, hn::UpperHalf(kHalfInts, v)), scale)};
+  return {hn::Mul(hn::PromoteTo(kDoubles, low), scale), hn::Mul(hn::PromoteTo(kDoubles, high), scale)};
 }
 
-HWY_INLINE Floats floats_from_doubles(Doubles v) {
-  return hn::Combine(kFloats, hn::DemoteTo(kHalfFloats, v.high), hn::DemoteTo(kHalfFloats, v.low));
-}
+// Conversions to integers round to nearest with ties to even; a NaN becomes 0. What exceeds the range downward becomes
+// the most negative 32-bit integer where kCut is false: right for stores of 8 and 16 bits, which saturate.
 
 /// In single precision: scaling by a power of two and clamping are exact there, so the result is that of doubles.
-template <class Layout>
+template <class Layout, bool kCut>
 HWY_INLINE Ints integers_from_floats(Floats v) {
   v = hn::Mul(v, hn::Set(kFloats, static_cast<float>(Layout::full_scale)));
-  v = hn::IfThenElseZero(hn::Eq(v, v), v);
-  if constexpr (Layout::bits < 32) {
-    v = hn::Min(v, hn::Set(kFloats, static_cast<float>(Layout::full_scale - 1.0)));
-    v = hn::Max(v, hn::Set(kFloats, static_cast<float>(-Layout::full_scale)));
-  }
-  // Rounds ties to even. For 32 bits it also saturates: no float lies between 2^31 - 128 and 2^31.
-  return hn::NearestInt(v);
-}
-
-template <class Layout>
-HWY_INLINE DoubleVector scaled_and_clamped(DoubleVector v) {
-  v = hn::Mul(v, hn::Set(kDoubles, Layout::full_scale));
-  v = hn::IfThenElseZero(hn::Eq(v, v), v);
-  v = hn::Min(v, hn::Set(kDoubles, Layout::full_scale - 1.0));
-  return hn::Max(v, hn::Set(kDoubles, -Layout::full_scale));
-}
-
-template <class Layout>
-HWY_INLINE Ints integers_from_doubles(Doubles v) {
-  const auto low = scaled_and_clamped<Layout>(v.low);
-  const auto high = scaled_and_clamped<Layout>(v.high);
-  // Converts with rounding to nearest, ties to even; the values are in range.
+  // 32 bits: the instruction saturates downward by itself, and no float lies between 2^31 - 128 and 2^31.
+  if constexpr (Layout::bits == 32) return hn::NearestInt(hn::IfThenElseZero(hn::Eq(v, v), v));
+  auto cut = hn::Min(v, hn::Set(kFloats, static_cast<float>(Layout::full_scale - 1.0)));
+  if constexpr (kCut) cut = hn::Max(cut, hn::Set(kFloats, static_cast<float>(-Layout::full_scale)));
 #if HWY_TARGET == HWY_AVX2
-  const hn::Vec<HalfInt32Tag> low_ints{_mm256_cvtpd_epi32(low.raw)};
-  const hn::Vec<HalfInt32Tag> high_ints{_mm256_cvtpd_epi32(high.raw)};
+  return Ints{_mm256_cvtps_epi32(hn::IfThenElseZero(hn::Eq(v, v), cut).raw)};
 #else
-  const hn::Vec<HalfInt32Tag> low_ints{_mm512_cvtpd_epi32(low.raw)};
-  const hn::Vec<HalfInt32Tag> high_ints{_mm512_cvtpd_epi32(high.raw)};
+  return Ints{_mm512_maskz_cvtps_epi32(hn::Eq(v, v).raw, cut.raw)};
 #endif
-  return hn::Combine(kInts, high_ints, low_ints);
 }
+
+template <class Layout, bool kCut>
+HWY_INLINE hn::Vec<HalfInt32Tag> half_integers_from_doubles(DoubleVector v) {
+  v = hn::Mul(v, hn::Set(kDoubles, Layout::full_scale));
+  auto cut = hn::Min(v, hn::Set(kDoubles, Layout::full_scale - 1.0));
+  if constexpr (kCut) cut = hn::Max(cut, hn::Set(kDoubles, -Layout::full_scale));
+#if HWY_TARGET == HWY_AVX2
+  return hn::Vec<HalfInt32Tag>{_mm256_cvtpd_epi32(hn::IfThenElseZero(hn::Eq(v, v), cut).raw)};
+#else
+  return hn::Vec<HalfInt32Tag>{_mm512_maskz_cvtpd_epi32(hn::Eq(v, v).raw, cut.raw)};
+#endif
+}
+
+template <class Layout, bool kCut>
+HWY_INLINE Ints integers_from_doubles(Doubles v) {
+  return hn::Combine(kInts, half_integers_from_doubles<Layout, kCut>(v.high),
+                     half_integers_from_doubles<Layout, kCut>(v.low));
+}
+
+/// Whether values for a store must be cut to the range first.
+template <class Layout>
+inline constexpr bool kCutBeforeStore = Layout::bits == 24;
+
+/// Whether samples are 32-bit words as they stand in memory: halves of a step are then loaded and stored apart, which
+/// spares taking vectors to pieces.
+template <class Layout>
+inline constexpr bool kPlainWords = Layout::bytes == 4 && Layout::encoding == Encoding::kInteger;
 
 template <class Layout>
 HWY_INLINE Doubles load_doubles(const uint8_t* memory) {
+  constexpr size_t kHalf = kLanes / 2;
   if constexpr (Layout::bytes == 8) {
     const auto* doubles = reinterpret_cast<const double*>(memory);
-    return {hn::LoadU(kDoubles, doubles), hn::LoadU(kDoubles, doubles + kLanes / 2)};
+    return {hn::LoadU(kDoubles, doubles), hn::LoadU(kDoubles, doubles + kHalf)};
   } else if constexpr (Layout::is_float) {
-    return doubles_from_floats(hn::LoadU(kFloats, reinterpret_cast<const float*>(memory)));
+    const auto* floats = reinterpret_cast<const float*>(memory);
+    return {hn::PromoteTo(kDoubles, hn::LoadU(kHalfFloats, floats)),
+            hn::PromoteTo(kDoubles, hn::LoadU(kHalfFloats, floats + kHalf))};
+  } else if constexpr (kPlainWords<Layout>) {
+    const auto* words = reinterpret_cast<const int32_t*>(memory);
+    return normalised<Layout>(hn::LoadU(kHalfInts, words), hn::LoadU(kHalfInts, words + kHalf));
   } else {
-    return doubles_from_integers<Layout>(load_integers<Layout>(memory));
+    const Ints v = load_integers<Layout>(memory);
+    return normalised<Layout>(hn::LowerHalf(kHalfInts, v), hn::UpperHalf(kHalfInts, v));
   }
 }
 
 template <class Layout>
 HWY_INLINE void store_doubles(Doubles v, uint8_t* memory) {
+  constexpr size_t kHalf = kLanes / 2;
+  constexpr bool kCut = kCutBeforeStore<Layout>;
   if constexpr (Layout::bytes == 8) {
     auto* doubles = reinterpret_cast<double*>(memory);
     hn::StoreU(v.low, kDoubles, doubles);
-    hn::StoreU(v.high, kDoubles, doubles + kLanes / 2);
+    hn::StoreU(v.high, kDoubles, doubles + kHalf);
   } else if constexpr (Layout::is_float) {
-    hn::StoreU(floats_from_doubles(v), kFloats, reinterpret_cast<float*>(memory));
+    auto* floats = reinterpret_cast<float*>(memory);
+    hn::StoreU(hn::DemoteTo(kHalfFloats, v.low), kHalfFloats, floats);
+    hn::StoreU(hn::DemoteTo(kHalfFloats, v.high), kHalfFloats, floats + kHalf);
+  } else if constexpr (kPlainWords<Layout>) {
+    auto* words = reinterpret_cast<int32_t*>(memory);
+    hn::StoreU(half_integers_from_doubles<Layout, kCut>(v.low), kHalfInts, words);
+    hn::StoreU(half_integers_from_doubles<Layout, kCut>(v.high), kHalfInts, words + kHalf);
   } else {
-    store_integers<Layout>(integers_from_doubles<Layout>(v), memory);
+    store_integers<Layout>(integers_from_doubles<Layout, kCut>(v), memory);
   }
 }
 
