@@ -76,8 +76,8 @@ struct QVRIFFDATA {
   void* data;
 };
 
-/// Allocates data->size bytes and reads into them. Size 0: S_OK without data. E_OUTOFMEMORY. What the file does not
-/// hold is not allocated: QVERR_RIFF_READ, without data.
+/// Allocates data->size bytes and reads into them as riff_ReadData does. Size 0: S_OK without data. E_OUTOFMEMORY. What
+/// the file does not hold is not allocated: QVERR_RIFF_READ, without data.
 QV_FUNCTION HRESULT riff_ReadDataAlloc(HANDLE file, QVRIFFDATA* data);
 /// Moves forward by size rounded up to even; answers that count as an unsigned 32-bit number (0 for 0xFFFFFFFF, whose
 /// even size is 2^32; the position moves all the same).
@@ -95,6 +95,7 @@ QV_FUNCTION HRESULT riff_FindChunkHeader(HANDLE file, DWORD id, DWORD* size, DWO
 /// - 4 after a failed read. QVERR_RIFF_NOTRIFF.
 QV_FUNCTION HRESULT riff_FindChunkHeaderInRIFF(HANDLE file, DWORD id, DWORD* size, DWORD* remaining);
 /// Scans for a "LIST" of the type from the position; found: at its first sub-chunk, list size - 4 in `size` (optional).
+/// A list below 4 bytes has no type and is passed over.
 QV_FUNCTION HRESULT riff_FindListChunk(HANDLE file, DWORD listType, DWORD* size, DWORD* remaining);
 /// The same over the top level, from the file's start. QVERR_RIFF_NOTRIFF.
 QV_FUNCTION HRESULT riff_FindListChunkFromStart(HANDLE file, DWORD listType, DWORD* size);
@@ -105,8 +106,9 @@ QV_FUNCTION HRESULT riff_GetNumListEntries(HANDLE file, DWORD* count, DWORD* rem
 QV_FUNCTION HRESULT riff_SeekListEntry(HANDLE file, DWORD index, DWORD* remaining);
 
 /// Removes a top-level chunk, or with isList not 0 the "LIST" of type `id`, closes the gap and updates the RIFF size;
-/// removed (optional) is the length taken out. QVERR_RIFF_BADSIZE, with the file untouched, when the chunk claims more
-/// than the RIFF size holds.
+/// removed (optional) is the length taken out, header and pad byte included. QVERR_RIFF_BADSIZE, with the file untouched,
+/// when the chunk claims more than the RIFF size holds. A last pad byte that the RIFF size does not count is not taken
+/// from it. A chunk that the file's end cuts goes with what is there.
 QV_FUNCTION HRESULT riff_DeleteChunk(HANDLE file, DWORD id, DWORD* removed, LONG isList);
 
 // ---- ANSI strings --------------------------------------------------------------------------------------------------

@@ -5,12 +5,12 @@
 //
 // Conversions are those of printf for wide text:
 //   %[-+ #0][width][.precision][h|hh|l|ll|j|z|t|I|I32|I64]conversion
-//   d i u o x X     integers: 32 bits without a size or with h, hh, l, I32; 64 bits with ll, j, I64; pointer-wide with
-//                   z, t, I (a `long` is 32 bits here, as on Windows)
+//   d i u o x X     integers: 32 bits without a size or with l, I32 (h and hh take the low 16 and 8 of them); 64 bits
+//                   with ll, j, I64; pointer-wide with z, t, I (a `long` is 32 bits here, as on Windows)
 //   e E f F g G a A doubles, with "." as decimal separator whatever the locale
 //   s, ls           UTF-16 text;  S, hs: text in the ANSI code page (1252);  null prints "(null)"
 //   c, lc, C, hc    one character
-//   p               a pointer as 16 hexadecimal digits
+//   p               a pointer as 16 upper-case hexadecimal digits
 //   n               takes its argument and stores nothing
 //   %               a per cent sign
 // Width and precision may be "*"; both count as 512 at most. An incomplete or unknown conversion prints as it stands.
@@ -20,8 +20,9 @@
 //   $*   the decimal separator ("." where it equals the thousands separator, "," where that is ".")
 //   $,   the list separator                    $&:  the measure/beat separator (token "m.b")
 //   $&.  the beat/tick separator (token "b.t") $!: $!. $!,  the SMPTE separators for whole, non-drop and drop timecode
-//   $ before a numeric conversion ("$d", "$I64d", "$.3f"): the number with the locale's digit grouping and decimal
-//        separator; spaces that fill a width are counted after grouping
+//   $ before a numeric conversion ("$d", "$I64d", "$.3f"): the number with the locale's digit grouping and the decimal
+//        separator of "$*"; zeros that fill a width are grouped with the digits, spaces are counted after grouping;
+//        o x X a A keep their digits together
 // Any other "$" prints as it stands.
 //
 // All functions may be called from any thread; none allocates for texts of ordinary length.

@@ -21,11 +21,12 @@
 #ifndef NOMINMAX
 #define NOMINMAX
 #endif
-// clang-format off: <windows.h> comes before the headers that need it
-#include <mmreg.h>
-#include <mmsystem.h>
-#include <msacm.h>
+// <windows.h> comes before the headers that need it.
+// clang-format off
 #include <windows.h>
+#include <mmsystem.h>
+#include <mmreg.h>
+#include <msacm.h>
 // clang-format on
 #else
 #include "qv/win32_posix.h"

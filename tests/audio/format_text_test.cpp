@@ -1,5 +1,4 @@
 // Formats in words: the English texts, the translations' arguments, and buffers of every size.
-#include "audio/format_strings.h"
 #include "qv/audio.h"
 #include "tests/kernel/formatted.h"
 #include "tests/kernel/locale_fixture.h"
@@ -7,10 +6,9 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <set>
 
 namespace {
-
-using qv::audio::FormatString;
 
 class FormatText : public LocaleTest {};
 
@@ -166,7 +164,8 @@ TEST_F(FormatText, BareHeadersAreNotReadBeyondTheirEnd) {
   // PCM whose block align makes it count as compressed: described by the system, if it can.
   WAVEFORMATEXTENSIBLE odd = header(1, 44100, 12, 2);
   odd.Format.nBlockAlign = 3;
-  EXPECT_EQ(attribs(odd) == S_OK, utf8(text) != "Unknown");
+  const HRESULT result = attribs(odd);
+  EXPECT_EQ(result == S_OK, utf8(text) != "Unknown");
 }
 
 TEST_F(FormatText, UsersLanguageAndSeparators) {
@@ -200,35 +199,51 @@ TEST_F(FormatText, BuffersOfEverySize) {
   EXPECT_EQ(QvAudio_GetSampleTypeText(static_cast<QVSAMPLETYPE>(5), nullptr, 64), E_FAIL);
 }
 
-// The arguments that a text takes, in order: "$d %d %s".
-std::string arguments_of(const WCHAR* text) {
-  std::string arguments;
-  for (; *text != 0; ++text) {
-    const bool starts = *text == QV_TEXT('%') || (*text == QV_TEXT('$') && text[1] == QV_TEXT('d'));
-    if (starts) arguments += {static_cast<char>(*text), static_cast<char>(text[1]), ' '};
+template <class Each>
+void for_each_language(Each&& each) {
+  for (uint32_t language = 0; language < QVLANGUAGE_COUNT; ++language) {
+    SCOPED_TRACE(language);
+    ASSERT_EQ(QvLanguage_Set(static_cast<QVLANGUAGE>(language)), S_OK);
+    each();
   }
-  return arguments;
 }
 
-TEST_F(FormatText, TranslationsTakeTheEnglishArguments) {
-  for (uint32_t i = 0; i < static_cast<uint32_t>(FormatString::kCount); ++i) {
-    const QVSTRINGRECORD& record = qv::audio::format_string_record(static_cast<FormatString>(i));
-    for (const WCHAR* text : record.text) {
-      if (!text) continue;
-      EXPECT_EQ(arguments_of(text), arguments_of(record.text[QVLANGUAGE_ENGLISH])) << utf8(text);
-    }
+// The numbers of a text, in order; what is left of a directive counts as a fault.
+std::string numbers_of(const std::string& text) {
+  std::string numbers;
+  for (const char character : text) {
+    if (character == '%' || character == '$') return "a directive is left in: " + text;
+    if (character >= '0' && character <= '9')
+      numbers += character;
+    else if (!numbers.empty() && numbers.back() != ' ')
+      numbers += ' ';
   }
+  return numbers;
+}
+
+TEST_F(FormatText, EveryTranslationPutsItsArgumentsInPlace) {
+  QVUSERLOCALE plain = kEnglish;
+  plain.thousand[0] = 0;
+  QvText_SetUserLocale(&plain);
+  for_each_language([] {
+    for (const WORD tag : {WORD{1}, WORD{3}}) {
+      const WAVEFORMATEXTENSIBLE wfx = header(tag, 44100, 32, 7);
+      const std::string text =
+          text_of([&](WCHAR* dst, int chars) { QvAudio_GetAttribsText(&wfx.Format, dst, chars); }) + ".";
+      EXPECT_EQ(numbers_of(text), "44100 32 7 ") << text;
+    }
+    for (const QVSAMPLETYPE type : {QVSAMPLE_PCM24, QVSAMPLE_PCM24IN32, QVSAMPLE_BE24, QVSAMPLE_RA24}) {
+      const std::string text = text_of([&](WCHAR* dst, int chars) { QvAudio_GetSampleTypeText(type, dst, chars); });
+      EXPECT_EQ(numbers_of(text + "."), "24 ") << text;
+    }
+  });
 }
 
 TEST_F(FormatText, EveryLanguageSaysUnknownInItsOwnWord) {
-  const QVSTRINGRECORD& record = qv::audio::format_string_record(FormatString::kUnknown);
-  for (const WCHAR* text : record.text) {
-    ASSERT_NE(text, nullptr);
-    EXPECT_EQ(std::count_if(std::begin(record.text), std::end(record.text),
-                            [&](const WCHAR* other) { return qv::WString(other) == text; }),
-              1)
-        << utf8(text);
-  }
+  std::set<std::string> words;
+  for_each_language(
+      [&] { words.insert(text_of([](WCHAR* dst, int chars) { QvAudio_GetTagText(0xFFFF, dst, chars); })); });
+  EXPECT_EQ(words.size(), size_t{QVLANGUAGE_COUNT});
 }
 
 } // namespace

@@ -1,0 +1,38 @@
+// Writes one text from a format and its arguments: "%" conversions and "$" directives.
+#pragma once
+
+#include "kernel/printf_arguments.h"
+#include "kernel/printf_conversion.h"
+#include "kernel/printf_number.h"
+#include "kernel/printf_sink.h"
+#include "kernel/separator_token.h"
+#include "qv/text.h"
+
+namespace qv::kernel {
+
+class TextFormatter {
+public:
+  TextFormatter(Sink& sink, Arguments& arguments) : sink_(sink), arguments_(arguments) {}
+
+  /// Stops where the sink is full.
+  void write(const WCHAR* format);
+
+private:
+  // Each takes the format at its "%" or "$" and answers where the text goes on.
+  const WCHAR* write_conversion(const WCHAR* format);
+  const WCHAR* write_directive(const WCHAR* format);
+  const WCHAR* write_token(const WCHAR* format);
+  const WCHAR* write_localized(const WCHAR* format);
+
+  void write_pointer(Conversion conversion);
+  void take_fields(Conversion& conversion);
+  void take_number(const Conversion& conversion, NumberText& number);
+  const QVUSERLOCALE& locale();
+
+  Sink& sink_;
+  Arguments& arguments_;
+  bool has_locale_ = false;
+  QVUSERLOCALE locale_; // fetched when a directive first needs it
+};
+
+} // namespace qv::kernel
