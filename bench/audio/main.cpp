@@ -1,0 +1,10 @@
+// Kernels against the scalar build, memory copies, and what else a user would pick.
+#include "bench/audio/groups.h"
+#include "bench/ratios.h"
+
+int main(int argc, char** argv) {
+  bench::add_copy_matrix();
+  bench::add_mixes();
+  bench::add_peers();
+  return bench::run_all(argc, argv);
+}
