@@ -11,7 +11,6 @@ constexpr DWORD kBlockBytes = 4096;
 struct Span {
   LONGLONG start = 0;
   ULONGLONG length = 0;
-  ULONGLONG counted = 0; ///< how much of it the RIFF size counts: some writers leave the last pad byte out
 };
 
 HRESULT find_span(HANDLE file, DWORD id, bool is_list, Span& span) {
@@ -20,12 +19,19 @@ HRESULT find_span(HANDLE file, DWORD id, bool is_list, Span& span) {
   if (FAILED(result)) return result;
   const DWORD header = is_list ? 12 : 8;
   const DWORD data = is_list ? found.size - 4 : found.size;
-  if (data > found.remaining) return QVERR_RIFF_BADSIZE;
   if (!tell(file, span.start)) return QVERR_RIFF_READ;
   span.start -= header;
   span.length = padded(data) + header;
-  span.counted = (padded(data) < found.remaining ? padded(data) : ULONGLONG{found.remaining}) + header;
   return S_OK;
+}
+
+/// Whether the RIFF size can be made smaller by the span. Asked before anything moves.
+HRESULT check_size_update(HANDLE file, const Span& span) {
+  DWORD size = 0;
+  if (!seek(file, 0)) return QVERR_RIFF_READ;
+  const HRESULT result = read_riff_size(file, size);
+  if (FAILED(result)) return result;
+  return span.length > size ? QVERR_RIFF_BADSIZE : S_OK;
 }
 
 /// Moves what follows the span onto its start, and ends the file there.
@@ -48,8 +54,9 @@ HRESULT close_gap(HANDLE file, const Span& span) {
 HRESULT riff_DeleteChunk(HANDLE file, DWORD id, DWORD* removed, LONG isList) {
   Span span;
   HRESULT result = find_span(file, id, isList != 0, span);
+  if (SUCCEEDED(result)) result = check_size_update(file, span);
   if (SUCCEEDED(result)) result = close_gap(file, span);
   if (FAILED(result)) return result;
   if (removed != nullptr) *removed = static_cast<DWORD>(span.length);
-  return riff_UpdateRIFFSize(file, -static_cast<LONGLONG>(span.counted));
+  return riff_UpdateRIFFSize(file, -static_cast<LONGLONG>(span.length));
 }

@@ -106,9 +106,9 @@ QV_FUNCTION HRESULT riff_GetNumListEntries(HANDLE file, DWORD* count, DWORD* rem
 QV_FUNCTION HRESULT riff_SeekListEntry(HANDLE file, DWORD index, DWORD* remaining);
 
 /// Removes a top-level chunk, or with isList not 0 the "LIST" of type `id`, closes the gap and updates the RIFF size;
-/// removed (optional) is the length taken out, header and pad byte included. QVERR_RIFF_BADSIZE, with the file untouched,
-/// when the chunk claims more than the RIFF size holds. A last pad byte that the RIFF size does not count is not taken
-/// from it. A chunk that the file's end cuts goes with what is there.
+/// removed (optional) is the length taken out, header and pad byte included, which the RIFF size loses too.
+/// QVERR_RIFF_BADSIZE, with the file untouched, when the RIFF size is smaller than that length. A chunk that the file's
+/// end cuts goes with what is there.
 QV_FUNCTION HRESULT riff_DeleteChunk(HANDLE file, DWORD id, DWORD* removed, LONG isList);
 
 // ---- ANSI strings --------------------------------------------------------------------------------------------------
