@@ -110,37 +110,41 @@ using namespace qv::platform;
 
 HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD share, SECURITY_ATTRIBUTES*, DWORD disposition, DWORD flags,
                    HANDLE) {
-  if (path == nullptr || disposition < CREATE_NEW || disposition > TRUNCATE_EXISTING) {
-    return open_failed(ERROR_INVALID_PARAMETER);
-  }
-  const std::string name = path_bytes(path);
-  const bool existed = path_exists(name);
-  const int descriptor = open(name.c_str(), open_flags(access, disposition), 0666);
-  if (descriptor < 0) return open_failed(error_from_errno(errno));
-  struct stat status {};
-  const DWORD refused = fstat(descriptor, &status) == 0 ? refuse_kind(status) : error_from_errno(errno);
-  if (refused != ERROR_SUCCESS) {
-    close(descriptor);
-    return open_failed(refused);
-  }
-  if (flags & FILE_FLAG_SEQUENTIAL_SCAN) posix_fadvise(descriptor, 0, 0, POSIX_FADV_SEQUENTIAL);
-  const bool reads_ahead = (access & GENERIC_WRITE) == 0 && (share & FILE_SHARE_WRITE) == 0;
-  auto* file = new File(descriptor, access, reads_ahead);
-  const bool tells_existing = disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS;
-  SetLastError(tells_existing && existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
-  return file->handle();
+  return or_out_of_memory(INVALID_HANDLE_VALUE, [&] {
+    if (path == nullptr || disposition < CREATE_NEW || disposition > TRUNCATE_EXISTING) {
+      return open_failed(ERROR_INVALID_PARAMETER);
+    }
+    const std::string name = path_bytes(path);
+    const bool existed = path_exists(name);
+    const int descriptor = open(name.c_str(), open_flags(access, disposition), 0666);
+    if (descriptor < 0) return open_failed(error_from_errno(errno));
+    struct stat status {};
+    const DWORD refused = fstat(descriptor, &status) == 0 ? refuse_kind(status) : error_from_errno(errno);
+    if (refused != ERROR_SUCCESS) {
+      close(descriptor);
+      return open_failed(refused);
+    }
+    if (flags & FILE_FLAG_SEQUENTIAL_SCAN) posix_fadvise(descriptor, 0, 0, POSIX_FADV_SEQUENTIAL);
+    const bool reads_ahead = (access & GENERIC_WRITE) == 0 && (share & FILE_SHARE_WRITE) == 0;
+    auto* file = new File(descriptor, access, reads_ahead);
+    const bool tells_existing = disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS;
+    SetLastError(tells_existing && existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
+    return file->handle();
+  });
 }
 
 BOOL ReadFile(HANDLE handle, void* buffer, DWORD bytes, DWORD* bytesRead, OVERLAPPED*) {
-  if (bytesRead != nullptr) *bytesRead = 0;
-  auto* file = object_of<File>(handle);
-  if (file == nullptr) return FALSE;
-  if (!file->readable()) return fail_with(ERROR_ACCESS_DENIED);
-  if (io_fails()) return fail_with(ERROR_IO_DEVICE);
-  const ssize_t got = file->read(buffer, bytes);
-  if (got < 0) return fail_with_errno();
-  if (bytesRead != nullptr) *bytesRead = static_cast<DWORD>(got);
-  return TRUE;
+  return or_out_of_memory(BOOL{FALSE}, [&] {
+    if (bytesRead != nullptr) *bytesRead = 0;
+    auto* file = object_of<File>(handle);
+    if (file == nullptr) return FALSE;
+    if (!file->readable()) return fail_with(ERROR_ACCESS_DENIED);
+    if (io_fails()) return fail_with(ERROR_IO_DEVICE);
+    const ssize_t got = file->read(buffer, bytes);
+    if (got < 0) return fail_with_errno();
+    if (bytesRead != nullptr) *bytesRead = static_cast<DWORD>(got);
+    return TRUE;
+  });
 }
 
 BOOL WriteFile(HANDLE handle, const void* buffer, DWORD bytes, DWORD* bytesWritten, OVERLAPPED*) {

@@ -3,7 +3,8 @@
 
 #include <atomic>
 #include <chrono>
-#include <system_error>
+#include <exception>
+#include <new>
 #include <thread>
 
 namespace qv::platform {
@@ -47,7 +48,11 @@ HANDLE CreateThread(SECURITY_ATTRIBUTES*, SIZE_T stackBytes, LPTHREAD_START_ROUT
     SetLastError(ERROR_INVALID_PARAMETER);
     return nullptr;
   }
-  auto* thread = new Thread;
+  auto* thread = new (std::nothrow) Thread;
+  if (thread == nullptr) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return nullptr;
+  }
   const DWORD id = qv::platform::draw_thread_id();
   try {
     thread->retain(); // the running thread's own reference
@@ -56,7 +61,7 @@ HANDLE CreateThread(SECURITY_ATTRIBUTES*, SIZE_T stackBytes, LPTHREAD_START_ROUT
       thread->run(start, argument);
       thread->release();
     }).detach();
-  } catch (const std::system_error&) {
+  } catch (const std::exception&) {
     thread->release();
     thread->release();
     SetLastError(ERROR_NOT_ENOUGH_MEMORY);

@@ -72,14 +72,17 @@ using qv::platform::Event;
 using qv::platform::fail_with;
 using qv::platform::KernelObject;
 using qv::platform::object_of;
+using qv::platform::or_out_of_memory;
 using qv::platform::Waitable;
 
 HANDLE CreateEventW(SECURITY_ATTRIBUTES*, BOOL manualReset, BOOL initialState, const WCHAR* name) {
-  if (name != nullptr) {
-    SetLastError(ERROR_NOT_SUPPORTED);
-    return nullptr;
-  }
-  return (new Event(manualReset != 0, initialState != 0))->handle();
+  return or_out_of_memory(HANDLE{nullptr}, [&]() -> HANDLE {
+    if (name != nullptr) {
+      SetLastError(ERROR_NOT_SUPPORTED);
+      return nullptr;
+    }
+    return (new Event(manualReset != 0, initialState != 0))->handle();
+  });
 }
 
 BOOL SetEvent(HANDLE event) {
@@ -101,28 +104,30 @@ DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds) {
 }
 
 DWORD WaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL waitAll, DWORD milliseconds) {
-  if (count == 0 || count > MAXIMUM_WAIT_OBJECTS || objects == nullptr) {
-    SetLastError(ERROR_INVALID_PARAMETER);
-    return WAIT_FAILED;
-  }
-  std::vector<Waitable*> waited;
-  waited.reserve(count);
-  for (DWORD i = 0; i < count; ++i) {
-    auto* object = object_of<Waitable>(objects[i]);
-    if (object == nullptr) return WAIT_FAILED;
-    if (std::find(waited.begin(), waited.end(), object) != waited.end()) {
+  return or_out_of_memory(DWORD{WAIT_FAILED}, [&] {
+    if (count == 0 || count > MAXIMUM_WAIT_OBJECTS || objects == nullptr) {
       SetLastError(ERROR_INVALID_PARAMETER);
       return WAIT_FAILED;
     }
-    waited.push_back(object);
-  }
-  // An object closed by another thread lives until the wait is over.
-  for (Waitable* object : waited)
-    object->retain();
-  const DWORD answer = qv::platform::wait_for(waited, waitAll != 0, milliseconds);
-  for (Waitable* object : waited)
-    object->release();
-  return answer;
+    std::vector<Waitable*> waited;
+    waited.reserve(count);
+    for (DWORD i = 0; i < count; ++i) {
+      auto* object = object_of<Waitable>(objects[i]);
+      if (object == nullptr) return WAIT_FAILED;
+      if (std::find(waited.begin(), waited.end(), object) != waited.end()) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return WAIT_FAILED;
+      }
+      waited.push_back(object);
+    }
+    // An object closed by another thread lives until the wait is over.
+    for (Waitable* object : waited)
+      object->retain();
+    const DWORD answer = qv::platform::wait_for(waited, waitAll != 0, milliseconds);
+    for (Waitable* object : waited)
+      object->release();
+    return answer;
+  });
 }
 
 BOOL CloseHandle(HANDLE handle) {
