@@ -1,0 +1,156 @@
+// Where the program writes: whole or not at all, and never over its input.
+#include "tests/cli/process.h"
+#include "tests/cli/scratch_folder.h"
+#include "tests/cli/wave_bytes.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+using namespace cli_test;
+namespace fs = std::filesystem;
+
+namespace {
+
+const Bytes kGood = wave({}, shorts({1, 2, 3, 4}));
+
+void expect_refused(const Outcome& outcome, const std::string& file, const std::string& reason) {
+  EXPECT_EQ(outcome.exit_code, 1);
+  EXPECT_EQ(std::count(outcome.error.begin(), outcome.error.end(), '\n'), 1) << outcome.error;
+  EXPECT_EQ(outcome.error.rfind("qv: " + file + ": ", 0), 0u) << outcome.error;
+  EXPECT_NE(outcome.error.find(reason), std::string::npos) << outcome.error;
+}
+
+TEST(Output, TheInputIsNeverTheOutput) {
+  const ScratchFolder folder;
+  const std::string in = folder.put("in.wav", kGood);
+  fs::create_hard_link(in, folder.file("hard.wav"));
+  fs::create_symlink("in.wav", folder.file("soft.wav"));
+  for (const char* name : {"in.wav", "hard.wav", "soft.wav", "./in.wav"}) {
+    SCOPED_TRACE(name);
+    expect_refused(run_qv({"convert", in, folder.file(name)}), folder.file(name), "is the input file itself");
+    EXPECT_EQ(read_file(in), kGood);
+  }
+  EXPECT_EQ(folder.names().size(), 3u);
+}
+
+TEST(Output, PlacesThatCannotBeWritten) {
+  const ScratchFolder folder;
+  const std::string in = folder.put("in.wav", kGood);
+  fs::create_directory(folder.file("sub"));
+  const std::string locked = folder.put("locked.wav", "keep");
+  fs::permissions(locked, fs::perms::owner_read);
+  const struct {
+    std::string name;
+    const char* reason;
+  } cases[] = {{folder.file("sub"), "is a folder"},
+               {folder.file("sub") + "/", "names a folder"},
+               {folder.file("none/out.wav"), "no such folder"},
+               {folder.file("in.wav/out.wav"), ""},
+               {"/dev/null", "not a regular file"},
+               {"/dev/full", "not a regular file"},
+               {"/proc/out.wav", ""},
+               {locked, "write-protected"}};
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.name);
+    expect_refused(run_qv({"convert", in, row.name}), row.name, row.reason);
+  }
+  EXPECT_EQ(read_file(locked), "keep");
+  EXPECT_EQ(folder.names(), (std::vector<std::string>{"in.wav", "locked.wav", "sub"}));
+}
+
+TEST(Output, ReplacesAFileWithItsPermissionsAndThroughALink) {
+  const ScratchFolder folder;
+  const std::string in = folder.put("in.wav", kGood);
+  const std::string out = folder.put("out.wav", "old");
+  fs::permissions(out, fs::perms::owner_read | fs::perms::owner_write);
+  fs::create_symlink("out.wav", folder.file("link.wav"));
+  EXPECT_EQ(run_qv({"convert", in, folder.file("link.wav")}).exit_code, 0);
+  EXPECT_EQ(read_file(out), kGood);
+  EXPECT_TRUE(fs::is_symlink(folder.file("link.wav")));
+  EXPECT_EQ(fs::status(out).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+}
+
+TEST(Output, AFullDiskLeavesTheOldFile) {
+  const ScratchFolder folder;
+  const std::string in = folder.put("in.wav", wave({}, Bytes(400000, 'x')));
+  const std::string out = folder.put("out.wav", "old");
+  // A limit on the size of files stands for the end of the disk.
+  const Outcome outcome = run({"sh", "-c", "ulimit -f 200; exec \"$0\" convert \"$1\" \"$2\"", QV_PROGRAM, in, out});
+  expect_refused(outcome, out, "cannot be written");
+  EXPECT_EQ(read_file(out), "old");
+  EXPECT_EQ(folder.names(), (std::vector<std::string>{"in.wav", "out.wav"}));
+}
+
+TEST(Output, ATooLongFileIsRefusedBeforeItIsStarted) {
+  const ScratchFolder folder;
+  // A sparse file: 600 million 8-bit frames, which would be 4.8 GB as doubles.
+  const std::string in =
+      folder.put("in.wav", header("RIFF", 600000036) + "WAVE" + chunk("fmt ", format_bytes({1, 1, 8000, 8})) +
+                               header("data", 600000000));
+  fs::resize_file(in, 600000044);
+  const std::string out = folder.file("out.wav");
+  expect_refused(run_qv({"convert", in, out, "--type", "float64"}), out, "4 GiB");
+  EXPECT_EQ(folder.names(), std::vector<std::string>{"in.wav"});
+}
+
+/// A conversion that is held in the middle: stopped as soon as its temporary file has been seen.
+class HeldConversion {
+public:
+  HeldConversion() {
+    // Sparse, so that it costs no disk; long enough that it cannot be done before it is stopped.
+    const uint32_t bytes = 1000000000;
+    in = folder.put("in.wav", header("RIFF", bytes + 36) + "WAVE" + chunk("fmt ", format_bytes({1, 1, 8000, 8})) +
+                                  header("data", bytes));
+    fs::resize_file(in, bytes + 44);
+    out = folder.put("out.wav", "old");
+    process = std::make_unique<Process>(std::vector<std::string>{QV_PROGRAM, "convert", in, out, "--type", "float32"});
+    while (folder.names().size() < 3)
+      std::this_thread::yield();
+    kill(process->id(), SIGSTOP);
+  }
+
+  Outcome end_by(int signal) {
+    kill(process->id(), signal);
+    kill(process->id(), SIGCONT);
+    return process->wait();
+  }
+
+  ScratchFolder folder;
+  std::string in;
+  std::string out;
+  std::unique_ptr<Process> process;
+};
+
+TEST(Output, AnInterruptedConversionCleansUp) {
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+    SCOPED_TRACE(signal);
+    HeldConversion held;
+    const Outcome outcome = held.end_by(signal);
+    EXPECT_EQ(outcome.signal, signal);
+    EXPECT_EQ(read_file(held.out), "old");
+    EXPECT_EQ(held.folder.names(), (std::vector<std::string>{"in.wav", "out.wav"}));
+  }
+}
+
+TEST(Output, AKilledConversionLeavesTheOldFile) {
+  HeldConversion held;
+  const Outcome outcome = held.end_by(SIGKILL);
+  EXPECT_EQ(outcome.signal, SIGKILL);
+  EXPECT_EQ(read_file(held.out), "old");
+  EXPECT_EQ(fs::file_size(held.in), 1000000044u);
+}
+
+TEST(Output, AClosedStandardOutputIsAnError) {
+  const ScratchFolder folder;
+  const std::string in = folder.put("in.wav", kGood);
+  const Outcome outcome = run({"sh", "-c", "exec \"$0\" info \"$1\" > /dev/full", QV_PROGRAM, in});
+  expect_refused(outcome, "standard output", "cannot be written");
+}
+
+} // namespace

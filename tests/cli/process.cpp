@@ -1,0 +1,74 @@
+#include "tests/cli/process.h"
+
+#include "tests/cli/scratch_folder.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <filesystem>
+#include <spawn.h>
+#include <stdexcept>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char** environ;
+
+namespace cli_test {
+
+namespace {
+
+std::string capture_file() {
+  std::string path = (std::filesystem::temp_directory_path() / "qv-cli-XXXXXX").string();
+  const int descriptor = mkstemp(path.data());
+  if (descriptor < 0) throw std::runtime_error("no file for a program's output");
+  close(descriptor);
+  return path;
+}
+
+std::string take(const std::string& path) {
+  std::string text = read_file(path);
+  std::filesystem::remove(path);
+  return text;
+}
+
+} // namespace
+
+Process::Process(const std::vector<std::string>& command) : out_path_(capture_file()), error_path_(capture_file()) {
+  std::vector<char*> words;
+  for (const std::string& word : command)
+    words.push_back(const_cast<char*>(word.c_str()));
+  words.push_back(nullptr);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+  posix_spawn_file_actions_addopen(&actions, 1, out_path_.c_str(), O_WRONLY | O_TRUNC, 0600);
+  posix_spawn_file_actions_addopen(&actions, 2, error_path_.c_str(), O_WRONLY | O_TRUNC, 0600);
+  const int failed = posix_spawnp(&id_, words[0], &actions, nullptr, words.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  if (failed != 0) throw std::runtime_error("could not start " + command[0]);
+}
+
+Process::~Process() {
+  if (id_ > 0) wait();
+}
+
+Outcome Process::wait() {
+  int status = 0;
+  while (waitpid(id_, &status, 0) < 0 && errno == EINTR) {
+  }
+  id_ = -1;
+  Outcome outcome;
+  if (WIFEXITED(status)) outcome.exit_code = WEXITSTATUS(status);
+  if (WIFSIGNALED(status)) outcome.signal = WTERMSIG(status);
+  outcome.out = take(out_path_);
+  outcome.error = take(error_path_);
+  return outcome;
+}
+
+Outcome run(const std::vector<std::string>& command) { return Process(command).wait(); }
+
+Outcome run_qv(std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), QV_PROGRAM);
+  return run(arguments);
+}
+
+} // namespace cli_test

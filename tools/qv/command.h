@@ -1,0 +1,18 @@
+// The subcommands: each adds itself to the command line and, when it is chosen, says what is to be run.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+
+namespace qv::tool {
+
+/// The chosen work; answers an exit code and may throw Failure.
+using Work = std::function<int()>;
+
+void add_info(CLI::App& app, Work& chosen);
+void add_convert(CLI::App& app, Work& chosen);
+void add_stats(CLI::App& app, Work& chosen);
+void add_cpu(CLI::App& app, Work& chosen);
+
+} // namespace qv::tool

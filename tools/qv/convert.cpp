@@ -1,0 +1,128 @@
+// qv convert: another sample type, level or arrangement of channels.
+#include "tools/qv/block_size.h"
+#include "tools/qv/command.h"
+#include "tools/qv/failure.h"
+#include "tools/qv/interruption.h"
+#include "tools/qv/progress.h"
+#include "tools/qv/sample_conversion.h"
+#include "tools/qv/wave_input.h"
+#include "tools/qv/wave_output.h"
+
+#include <cmath>
+#include <memory>
+
+namespace qv::tool {
+
+namespace {
+
+struct TypeName {
+  const char* name;
+  QVSAMPLETYPE type;
+};
+
+/// The sample types that a wave file is written in.
+constexpr TypeName kTypeNames[] = {{"pcm8", QVSAMPLE_PCM8},       {"pcm16", QVSAMPLE_PCM16},
+                                   {"pcm24", QVSAMPLE_PCM24},     {"pcm32", QVSAMPLE_PCM32},
+                                   {"float32", QVSAMPLE_FLOAT32}, {"float64", QVSAMPLE_FLOAT64}};
+constexpr double kMostDecibels = 200.0;
+
+struct Options {
+  std::string in;
+  std::string out;
+  std::string type;
+  double gain_db = 0.0;
+  std::string channels;
+  bool mono = false;
+};
+
+QVSAMPLETYPE output_type(const std::string& name, QVSAMPLETYPE source) {
+  for (const TypeName& row : kTypeNames) {
+    if (name.empty() ? row.type == source : row.name == name) return row.type;
+  }
+  // Layouts that a wave file does not usually have: the nearest that it does.
+  switch (QvAudio_BitsFromSampleType(source)) {
+  case 8: return QVSAMPLE_PCM8;
+  case 16: return QVSAMPLE_PCM16;
+  case 24: return QVSAMPLE_PCM24;
+  default: return source == QVSAMPLE_PCM24IN32 ? QVSAMPLE_PCM24 : QVSAMPLE_PCM32;
+  }
+}
+
+ChannelPlan make_plan(const Options& options) {
+  ChannelPlan plan;
+  if (options.mono) plan.kind = ChannelPlan::Kind::kMono;
+  if (!options.channels.empty()) plan = *parse_channel_plan(options.channels);
+  return plan;
+}
+
+_qvwaveformat output_format(const WaveInput& input, QVSAMPLETYPE type, const ChannelPlan& plan) {
+  const _qvwaveformat& source = input.format();
+  const DWORD channels = plan.channels(source.channels);
+  if (channels * QvAudio_BytesFromSampleType(type) > 0xFFFF) {
+    throw Failure(input.name(), std::to_string(channels) + " channels of this sample type do not fit a wave file");
+  }
+  _qvwaveformat format;
+  format.Init(source.samplesPerSec, type, static_cast<WORD>(channels),
+              channels == source.channels ? source.channelMask : 0, sizeof format);
+  return format;
+}
+
+int convert(const Options& options) {
+  WaveInput input(options.in);
+  input.require_samples();
+  const ChannelPlan plan = make_plan(options);
+  if (const auto objection = plan.objection(input.format().channels)) throw Failure(input.name(), *objection);
+  const QVSAMPLETYPE type = output_type(options.type, input.format().sampleType);
+  const _qvwaveformat format = output_format(input, type, plan);
+  const DWORD block_frames = frames_per_block(std::max(input.format().channels, format.channels));
+  const float gain = static_cast<float>(std::pow(10.0, options.gain_db / 20.0));
+  SampleConversion conversion(input.format(), type, plan, gain, block_frames);
+
+  watch_interruption();
+  WaveOutput output(options.out, options.in, format, input.frames());
+  Progress progress("converting", input.frames());
+  for_each_block(input.frames(), block_frames, [&](DWORD frames) {
+    check_interruption();
+    input.read_frames(conversion.input(), frames);
+    output.write_frames(conversion.run(frames), frames);
+    progress.advance(frames);
+  });
+  check_interruption();
+  output.commit();
+  return kSuccess;
+}
+
+std::string check_gain(const std::string& text) {
+  double gain_db = 0.0;
+  // Written so that a NaN is refused too.
+  const bool fits = CLI::detail::lexical_cast(text, gain_db) && std::fabs(gain_db) <= kMostDecibels;
+  return fits ? "" : "\"" + text + "\" is not a number of dB from -200 to 200";
+}
+
+std::string check_channels(const std::string& text) {
+  return parse_channel_plan(text) ? "" : "\"" + text + "\" is neither a number of channels nor a list like 2,1";
+}
+
+} // namespace
+
+void add_convert(CLI::App& app, Work& chosen) {
+  auto options = std::make_shared<Options>();
+  CLI::App* command = app.add_subcommand("convert", "Write a wave file with another sample type, level or channels");
+  command->add_option("IN", options->in, "Wave file to read")->required();
+  command->add_option("OUT", options->out, "Wave file to write; it appears whole or not at all")->required();
+  std::vector<std::string> types;
+  for (const TypeName& row : kTypeNames)
+    types.emplace_back(row.name);
+  command->add_option("--type", options->type, "Sample type: pcm8, pcm16, pcm24, pcm32, float32 or float64")
+      ->check(CLI::IsMember(types));
+  command->add_option("--gain-db", options->gain_db, "Change of level in dB, from -200 to 200")
+      ->check(CLI::Validator(check_gain, "G"));
+  CLI::Option* channels =
+      command->add_option("--channels", options->channels,
+                          "A number of channels, or for each channel the source channel (from 1; 0 is silence): 2,1");
+  channels->check(CLI::Validator(check_channels, "N|A,B,..."));
+  command->add_flag("--mono", options->mono, "Average all channels to one")->excludes(channels);
+  command->callback([options, &chosen] { chosen = [options] { return convert(*options); }; });
+}
+
+} // namespace qv::tool

@@ -1,0 +1,28 @@
+// How the program reports: one line on standard error that names the file and the reason.
+#pragma once
+
+#include "qv/result.h"
+
+#include <stdexcept>
+#include <string>
+
+namespace qv::tool {
+
+/// The work on a file failed. Caught where the work was asked for, and printed there.
+class Failure : public std::runtime_error {
+public:
+  Failure(const std::string& file, const std::string& reason) : std::runtime_error(file + ": " + reason) {}
+};
+
+/// Exit codes of the program.
+enum ExitCode : int { kSuccess = 0, kWorkFailed = 1, kWrongUsage = 2 };
+
+/// Prints "qv: LINE".
+void print_error(const std::string& line);
+/// Prints "qv: FILE: warning: TEXT".
+void print_warning(const std::string& file, const std::string& text);
+
+/// What a system error means to a user.
+std::string system_error_text(DWORD error);
+
+} // namespace qv::tool

@@ -1,0 +1,63 @@
+// qv: the library's families at work on files.
+#include "tools/qv/command.h"
+#include "tools/qv/failure.h"
+#include "tools/qv/interruption.h"
+#include "tools/qv/program_arguments.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iostream>
+
+namespace qv::tool {
+
+namespace {
+
+int run(const Work& work) {
+  try {
+    const int exit_code = work();
+    std::cout.flush();
+    if (std::cout && std::fflush(stdout) == 0) return exit_code;
+    print_error("standard output: cannot be written");
+  } catch (const Interrupted& interrupted) {
+    die_of(interrupted);
+  } catch (const std::bad_alloc&) {
+    print_error("out of memory");
+  } catch (const std::exception& failure) {
+    print_error(failure.what());
+  }
+  return kWorkFailed;
+}
+
+int wrong_usage(const CLI::ParseError& error) {
+  std::string reason = error.what();
+  std::replace(reason.begin(), reason.end(), '\n', ' ');
+  print_error(reason + " (qv --help says more)");
+  return kWrongUsage;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+  CLI::App app("Reads, converts and measures audio files.", "qv");
+  app.require_subcommand(0, 1);
+  app.set_version_flag("--version", QV_PROGRAM_VERSION);
+  Work chosen;
+  add_info(app, chosen);
+  add_convert(app, chosen);
+  add_stats(app, chosen);
+  add_cpu(app, chosen);
+  try {
+    std::vector<std::string> arguments = program_arguments(argc, argv);
+    std::reverse(arguments.begin(), arguments.end()); // the parser takes them from the back
+    app.parse(arguments);
+    // Only now, so that a word that is no subcommand is reported by its name.
+    if (!chosen) throw CLI::RequiredError::Subcommand(1);
+  } catch (const CLI::ParseError& error) {
+    return error.get_exit_code() == 0 ? app.exit(error) : wrong_usage(error);
+  }
+  return run(chosen);
+}
+
+} // namespace qv::tool
+
+int main(int argc, char** argv) { return qv::tool::main(argc, argv); }

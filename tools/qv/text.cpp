@@ -1,0 +1,46 @@
+#include "tools/qv/text.h"
+
+#include "tools/qv/failure.h"
+
+namespace qv::tool {
+
+std::string utf8(const WString& text) {
+  const int count = static_cast<int>(text.size());
+  const int bytes = WideCharToMultiByte(CP_UTF8, 0, text.data(), count, nullptr, 0, nullptr, nullptr);
+  std::string converted(static_cast<size_t>(bytes), '\0');
+  WideCharToMultiByte(CP_UTF8, 0, text.data(), count, converted.data(), bytes, nullptr, nullptr);
+  return converted;
+}
+
+std::filesystem::path path_from(const std::string& name) {
+  const int bytes = static_cast<int>(name.size());
+  const int count = MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, name.data(), bytes, nullptr, 0);
+  if (name.empty()) throw Failure("\"\"", "the file name is empty");
+  if (count == 0) throw Failure(name, "the file name is not UTF-8 text");
+  WString converted(static_cast<size_t>(count), WCHAR{0});
+  MultiByteToWideChar(CP_UTF8, 0, name.data(), bytes, converted.data(), count);
+  return converted;
+}
+
+WString wide(const std::filesystem::path& path) { return path.string<WCHAR>(); }
+
+std::string code_text(DWORD code) {
+  std::string text;
+  for (int k = 0; k < 4; ++k, code >>= 8) {
+    const unsigned byte = code & 0xFF;
+    if (byte >= 0x80) text += static_cast<char>(0xC0 | byte >> 6);
+    text += static_cast<char>(byte >= 0x80 ? 0x80 | (byte & 0x3F) : byte);
+  }
+  return text;
+}
+
+std::string printable_code(DWORD code) {
+  for (int shift = 0; shift < 32; shift += 8) {
+    const DWORD byte = code >> shift & 0xFF;
+    if (byte >= 0x20 && (byte < 0x7F || byte >= 0xA0)) continue;
+    code = (code & ~(DWORD{0xFF} << shift)) | DWORD{'.'} << shift;
+  }
+  return code_text(code);
+}
+
+} // namespace qv::tool

@@ -1,0 +1,22 @@
+// Text between the program's UTF-8 and the library's UTF-16.
+#pragma once
+
+#include "qv/win32.h"
+
+#include <filesystem>
+#include <string>
+
+namespace qv::tool {
+
+std::string utf8(const WString& text);
+
+/// A file name from the command line. Throws Failure for one that is empty or not UTF-8.
+std::filesystem::path path_from(const std::string& name);
+WString wide(const std::filesystem::path& path);
+
+/// A four-character code as Latin-1 text.
+std::string code_text(DWORD code);
+/// The same for a terminal: control characters as '.'.
+std::string printable_code(DWORD code);
+
+} // namespace qv::tool

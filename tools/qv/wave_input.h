@@ -1,0 +1,65 @@
+// A wave file that is read: its chunks, its format, and its samples in order.
+#pragma once
+
+#include "qv/audio.h"
+#include "tools/qv/open_file.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace qv::tool {
+
+struct ChunkEntry {
+  DWORD id;
+  DWORD list_type; ///< of a "LIST" chunk, otherwise 0
+  uint64_t offset; ///< of the chunk's header in the file
+  DWORD size;      ///< as the header says
+};
+
+class WaveInput {
+public:
+  /// Opens the file and reads all its headers. Throws Failure. Prints a warning for a data chunk that claims more than
+  /// the file holds.
+  explicit WaveInput(const std::string& name);
+
+  const std::string& name() const { return name_; }
+  const _qvwaveformat& format() const { return format_.format; }
+  /// The "fmt " chunk, with at least the 40 bytes of an extensible header in memory.
+  const WAVEFORMATEX* header() const { return reinterpret_cast<const WAVEFORMATEX*>(header_.data()); }
+  const std::vector<ChunkEntry>& chunks() const { return chunks_; }
+  /// Whole frames that the file holds. For a compressed format as its "fact" chunk says, or 0.
+  uint64_t frames() const;
+  /// In units of 100 ns, rounded down.
+  uint64_t duration() const;
+
+  /// Throws Failure for a format whose samples the library does not read.
+  void require_samples() const;
+  /// Reads the next frames. Throws Failure when they are not there.
+  void read_frames(void* buffer, DWORD frames);
+
+private:
+  [[noreturn]] void fail(const std::string& reason) const;
+  void read_file_header();
+  void read_chunks();
+  /// False after the last chunk that there is.
+  bool read_chunk(uint64_t& position);
+  void read_format(DWORD size);
+  void check_format() const;
+  void take_data(uint64_t start, DWORD claimed);
+
+  std::string name_;
+  OpenFile file_;
+  uint64_t file_size_ = 0;
+  uint64_t form_end_ = 0;
+  bool form_size_unknown_ = false;
+  std::vector<ChunkEntry> chunks_;
+  std::vector<BYTE> header_;
+  QVWAVEFORMATBUFFER format_ = {};
+  bool has_data_ = false;
+  uint64_t data_start_ = 0;
+  uint64_t data_bytes_ = 0;
+  uint64_t fact_frames_ = 0;
+};
+
+} // namespace qv::tool
