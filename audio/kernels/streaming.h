@@ -10,7 +10,7 @@ namespace {
 /// Output from which streaming pays; smaller ones may still be in a cache when they are read next.
 inline constexpr size_t kStreamingBytes = size_t{8} << 20;
 /// Fits the first-level cache beside its input.
-inline constexpr size_t kStreamingPieceBytes = 1024;
+inline constexpr size_t kStreamingPieceBytes = 4096;
 
 /// Whether the output is large, and apart from the input.
 inline bool worth_streaming(const uint8_t* dst, size_t dst_bytes, const uint8_t* src, size_t src_bytes) {

@@ -28,7 +28,9 @@ size_t ReadAhead::copy_out(void* buffer, size_t bytes, int64_t position) const {
 }
 
 ssize_t ReadAhead::fill(int descriptor, int64_t position) {
-  const bool goes_on = position == start_ + static_cast<int64_t>(length_);
+  // Passing over a little, as a walk over small chunks does, is going on.
+  const int64_t passed_over = position - (start_ + static_cast<int64_t>(length_));
+  const bool goes_on = passed_over >= 0 && passed_over < static_cast<int64_t>(kLargest);
   if (!goes_on) next_size_ = kSmallest;
   if (!window_) window_ = std::make_unique_for_overwrite<unsigned char[]>(kLargest);
   const ssize_t got = read_fully(descriptor, window_.get(), next_size_, position);

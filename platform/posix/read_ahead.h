@@ -15,8 +15,8 @@ public:
   ssize_t read(int descriptor, void* buffer, size_t bytes, int64_t position);
 
 private:
-  // A window grows from small to large while reads go on behind it, so that a look at one header far into a file
-  // does not cost a large read.
+  // A window grows from small to large while reads go on shortly behind it, so that a look at one header far into a
+  // file does not cost a large read.
   static constexpr size_t kSmallest = 4096;
   static constexpr size_t kLargest = 65536;
 

@@ -48,3 +48,39 @@ TEST(ReadAhead, AFileOpenForOthersToWriteIsReadAfresh) {
   EXPECT_EQ(byte, 'b');
   CloseHandle(file);
 }
+
+namespace {
+
+/// Read calls of this process so far, as the system counts them; -1 where it does not.
+int64_t read_calls() {
+  std::ifstream io("/proc/self/io");
+  std::string name;
+  int64_t count = 0;
+  while (io >> name >> count) {
+    if (name == "syscr:") return count;
+  }
+  return -1;
+}
+
+} // namespace
+
+// A walk over small chunks: a header, a jump, a header, ... through 64 KiB.
+TEST(ReadAhead, AWalkThrough64KibTakesFewReads) {
+  const int64_t asking = read_calls();
+  const int64_t asking_costs = read_calls() - asking;
+  if (asking < 0) GTEST_SKIP() << "the system does not count read calls";
+  const ScratchPath at("walk");
+  at.write(std::string(65536, 'x'));
+  const HANDLE file = CreateFileW(at.text().c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+  const int64_t before = read_calls();
+  int headers = 0;
+  for (LARGE_INTEGER to{}; to.QuadPart + 8 <= 65536; to.QuadPart += 1208, ++headers) {
+    char header[8];
+    DWORD got = 0;
+    ASSERT_TRUE(SetFilePointerEx(file, to, nullptr, FILE_BEGIN));
+    ASSERT_TRUE(ReadFile(file, header, 8, &got, nullptr) && got == 8);
+  }
+  EXPECT_GE(headers, 50);
+  EXPECT_LE(read_calls() - before - asking_costs, 4);
+  CloseHandle(file);
+}
