@@ -23,18 +23,39 @@ HWY_INLINE Ints add_saturating(Ints a, Ints b) {
   }
 }
 
-/// Adds kLanes source samples in double precision, or in the destination's integers.
-template <class Dst, class Src>
-HWY_INLINE void mix_step(uint8_t* dst, const uint8_t* src, Doubles gains) {
-  const Doubles raw = load_doubles<Src>(src);
-  const Doubles v{hn::Mul(raw.low, gains.low), hn::Mul(raw.high, gains.high)};
-  if constexpr (Dst::is_float) {
-    const Doubles sum = load_doubles<Dst>(dst);
-    store_doubles<Dst>({hn::Add(sum.low, v.low), hn::Add(sum.high, v.high)}, dst);
+/// Adds doubles in the destination's scale to its integers, rounded and saturating.
+template <class Dst>
+HWY_INLINE void add_rounded(uint8_t* dst, Doubles v) {
+  if constexpr (Dst::type == QVSAMPLE_PCM16) {
+    const hn::Rebind<int16_t, Int32Tag> narrow;
+    auto* shorts = reinterpret_cast<int16_t*>(dst);
+    const auto added = hn::DemoteTo(narrow, integers_from_doubles<Dst, false>(v)); // saturates
+    hn::StoreU(hn::SaturatedAdd(hn::LoadU(narrow, shorts), added), narrow, shorts);
   } else {
     const Ints added = integers_from_doubles<Dst, true>(v);
     store_integers<Dst>(add_saturating<Dst>(load_integers<Dst>(dst), added), dst);
   }
+}
+
+/// Adds kLanes source samples under gains, in double precision.
+template <class Dst, class Src>
+HWY_INLINE void mix_step(uint8_t* dst, const uint8_t* src, Doubles gains) {
+  Doubles v = load_doubles<Src>(src);
+  if constexpr (!Src::is_float) v = multiplied(v, same_factor(1.0 / Src::full_scale));
+  v = multiplied(v, gains);
+  if constexpr (Dst::is_float) {
+    const Doubles sum = load_doubles<Dst>(dst);
+    store_doubles<Dst>({hn::Add(sum.low, v.low), hn::Add(sum.high, v.high)}, dst);
+  } else {
+    add_rounded<Dst>(dst, multiplied(v, same_factor(Dst::full_scale)));
+  }
+}
+
+/// Integer into integer. The factor is the gain in the destination's scale: powers of two change no rounding, and what
+/// they may lose at the limits of doubles rounds to the same integers.
+template <class Dst, class Src>
+HWY_INLINE void mix_step_integers(uint8_t* dst, const uint8_t* src, Doubles factor) {
+  add_rounded<Dst>(dst, multiplied(load_doubles<Src>(src), factor));
 }
 
 /// Integer into integer at gain 1.0.
@@ -132,9 +153,9 @@ HWY_INLINE size_t mix_integers(uint8_t* dst, const uint8_t* src, size_t count, d
       mix_step_unity<Dst, Src>(dst + i * Dst::bytes, src + i * Src::bytes);
     });
   }
-  const Doubles gains{hn::Set(kDoubles, gain), hn::Set(kDoubles, gain)};
+  const Doubles factor = same_factor(gain * (Dst::full_scale / Src::full_scale));
   return for_each_step(count, kLanes, [&](size_t i, size_t) HWY_ATTR {
-    mix_step<Dst, Src>(dst + i * Dst::bytes, src + i * Src::bytes, gains);
+    mix_step_integers<Dst, Src>(dst + i * Dst::bytes, src + i * Src::bytes, factor);
   });
 }
 

@@ -174,14 +174,19 @@ HWY_INLINE Ints rescale(Ints v) {
   } else if constexpr (kDown == 0) {
     return v;
   } else {
-    constexpr int32_t kMask = static_cast<int32_t>((int64_t{1} << kDown) - 1);
     constexpr int32_t kBelowHalf = static_cast<int32_t>((int64_t{1} << (kDown - 1)) - 1);
     constexpr int32_t kHigh = static_cast<int32_t>((int64_t{1} << (Dst::bits - 1)) - 1);
     const auto quotient = hn::ShiftRight<kDown>(v);
-    const auto rest = hn::And(v, hn::Set(kInts, kMask));
-    const auto odd = hn::And(quotient, hn::Set(kInts, 1));
-    const auto carry = hn::ShiftRight<kDown>(hn::Add(hn::Add(rest, hn::Set(kInts, kBelowHalf)), odd));
-    return hn::Min(hn::Add(quotient, carry), hn::Set(kInts, kHigh));
+    const auto bias = hn::Add(hn::And(quotient, hn::Set(kInts, 1)), hn::Set(kInts, kBelowHalf));
+    Ints rounded;
+    if constexpr (Src::bits < 32) {
+      rounded = hn::ShiftRight<kDown>(hn::Add(v, bias));
+    } else {
+      // The sum could overflow: only what is shifted out is added up.
+      constexpr int32_t kMask = static_cast<int32_t>((int64_t{1} << kDown) - 1);
+      rounded = hn::Add(quotient, hn::ShiftRight<kDown>(hn::Add(hn::And(v, hn::Set(kInts, kMask)), bias)));
+    }
+    return hn::Min(rounded, hn::Set(kInts, kHigh));
   }
 }
 
@@ -193,10 +198,17 @@ HWY_INLINE Floats floats_from_integers(Ints v) {
   return hn::Mul(hn::ConvertTo(kFloats, v), hn::Set(kFloats, static_cast<float>(1.0 / Layout::full_scale)));
 }
 
-template <class Layout>
-HWY_INLINE Doubles normalised(hn::Vec<HalfInt32Tag> low, hn::Vec<HalfInt32Tag> high) {
-  const auto scale = hn::Set(kDoubles, 1.0 / Layout::full_scale);
-  return {hn::Mul(hn::PromoteTo(kDoubles, low), scale), hn::Mul(hn::PromoteTo(kDoubles, high), scale)};
+HWY_INLINE Doubles doubles_of(hn::Vec<HalfInt32Tag> low, hn::Vec<HalfInt32Tag> high) {
+  return {hn::PromoteTo(kDoubles, low), hn::PromoteTo(kDoubles, high)};
+}
+
+HWY_INLINE Doubles multiplied(Doubles v, Doubles factors) {
+  return {hn::Mul(v.low, factors.low), hn::Mul(v.high, factors.high)};
+}
+
+HWY_INLINE Doubles same_factor(double factor) {
+  const auto all = hn::Set(kDoubles, factor);
+  return {all, all};
 }
 
 // Conversions to integers round to nearest with ties to even; a NaN becomes 0. What exceeds the range downward becomes
@@ -219,7 +231,6 @@ HWY_INLINE Ints integers_from_floats(Floats v) {
 
 template <class Layout, bool kCut>
 HWY_INLINE hn::Vec<HalfInt32Tag> half_integers_from_doubles(DoubleVector v) {
-  v = hn::Mul(v, hn::Set(kDoubles, Layout::full_scale));
   auto cut = hn::Min(v, hn::Set(kDoubles, Layout::full_scale - 1.0));
   if constexpr (kCut) cut = hn::Max(cut, hn::Set(kDoubles, -Layout::full_scale));
 #if HWY_TARGET == HWY_AVX2
@@ -229,6 +240,7 @@ HWY_INLINE hn::Vec<HalfInt32Tag> half_integers_from_doubles(DoubleVector v) {
 #endif
 }
 
+/// Doubles in the scale of the integers.
 template <class Layout, bool kCut>
 HWY_INLINE Ints integers_from_doubles(Doubles v) {
   return hn::Combine(kInts, half_integers_from_doubles<Layout, kCut>(v.high),
@@ -244,6 +256,7 @@ inline constexpr bool kCutBeforeStore = Layout::bits == 24;
 template <class Layout>
 inline constexpr bool kPlainWords = Layout::bytes == 4 && Layout::encoding == Encoding::kInteger;
 
+/// Samples as doubles: integers in their own scale, not normalised.
 template <class Layout>
 HWY_INLINE Doubles load_doubles(const uint8_t* memory) {
   constexpr size_t kHalf = kLanes / 2;
@@ -256,13 +269,14 @@ HWY_INLINE Doubles load_doubles(const uint8_t* memory) {
             hn::PromoteTo(kDoubles, hn::LoadU(kHalfFloats, floats + kHalf))};
   } else if constexpr (kPlainWords<Layout>) {
     const auto* words = reinterpret_cast<const int32_t*>(memory);
-    return normalised<Layout>(hn::LoadU(kHalfInts, words), hn::LoadU(kHalfInts, words + kHalf));
+    return doubles_of(hn::LoadU(kHalfInts, words), hn::LoadU(kHalfInts, words + kHalf));
   } else {
     const Ints v = load_integers<Layout>(memory);
-    return normalised<Layout>(hn::LowerHalf(kHalfInts, v), hn::UpperHalf(kHalfInts, v));
+    return doubles_of(hn::LowerHalf(kHalfInts, v), hn::UpperHalf(kHalfInts, v));
   }
 }
 
+/// Stores doubles in the scale of the destination's integers.
 template <class Layout>
 HWY_INLINE void store_doubles(Doubles v, uint8_t* memory) {
   constexpr size_t kHalf = kLanes / 2;

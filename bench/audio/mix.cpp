@@ -5,6 +5,7 @@
 #include "bench/ratios.h"
 #include "qv/cpu.h"
 
+#include <bit>
 #include <cstring>
 #include <string>
 
@@ -16,7 +17,8 @@ constexpr size_t kSamples = 8192;
 constexpr double kTrafficScale = 1.5;
 
 void add_float_mix(UINT channels) {
-  const size_t count = kSamples / channels * channels;
+  // Frames in a power of two, as engines have them.
+  const size_t count = std::bit_floor(kSamples / channels) * channels;
   const auto from = make_samples(QVSAMPLE_FLOAT32, count);
   const auto to = make_samples(QVSAMPLE_FLOAT32, count);
   const auto gains = std::make_shared<std::vector<double>>(channels, 1e-9);

@@ -22,18 +22,22 @@ void expected_mix(const Layout& dst, uint8_t* to, const Layout& src, const uint8
   }
 }
 
-std::vector<double> make_gains(UINT channels, bool unity) {
+enum class Gains { kUnity, kUsual, kExtreme };
+
+std::vector<double> make_gains(UINT channels, Gains kind) {
+  constexpr double kExtremes[] = {1e308, 5e-324, -1e300, 1e-310, std::numeric_limits<double>::infinity(), 3e-308, -0.0};
   std::vector<double> gains(channels, 1.0);
-  for (UINT i = 0; i < channels && !unity; ++i)
-    gains[i] = 0.1 + 0.37 * i - (i % 3);
+  for (UINT i = 0; i < channels && kind != Gains::kUnity; ++i) {
+    gains[i] = kind == Gains::kUsual ? 0.1 + 0.37 * i - (i % 3) : kExtremes[(i + channels) % std::size(kExtremes)];
+  }
   return gains;
 }
 
-void check_mix(const Layout& dst, const Layout& src, size_t count, UINT channels, bool unity, int level) {
+void check_mix(const Layout& dst, const Layout& src, size_t count, UINT channels, Gains kind, int level) {
   const auto source = model::make_samples(src, count, 5 + channels, true);
   auto target = model::make_samples(dst, count, 17 + static_cast<uint32_t>(count), true);
   auto expected = target;
-  const std::vector<double> gains = make_gains(channels, unity);
+  const std::vector<double> gains = make_gains(channels, kind);
   const bool integers = !dst.is_float && !src.is_float;
   for (size_t i = 0; i < count; ++i) {
     expected_mix(dst, expected.data() + i * static_cast<size_t>(dst.bytes), src,
@@ -57,13 +61,13 @@ TEST(MixKernels, EveryPairOnEveryLevelEqualsTheModel) {
   model::on_every_level([](int level) {
     for (int d = 0; d < model::kMixable; ++d) {
       for (int s = 0; s < model::kMixable; ++s) {
-        for (const bool unity : {false, true}) {
+        for (const Gains kind : {Gains::kUnity, Gains::kUsual, Gains::kExtreme}) {
           for (size_t count = 0; count <= 67; ++count) {
             const UINT channels = 1 + static_cast<UINT>(count % 6);
-            ASSERT_NO_FATAL_FAILURE(check_mix(model::kLayouts[d], model::kLayouts[s], count, channels, unity, level));
+            ASSERT_NO_FATAL_FAILURE(check_mix(model::kLayouts[d], model::kLayouts[s], count, channels, kind, level));
           }
           for (const UINT channels : {1u, 2u, 3u, 6u, 8u, 24u, 63u, 64u, 65u, 200u}) {
-            ASSERT_NO_FATAL_FAILURE(check_mix(model::kLayouts[d], model::kLayouts[s], 1003, channels, unity, level));
+            ASSERT_NO_FATAL_FAILURE(check_mix(model::kLayouts[d], model::kLayouts[s], 1003, channels, kind, level));
           }
         }
       }
