@@ -11,7 +11,9 @@
 
 #ifndef _WIN32
 // The C library never frees the list that it makes of LOCPATH, which no program but this test sets.
-extern "C" const char* __lsan_default_suppressions() { return "leak:argz_add_sep"; }
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
+  return "leak:argz_add_sep";
+}
 #endif
 
 namespace {
