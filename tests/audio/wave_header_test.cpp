@@ -244,3 +244,10 @@ TEST(WaveHeader, FromParts) {
   EXPECT_EQ((*_qvwaveformat_wfxcopyhelper(record)).wFormatTag, 1);
   EXPECT_EQ((*_qvwaveformat_wfxecopyhelper(record)).dwChannelMask, 0x3Fu);
 }
+
+// An input of the fuzz target: nowhere to write to, and nothing to write.
+TEST(WaveHeader, NoDestinationOfNoSizeIsLeftAlone) {
+  _qvwaveformat record;
+  record.Init(48000, QVSAMPLE_PCM16, 2, 0, sizeof record);
+  EXPECT_EQ(QvAudio_GeneralCopyWfx(nullptr, 0, record, QVWAVEFORMAT_COPY_AUTO), nullptr);
+}
