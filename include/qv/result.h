@@ -14,6 +14,7 @@
   ROW(QVERR_RIFF_WRONGFORM,  0x8004E00Bu, "the file is of another form")                              \
   ROW(QVERR_RIFF_BADCDDAFMT, 0x8004E01Cu, "the CD track descriptor has no usable \"fmt \" chunk")     \
   ROW(QVERR_RIFF_TOOBIG,     0x8004E03Au, "the file would grow past the RIFF limit of 4 GiB")         \
+  ROW(QVERR_MOREDATA,        0x8004E03Cu, "the buffer is too small")                                  \
   ROW(QVERR_RIFF_NOTRIFF,    0x8004E080u, "the file does not start with \"RIFF\"")                    \
   ROW(QVERR_RIFF_NOTLIST,    0x8004E081u, "the chunk is not a \"LIST\"")                              \
   ROW(QVERR_RIFF_EMPTYCHUNK, 0x8004E082u, "the chunk is empty")                                       \

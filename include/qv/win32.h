@@ -27,9 +27,14 @@
 #include <mmsystem.h>
 #include <mmreg.h>
 #include <msacm.h>
+#include <malloc.h>
+#include <objidl.h>
 // clang-format on
 #else
 #include "qv/win32_posix.h"
+
+#include "qv/win32_posix_com.h"
+#include "qv/win32_posix_registry.h"
 #endif
 
 namespace qv {

@@ -22,15 +22,22 @@ using ULONG = uint32_t;
 using LONGLONG = int64_t;
 using ULONGLONG = uint64_t;
 using SIZE_T = size_t;
+using INT_PTR = intptr_t;
+using UINT_PTR = uintptr_t;
+using LONG_PTR = intptr_t;
+using ULONG_PTR = uintptr_t;
 using DWORD_PTR = uintptr_t;
 using HRESULT = int32_t;
 using LCID = uint32_t;
 using LCTYPE = uint32_t;
 using MMRESULT = uint32_t;
+using WPARAM = uintptr_t;
+using LPARAM = intptr_t;
 using WCHAR = char16_t;
 using HANDLE = void*;
 using HGLOBAL = void*;
 using HACMDRIVER = void*;
+using HWND = void*;
 using LPVOID = void*;
 
 union LARGE_INTEGER {
@@ -39,6 +46,24 @@ union LARGE_INTEGER {
     LONG HighPart;
   } u;
   LONGLONG QuadPart;
+};
+
+union ULARGE_INTEGER {
+  struct {
+    DWORD LowPart;
+    DWORD HighPart;
+  } u;
+  ULONGLONG QuadPart;
+};
+
+struct FILETIME {
+  DWORD dwLowDateTime;
+  DWORD dwHighDateTime;
+};
+
+struct POINT {
+  LONG x;
+  LONG y;
 };
 
 struct GUID {
@@ -91,8 +116,15 @@ struct OVERLAPPED;
 #define ERROR_DIR_NOT_EMPTY 145u
 #define ERROR_ALREADY_EXISTS 183u
 #define ERROR_FILENAME_EXCED_RANGE 206u
+#define ERROR_MORE_DATA 234u
+#define ERROR_NO_MORE_ITEMS 259u
 #define ERROR_NOT_OWNER 288u
 #define ERROR_NO_UNICODE_TRANSLATION 1113u
+#define ERROR_BADDB 1009u
+#define ERROR_BADKEY 1010u
+#define ERROR_REGISTRY_CORRUPT 1015u
+#define ERROR_REGISTRY_IO_FAILED 1016u
+#define ERROR_KEY_DELETED 1018u
 #define ERROR_IO_DEVICE 1117u
 
 /// Declares a POSIX implementation under the symbol qvw32_<name>.
@@ -152,6 +184,7 @@ QV_WIN32(BOOL, CloseHandle, (HANDLE object));
 #define GMEM_INVALID_HANDLE 0x8000u
 #define GHND 0x42u
 #define GPTR 0x40u
+#define GMEM_MODIFY 0x80u
 
 QV_WIN32(HGLOBAL, GlobalAlloc, (UINT flags, SIZE_T bytes));
 QV_WIN32(void*, GlobalLock, (HGLOBAL block));
@@ -163,22 +196,49 @@ QV_WIN32(SIZE_T, GlobalSize, (HGLOBAL block));
 QV_WIN32(UINT, GlobalFlags, (HGLOBAL block));
 /// Null on success, the handle itself when it is none.
 QV_WIN32(HGLOBAL, GlobalFree, (HGLOBAL block));
+/// Resizes a block; with GMEM_ZEROINIT new bytes are zero. A fixed block moves only with GMEM_MOVEABLE among the flags,
+/// a locked one never; a moveable one keeps its handle. GMEM_MODIFY is not supported. Null on failure, and the block is
+/// as it was.
+QV_WIN32(HGLOBAL, GlobalReAlloc, (HGLOBAL block, SIZE_T bytes, UINT flags));
+
+#define HEAP_NO_SERIALIZE 0x1u
+#define HEAP_ZERO_MEMORY 0x8u
+
+/// A private heap, whose blocks are freed one by one or all with it. Heaps grow without limit (maximum must be 0) and
+/// are used by one thread at a time with HEAP_NO_SERIALIZE.
+QV_WIN32(HANDLE, HeapCreate, (DWORD flags, SIZE_T initial, SIZE_T maximum));
+QV_WIN32(BOOL, HeapDestroy, (HANDLE heap));
+QV_WIN32(void*, HeapAlloc, (HANDLE heap, DWORD flags, SIZE_T bytes));
+/// The block moves if it must; the old one stays when null is answered.
+QV_WIN32(void*, HeapReAlloc, (HANDLE heap, DWORD flags, void* block, SIZE_T bytes));
+QV_WIN32(BOOL, HeapFree, (HANDLE heap, DWORD flags, void* block));
+/// The bytes asked for; SIZE_MAX for null.
+QV_WIN32(SIZE_T, HeapSize, (HANDLE heap, DWORD flags, const void* block));
+/// Bytes that may be used of a block of the C runtime: what was asked for, rounded up by the allocator.
+QV_WIN32(SIZE_T, _msize, (void* block));
+/// Whether one of `bytes` bytes from the address on cannot be read. Never faults.
+QV_WIN32(BOOL, IsBadReadPtr, (const void* memory, UINT_PTR bytes));
 
 // ---- critical sections, events, threads, waiting -------------------------------------------------------------------
 
 #define INFINITE 0xFFFFFFFFu
 #define WAIT_OBJECT_0 0u
+#define WAIT_IO_COMPLETION 192u
 #define WAIT_TIMEOUT 258u
 #define WAIT_FAILED 0xFFFFFFFFu
 #define MAXIMUM_WAIT_OBJECTS 64u
 #define STILL_ACTIVE 259u
 
-/// Re-entrant. Holds no pointer into itself: its bytes may be moved while nobody is inside.
+/// Re-entrant. Holds no pointer into itself: its bytes may be moved while nobody is inside. As large as on Windows, so
+/// that the public records that hold one have one layout everywhere.
 struct CRITICAL_SECTION {
   void* lock;
+  void* reserved[4];
 };
 
 QV_WIN32(void, InitializeCriticalSection, (CRITICAL_SECTION * section));
+/// FALSE with ERROR_NOT_ENOUGH_MEMORY when memory is short. The spin count is ignored.
+QV_WIN32(BOOL, InitializeCriticalSectionAndSpinCount, (CRITICAL_SECTION * section, DWORD spinCount));
 QV_WIN32(void, EnterCriticalSection, (CRITICAL_SECTION * section));
 QV_WIN32(BOOL, TryEnterCriticalSection, (CRITICAL_SECTION * section));
 QV_WIN32(void, LeaveCriticalSection, (CRITICAL_SECTION * section));
@@ -203,6 +263,29 @@ QV_WIN32(void, Sleep, (DWORD milliseconds));
 /// Events and threads can be waited on, 1 to 64 at a time, each handle at most once.
 QV_WIN32(DWORD, WaitForSingleObject, (HANDLE object, DWORD milliseconds));
 QV_WIN32(DWORD, WaitForMultipleObjects, (DWORD count, const HANDLE* objects, BOOL waitAll, DWORD milliseconds));
+
+#define QS_SENDMESSAGE 0x40u
+#define MWMO_WAITALL 1u
+#define MWMO_ALERTABLE 2u
+#define MWMO_INPUTAVAILABLE 4u
+#define PM_NOREMOVE 0u
+#define PM_QS_SENDMESSAGE (QS_SENDMESSAGE << 16)
+
+struct MSG {
+  HWND hwnd;
+  UINT message;
+  WPARAM wParam;
+  LPARAM lParam;
+  DWORD time;
+  POINT pt;
+};
+
+/// Threads have no input and no asynchronous procedure calls here: the wake mask and MWMO_ALERTABLE change nothing,
+/// and MWMO_WAITALL waits for the objects alone. At most 63 objects.
+QV_WIN32(DWORD, MsgWaitForMultipleObjectsEx,
+         (DWORD count, const HANDLE* objects, DWORD milliseconds, DWORD wakeMask, DWORD flags));
+/// FALSE: there are no messages here.
+QV_WIN32(BOOL, PeekMessageW, (MSG * message, HWND window, UINT first, UINT last, UINT flags));
 
 // ---- clock and machine ---------------------------------------------------------------------------------------------
 

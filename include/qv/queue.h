@@ -1,0 +1,93 @@
+// Queues: intrusive, doubly linked, for any number of producers and consumers.
+//
+//     struct Job { tQVQELM link; int number; };      // the link comes first
+//     tQVQHEAD queue = {};
+//     QvQueueInitialize(&queue);
+//     QvQueueInsert(&queue, &job->link);                                    // a producer
+//     Job* next = reinterpret_cast<Job*>(QvQueueRemove(&queue, INFINITE));  // a consumer; null once it is deleted
+//
+// The caller owns the elements; a queue never allocates or frees one. An element is in one queue at most.
+//
+// Threads: every function may be called from any thread, also on a deleted queue, which answers null and 0 and inserts
+// nothing. QvQueueDelete releases consumers that wait. Callers other than those must have left the queue before it is
+// deleted, and the head's memory may be given back when QvQueueDelete has returned. Callbacks run inside the lock and
+// must not call functions of their queue that change it.
+//
+// A null head or a null callback answers null or 0.
+#pragma once
+
+#include "qv/win32.h"
+
+/// The link at the start of an element. Both pointers are null while the element is in no queue.
+struct tQVQELM {
+  tQVQELM* next;
+  tQVQELM* prev;
+};
+
+/// A queue's head. Zero it before QvQueueInitialize. The event is signalled exactly while the queue holds elements, or
+/// after a flush until the next removal or wait.
+struct tQVQHEAD {
+  tQVQELM* next; ///< the first element, or the head itself
+  tQVQELM* prev; ///< the last element, or the head itself
+  CRITICAL_SECTION lock;
+  HANDLE event; ///< manual reset; null once the queue is deleted
+};
+static_assert(sizeof(tQVQELM) == 16 && sizeof(tQVQHEAD) == 64 && offsetof(tQVQHEAD, lock) == 16 &&
+              offsetof(tQVQHEAD, event) == 56);
+
+/// Non-zero for a match.
+typedef LONG(CALLBACK* QVQUEUEMATCH)(const tQVQELM* element, LONGLONG context);
+
+/// Flags of QvQueueRemoveEx: a wake mask (QS_*) in bits 0-15, wait flags, and what follows from them.
+inline constexpr DWORD QVQUEUE_WAITALL = 0x10000;        ///< MWMO_WAITALL
+inline constexpr DWORD QVQUEUE_ALERTABLE = 0x20000;      ///< MWMO_ALERTABLE
+inline constexpr DWORD QVQUEUE_INPUTAVAILABLE = 0x40000; ///< MWMO_INPUTAVAILABLE
+/// Adds QS_SENDMESSAGE to the wake mask, dispatches sent messages, and waits again after those and after I/O
+/// completions, and when another consumer took the element.
+inline constexpr DWORD QVQUEUE_RETRY = 0x80000;
+
+/// Creates event and lock when the event is null; always empties the queue. 1; 0 when they cannot be created.
+QV_FUNCTION LONG QvQueueInitialize(tQVQHEAD* head);
+/// Releases the waiters, empties the queue without touching the elements and frees event and lock. Deleting a deleted
+/// queue does nothing.
+QV_FUNCTION void QvQueueDelete(tQVQHEAD* head);
+/// Empties the queue without touching the elements, and releases the waiters.
+QV_FUNCTION void QvQueueFlush(tQVQHEAD* head);
+
+/// Append, and prepend. A null element does nothing.
+QV_FUNCTION void QvQueueInsert(tQVQHEAD* head, tQVQELM* element);
+QV_FUNCTION void QvQueueInsertHead(tQVQHEAD* head, tQVQELM* element);
+/// Inserts before the first element, searching from the head or (Rev) from the tail, that matches; appends when none
+/// does or match is null. A null element does nothing.
+QV_FUNCTION void QvQueueInsertEx(tQVQHEAD* head, QVQUEUEMATCH match, LONGLONG context, tQVQELM* element);
+QV_FUNCTION void QvQueueInsertExRev(tQVQHEAD* head, QVQUEUEMATCH match, LONGLONG context, tQVQELM* element);
+
+/// The first element, unlinked; null after `milliseconds` (0: at once; INFINITE), after a flush, or when the queue is
+/// deleted. Also null when another consumer took the element that woke this one.
+QV_FUNCTION tQVQELM* QvQueueRemove(tQVQHEAD* head, DWORD milliseconds);
+/// As QvQueueRemove, dispatching sent messages and running asynchronous procedure calls while it waits.
+QV_FUNCTION tQVQELM* QvQueueRemoveAlertable(tQVQHEAD* head, DWORD milliseconds);
+/// As QvQueueRemove, waiting for up to 62 handles besides: null when one of them is signalled, and at once for 63 or
+/// more. waitResult (optional): the wait's last result: 0 for the queue's event, 1 .. handleCount for the handles,
+/// handleCount + 1 for input, WAIT_TIMEOUT, WAIT_IO_COMPLETION or WAIT_FAILED; left alone when nothing was waited for.
+QV_FUNCTION tQVQELM* QvQueueRemoveEx(tQVQHEAD* head, const HANDLE* handles, DWORD handleCount, DWORD flags,
+                                     DWORD milliseconds, DWORD* waitResult);
+/// The last element, unlinked. Waits at most once.
+QV_FUNCTION tQVQELM* QvQueueRemoveTail(tQVQHEAD* head, DWORD milliseconds);
+/// 1 if the queue is not empty, now or after one wait; else 0.
+QV_FUNCTION LONG QvQueueWait(tQVQHEAD* head, DWORD milliseconds);
+
+/// The first element that matches, from the head or (Rev) from the tail; null when none does. It stays queued.
+QV_FUNCTION tQVQELM* QvQueueFind(tQVQHEAD* head, QVQUEUEMATCH match, LONGLONG context);
+QV_FUNCTION tQVQELM* QvQueueFindRev(tQVQHEAD* head, QVQUEUEMATCH match, LONGLONG context);
+/// The same, unlinked.
+QV_FUNCTION tQVQELM* QvQueueFindAndRemove(tQVQHEAD* head, QVQUEUEMATCH match, LONGLONG context);
+QV_FUNCTION tQVQELM* QvQueueFindAndRemoveRev(tQVQHEAD* head, QVQUEUEMATCH match, LONGLONG context);
+/// The first match from the head, moved to that end.
+QV_FUNCTION tQVQELM* QvQueueFindAndMoveToHead(tQVQHEAD* head, QVQUEUEMATCH match, LONGLONG context);
+QV_FUNCTION tQVQELM* QvQueueFindAndMoveToTail(tQVQHEAD* head, QVQUEUEMATCH match, LONGLONG context);
+/// 1 when moved; 0 when the element is at that end already or not in the queue.
+QV_FUNCTION LONG QvQueueMoveToHead(tQVQHEAD* head, tQVQELM* element);
+QV_FUNCTION LONG QvQueueMoveToTail(tQVQHEAD* head, tQVQELM* element);
+/// 1 if the element is in this queue, which is walked; 0 at once when one of its links is null.
+QV_FUNCTION LONG IsInQvQueue(tQVQHEAD* head, const tQVQELM* element);
