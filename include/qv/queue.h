@@ -26,14 +26,13 @@ struct tQVQELM {
 
 /// A queue's head. Zero it before QvQueueInitialize. The event is signalled exactly while the queue holds elements, or
 /// after a flush until the next removal or wait.
-struct tQVQHEAD {
-  tQVQELM* next; ///< the first element, or the head itself
-  tQVQELM* prev; ///< the last element, or the head itself
+/// It stands in the ring of its elements: next is the first of them, prev the last, and both are the head itself while
+/// the queue is empty.
+struct tQVQHEAD : tQVQELM {
   CRITICAL_SECTION lock;
   HANDLE event; ///< manual reset; null once the queue is deleted
 };
-static_assert(sizeof(tQVQELM) == 16 && sizeof(tQVQHEAD) == 64 && offsetof(tQVQHEAD, lock) == 16 &&
-              offsetof(tQVQHEAD, event) == 56);
+static_assert(sizeof(tQVQELM) == 16 && sizeof(CRITICAL_SECTION) == 40 && sizeof(tQVQHEAD) == 64);
 
 /// Non-zero for a match.
 typedef LONG(CALLBACK* QVQUEUEMATCH)(const tQVQELM* element, LONGLONG context);

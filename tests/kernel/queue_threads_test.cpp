@@ -1,0 +1,146 @@
+// Producers, consumers and deletion on many threads.
+#include "tests/kernel/queue_fixture.h"
+
+#include <atomic>
+#include <cstring>
+#include <deque>
+#include <memory>
+#include <random>
+#include <thread>
+
+using namespace kernel_test;
+
+namespace {
+
+TEST(QueueThreads, NothingIsLostOrTakenTwice) {
+  constexpr int kThreads = 4;
+  constexpr int kEach = 250'000;
+  Queue queue;
+  std::vector<Number> numbers(kThreads * kEach);
+  std::vector<std::atomic<uint8_t>> taken(numbers.size());
+  std::atomic<int> left = kThreads * kEach;
+  std::vector<std::thread> threads;
+  for (int producer = 0; producer < kThreads; ++producer) {
+    threads.emplace_back([&, producer] {
+      for (int i = producer * kEach; i < (producer + 1) * kEach; ++i) {
+        numbers[i].value = i;
+        i % 3 == 0 ? QvQueueInsertHead(queue, &numbers[i].link) : QvQueueInsert(queue, &numbers[i].link);
+      }
+    });
+  }
+  for (int consumer = 0; consumer < kThreads; ++consumer) {
+    threads.emplace_back([&, consumer] {
+      while (left.load() > 0) {
+        const tQVQELM* element = consumer == 0   ? QvQueueRemoveTail(queue, INFINITE)
+                                 : consumer == 1 ? QvQueueRemoveAlertable(queue, INFINITE)
+                                                 : QvQueueRemove(queue, INFINITE);
+        if (element == nullptr) continue;
+        taken[value_of(element)].fetch_add(1);
+        if (left.fetch_sub(1) == 1) QvQueueDelete(queue); // releases the other consumers
+      }
+    });
+  }
+  for (std::thread& thread : threads)
+    thread.join();
+  for (size_t i = 0; i < taken.size(); ++i)
+    ASSERT_EQ(taken[i], 1) << i;
+}
+
+/// Consumers that wait in every way there is.
+tQVQELM* wait_somehow(tQVQHEAD* head, int way, HANDLE never) {
+  const HANDLE handles[] = {never};
+  switch (way % 4) {
+  case 0: return QvQueueRemove(head, INFINITE);
+  case 1: return QvQueueRemoveEx(head, handles, 1, 0, INFINITE, nullptr);
+  case 2: return QvQueueRemoveTail(head, INFINITE);
+  default: return QvQueueRemoveEx(head, handles, 1, QVQUEUE_RETRY, INFINITE, nullptr);
+  }
+}
+
+/// Runs `consumers` threads that wait on each of `rounds` queues in turn, while `release` is called once per queue
+/// without knowing how far they are.
+template <class Release>
+void race(int consumers, int rounds, Release release) {
+  std::deque<tQVQHEAD> queues(rounds);
+  for (tQVQHEAD& queue : queues)
+    ASSERT_EQ(QvQueueInitialize(&queue), 1);
+  const HANDLE never = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  std::atomic<int> round = -1;
+  std::atomic<int> back = 0;
+  std::atomic<int> found = 0;
+  std::vector<std::thread> threads;
+  for (int consumer = 0; consumer < consumers; ++consumer) {
+    threads.emplace_back([&, consumer] {
+      for (int i = 0; i < rounds; ++i) {
+        round.wait(i - 1);
+        if (wait_somehow(&queues[i], consumer, never) != nullptr) ++found;
+        if (++back == consumers * (i + 1)) back.notify_one();
+      }
+    });
+  }
+  std::mt19937 random(7);
+  for (int i = 0; i < rounds; ++i) {
+    round = i;
+    round.notify_all();
+    for (unsigned spins = random() % (i % 2 == 0 ? 10 : 3000); spins > 0; --spins)
+      std::atomic_signal_fence(std::memory_order_seq_cst);
+    release(&queues[i], back, consumers * (i + 1));
+    for (int now = back; now != consumers * (i + 1); now = back)
+      back.wait(now);
+  }
+  for (std::thread& thread : threads)
+    thread.join();
+  EXPECT_EQ(found, 0);
+  for (tQVQHEAD& queue : queues)
+    QvQueueDelete(&queue);
+  CloseHandle(never);
+}
+
+TEST(QueueThreads, DeletionReleasesConsumersHoweverTheRaceFalls) {
+  race(4, 2000, [](tQVQHEAD* queue, std::atomic<int>&, int) {
+    QvQueueDelete(queue);
+    // Nobody may look at the lock any more. (The event says to those who come late that there is no queue.)
+    std::memset(&queue->lock, 0xDD, sizeof queue->lock);
+  });
+}
+
+TEST(QueueThreads, DeletingFromTwoThreadsDeletesOnce) {
+  race(2, 1000, [](tQVQHEAD* queue, std::atomic<int>&, int) {
+    std::thread other([=] { QvQueueDelete(queue); });
+    QvQueueDelete(queue);
+    other.join();
+  });
+}
+
+TEST(QueueThreads, AFlushReleasesEveryoneWhoWaits) {
+  // Those who come after the flush wait for the next one. Without retry alone: with it they would wait on.
+  race(3, 1000, [](tQVQHEAD* queue, std::atomic<int>& back, int all) {
+    while (back != all) {
+      QvQueueFlush(queue);
+      std::this_thread::yield();
+    }
+  });
+}
+
+TEST(QueueThreads, AWaitForAllHandlesOutlivesTheQueue) {
+  auto queue = std::make_unique<tQVQHEAD>();
+  ASSERT_EQ(QvQueueInitialize(queue.get()), 1);
+  const HANDLE last = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  std::atomic<bool> called = false;
+  DWORD result = 77;
+  const tQVQELM* element = nullptr;
+  std::thread consumer([&] {
+    const HANDLE handles[] = {last};
+    called = true;
+    element = QvQueueRemoveEx(queue.get(), handles, 1, QVQUEUE_WAITALL, INFINITE, &result);
+  });
+  while (!called)
+    std::this_thread::yield();
+  QvQueueDelete(queue.get());
+  SetEvent(last);
+  consumer.join();
+  EXPECT_EQ(element, nullptr);
+  CloseHandle(last);
+}
+
+} // namespace
