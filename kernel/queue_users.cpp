@@ -8,24 +8,40 @@ namespace qv::kernel {
 
 namespace {
 
-/// On cache lines of its own, so that queues of different stripes do not slow each other down.
-struct alignas(64) QueueStripe {
-  std::atomic<uint32_t> newcomers{0}; ///< which count they take
-  std::atomic<uint32_t> counts[2] = {0, 0};
+/// Visits of some threads to some queues. Each on a cache line of its own: threads that share a queue meet in its lock
+/// alone.
+struct alignas(64) Counts {
+  std::atomic<uint32_t> of[2] = {0, 0};
 };
 
-constexpr int kStripeBits = 6;
-constinit std::array<QueueStripe, size_t{1} << kStripeBits> stripes;
+constexpr size_t kThreadStripes = 8;
+constexpr int kHeadStripeBits = 4;
 
-QueueStripe& stripe_of(const tQVQHEAD* head) {
-  // Heads lie at multiples of 8, often of much more: the multiplication spreads them.
-  const uint64_t address = std::bit_cast<uintptr_t>(head);
-  return stripes[(address * 0x9E3779B97F4A7C15u) >> (64 - kStripeBits)];
+struct alignas(64) Stripe {
+  std::atomic<uint32_t> newcomers{0}; ///< which of the two counts they take
+  std::array<Counts, kThreadStripes> counts;
+};
+
+constinit std::array<Stripe, size_t{1} << kHeadStripeBits> stripes;
+
+/// The upper bits of a product, which all bits of the address have part in.
+constexpr size_t hash(uintptr_t address, int bits) {
+  return static_cast<size_t>((address * uint64_t{0x9E3779B97F4A7C15}) >> (64 - bits));
 }
 
-void wait_until_zero(const std::atomic<uint32_t>& count) {
-  while (count.load() != 0)
-    Sleep(0);
+Stripe& stripe_of(const tQVQHEAD* head) { return stripes[hash(std::bit_cast<uintptr_t>(head), kHeadStripeBits)]; }
+
+/// Threads are told apart by where their stacks are, which costs nothing to ask.
+size_t thread_stripe() {
+  const char here = 0;
+  constexpr int kStackBits = 20;
+  return hash(std::bit_cast<uintptr_t>(&here) >> kStackBits, std::bit_width(kThreadStripes - 1));
+}
+
+void wait_until_nobody(const Stripe& stripe, uint32_t which) {
+  for (const Counts& counts : stripe.counts)
+    while (counts.of[which].load() != 0)
+      Sleep(0);
 }
 
 } // namespace
@@ -42,8 +58,8 @@ QueueVisit::QueueVisit(const QueueWait& wait) {
 }
 
 void QueueVisit::count_in(const tQVQHEAD* head) {
-  QueueStripe& stripe = stripe_of(head);
-  count_ = &stripe.counts[stripe.newcomers.load()];
+  Stripe& stripe = stripe_of(head);
+  count_ = &stripe.counts[thread_stripe()].of[stripe.newcomers.load()];
   count_->fetch_add(1);
 }
 
@@ -54,11 +70,11 @@ QueueVisit::~QueueVisit() {
 void drain_visits(tQVQHEAD* head) {
   static std::mutex one_at_a_time;
   const std::lock_guard guard(one_at_a_time);
-  QueueStripe& stripe = stripe_of(head);
+  Stripe& stripe = stripe_of(head);
   const uint32_t taken = stripe.newcomers.load();
-  wait_until_zero(stripe.counts[1 - taken]);
+  wait_until_nobody(stripe, 1 - taken);
   stripe.newcomers.store(1 - taken);
-  wait_until_zero(stripe.counts[taken]);
+  wait_until_nobody(stripe, taken);
 }
 
 } // namespace qv::kernel

@@ -1,0 +1,8 @@
+// The groups of the kernel family, each in the file of its name.
+#pragma once
+
+namespace bench {
+
+void add_queue_groups();
+
+} // namespace bench

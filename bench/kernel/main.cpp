@@ -1,0 +1,7 @@
+#include "bench/kernel/groups.h"
+#include "bench/ratios.h"
+
+int main(int argc, char** argv) {
+  bench::add_queue_groups();
+  return bench::run_all(argc, argv);
+}
