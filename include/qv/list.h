@@ -83,6 +83,7 @@ typedef LONG(CALLBACK* QVLISTMATCH)(LONGLONG context, const void* item);
 // ---- life ----------------------------------------------------------------------------------------------------------
 
 /// Creates a list and stores its address in *list. itemSize: bytes of an array list's item; ignored for the others.
+/// An item of 0 bytes makes slots of 0 bytes.
 /// initialCount <= 0 becomes 16, else at least 4, and the capacity is that rounded up to a multiple of growBy. growBy
 /// <= 0 becomes 16; then it is limited to 4 .. 66560. The last three arguments are ignored.
 /// With QVLIST_OPT_INPLACE *list is the caller's storage of sizeof(tQVLIST) bytes (null: E_FAIL).
@@ -116,7 +117,7 @@ QV_FUNCTION HRESULT QvList_ArrayForceItemCount(tQVLIST* list, LONG newCount, LON
 /// Raises the capacity by n slots, rounded up to a multiple of growBy; n < 1 means growBy.
 QV_FUNCTION HRESULT QvList_GrowAllocated(tQVLIST* list, LONG n);
 /// Lowers the capacity by n slots, rounded up to a multiple of growBy, or by one growBy less where that exceeds the
-/// slack; n < 0 means all slack. One slot's memory at least remains.
+/// slack (n is cut to that first); n < 0 means all slack. One slot's memory at least remains.
 QV_FUNCTION HRESULT QvList_ShrinkAllocated(tQVLIST* list, LONG n);
 /// Moves n slots from index `from` so that the first of them ends up at index `to`. to < 0: 0. n < 0: count - max(from,
 /// to). E_INVALIDARG: from < 0. E_FAIL: a range that passes the end.
@@ -128,7 +129,8 @@ QV_FUNCTION HRESULT QvList_MoveRange(tQVLIST* list, LONG from, LONG to, LONG n);
 /// item already pending, a null `item`.
 QV_FUNCTION HRESULT QvList_AllocItem(tQVLIST* list, ULONGLONG size, void** item);
 /// Allocates, fills with `size` bytes of src (null: zeros) and inserts an item, all inside the lock. index negative or
-/// above count: at the end. *outIndex (optional): where it is, -1 on failure.
+/// above count: at the end. *outIndex (optional): where it is, -1 on failure. E_FAIL: another kind of list, or an item
+/// already pending. A failure leaves no item pending: also one that was is freed.
 QV_FUNCTION HRESULT QvList_AllocAndInsertItem(tQVLIST* list, const void* src, ULONGLONG size, LONG index,
                                               LONG* outIndex);
 /// Reallocates the item at a valid index. E_OUTOFMEMORY: the old item stays. E_FAIL: another kind of list.
@@ -138,8 +140,8 @@ QV_FUNCTION HRESULT QvList_ReAllocItem(tQVLIST* list, LONG index, ULONGLONG size
 /// list's values for blocks of the C runtime. Refused: -1.
 QV_FUNCTION ULONGLONG QvList_AllocSize(tQVLIST* list, LONG index);
 /// Moves n items of src from srcIndex on to dest, before destIndex (negative: at the end), in their order and without
-/// copying. n < 0: src's whole count. E_FAIL: another kind of list, an item pending in dest, a range that passes src's
-/// end. Both lists must take their items from the same heap. Enters dest's lock, then src's.
+/// copying. n < 0: src's whole count. E_FAIL: another kind of list, one list twice, an item pending in dest, a range
+/// that passes src's end. Both lists must take their items from the same heap. Enters dest's lock, then src's.
 QV_FUNCTION HRESULT QvList_MoveItemsBetweenHeapLists(tQVLIST* dest, LONG destIndex, tQVLIST* src, LONG srcIndex,
                                                      LONG n);
 
@@ -161,8 +163,9 @@ QV_FUNCTION LONG QvList_FindSortedInsertIndexRange(tQVLIST* list, const void* ke
 /// Selection sort: n^2 / 2 comparisons, n swaps at most.
 QV_FUNCTION HRESULT QvList_Sort(tQVLIST* list, LONGLONG criteria, QVLISTCOMPARE compare);
 QV_FUNCTION HRESULT QvList_HeapSort(tQVLIST* list, LONGLONG criteria, QVLISTCOMPARE compare);
-/// Inserts a copy of each slot of src into the sorted list dest. A heap-item dest receives nothing. Always S_OK, unless
-/// refused; holds src's lock throughout.
+/// Inserts a copy of each slot of src into the sorted list dest, as far as memory allows: always S_OK. A heap-item dest
+/// receives nothing. Holds src's lock throughout. E_FAIL: refused by src, or one list twice. E_INVALIDARG: slots of
+/// different sizes.
 QV_FUNCTION HRESULT QvList_SortTo(tQVLIST* dest, tQVLIST* src, LONGLONG criteria, QVLISTCOMPARE compare);
 
 // ---- fields and checks ---------------------------------------------------------------------------------------------

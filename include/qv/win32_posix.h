@@ -184,7 +184,6 @@ QV_WIN32(BOOL, CloseHandle, (HANDLE object));
 #define GMEM_INVALID_HANDLE 0x8000u
 #define GHND 0x42u
 #define GPTR 0x40u
-#define GMEM_MODIFY 0x80u
 
 QV_WIN32(HGLOBAL, GlobalAlloc, (UINT flags, SIZE_T bytes));
 QV_WIN32(void*, GlobalLock, (HGLOBAL block));
@@ -196,16 +195,15 @@ QV_WIN32(SIZE_T, GlobalSize, (HGLOBAL block));
 QV_WIN32(UINT, GlobalFlags, (HGLOBAL block));
 /// Null on success, the handle itself when it is none.
 QV_WIN32(HGLOBAL, GlobalFree, (HGLOBAL block));
-/// Resizes a block; with GMEM_ZEROINIT new bytes are zero. A fixed block moves only with GMEM_MOVEABLE among the flags,
-/// a locked one never; a moveable one keeps its handle. GMEM_MODIFY is not supported. Null on failure, and the block is
-/// as it was.
+/// Resizes a block where it is: makes it smaller, or as large as its memory was before. With GMEM_ZEROINIT new bytes
+/// are zero. Null when more is asked for, and the block is as it was. Other flags are ignored.
 QV_WIN32(HGLOBAL, GlobalReAlloc, (HGLOBAL block, SIZE_T bytes, UINT flags));
 
 #define HEAP_NO_SERIALIZE 0x1u
 #define HEAP_ZERO_MEMORY 0x8u
 
-/// A private heap, whose blocks are freed one by one or all with it. Heaps grow without limit (maximum must be 0) and
-/// are used by one thread at a time with HEAP_NO_SERIALIZE.
+/// A private heap, whose blocks are freed one by one or all with it. It grows without limit (maximum must be 0) and is
+/// used by one thread at a time, whatever the flags.
 QV_WIN32(HANDLE, HeapCreate, (DWORD flags, SIZE_T initial, SIZE_T maximum));
 QV_WIN32(BOOL, HeapDestroy, (HANDLE heap));
 QV_WIN32(void*, HeapAlloc, (HANDLE heap, DWORD flags, SIZE_T bytes));

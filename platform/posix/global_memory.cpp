@@ -9,7 +9,11 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <cstring>
+#include <malloc.h>
 #include <new>
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace {
 
@@ -43,6 +47,14 @@ Block* block_of_handle(HGLOBAL handle) {
 void* memory_of(Block* block) { return block + 1; }
 
 HGLOBAL handle_of(Block* block) { return static_cast<BYTE*>(memory_of(block)) + (block->moveable ? kHandleOffset : 0); }
+
+/// Gives the whole pages of a range back to the system; they read as zeros then.
+void drop_pages(BYTE* first, BYTE* last) {
+  const auto page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+  const uintptr_t begin = (reinterpret_cast<uintptr_t>(first) + page - 1) / page * page;
+  const uintptr_t end = reinterpret_cast<uintptr_t>(last) / page * page;
+  if (begin < end) madvise(reinterpret_cast<void*>(begin), end - begin, MADV_DONTNEED);
+}
 
 Block* require(Block* block) {
   if (block == nullptr) SetLastError(ERROR_INVALID_HANDLE);
@@ -106,4 +118,21 @@ HGLOBAL GlobalFree(HGLOBAL handle) {
   block->~Block();
   std::free(block);
   return nullptr;
+}
+
+HGLOBAL GlobalReAlloc(HGLOBAL handle, SIZE_T bytes, UINT flags) {
+  Block* block = require(block_of_handle(handle));
+  if (block == nullptr) return nullptr;
+  if (qv::platform::allocation_fails() || bytes > malloc_usable_size(block) - sizeof(Block)) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return nullptr;
+  }
+  auto* memory = static_cast<BYTE*>(memory_of(block));
+  if (bytes < block->bytes) {
+    drop_pages(memory + bytes, memory + block->bytes);
+  } else if ((flags & GMEM_ZEROINIT) != 0) {
+    std::memset(memory + block->bytes, 0, bytes - block->bytes);
+  }
+  block->bytes = bytes;
+  return handle;
 }
