@@ -12,31 +12,31 @@ struct Probed {
   LONG comparison; ///< of the key with it; 0 when it is equal
 };
 
-/// Binary search that halves as the C runtime's does. The range is not empty. `item_of` answers a slot's item.
+/// Binary search that halves as the C runtime's does: the probe has one item fewer below it than above where it cannot
+/// have as many. The range is not empty. `item_of` answers a slot's item.
 template <class ItemOf>
-Probed probe(const tQVLIST* list, const void* key, int64_t low, int64_t left, QVLISTCOMPARE compare, ItemOf item_of) {
-  Probed last{low, 0};
-  while (left > 0) {
-    const int64_t half = left / 2;
-    const int64_t below = left % 2 != 0 ? half : half - 1;
-    last.index = left == 1 ? low : low + below;
-    last.comparison = compare(list->sortCriteria, key, item_of(last.index));
-    if (last.comparison == 0 || left == 1) return last;
-    if (last.comparison < 0) {
-      left = below;
-    } else {
-      low = last.index + 1;
-      left = half;
-    }
+Probed probe(LONGLONG criteria, const void* key, int64_t low, uint64_t left, QVLISTCOMPARE compare, ItemOf item_of) {
+  for (;;) {
+    const uint64_t below = (left - 1) / 2;
+    const int64_t at = low + static_cast<int64_t>(below);
+    const LONG comparison = compare(criteria, key, item_of(at));
+    if (comparison == 0) return {at, 0};
+    left = comparison < 0 ? below : left - below - 1;
+    low = comparison < 0 ? low : at + 1;
+    if (left == 0) return {at, comparison};
   }
-  return last;
 }
 
 /// The kind of the list is looked at once, not at every probe.
-Probed probe(const tQVLIST* list, const void* key, int64_t low, int64_t left, QVLISTCOMPARE compare) {
+Probed probe(const tQVLIST* list, const void* key, int64_t low, int64_t count, QVLISTCOMPARE compare) {
+  const auto left = static_cast<uint64_t>(count);
   if (is_array(list))
-    return probe(list, key, low, left, compare, [list](int64_t index) { return slot_address(list, index); });
-  return probe(list, key, low, left, compare, [list](int64_t index) { return slot_value(list, index); });
+    return probe(list->sortCriteria, key, low, left, compare,
+                 [items = slot_address(list, 0), bytes = list->itemSize](int64_t index) {
+                   return items + static_cast<uint64_t>(index) * bytes;
+                 });
+  return probe(list->sortCriteria, key, low, left, compare,
+               [items = &slot_value(list, 0)](int64_t index) { return items[index]; });
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 
 namespace bench {
 
+void add_list_groups();
 void add_queue_groups();
 
 } // namespace bench

@@ -2,6 +2,7 @@
 #include "bench/ratios.h"
 
 int main(int argc, char** argv) {
+  bench::add_list_groups();
   bench::add_queue_groups();
   return bench::run_all(argc, argv);
 }
