@@ -11,7 +11,8 @@
 //
 //     Software\COMPANY\APPLICATION\MAJOR.MINOR\Metrics      Software\COMPANY\APPLICATION\Metrics
 //
-// The company is "QvKernel" unless an argument names it. Paths have at most 259 characters.
+// The company is "QvKernel" unless an argument names it. Paths have at most 259 characters: one that is longer opens no
+// key (ERROR_FILENAME_EXCED_RANGE as a result) and deletes none. Company and application must not be empty.
 //
 // QVMETRIC_DEFAULT stands for the process's default handle in every getter and in what says so; where it is not
 // accepted, functions behave as without a handle. Getters never fail: they answer 0, the default, or zeroed buffers.
@@ -33,7 +34,8 @@ typedef QVMETRIC* HQVMETRIC;
 
 /// Opens, and creates where they are missing, the key of an application and its sub-key (null or empty: none). A
 /// registry error e gives 0x80070000 | (e & 0xFFFF); the handle is stored all the same, has no key, and is closed by
-/// the caller in every case. E_OUTOFMEMORY: *handle is null. E_INVALIDARG: a null argument.
+/// the caller in every case. E_OUTOFMEMORY, and E_INVALIDARG for a null or empty
+/// argument: *handle is null.
 QV_FUNCTION HRESULT QvMetric_Open(HQVMETRIC* handle, const WCHAR* application, DWORD version, const WCHAR* subKey);
 QV_FUNCTION HRESULT QvMetric_OpenRegHiveAndVersion(HQVMETRIC* handle, const WCHAR* application, DWORD version,
                                                    const WCHAR* company, const WCHAR* subKey);
@@ -43,7 +45,8 @@ QV_FUNCTION HRESULT QvMetric_OpenAppVersion(HQVMETRIC* handle, const WCHAR* path
 QV_FUNCTION HRESULT QvMetric_OpenSubKey(HQVMETRIC* handle, HQVMETRIC parent, const WCHAR* subKey);
 /// S_OK. Null is accepted, QVMETRIC_DEFAULT left alone.
 QV_FUNCTION HRESULT QvMetric_Close(HQVMETRIC handle);
-/// Closes the handle and deletes its key with everything below it. E_FAIL: null or QVMETRIC_DEFAULT.
+/// Closes the handle and deletes its key with everything below it, as far as it can be: S_OK. E_FAIL: null or
+/// QVMETRIC_DEFAULT.
 QV_FUNCTION HRESULT QvMetric_CloseAndDeleteKey(HQVMETRIC handle);
 /// Sets the default handle, which stays the caller's, and answers the previous one. For start-up; null takes it away.
 QV_FUNCTION HQVMETRIC QvMetric_SetDefault(HQVMETRIC handle);
@@ -60,8 +63,8 @@ QV_FUNCTION HRESULT QvMetric_DeleteUserMetrics(const WCHAR* application, DWORD v
 QV_FUNCTION HRESULT QvMetric_DeleteKey(const WCHAR* application, DWORD version, const WCHAR* subKey);
 QV_FUNCTION HRESULT QvMetric_DeleteKeyHiveAndVersion(const WCHAR* application, DWORD version, const WCHAR* company,
                                                      const WCHAR* subKey);
-/// Deletes a key with everything below it. A registry error: ERROR_SUCCESS, ERROR_FILE_NOT_FOUND,
-/// ERROR_INVALID_PARAMETER for a null or empty path, ...
+/// Deletes a key with everything below it, up to the first that cannot be deleted. A registry error: ERROR_SUCCESS,
+/// ERROR_FILE_NOT_FOUND, ERROR_INVALID_PARAMETER for a null or empty path, ...
 QV_FUNCTION LONG QvRegDeleteKey(HKEY root, const WCHAR* path);
 
 // ---- value names ---------------------------------------------------------------------------------------------------

@@ -5,7 +5,8 @@
 // keeps its store open: each path is opened once per process while keys of it are open.
 //
 // Key and value names are case-insensitive and keep the case of their first writing; a component has at most 255
-// characters. Keys are separated by backslashes. Functions answer registry errors:
+// characters. Keys are separated by backslashes; a path that begins with one is not valid, doubled ones count once.
+// Functions answer registry errors:
 //
 //   ERROR_FILE_NOT_FOUND      no such key or value
 //   ERROR_INVALID_HANDLE      not an open key
@@ -17,7 +18,7 @@
 //   ERROR_DISK_FULL, ERROR_NOT_ENOUGH_MEMORY, ERROR_INVALID_PARAMETER
 //
 // A change is whole or not done, whatever ends the process. Functions may be called from any thread; a key is closed
-// while nobody uses it. Keys are not to be used in a child after fork.
+// once and while nobody uses it. Keys are not to be used in a child after fork.
 #pragma once
 
 #include "qv/win32_posix.h"
