@@ -23,6 +23,9 @@ constexpr ErrorText kErrorTexts[] = {
     {ERROR_NOT_SUPPORTED, "not a regular file"},
     {ERROR_DISK_FULL, "the disk is full"},
     {ERROR_FILENAME_EXCED_RANGE, "the name is too long"},
+    {ERROR_BADDB, "the registry is damaged, or the file is no registry"},
+    {ERROR_REGISTRY_IO_FAILED, "the registry could not be read or written"},
+    {ERROR_KEY_DELETED, "another program deleted it"},
     {ERROR_IO_DEVICE, "the device reports an error"},
 };
 

@@ -12,14 +12,20 @@ std::string utf8(const WString& text) {
   return converted;
 }
 
-std::filesystem::path path_from(const std::string& name) {
-  const int bytes = static_cast<int>(name.size());
-  const int count = MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, name.data(), bytes, nullptr, 0);
-  if (name.empty()) throw Failure("\"\"", "the file name is empty");
-  if (count == 0) throw Failure(name, "the file name is not UTF-8 text");
+std::optional<WString> utf16(const std::string& text) {
+  const int bytes = static_cast<int>(text.size());
+  const int count = MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(), bytes, nullptr, 0);
+  if (count == 0 && bytes != 0) return std::nullopt;
   WString converted(static_cast<size_t>(count), WCHAR{0});
-  MultiByteToWideChar(CP_UTF8, 0, name.data(), bytes, converted.data(), count);
+  MultiByteToWideChar(CP_UTF8, 0, text.data(), bytes, converted.data(), count);
   return converted;
+}
+
+std::filesystem::path path_from(const std::string& name) {
+  if (name.empty()) throw Failure("\"\"", "the file name is empty");
+  const std::optional<WString> converted = utf16(name);
+  if (!converted) throw Failure(name, "the file name is not UTF-8 text");
+  return *converted;
 }
 
 WString wide(const std::filesystem::path& path) { return path.string<WCHAR>(); }

@@ -4,11 +4,14 @@
 #include "qv/win32.h"
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
 namespace qv::tool {
 
 std::string utf8(const WString& text);
+/// Nothing when the text is not UTF-8.
+std::optional<WString> utf16(const std::string& text);
 
 /// A file name from the command line. Throws Failure for one that is empty or not UTF-8.
 std::filesystem::path path_from(const std::string& name);

@@ -1,0 +1,46 @@
+// One setting: how its type is called, and its value as text and as JSON.
+#pragma once
+
+#include "qv/win32.h"
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <vector>
+
+namespace qv::tool {
+
+using Json = nlohmann::ordered_json;
+
+struct SettingType {
+  const char* name;
+  DWORD type;   ///< of the registry
+  WCHAR prefix; ///< of the value's name; 0: none
+};
+
+inline constexpr SettingType kSettingTypes[] = {
+    {"dword", REG_DWORD, 0}, {"string", REG_SZ, 'S'}, {"binary", REG_BINARY, 'B'}, {"multi", REG_MULTI_SZ, 'Z'}};
+
+/// Null for a name or a type that is not in the table.
+const SettingType* setting_type(const std::string& name);
+const SettingType* setting_type(DWORD type);
+
+struct Setting {
+  LONG number = 0;
+  const SettingType* type = nullptr;
+  std::vector<BYTE> bytes; ///< as they are stored
+};
+
+/// "5" or "5 (string)", as messages name a setting.
+std::string setting_label(LONG number, const SettingType& type);
+
+/// The bytes to be stored. Throw std::invalid_argument that says what is wrong with the value.
+std::vector<BYTE> bytes_from_text(const SettingType& type, const std::vector<std::string>& texts);
+std::vector<BYTE> bytes_from_json(const SettingType& type, const Json& value);
+
+/// Null for a number that is not of 4 bytes.
+Json json_value(const Setting& setting);
+/// A line for each of a multi's texts.
+std::string text_value(const Setting& setting);
+
+} // namespace qv::tool
