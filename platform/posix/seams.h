@@ -9,8 +9,8 @@
 
 namespace qv::platform {
 
-/// Makes the n-th allocation from now on fail, and no other: GlobalAlloc, GlobalReAlloc, those of private heaps, critical
-/// sections with a spin count. 1 is the next; 0 switches off.
+/// Makes the n-th allocation from now on fail, and no other: GlobalAlloc, GlobalReAlloc, those of private heaps,
+/// critical sections with a spin count. 1 is the next; 0 switches off.
 QV_API void fail_allocation(int nth);
 /// Makes the n-th call of ReadFile, WriteFile, SetFilePointer(Ex) or SetEndOfFile from now on fail with
 /// ERROR_IO_DEVICE, and no other. 0 switches off.

@@ -22,14 +22,14 @@ WCHAR character_of(int code) {
 
 TEST(CodePage1252, MapsAll256CodesBothWays) {
   for (int code = 0; code < 256; ++code) {
-    const char byte = static_cast<char>(code);
+    const char octet = static_cast<char>(code);
     WCHAR character = 0xFFFF;
-    ASSERT_EQ(MultiByteToWideChar(kCodePage1252, 0, &byte, 1, &character, 1), 1);
+    ASSERT_EQ(MultiByteToWideChar(kCodePage1252, 0, &octet, 1, &character, 1), 1);
     EXPECT_EQ(character, character_of(code)) << code;
     char back = '~';
     BOOL used_fallback = TRUE;
     ASSERT_EQ(WideCharToMultiByte(kCodePage1252, 0, &character, 1, &back, 1, nullptr, &used_fallback), 1);
-    EXPECT_EQ(back, byte) << code;
+    EXPECT_EQ(back, octet) << code;
     EXPECT_FALSE(used_fallback) << code;
   }
 }
@@ -67,11 +67,11 @@ std::vector<WCHAR> from_utf8(const std::string& bytes) {
 
 // The definition of UTF-8 (RFC 3629, section 3), as bits.
 std::string model_utf8(uint32_t c) {
-  const auto byte = [](uint32_t value) { return static_cast<char>(value); };
-  if (c < 0x80) return {byte(c)};
-  if (c < 0x800) return {byte(0xC0 + c / 64), byte(0x80 + c % 64)};
-  if (c < 0x10000) return {byte(0xE0 + c / 4096), byte(0x80 + c / 64 % 64), byte(0x80 + c % 64)};
-  return {byte(0xF0 + c / 262144), byte(0x80 + c / 4096 % 64), byte(0x80 + c / 64 % 64), byte(0x80 + c % 64)};
+  const auto octet = [](uint32_t value) { return static_cast<char>(value); };
+  if (c < 0x80) return {octet(c)};
+  if (c < 0x800) return {octet(0xC0 + c / 64), octet(0x80 + c % 64)};
+  if (c < 0x10000) return {octet(0xE0 + c / 4096), octet(0x80 + c / 64 % 64), octet(0x80 + c % 64)};
+  return {octet(0xF0 + c / 262144), octet(0x80 + c / 4096 % 64), octet(0x80 + c / 64 % 64), octet(0x80 + c % 64)};
 }
 
 TEST(Utf8, EveryCharacterGoesBothWays) {

@@ -109,8 +109,8 @@ TEST(Files, AccessIsWhatWasAskedFor) {
   EXPECT_FALSE(SetEndOfFile(file));
   CloseHandle(file);
   file = open(at, GENERIC_WRITE, OPEN_EXISTING);
-  char byte = 0;
-  EXPECT_FALSE(ReadFile(file, &byte, 1, &count, nullptr));
+  char octet = 0;
+  EXPECT_FALSE(ReadFile(file, &octet, 1, &count, nullptr));
   CloseHandle(file);
   EXPECT_EQ(at.read(), "abc");
 }
