@@ -48,10 +48,10 @@ TEST(ChannelInPlace, SilenceIsMidScaleOnlyForUnsignedBytes) {
   }
   WAVEFORMATEX compressed;
   QvAudio_InitWfxFlex(&compressed, 0x55, 48000, 0, 2, 0, sizeof compressed);
-  uint8_t byte = 1;
-  EXPECT_EQ(QvAudio_FillSilence(&compressed, &byte, 1), E_FAIL);
-  EXPECT_EQ(QvAudio_FillSilenceChannel(&compressed, &byte, 0, 1), E_FAIL);
-  EXPECT_EQ(QvAudio_MuteChannel(&compressed, &byte, 0, 1), E_NOTIMPL);
+  uint8_t octet = 1;
+  EXPECT_EQ(QvAudio_FillSilence(&compressed, &octet, 1), E_FAIL);
+  EXPECT_EQ(QvAudio_FillSilenceChannel(&compressed, &octet, 0, 1), E_FAIL);
+  EXPECT_EQ(QvAudio_MuteChannel(&compressed, &octet, 0, 1), E_NOTIMPL);
 }
 
 TEST(ChannelInPlace, MonoIsTheAverageInEveryChannel) {

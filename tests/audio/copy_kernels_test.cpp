@@ -150,18 +150,18 @@ TEST(CopyKernels, KnownValues) {
   float back = 0;
   QvAudio_GetCopyFunction2(QVSAMPLE_FLOAT32, QVSAMPLE_PCM16)(&back, &shorts[1], 1, 1.0f);
   EXPECT_EQ(back, -1.0f);
-  uint8_t byte = 0;
+  uint8_t octet = 0;
   const float zero = 0;
-  QvAudio_GetCopyFunction2(QVSAMPLE_PCM8, QVSAMPLE_FLOAT32)(&byte, &zero, 1, 1.0f);
-  EXPECT_EQ(byte, 0x80);
+  QvAudio_GetCopyFunction2(QVSAMPLE_PCM8, QVSAMPLE_FLOAT32)(&octet, &zero, 1, 1.0f);
+  EXPECT_EQ(octet, 0x80);
 }
 
 TEST(CopyKernels, NegativeCountsDoNothing) {
   model::on_every_level([](int) {
-    uint8_t byte = 1;
+    uint8_t octet = 1;
     const double value = 0.5;
-    QvAudio_GetCopyFunction2(QVSAMPLE_PCM8, QVSAMPLE_FLOAT64)(&byte, &value, -1, 1.0f);
-    EXPECT_EQ(byte, 1);
+    QvAudio_GetCopyFunction2(QVSAMPLE_PCM8, QVSAMPLE_FLOAT64)(&octet, &value, -1, 1.0f);
+    EXPECT_EQ(octet, 1);
   });
 }
 

@@ -64,10 +64,10 @@ TEST(SampleType, FromExtensibleHeaders) {
     const WAVEFORMATEXTENSIBLE format = extensible(row.data1, row.bits, row.valid);
     EXPECT_EQ(QvAudio_GetSampleType(&format.Format), row.type) << row.data1 << " " << row.bits << " " << row.valid;
   }
-  for (size_t byte = 2; byte < sizeof(GUID); ++byte) {
+  for (size_t octet = 2; octet < sizeof(GUID); ++octet) {
     WAVEFORMATEXTENSIBLE format = extensible(1, 16, 16);
-    reinterpret_cast<uint8_t*>(&format)[24 + byte] ^= 1;
-    EXPECT_EQ(QvAudio_GetSampleType(&format.Format), QVSAMPLE_NONE) << "GUID byte " << byte;
+    reinterpret_cast<uint8_t*>(&format)[24 + octet] ^= 1;
+    EXPECT_EQ(QvAudio_GetSampleType(&format.Format), QVSAMPLE_NONE) << "GUID octet " << octet;
   }
 }
 

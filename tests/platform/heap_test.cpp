@@ -44,7 +44,7 @@ TEST(RuntimeBlocks, HaveAtLeastWhatWasAskedFor) {
 }
 
 TEST(GlobalBlocks, ShrinkInPlace) {
-  constexpr SIZE_T kLarge = 1 << 20;
+  constexpr SIZE_T kLarge = 100'000;
   auto* memory = static_cast<BYTE*>(GlobalAlloc(GMEM_FIXED | GMEM_ZEROINIT, kLarge));
   ASSERT_NE(memory, nullptr);
   std::memset(memory, 0x5A, kLarge);
