@@ -100,7 +100,7 @@ LONG check_exists(Store& store, int64_t id) {
 LONG give_name(std::span<const BYTE> stored, WCHAR* name, DWORD* capacity) {
   const size_t length = stored.size() / 2;
   if (length >= *capacity) return ERROR_MORE_DATA;
-  std::memcpy(name, stored.data(), 2 * length);
+  if (length != 0) std::memcpy(name, stored.data(), 2 * length);
   name[length] = 0;
   *capacity = static_cast<DWORD>(length);
   return ERROR_SUCCESS;

@@ -152,9 +152,11 @@ private:
     const std::vector<BYTE> slots = slots_of(values);
     const int index = any_index();
     const int n = static_cast<int>(values.size());
+    void* const forgotten = list_->pendingItem;
     EXPECT_EQ(QvList_InsertList(list_, index, slots.data(), negative ? -n : n), S_OK);
     model_.insert(index, values);
     pending_ = 0;
+    if ((configuration_.options & QVLIST_OPT_PRIVATEHEAP) == 0) std::free(forgotten); // no longer the list's
   }
   void insert_own() {
     if (heap_items() || model_.count == 0) return;
