@@ -141,7 +141,8 @@ QV_FUNCTION HRESULT QvList_ReAllocItem(tQVLIST* list, LONG index, ULONGLONG size
 QV_FUNCTION ULONGLONG QvList_AllocSize(tQVLIST* list, LONG index);
 /// Moves n items of src from srcIndex on to dest, before destIndex (negative: at the end), in their order and without
 /// copying. n < 0: src's whole count. E_FAIL: another kind of list, one list twice, an item pending in dest, a range
-/// that passes src's end. Both lists must take their items from the same heap. Enters dest's lock, then src's.
+/// that passes src's end. Both lists must take their items from the same heap. Enters dest's lock, then src's: threads
+/// that move between two thread-safe lists in opposite directions at once can wait for each other forever.
 QV_FUNCTION HRESULT QvList_MoveItemsBetweenHeapLists(tQVLIST* dest, LONG destIndex, tQVLIST* src, LONG srcIndex,
                                                      LONG n);
 

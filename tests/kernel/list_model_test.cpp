@@ -82,9 +82,10 @@ private:
   bool heap_items() const { return (configuration_.options & QVLIST_OPT_HEAPITEMS) != 0; }
   bool array() const { return (configuration_.options & QVLIST_OPT_ARRAY) != 0; }
 
-  HRESULT create(tQVLIST** list, int initial) {
+  HRESULT create(tQVLIST** list, int initial, DWORD without = 0) {
     *list = nullptr;
-    return QvList_CreateExZ(list, sizeof(Triple) - 1, initial, configuration_.growth, configuration_.options, 0, 0, 0);
+    return QvList_CreateExZ(list, sizeof(Triple) - 1, initial, configuration_.growth, configuration_.options & ~without,
+                            0, 0, 0);
   }
 
   /// Slots as a client would hand them over.
@@ -303,7 +304,8 @@ private:
   }
   void sort_to_or_move_to() {
     tQVLIST* other = nullptr;
-    ASSERT_EQ(create(&other, 4), S_OK);
+    // One lock alone: items go there and back, and two locks would be entered in both orders.
+    ASSERT_EQ(create(&other, 4, QVLIST_OPT_THREADSAFE), S_OK);
     if (heap_items()) {
       EXPECT_EQ(QvList_SortTo(other, list_, kCriteria, compare_keys), S_OK);
       EXPECT_EQ(other->count, 0);
