@@ -4,6 +4,7 @@
 namespace bench {
 
 void add_list_groups();
+void add_metric_groups();
 void add_queue_groups();
 
 } // namespace bench
