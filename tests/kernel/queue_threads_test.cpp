@@ -128,6 +128,39 @@ TEST(QueueThreads, DeletionReleasesConsumersHoweverTheRaceFalls) {
   });
 }
 
+/// Stays inside the queue until its deletion has begun; answers no match.
+LONG CALLBACK stay_until_deletion(const tQVQELM*, LONGLONG context) {
+  auto* queue = reinterpret_cast<tQVQHEAD*>(context);
+  while (std::atomic_ref(queue->event).load() != nullptr)
+    std::this_thread::yield();
+  return 0;
+}
+
+TEST(QueueThreads, DeletionWaitsForThoseWhoAreInside) {
+  constexpr int kVisitors = 6;
+  for (int round = 0; round < 300; ++round) {
+    tQVQHEAD queue = {};
+    ASSERT_EQ(QvQueueInitialize(&queue), 1);
+    tQVQELM element = {};
+    QvQueueInsert(&queue, &element);
+    // The first to enter keeps the lock from the others and from the deletion, which then compete for it.
+    std::atomic<int> begun = 0;
+    std::vector<std::thread> visitors;
+    for (int i = 0; i < kVisitors; ++i) {
+      visitors.emplace_back([&] {
+        ++begun;
+        QvQueueFind(&queue, stay_until_deletion, reinterpret_cast<LONGLONG>(&queue));
+      });
+    }
+    while (begun != kVisitors)
+      std::this_thread::yield();
+    QvQueueDelete(&queue);
+    std::memset(&queue.lock, 0xDD, sizeof queue.lock);
+    for (std::thread& visitor : visitors)
+      visitor.join();
+  }
+}
+
 TEST(QueueThreads, DeletingFromTwoThreadsDeletesOnce) {
   race(2, 1000, [](tQVQHEAD* queue, Counter&, int) {
     std::thread other([=] { QvQueueDelete(queue); });
