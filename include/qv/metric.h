@@ -34,8 +34,7 @@ typedef QVMETRIC* HQVMETRIC;
 
 /// Opens, and creates where they are missing, the key of an application and its sub-key (null or empty: none). A
 /// registry error e gives 0x80070000 | (e & 0xFFFF); the handle is stored all the same, has no key, and is closed by
-/// the caller in every case. E_OUTOFMEMORY, and E_INVALIDARG for a null or empty
-/// argument: *handle is null.
+/// the caller in every case. E_OUTOFMEMORY, and E_INVALIDARG for a null or empty argument: *handle is null.
 QV_FUNCTION HRESULT QvMetric_Open(HQVMETRIC* handle, const WCHAR* application, DWORD version, const WCHAR* subKey);
 QV_FUNCTION HRESULT QvMetric_OpenRegHiveAndVersion(HQVMETRIC* handle, const WCHAR* application, DWORD version,
                                                    const WCHAR* company, const WCHAR* subKey);
