@@ -28,14 +28,23 @@ int64_t whole_steps(const tQVLIST* list, int64_t n) {
   return rounded - rounded % list->growBy;
 }
 
+namespace {
+
+/// Changes the size of the slot block, which GMEM_MOVEABLE allows to move; what is new is zeroed. False: as it was.
+bool resize_block(tQVLIST* list, uint64_t bytes, UINT may_move) {
+  const HGLOBAL block = GlobalHandle(list->items);
+  GlobalUnlock(block);
+  const HGLOBAL resized = GlobalReAlloc(block, bytes, GMEM_ZEROINIT | may_move);
+  list->items = GlobalLock(resized == nullptr ? block : resized);
+  return resized != nullptr;
+}
+
+} // namespace
+
 HRESULT grow(tQVLIST* list, int64_t n) {
   const int64_t allocated = list->allocated + whole_steps(list, n < 1 ? list->growBy : n);
   if (allocated > INT_MAX) return E_OUTOFMEMORY;
-  void* items = allocate_slots(static_cast<uint64_t>(allocated), list->itemSize);
-  if (items == nullptr) return E_OUTOFMEMORY;
-  std::memcpy(items, list->items, static_cast<uint64_t>(list->allocated) * list->itemSize);
-  free_slots(list->items);
-  list->items = items;
+  if (!resize_block(list, static_cast<uint64_t>(allocated) * list->itemSize, GMEM_MOVEABLE)) return E_OUTOFMEMORY;
   list->allocated = static_cast<LONG>(allocated);
   return S_OK;
 }
@@ -46,11 +55,7 @@ HRESULT shrink(tQVLIST* list, int64_t n) {
   if (fewer > slack) fewer -= list->growBy;
   if (fewer <= 0) return S_OK;
   const uint64_t bytes = std::max(static_cast<uint64_t>(list->allocated - fewer) * list->itemSize, list->itemSize);
-  const HGLOBAL block = GlobalHandle(list->items);
-  GlobalUnlock(block);
-  const HGLOBAL smaller = GlobalReAlloc(block, bytes, GMEM_ZEROINIT);
-  list->items = GlobalLock(smaller == nullptr ? block : smaller);
-  if (smaller == nullptr) return E_OUTOFMEMORY;
+  if (!resize_block(list, bytes, 0)) return E_OUTOFMEMORY;
   list->allocated = static_cast<LONG>(list->allocated - fewer);
   return S_OK;
 }

@@ -2,7 +2,7 @@
 //
 // A block is a header followed by the caller's bytes. The pointer to a block's bytes is 16-aligned; the handle of a
 // moveable block is that pointer plus 8, so that a handle used as a pointer (which Windows forbids) is noticed, and
-// either can be told from the other. Blocks never move.
+// either can be told from the other. Only GlobalReAlloc moves a block, and only a fixed one.
 #include "platform/posix/last_error.h"
 #include "platform/posix/seams.h"
 #include "qv/win32.h"
@@ -54,6 +54,17 @@ void drop_pages(BYTE* first, BYTE* last) {
   const uintptr_t begin = (reinterpret_cast<uintptr_t>(first) + page - 1) / page * page;
   const uintptr_t end = reinterpret_cast<uintptr_t>(last) / page * page;
   if (begin < end) madvise(reinterpret_cast<void*>(begin), end - begin, MADV_DONTNEED);
+}
+
+/// Null when there is no room where the block is and it may not move, or when there is no memory.
+Block* resize(Block* block, size_t bytes, bool may_move) {
+  if (bytes <= malloc_usable_size(block) - sizeof(Block)) return block;
+  if (!may_move || block->moveable != 0 || bytes > SIZE_MAX - sizeof(Block)) return nullptr;
+  block->mark = 0; // where it was, it is no block any more
+  void* moved = std::realloc(static_cast<void*>(block), sizeof(Block) + bytes);
+  auto* live = moved == nullptr ? block : static_cast<Block*>(moved);
+  live->mark = kLive;
+  return moved == nullptr ? nullptr : live;
 }
 
 Block* require(Block* block) {
@@ -123,16 +134,18 @@ HGLOBAL GlobalFree(HGLOBAL handle) {
 HGLOBAL GlobalReAlloc(HGLOBAL handle, SIZE_T bytes, UINT flags) {
   Block* block = require(block_of_handle(handle));
   if (block == nullptr) return nullptr;
-  if (qv::platform::allocation_fails() || bytes > malloc_usable_size(block) - sizeof(Block)) {
+  Block* resized = nullptr;
+  if (!qv::platform::allocation_fails()) resized = resize(block, bytes, (flags & GMEM_MOVEABLE) != 0);
+  if (resized == nullptr) {
     SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     return nullptr;
   }
-  auto* memory = static_cast<BYTE*>(memory_of(block));
-  if (bytes < block->bytes) {
-    drop_pages(memory + bytes, memory + block->bytes);
+  auto* memory = static_cast<BYTE*>(memory_of(resized));
+  if (bytes < resized->bytes) {
+    drop_pages(memory + bytes, memory + resized->bytes);
   } else if ((flags & GMEM_ZEROINIT) != 0) {
-    std::memset(memory + block->bytes, 0, bytes - block->bytes);
+    std::memset(memory + resized->bytes, 0, bytes - resized->bytes);
   }
-  block->bytes = bytes;
-  return handle;
+  resized->bytes = bytes;
+  return handle_of(resized);
 }

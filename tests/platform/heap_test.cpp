@@ -43,6 +43,22 @@ TEST(RuntimeBlocks, HaveAtLeastWhatWasAskedFor) {
   }
 }
 
+TEST(GlobalBlocks, GrowWhereTheyMayMove) {
+  for (const SIZE_T bytes : {SIZE_T{100}, SIZE_T{300'000}}) {
+    auto* memory = static_cast<BYTE*>(GlobalAlloc(GMEM_FIXED, bytes));
+    ASSERT_NE(memory, nullptr);
+    std::memset(memory, 0x5A, bytes);
+    EXPECT_EQ(GlobalReAlloc(memory, ~SIZE_T{0} - 7, GMEM_MOVEABLE), nullptr);
+    ASSERT_EQ(GlobalSize(memory), bytes) << "as it was";
+    auto* larger = static_cast<BYTE*>(GlobalReAlloc(memory, 7 * bytes, GMEM_MOVEABLE | GMEM_ZEROINIT));
+    ASSERT_NE(larger, nullptr);
+    EXPECT_EQ(GlobalSize(larger), 7 * bytes);
+    for (SIZE_T i = 0; i < 7 * bytes; ++i)
+      ASSERT_EQ(larger[i], i < bytes ? 0x5A : 0) << i;
+    EXPECT_EQ(GlobalFree(larger), nullptr);
+  }
+}
+
 TEST(GlobalBlocks, ShrinkInPlace) {
   constexpr SIZE_T kLarge = 100'000;
   auto* memory = static_cast<BYTE*>(GlobalAlloc(GMEM_FIXED | GMEM_ZEROINIT, kLarge));
