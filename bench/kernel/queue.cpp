@@ -16,7 +16,7 @@ namespace bench {
 
 namespace {
 
-constexpr int kHandedOver = 100'000;
+constexpr int kHandedOver = 300'000;
 
 /// Elements are somewhere in memory, not neighbours on a cache line.
 struct alignas(64) Job {

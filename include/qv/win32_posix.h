@@ -195,8 +195,8 @@ QV_WIN32(SIZE_T, GlobalSize, (HGLOBAL block));
 QV_WIN32(UINT, GlobalFlags, (HGLOBAL block));
 /// Null on success, the handle itself when it is none.
 QV_WIN32(HGLOBAL, GlobalFree, (HGLOBAL block));
-/// Resizes a block where it is: makes it smaller, or as large as its memory was before. GMEM_MOVEABLE lets a fixed block
-/// move instead. With GMEM_ZEROINIT new bytes are zero. Null when it cannot be had, and the block is as it was.
+/// Resizes a block where it is: makes it smaller, or as large as its memory was before. GMEM_MOVEABLE lets a fixed
+/// block move instead. With GMEM_ZEROINIT new bytes are zero. Null when it cannot be had, and the block is as it was.
 QV_WIN32(HGLOBAL, GlobalReAlloc, (HGLOBAL block, SIZE_T bytes, UINT flags));
 
 #define HEAP_NO_SERIALIZE 0x1u
