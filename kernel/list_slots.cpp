@@ -45,6 +45,8 @@ HRESULT grow(tQVLIST* list, int64_t n) {
   const int64_t allocated = list->allocated + whole_steps(list, n < 1 ? list->growBy : n);
   if (allocated > INT_MAX) return E_OUTOFMEMORY;
   if (!resize_block(list, static_cast<uint64_t>(allocated) * list->itemSize, GMEM_MOVEABLE)) return E_OUTOFMEMORY;
+  // The block of a list that was shrunk to nothing kept the bytes of one slot.
+  if (list->allocated == 0) std::memset(list->items, 0, list->itemSize);
   list->allocated = static_cast<LONG>(allocated);
   return S_OK;
 }
