@@ -41,6 +41,29 @@ void write_number(Sink& sink, const Conversion& conversion, const NumberText& nu
   if (conversion.left) sink.fill(QV_TEXT(' '), spaces);
 }
 
+bool is_plain_integer(const Conversion& conversion) {
+  const bool decimal =
+      conversion.type == QV_TEXT('u') || conversion.type == QV_TEXT('d') || conversion.type == QV_TEXT('i');
+  return decimal && conversion.precision < 0 && !conversion.left && !conversion.plus && !conversion.space;
+}
+
+void write_plain_integer(Sink& sink, const Conversion& conversion, bool negative, uint64_t magnitude) {
+  WCHAR digits[20];
+  WCHAR* const end = digits + std::size(digits);
+  WCHAR* begin = end;
+  do {
+    *--begin = static_cast<WCHAR>(QV_TEXT('0') + magnitude % 10);
+    magnitude /= 10;
+  } while (magnitude != 0);
+  const auto length = static_cast<size_t>(end - begin);
+  const size_t fill = spaces_of(conversion, length + (negative ? 1 : 0));
+  if (!conversion.zero) sink.fill(QV_TEXT(' '), fill);
+  if (negative) sink.put(QV_TEXT('-'));
+  if (conversion.zero) sink.fill(QV_TEXT('0'), fill);
+  for (; begin != end; ++begin)
+    sink.put(*begin);
+}
+
 void write_localized_number(Sink& sink, const Conversion& conversion, const NumberText& number,
                             const QVUSERLOCALE& locale) {
   const View separator = locale.thousand;

@@ -10,6 +10,11 @@ namespace qv::kernel {
 
 void write_number(Sink& sink, const Conversion& conversion, const NumberText& number);
 
+/// Whether an integer conversion asks for nothing but a width, which zeros or spaces fill: then its digits need no
+/// NumberText.
+bool is_plain_integer(const Conversion& conversion);
+void write_plain_integer(Sink& sink, const Conversion& conversion, bool negative, uint64_t magnitude);
+
 /// Zeros that fill the width are digits of the number, so they are grouped; spaces come after that.
 void write_localized_number(Sink& sink, const Conversion& conversion, const NumberText& number,
                             const QVUSERLOCALE& locale);

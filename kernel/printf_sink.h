@@ -16,6 +16,10 @@ public:
   size_t left() const { return room_ - count_; }
   bool is_full() const { return count_ == room_; }
 
+  /// Where `count` characters may be written, to be followed by advance; null when there is less room.
+  WCHAR* room_for(size_t count) { return left() >= count ? text_ + count_ : nullptr; }
+  void advance(size_t count) { count_ += count; }
+
   void put(WCHAR character) {
     if (!is_full()) text_[count_++] = character;
   }

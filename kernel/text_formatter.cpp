@@ -2,6 +2,8 @@
 
 #include "kernel/number_writer.h"
 #include "kernel/string_writer.h"
+#include "kernel/time_rounding.h"
+#include "kernel/user_locale.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -27,6 +29,10 @@ const WCHAR* TextFormatter::write_conversion(const WCHAR* format) {
     return end;
   }
   take_fields(conversion);
+  if (is_plain_integer(conversion)) {
+    write_plain_integer(conversion);
+    return end;
+  }
   switch (conversion.type) {
   case QV_TEXT('%'): sink_.put(QV_TEXT('%')); break;
   case QV_TEXT('n'): arguments_.next_pointer(); break;
@@ -47,12 +53,21 @@ const WCHAR* TextFormatter::write_conversion(const WCHAR* format) {
 const WCHAR* TextFormatter::write_directive(const WCHAR* format) {
   switch (format[1]) {
   case QV_TEXT('$'): sink_.put(QV_TEXT('$')); return format + 2;
-  case QV_TEXT(':'): sink_.write_terminated(locale().time); return format + 2;
-  case QV_TEXT('*'): sink_.write_terminated(decimal_separator(locale())); return format + 2;
+  case QV_TEXT(':'): write_clock_separator(&ClockCharacters::time, &ClockSeparators::time); return format + 2;
+  case QV_TEXT('*'): write_clock_separator(&ClockCharacters::decimal, &ClockSeparators::decimal); return format + 2;
   case QV_TEXT(','): sink_.write_terminated(locale().list); return format + 2;
   case QV_TEXT('&'):
   case QV_TEXT('!'): return write_token(format);
   default: return write_localized(format);
+  }
+}
+
+void TextFormatter::write_clock_separator(WCHAR ClockCharacters::*character, WCHAR (ClockSeparators::*text)[8]) {
+  const ClockCharacters characters = clock_characters();
+  if (characters.*character != 0) {
+    sink_.put(characters.*character);
+  } else {
+    sink_.write_terminated(clock_separators().*text);
   }
 }
 
@@ -124,6 +139,20 @@ void TextFormatter::take_number(const Conversion& conversion, NumberText& number
   case QV_TEXT('X'): format_integer(conversion, false, arguments_.next_unsigned(conversion.size), number); break;
   default: format_double(conversion, arguments_.next_double(), number);
   }
+}
+
+void TextFormatter::write_plain_integer(const Conversion& conversion) {
+  const bool is_signed = conversion.type != QV_TEXT('u');
+  const int64_t value = is_signed ? arguments_.next_signed(conversion.size)
+                                  : static_cast<int64_t>(arguments_.next_unsigned(conversion.size));
+  const bool negative = is_signed && value < 0;
+  const auto bits = static_cast<uint64_t>(value);
+  qv::kernel::write_plain_integer(sink_, conversion, negative, negative ? 0 - bits : bits);
+}
+
+int64_t Arguments::next_integer() {
+  const Number number = next_number();
+  return number.is_double ? truncated(number.real) : number.integer;
 }
 
 const QVUSERLOCALE& TextFormatter::locale() {

@@ -6,6 +6,7 @@
 #include "kernel/printf_number.h"
 #include "kernel/printf_sink.h"
 #include "kernel/separator_token.h"
+#include "kernel/user_locale.h"
 #include "qv/text.h"
 
 namespace qv::kernel {
@@ -22,11 +23,13 @@ private:
   const WCHAR* write_conversion(const WCHAR* format);
   const WCHAR* write_directive(const WCHAR* format);
   const WCHAR* write_token(const WCHAR* format);
+  void write_clock_separator(WCHAR ClockCharacters::*character, WCHAR (ClockSeparators::*text)[8]);
   const WCHAR* write_localized(const WCHAR* format);
 
   void write_pointer(Conversion conversion);
   void take_fields(Conversion& conversion);
   void take_number(const Conversion& conversion, NumberText& number);
+  void write_plain_integer(const Conversion& conversion);
   const QVUSERLOCALE& locale();
 
   Sink& sink_;
