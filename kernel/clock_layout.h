@@ -44,9 +44,9 @@ public:
 
   constexpr bool is_usable() const { return usable_; }
 
-  /// Of four values the layout writes those that it has. False, and nothing written, where a value has more digits than
-  /// its field, the sink is nearly full, or a locale's separator is not one character.
-  bool write(Sink& sink, const uint32_t (&values)[4]) const;
+  /// Writes three of the values, or all four where the layout has as many fields. False, and nothing written, where a
+  /// value has more digits than its field, the sink is nearly full, or a locale's separator is not one character.
+  bool write(Sink& sink, uint32_t first, uint32_t second, uint32_t third, uint32_t last) const;
 
 private:
   enum class Source : uint8_t { kNone, kCharacter, kTime, kDecimal };
@@ -62,12 +62,12 @@ private:
   bool usable_ = false;
 };
 
-inline bool ClockLayout::write(Sink& sink, const uint32_t (&values)[4]) const {
+inline bool ClockLayout::write(Sink& sink, uint32_t first, uint32_t second, uint32_t third, uint32_t last) const {
   constexpr size_t kMost = 12;
   WCHAR* const start = sink.room_for(kMost);
   const uint32_t last_limit = last_digits_ == 3 ? 1000 : 100;
-  if (start == nullptr || values[0] >= 100 || values[1] >= 100 || values[2] >= 100) return false;
-  if (last_digits_ != 0 && values[3] >= last_limit) return false;
+  if (start == nullptr || first >= 100 || second >= 100 || third >= 100) return false;
+  if (last_digits_ != 0 && last >= last_limit) return false;
 
   const ClockCharacters locale = clock_characters();
   const auto character = [&locale](const Separator& separator) {
@@ -79,16 +79,16 @@ inline bool ClockLayout::write(Sink& sink, const uint32_t (&values)[4]) const {
   };
   const WCHAR between = character(between_);
   if (between == 0) return false;
-  WCHAR* out = write_two_digits(start, values[0]);
+  WCHAR* out = write_two_digits(start, first);
   *out++ = between;
-  out = write_two_digits(out, values[1]);
+  out = write_two_digits(out, second);
   *out++ = between;
-  out = write_two_digits(out, values[2]);
+  out = write_two_digits(out, third);
   if (last_digits_ != 0) {
-    const WCHAR last = character(last_);
-    if (last == 0) return false;
-    *out++ = last;
-    out = last_digits_ == 3 ? write_three_digits(out, values[3]) : write_two_digits(out, values[3]);
+    const WCHAR before_last = character(last_);
+    if (before_last == 0) return false;
+    *out++ = before_last;
+    out = last_digits_ == 3 ? write_three_digits(out, last) : write_two_digits(out, last);
   }
   sink.advance(static_cast<size_t>(out - start));
   return true;

@@ -8,11 +8,6 @@ namespace qv::kernel {
 
 namespace {
 
-#define QV_POSITION_FORMAT(code, name, long_text, short_text, smpte)                                                   \
-  PositionFormat{TextForm(QV_TEXT(long_text)), TextForm(QV_TEXT(short_text)), smpte},
-constexpr PositionFormat kFormats[QVPOSFMT_COUNT] = {QV_POSFMT_TABLE(QV_POSITION_FORMAT)};
-#undef QV_POSITION_FORMAT
-
 #define QV_POSITION_CODE(code, name, long_text, short_text, smpte) code,
 constexpr DWORD kCodes[QVPOSFMT_COUNT] = {QV_POSFMT_TABLE(QV_POSITION_CODE)};
 #undef QV_POSITION_CODE
@@ -26,7 +21,10 @@ static_assert(rows_stand_at_their_codes());
 
 } // namespace
 
-const PositionFormat& position_format(DWORD code) { return kFormats[code < QVPOSFMT_COUNT ? code : QVPOSFMT_RAW]; }
+#define QV_POSITION_FORMAT(code, name, long_text, short_text, smpte)                                                   \
+  PositionFormat{TextForm(QV_TEXT(long_text)), TextForm(QV_TEXT(short_text)), smpte},
+constexpr PositionFormat kPositionFormats[QVPOSFMT_COUNT] = {QV_POSFMT_TABLE(QV_POSITION_FORMAT)};
+#undef QV_POSITION_FORMAT
 
 ClockTime clock_time(double seconds, double parts_per_second) {
   const int64_t hours = truncated(seconds / 3600.0);

@@ -22,8 +22,12 @@ struct PositionFormat {
   DWORD smpte_format; ///< 0: no timecode
 };
 
+extern const PositionFormat kPositionFormats[QVPOSFMT_COUNT];
+
 /// Any code; those beyond the table show the raw value.
-const PositionFormat& position_format(DWORD code);
+inline const PositionFormat& position_format(DWORD code) {
+  return kPositionFormats[code < QVPOSFMT_COUNT ? code : QVPOSFMT_RAW];
+}
 
 inline constexpr uint32_t kCdFramesPerSecond = 75;
 

@@ -1,5 +1,5 @@
 // Sums, differences, steps and comparison on the dial of 24 hours.
-#include "kernel/smpte_rates.h"
+#include "kernel/smpte_labels.h"
 
 using namespace qv::kernel;
 
@@ -24,17 +24,17 @@ void step_hours_back(_smpteval* label) {
 } // namespace
 
 void QVSMPTE_AddSMPTE(_smpteval* a, const _smpteval* b) {
-  const uint64_t sum = uint64_t{QVSMPTE_SMPTEToFrameCount(a)} + QVSMPTE_SMPTEToFrameCount(b);
+  const uint64_t sum = uint64_t{frame_count_of(*a)} + frame_count_of(*b);
   const uint64_t reduced = is_smpte_format(a->format) ? sum % kSmpteRates[a->format - 1].dial : sum;
-  QVSMPTE_FrameCountToSMPTE(a, static_cast<DWORD>(reduced));
+  write_label(*a, static_cast<DWORD>(reduced));
 }
 
 void QVSMPTE_SubtractSMPTE(_smpteval* a, const _smpteval* b) {
   if (!is_smpte_format(a->format)) return;
-  const auto difference = static_cast<int32_t>(QVSMPTE_SMPTEToFrameCount(a) - QVSMPTE_SMPTEToFrameCount(b));
+  const auto difference = static_cast<int32_t>(frame_count_of(*a) - frame_count_of(*b));
   const int64_t dial = kSmpteRates[a->format - 1].dial;
   const int64_t reduced = difference >= 0 ? difference % dial : dial - -int64_t{difference} % dial;
-  QVSMPTE_FrameCountToSMPTE(a, static_cast<DWORD>(reduced));
+  write_label(*a, static_cast<DWORD>(reduced));
 }
 
 void QVSMPTE_IncrementByFrame(_smpteval* label, DWORD) {

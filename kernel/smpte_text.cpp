@@ -8,6 +8,7 @@ namespace qv::kernel {
 namespace {
 
 constexpr int kMostNumbers = 4;
+constexpr int kFourPairs = 11; ///< characters of four pairs with separators between them
 
 const WCHAR* end_without_spaces(const WCHAR* text) {
   const WCHAR* end = text;
@@ -23,22 +24,46 @@ void shift_in(_smpteval* label, DWORD number) {
   label->frames = number;
 }
 
+/// Moves what fills `limit` from one field to the next. Most fields do not: they are spared the division.
+void carry(DWORD& field, uint32_t limit, DWORD& next) {
+  if (field < limit) return;
+  next += field / limit;
+  field %= limit;
+}
+
 void normalise(_smpteval* label) {
-  if (is_smpte_format(label->format)) {
-    const uint32_t counted = kSmpteRates[label->format - 1].counted;
-    label->seconds += label->frames / counted;
-    label->frames %= counted;
-  }
-  label->minutes += label->seconds / 60;
-  label->seconds %= 60;
-  label->hours += label->minutes / 60;
-  label->minutes %= 60;
+  if (is_smpte_format(label->format)) carry(label->frames, kSmpteRates[label->format - 1].counted, label->seconds);
+  carry(label->seconds, 60, label->minutes);
+  carry(label->minutes, 60, label->hours);
   label->hours %= 24;
+}
+
+/// The texts that are written most, "01:02:03:04" with any separators and nothing around them, at one look. False when
+/// the text is none of them.
+bool read_four_pairs(const WCHAR* text, _smpteval* label) {
+  constexpr int kPair = 3;
+  DWORD numbers[kMostNumbers];
+  for (int i = 0; i < kMostNumbers; ++i) {
+    const WCHAR* const pair = text + i * kPair;
+    const bool is_last = i + 1 == kMostNumbers;
+    if (!is_digit(pair[0]) || !is_digit(pair[1]) || is_digit(pair[2]) || (pair[2] == 0) != is_last) return false;
+    numbers[i] = (pair[0] - QV_TEXT('0')) * 10u + (pair[1] - QV_TEXT('0'));
+  }
+  label->hours = numbers[0];
+  label->minutes = numbers[1];
+  label->seconds = numbers[2];
+  label->frames = numbers[3];
+  label->reserved = 0;
+  return true;
 }
 
 } // namespace
 
 SmpteReading read_smpte(const WCHAR* text, _smpteval* label) {
+  if (read_four_pairs(text, label)) {
+    normalise(label);
+    return {text + kFourPairs, 0};
+  }
   const DWORD format = label->format;
   *label = {};
   label->format = format;

@@ -2,7 +2,7 @@
 #include "kernel/digit_runs.h"
 #include "kernel/number_token.h"
 #include "kernel/position_format.h"
-#include "kernel/smpte_rates.h"
+#include "kernel/smpte_labels.h"
 #include "kernel/smpte_text.h"
 #include "kernel/time_rounding.h"
 
@@ -92,7 +92,7 @@ QVNANOTIME timecode_time(const WCHAR* text, DWORD smpte_format, const WCHAR** en
   _smpteval label = {};
   label.format = smpte_format;
   store(end, read_smpte(text, &label).run_end);
-  return QVSMPTE_SMPTEToNanos(&label);
+  return time_of_label(label);
 }
 
 QVNANOTIME cd_time(const WCHAR* text, const WCHAR** end) {

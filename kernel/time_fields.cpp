@@ -1,6 +1,6 @@
 // Time values as fields of a record, and back.
 #include "kernel/position_format.h"
-#include "kernel/smpte_rates.h"
+#include "kernel/smpte_labels.h"
 #include "kernel/time_rounding.h"
 
 #include <algorithm>
@@ -9,7 +9,7 @@ using namespace qv::kernel;
 
 DWORD QvNanoTimeToHMSF(QVNANOTIME time, _smpteval* fields, double frameRate, BOOL keepHours) {
   if (is_smpte_format(fields->format)) {
-    QVSMPTE_NanoToSMPTE(time, fields);
+    write_label_of_time(*fields, time);
     return fields->seconds;
   }
   const double half_frame = frameRate > 0.01 ? 0.5 / frameRate : 0.0;
@@ -22,7 +22,7 @@ DWORD QvNanoTimeToHMSF(QVNANOTIME time, _smpteval* fields, double frameRate, BOO
 }
 
 QVNANOTIME QvHMSFToNanoTime(const _smpteval* fields, double frameRate) {
-  if (is_smpte_format(fields->format)) return QVSMPTE_SMPTEToNanos(fields);
+  if (is_smpte_format(fields->format)) return time_of_label(*fields);
   const double frames = fields->frames == 0 ? 0.0 : fields->frames / frameRate;
   const double seconds = fields->hours * 3600.0 + fields->minutes * 60.0 + fields->seconds + frames;
   return truncated(seconds * 1e7 + 0.5);

@@ -1,5 +1,6 @@
 // Time values as text.
 #include "kernel/position_format.h"
+#include "kernel/smpte_labels.h"
 #include "kernel/text_formatter.h"
 #include "kernel/time_rounding.h"
 
@@ -48,18 +49,17 @@ void write_real(Sink& sink, const Form& form, double value, int64_t (*whole)(dou
   write_numbers(sink, form, {&number, 1});
 }
 
-void write_fields(Sink& sink, const Form& form, const uint32_t (&values)[4]) {
-  if (form.layout != nullptr && form.layout->write(sink, values)) return;
-  Number numbers[4];
-  for (size_t i = 0; i < std::size(numbers); ++i)
-    numbers[i] = Number::of(int64_t{values[i]});
+void write_fields(Sink& sink, const Form& form, uint32_t first, uint32_t second, uint32_t third, uint32_t last) {
+  if (form.layout != nullptr && form.layout->write(sink, first, second, third, last)) return;
+  const Number numbers[] = {Number::of(int64_t{first}), Number::of(int64_t{second}), Number::of(int64_t{third}),
+                            Number::of(int64_t{last})};
   write_numbers(sink, form, numbers);
 }
 
 uint32_t hour_of_day(const ClockTime& clock) { return static_cast<uint32_t>(clock.hours % 24); }
 
 void write_clock(Sink& sink, const Form& form, const ClockTime& clock) {
-  write_fields(sink, form, {hour_of_day(clock), clock.minutes, clock.seconds, clock.part});
+  write_fields(sink, form, hour_of_day(clock), clock.minutes, clock.seconds, clock.part);
 }
 
 /// As clock_time does it, without divisions of doubles where those could not give anything else: up to here the double
@@ -78,21 +78,21 @@ void write_milliseconds(Sink& sink, const Form& form, QVNANOTIME time) {
   const ClockTime clock = milliseconds_clock(time);
   if (time < kShowsDays) return write_clock(sink, form, clock);
   const auto days = static_cast<uint32_t>(clock.hours / 24);
-  write_fields(sink, Form(kWithDays), {days, hour_of_day(clock), clock.minutes, clock.seconds});
+  write_fields(sink, Form(kWithDays), days, hour_of_day(clock), clock.minutes, clock.seconds);
 }
 
 void write_compact(Sink& sink, QVNANOTIME time) {
   const ClockTime clock = clock_time(seconds_of(time) + 0.0005, 0.0);
   const uint32_t hours = hour_of_day(clock);
-  if (hours != 0) return write_fields(sink, Form(kCompactHours), {hours, clock.minutes, clock.seconds, 0});
-  write_fields(sink, Form(clock.minutes < 10 ? kCompactMinute : kCompactMinutes), {clock.minutes, clock.seconds, 0, 0});
+  if (hours != 0) return write_fields(sink, Form(kCompactHours), hours, clock.minutes, clock.seconds, 0);
+  write_fields(sink, Form(clock.minutes < 10 ? kCompactMinute : kCompactMinutes), clock.minutes, clock.seconds, 0, 0);
 }
 
 void write_timecode(Sink& sink, const Form& form, DWORD smpte_format, QVNANOTIME time) {
   _smpteval label = {};
   label.format = smpte_format;
-  QVSMPTE_NanoToSMPTE(time, &label);
-  write_fields(sink, form, {label.hours, label.minutes, label.seconds, label.frames});
+  write_label_of_time(label, time);
+  write_fields(sink, form, label.hours, label.minutes, label.seconds, label.frames);
 }
 
 void write_measures(Sink& sink, const Form& form, const _qvposfmt& shown, QVNANOTIME time, uint32_t first) {

@@ -6,5 +6,6 @@ namespace bench {
 void add_list_groups();
 void add_metric_groups();
 void add_queue_groups();
+void add_time_groups();
 
 } // namespace bench

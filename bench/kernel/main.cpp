@@ -5,5 +5,6 @@ int main(int argc, char** argv) {
   bench::add_list_groups();
   bench::add_queue_groups();
   bench::add_metric_groups();
+  bench::add_time_groups();
   return bench::run_all(argc, argv);
 }
