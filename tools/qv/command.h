@@ -15,5 +15,6 @@ void add_convert(CLI::App& app, Work& chosen);
 void add_stats(CLI::App& app, Work& chosen);
 void add_cpu(CLI::App& app, Work& chosen);
 void add_settings(CLI::App& app, Work& chosen);
+void add_time(CLI::App& app, Work& chosen);
 
 } // namespace qv::tool

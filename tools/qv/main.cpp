@@ -38,7 +38,7 @@ int wrong_usage(const CLI::ParseError& error) {
 } // namespace
 
 int main(int argc, char** argv) {
-  CLI::App app("Reads, converts and measures audio files; reads and writes settings.", "qv");
+  CLI::App app("Reads, converts and measures audio files; converts times; reads and writes settings.", "qv");
   app.require_subcommand(0, 1);
   app.set_version_flag("--version", QV_PROGRAM_VERSION);
   Work chosen;
@@ -47,6 +47,7 @@ int main(int argc, char** argv) {
   add_stats(app, chosen);
   add_cpu(app, chosen);
   add_settings(app, chosen);
+  add_time(app, chosen);
   try {
     std::vector<std::string> arguments = program_arguments(argc, argv);
     std::reverse(arguments.begin(), arguments.end()); // the parser takes them from the back
