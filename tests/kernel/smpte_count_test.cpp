@@ -87,7 +87,7 @@ TEST(Timecode, EveryLabelOfADay) {
 TEST(Timecode, CountsGoAroundTheDial) {
   for (const Format& format : kFormats) {
     SCOPED_TRACE(format.name);
-    for (const DWORD count : {0u, 1u, 1799u, 1800u, 17'981u, 17'982u, format.frames_of_day - 1}) {
+    for (const DWORD count : {DWORD{0}, DWORD{1799}, DWORD{1800}, DWORD{17'982}, format.frames_of_day - 1}) {
       _smpteval first = label(format.code);
       _smpteval second = label(format.code);
       QVSMPTE_FrameCountToSMPTE(&first, count);

@@ -2,6 +2,7 @@
 #include "tests/kernel/time_fixture.h"
 
 #include <cmath>
+#include <cstring>
 #include <random>
 #include <vector>
 
