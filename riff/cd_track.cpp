@@ -1,5 +1,5 @@
 // CD track descriptors: the small "CDDA" files that stand for the tracks of an audio CD.
-#include "riff/chunk_search.h"
+#include "riff/file_cursor.h"
 
 using namespace qv::riff;
 

@@ -1,5 +1,5 @@
 // One chunk or list header, and one chunk's data, at the file's position.
-#include "riff/file_cursor.h"
+#include "riff/data_block.h"
 
 using namespace qv::riff;
 
@@ -69,19 +69,7 @@ HRESULT riff_ReadDataAlloc(HANDLE file, QVRIFFDATA* data) {
   if (data == nullptr) return E_INVALIDARG;
   data->data = nullptr;
   if (data->size == 0) return S_OK;
-  ULONGLONG left = 0;
-  if (!bytes_left(file, left) || data->size > left) return QVERR_RIFF_READ;
-  const HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, data->size);
-  if (block == nullptr) return E_OUTOFMEMORY;
-  void* const memory = GlobalLock(block);
-  const HRESULT result = memory == nullptr ? E_OUTOFMEMORY : riff_ReadData(file, memory, data->size);
-  if (SUCCEEDED(result)) {
-    data->data = memory;
-    return result;
-  }
-  GlobalUnlock(block);
-  GlobalFree(block);
-  return result;
+  return read_block(file, data->size, riff_ReadData, data->data);
 }
 
 DWORD riff_SkipChunk(HANDLE file, DWORD size) {

@@ -1,8 +1,14 @@
 #include "riff/file_cursor.h"
 
+#include <algorithm>
+#include <limits>
+
 namespace qv::riff {
 
 namespace {
+
+/// The system's calls count in 32 bits.
+constexpr ULONGLONG kMostAtOnce = 1 << 30;
 
 bool move(HANDLE file, LONGLONG distance, DWORD method, LONGLONG* position) {
   LARGE_INTEGER to;
@@ -15,14 +21,28 @@ bool move(HANDLE file, LONGLONG distance, DWORD method, LONGLONG* position) {
 
 } // namespace
 
-bool read_exact(HANDLE file, void* buffer, DWORD bytes) {
-  DWORD done = 0;
-  return bytes == 0 || (ReadFile(file, buffer, bytes, &done, nullptr) && done == bytes);
+bool read_exact(HANDLE file, void* buffer, ULONGLONG bytes) {
+  auto* at = static_cast<BYTE*>(buffer);
+  while (bytes != 0) {
+    const auto part = static_cast<DWORD>(std::min(bytes, kMostAtOnce));
+    DWORD done = 0;
+    if (!ReadFile(file, at, part, &done, nullptr) || done != part) return false;
+    at += part;
+    bytes -= part;
+  }
+  return true;
 }
 
-bool write_exact(HANDLE file, const void* buffer, DWORD bytes) {
-  DWORD done = 0;
-  return bytes == 0 || (WriteFile(file, buffer, bytes, &done, nullptr) && done == bytes);
+bool write_exact(HANDLE file, const void* buffer, ULONGLONG bytes) {
+  const auto* at = static_cast<const BYTE*>(buffer);
+  while (bytes != 0) {
+    const auto part = static_cast<DWORD>(std::min(bytes, kMostAtOnce));
+    DWORD done = 0;
+    if (!WriteFile(file, at, part, &done, nullptr) || done != part) return false;
+    at += part;
+    bytes -= part;
+  }
+  return true;
 }
 
 bool tell(HANDLE file, LONGLONG& position) { return move(file, 0, FILE_CURRENT, &position); }
@@ -30,6 +50,11 @@ bool tell(HANDLE file, LONGLONG& position) { return move(file, 0, FILE_CURRENT, 
 bool seek(HANDLE file, LONGLONG position) { return move(file, position, FILE_BEGIN, nullptr); }
 
 bool skip(HANDLE file, LONGLONG bytes) { return bytes == 0 || move(file, bytes, FILE_CURRENT, nullptr); }
+
+bool skip_forward(HANDLE file, ULONGLONG bytes) {
+  constexpr ULONGLONG kMost = std::numeric_limits<LONGLONG>::max();
+  return bytes <= kMost && skip(file, static_cast<LONGLONG>(bytes));
+}
 
 bool bytes_left(HANDLE file, ULONGLONG& bytes) {
   LONGLONG position = 0;

@@ -16,32 +16,20 @@ namespace qv::riff {
 constexpr ULONGLONG padded(ULONGLONG size) { return size + (size & 1); }
 
 /// False when fewer bytes were there.
-bool read_exact(HANDLE file, void* buffer, DWORD bytes);
-bool write_exact(HANDLE file, const void* buffer, DWORD bytes);
+bool read_exact(HANDLE file, void* buffer, ULONGLONG bytes);
+bool write_exact(HANDLE file, const void* buffer, ULONGLONG bytes);
 
 bool tell(HANDLE file, LONGLONG& position);
 bool seek(HANDLE file, LONGLONG position);
 bool skip(HANDLE file, LONGLONG bytes);
+/// Forward by a count that a file claims; false for one that no position can have.
+bool skip_forward(HANDLE file, ULONGLONG bytes);
 
 /// The bytes from the position to the file's end, 0 behind it.
 bool bytes_left(HANDLE file, ULONGLONG& bytes);
 
 /// Reads "RIFF" and the size after it, at the position.
 HRESULT read_riff_size(HANDLE file, DWORD& size);
-
-/// What the functions subtract from an optional count of remaining bytes.
-class Remaining {
-public:
-  explicit Remaining(DWORD* count) : count_(count) {}
-
-  bool below(DWORD bytes) const { return count_ != nullptr && *count_ < bytes; }
-  void take(ULONGLONG bytes) {
-    if (count_ != nullptr) *count_ = bytes < *count_ ? static_cast<DWORD>(*count_ - bytes) : 0;
-  }
-
-private:
-  DWORD* count_;
-};
 
 /// Remembers a file's position and goes back to it.
 class KeptPosition {

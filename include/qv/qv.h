@@ -13,6 +13,7 @@
 #include "qv/queue.h"
 #include "qv/result.h"
 #include "qv/riff.h"
+#include "qv/riff64.h"
 #include "qv/smpte.h"
 #include "qv/text.h"
 #include "qv/time.h"

@@ -1,0 +1,134 @@
+// Wave64 files, chunk by chunk, through an open file handle: qv/riff.h with GUIDs for ids, sizes of 64 bits that
+// include the 24 bytes of a chunk's header, and chunks that start at multiples of 8.
+//
+//     ULONGLONG start;
+//     riff64_PrepareChunk(file, &QVW64_DATA, &start);      // a body whose size is not known yet
+//     riff64_WriteToFile(file, samples, bytes);            // any number of writes
+//     riff64_CompleteChunk(file, start);                   // pads it and writes its size
+//
+// The family has no state: the file position is the cursor. Sizes are those of the data, header excluded, unless a
+// comment says otherwise. `remaining` arguments are optional: a byte count that a function decreases by what it passes
+// over (never below 0); null means unbounded. A walk only moves forward and ends at the latest where the file does.
+// Functions that take one handle must not run on it from two threads at once. A null GUID, and a null out pointer that
+// is not marked optional, give E_INVALIDARG.
+//
+// Results beside those named: QVERR_RIFF_READ when fewer bytes were there than asked, QVERR_RIFF_WRITE when a write
+// failed. A failure leaves what was done so far.
+#pragma once
+
+#include "qv/result.h"
+
+// ---- ids -----------------------------------------------------------------------------------------------------------
+
+inline constexpr GUID QVW64_RIFF = {0x66666972, 0x912E, 0x11CF, {0xA5, 0xD6, 0x28, 0xDB, 0x04, 0xC1, 0x00, 0x00}};
+inline constexpr GUID QVW64_LIST = {0x7473696C, 0x912F, 0x11CF, {0xA5, 0xD6, 0x28, 0xDB, 0x04, 0xC1, 0x00, 0x00}};
+inline constexpr GUID QVW64_WAVE = {0x65766177, 0xACF3, 0x11D3, {0x8C, 0xD1, 0x00, 0xC0, 0x4F, 0x8E, 0xDB, 0x8A}};
+inline constexpr GUID QVW64_FMT = {0x20746D66, 0xACF3, 0x11D3, {0x8C, 0xD1, 0x00, 0xC0, 0x4F, 0x8E, 0xDB, 0x8A}};
+inline constexpr GUID QVW64_DATA = {0x61746164, 0xACF3, 0x11D3, {0x8C, 0xD1, 0x00, 0xC0, 0x4F, 0x8E, 0xDB, 0x8A}};
+/// Its third group is 113D, not 11D3: files out there have it so.
+inline constexpr GUID QVW64_JUNK = {0x6B6E756A, 0xACF3, 0x113D, {0x8C, 0xD1, 0x00, 0xC0, 0x4F, 0x8E, 0xDB, 0x8A}};
+
+inline constexpr DWORD QVW64_HEADER_BYTES = 24;      ///< of a chunk: GUID and size
+inline constexpr DWORD QVW64_FILE_HEADER_BYTES = 40; ///< GUID, size and form; of a list: GUID, size and type
+
+// ---- file header ---------------------------------------------------------------------------------------------------
+
+/// Writes the riff GUID, size + 24, form. Only the last of the three writes is checked.
+QV_FUNCTION HRESULT riff64_WriteFileID(HANDLE file, const GUID* form, ULONGLONG size);
+/// Reads the 40-byte header at the position. size: stored size - 24 (not below 0) - 16, modulo 2^64: a stored size
+/// below 40 gives a huge one, and the file's end bounds the walk. QVERR_RIFF_NOTRIFF. Both outs are optional.
+QV_FUNCTION HRESULT riff64_ReadFileID(HANDLE file, ULONGLONG* size, GUID* form);
+/// Moves to the first chunk, at 40.
+QV_FUNCTION HRESULT riff64_SeekDataStart(HANDLE file);
+/// Writes size + 24 at 16. The position is restored, also on failure.
+QV_FUNCTION HRESULT riff64_SetRIFFSize(HANDLE file, ULONGLONG size);
+/// Adds `change` to the size at 16, modulo 2^64. The position is restored, also on failure.
+QV_FUNCTION HRESULT riff64_UpdateRIFFSize(HANDLE file, LONGLONG change);
+
+// ---- chunks --------------------------------------------------------------------------------------------------------
+
+QV_FUNCTION HRESULT riff64_WriteChunkHeader(HANDLE file, const GUID* id, ULONGLONG size);
+/// size: stored size - 24, 0 when negative.
+QV_FUNCTION HRESULT riff64_ReadChunkHeader(HANDLE file, GUID* id, ULONGLONG* size);
+/// QVERR_RIFF_BADSIZE for a size that is no multiple of 8 or has bit 35, QVERR_RIFF_EMPTYCHUNK for 0, S_OK otherwise.
+/// The GUID is ignored.
+QV_FUNCTION HRESULT riff64_ValidateChunkHeader(HANDLE file, const GUID* id, ULONGLONG size);
+/// Writes the list GUID, size + 24, type.
+QV_FUNCTION HRESULT riff64_WriteListHeader(HANDLE file, const GUID* type, ULONGLONG size);
+/// Reads GUID, size and type; size is that of the sub-chunks (0 when the list is too small for a type).
+/// QVERR_RIFF_NOTLIST leaves the position after GUID and size.
+QV_FUNCTION HRESULT riff64_ReadListHeader(HANDLE file, GUID* type, ULONGLONG* size);
+/// Writes a whole chunk and zeros to a multiple of 8; its size field says size + 24. written (optional): padded size +
+/// 24.
+QV_FUNCTION HRESULT riff64_WriteChunk(HANDLE file, const GUID* id, const void* data, ULONGLONG size,
+                                      ULONGLONG* written);
+/// Writes data and zeros to a multiple of 8. written (optional): padded size.
+QV_FUNCTION HRESULT riff64_WriteData(HANDLE file, const void* data, ULONGLONG size, ULONGLONG* written);
+/// Writes the data alone.
+QV_FUNCTION HRESULT riff64_WriteToFile(HANDLE file, const void* data, ULONGLONG size);
+/// Reads `size` bytes, then skips to the next multiple of 8.
+QV_FUNCTION HRESULT riff64_ReadData(HANDLE file, void* buffer, ULONGLONG size);
+/// Reads min(bufferSize, chunkSize) bytes, then moves on by (bufferSize - bytes read) + (chunkSize mod 8), which is not
+/// where the next chunk starts: readers of fixed-size chunks depend on where it leaves the file.
+QV_FUNCTION HRESULT riff64_ReadDataBounded(HANDLE file, void* buffer, ULONGLONG bufferSize, ULONGLONG chunkSize);
+
+/// A block that riff64_ReadDataAlloc allocates: the caller sets `size`; `data` is a locked moveable global block that
+/// the caller unlocks and frees through GlobalHandle.
+struct QVRIFF64DATA {
+  ULONGLONG size;
+  void* data;
+};
+
+/// Allocates data->size bytes and reads into them as riff64_ReadData does. Size 0: S_OK without data. E_OUTOFMEMORY.
+/// What the file does not hold is not allocated: QVERR_RIFF_READ, without data.
+QV_FUNCTION HRESULT riff64_ReadDataAlloc(HANDLE file, QVRIFF64DATA* data);
+/// Moves forward by size rounded up to a multiple of 8; answers that amount.
+QV_FUNCTION ULONGLONG riff64_SkipChunk(HANDLE file, ULONGLONG size);
+/// The position, and back to it.
+QV_FUNCTION HRESULT riff64_SaveLocation(HANDLE file, ULONGLONG* location);
+QV_FUNCTION HRESULT riff64_RestoreLocation(HANDLE file, ULONGLONG location);
+
+// ---- chunks whose size is known at their end -----------------------------------------------------------------------
+
+/// The bytes from `start` to the position; 0 when that cannot be told.
+QV_FUNCTION ULONGLONG riff64_AmountWritten(HANDLE file, ULONGLONG start);
+/// Writes zeros until the distance from `start` is a multiple of 8.
+QV_FUNCTION HRESULT riff64_Pad(HANDLE file, ULONGLONG start);
+/// Writes the header of an empty chunk; *start is where.
+QV_FUNCTION HRESULT riff64_PrepareChunk(HANDLE file, const GUID* id, ULONGLONG* start);
+/// The same for a list.
+QV_FUNCTION HRESULT riff64_PrepareList(HANDLE file, const GUID* type, ULONGLONG* start);
+/// Pads and writes the size, padding included, into the header at `start`; the position is the chunk's end.
+QV_FUNCTION HRESULT riff64_CompleteChunk(HANDLE file, ULONGLONG start);
+/// A whole chunk so: its size field includes the padding.
+QV_FUNCTION HRESULT riff64_WriteChunkToFile(HANDLE file, const GUID* id, const void* data, ULONGLONG size);
+
+// ---- searches ------------------------------------------------------------------------------------------------------
+
+/// Scans chunks from the position; found: at the chunk's data, its size in `size` (optional), remaining less by the
+/// header. QVERR_RIFF_NOTFOUND when fewer than 24 bytes remain.
+QV_FUNCTION HRESULT riff64_FindChunkHeader(HANDLE file, const GUID* id, ULONGLONG* size, ULONGLONG* remaining);
+/// Scans the top level from the file's start. remaining (optional, out): the bytes after the chunk's header; all after
+/// the file header when a read failed. QVERR_RIFF_NOTRIFF.
+QV_FUNCTION HRESULT riff64_FindChunkHeaderInRIFF(HANDLE file, const GUID* id, ULONGLONG* size, ULONGLONG* remaining);
+/// Scans for a list of the type from the position; found: at its first sub-chunk, their size in `size` (optional). A
+/// list too small for a type is passed over.
+QV_FUNCTION HRESULT riff64_FindListChunk(HANDLE file, const GUID* type, ULONGLONG* size, ULONGLONG* remaining);
+/// The same over the top level, from the file's start. QVERR_RIFF_NOTRIFF.
+QV_FUNCTION HRESULT riff64_FindListChunkFromStart(HANDLE file, const GUID* type, ULONGLONG* size);
+/// Counts chunks from the position while 24 bytes remain; without `remaining` until a read fails, which is the result.
+/// The position is restored and remaining left as it was; count holds on failure too.
+QV_FUNCTION HRESULT riff64_GetNumListEntries(HANDLE file, DWORD* count, ULONGLONG* remaining);
+/// Skips `index` chunks. QVERR_RIFF_NOTFOUND when fewer than 24 bytes remain before one of them.
+QV_FUNCTION HRESULT riff64_SeekListEntry(HANDLE file, DWORD index, ULONGLONG* remaining);
+
+/// Removes a top-level chunk, or with isList not 0 the list of type `id`, closes the gap and updates the file size;
+/// removed (optional) is the length taken out, header and padding included. QVERR_RIFF_BADSIZE, with the file
+/// untouched, when the stored file size is smaller than that. A chunk that the file's end cuts goes with what is there.
+QV_FUNCTION HRESULT riff64_DeleteChunk(HANDLE file, const GUID* id, ULONGLONG* removed, LONG isList);
+
+// ---- labels --------------------------------------------------------------------------------------------------------
+
+/// Null: no names of GUIDs are kept.
+QV_FUNCTION const WCHAR* riff64_getGUIDLabel(const GUID* id);
+QV_FUNCTION const WCHAR* riff64_getGUIDLabelProperly(const GUID* id);
