@@ -58,7 +58,7 @@ HRESULT riff64_ReadListHeader(HANDLE file, GUID* type, ULONGLONG* size) {
   ULONGLONG list_size = 0;
   const HRESULT result = riff64_ReadChunkHeader(file, &id, &list_size);
   if (FAILED(result)) return result;
-  if (!is_same_guid(id, QVW64_LIST)) return QVERR_RIFF_NOTLIST;
+  if (id != QVW64_LIST) return QVERR_RIFF_NOTLIST;
   GUID list_type;
   if (!read_exact(file, &list_type, sizeof list_type)) return QVERR_RIFF_READ;
   *type = list_type;

@@ -11,7 +11,7 @@ constexpr LONGLONG kSizeAt = 16;
 HRESULT read_size(HANDLE file, ULONGLONG& size) {
   GUID id;
   if (!read_exact(file, &id, sizeof id) || !read_exact(file, &size, sizeof size)) return QVERR_RIFF_READ;
-  return is_same_guid(id, QVW64_RIFF) ? S_OK : QVERR_RIFF_NOTRIFF;
+  return id == QVW64_RIFF ? S_OK : QVERR_RIFF_NOTRIFF;
 }
 
 HRESULT write_size_field(HANDLE file, ULONGLONG size) {

@@ -5,11 +5,7 @@
 
 #include "qv/riff64.h"
 
-#include <cstring>
-
 namespace qv::riff {
-
-inline bool is_same_guid(const GUID& a, const GUID& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
 /// What a stored size, which includes a header, says of the data: 0 when it is negative.
 inline ULONGLONG data_size_of(ULONGLONG stored) {
@@ -25,7 +21,7 @@ struct Wave64Layout {
   static constexpr DWORD kAlignment = 8;
 
   static const Id& list_id() { return QVW64_LIST; }
-  static bool is_same(const Id& a, const Id& b) { return is_same_guid(a, b); }
+  static bool is_same(const Id& a, const Id& b) { return a == b; }
   static HRESULT read_header(HANDLE file, Id& id, Count& size) { return riff64_ReadChunkHeader(file, &id, &size); }
   static HRESULT read_file_header(HANDLE file, Count& size) { return riff64_ReadFileID(file, &size, nullptr); }
   static HRESULT read_stored_size(HANDLE file, ULONGLONG& size);
