@@ -17,4 +17,5 @@
 #include "qv/smpte.h"
 #include "qv/text.h"
 #include "qv/time.h"
+#include "qv/wave_file.h"
 #include "qv/win32.h"

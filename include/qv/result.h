@@ -7,6 +7,7 @@
 
 // clang-format off
 #define QV_RESULT_TABLE(ROW)                                                                          \
+  ROW(QVERR_BADFORMAT,       0x8004E000u, "the format is not acceptable")                             \
   ROW(QVERR_FILE_OPEN,       0x8004E007u, "the file could not be opened")                             \
   ROW(QVERR_RIFF_READ,       0x8004E008u, "the file ended early or could not be read")                \
   ROW(QVERR_RIFF_WRITE,      0x8004E009u, "the file could not be written")                            \

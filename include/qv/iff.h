@@ -1,0 +1,113 @@
+// IFF files, big-endian, and the AIFF and AIFF-C audio in them.
+//
+// The family has no state: the file position is the cursor, as in qv/riff.h. An id is a number whose big-endian bytes
+// are the four characters. Every 16- and 32-bit value is swapped on its way in and out; a chunk is an id, a size, the
+// data, and one pad byte after an odd size. `remaining` arguments are optional counts that a function decreases by what
+// it passes over (never below 0). Functions that take one handle must not run on it from two threads at once. A null
+// out pointer that is not marked optional gives E_INVALIDARG.
+//
+// Results beside those named: QVERR_RIFF_READ when fewer bytes were there than asked, QVERR_RIFF_WRITE when a write
+// failed. A failure leaves what was done so far.
+#pragma once
+
+#include "qv/audio.h"
+#include "qv/result.h"
+
+/// The characters of an id, first in the highest byte.
+constexpr DWORD QvIffId(const char (&id)[5]) {
+  return static_cast<DWORD>(static_cast<BYTE>(id[0])) << 24 | static_cast<DWORD>(static_cast<BYTE>(id[1])) << 16 |
+         static_cast<DWORD>(static_cast<BYTE>(id[2])) << 8 | static_cast<DWORD>(static_cast<BYTE>(id[3]));
+}
+
+inline constexpr DWORD QVIFF_ID_FORM = QvIffId("FORM");
+inline constexpr DWORD QVIFF_FORM_AIFF = QvIffId("AIFF");
+inline constexpr DWORD QVIFF_FORM_AIFC = QvIffId("AIFC");
+inline constexpr DWORD QVIFF_ID_COMM = QvIffId("COMM");
+inline constexpr DWORD QVIFF_ID_SSND = QvIffId("SSND");
+inline constexpr DWORD QVIFF_ID_MARK = QvIffId("MARK");
+static_assert(QVIFF_ID_FORM == 0x464F524D && QVIFF_FORM_AIFF == 0x41494646 && QVIFF_FORM_AIFC == 0x41494643 &&
+              QVIFF_ID_COMM == 0x434F4D4D && QVIFF_ID_SSND == 0x53534E44 && QVIFF_ID_MARK == 0x4D41524B);
+
+/// Format tags of AIFF audio, which no other file has.
+inline constexpr WORD QVAIFF_TAG_8BIT = 0xFE01;
+inline constexpr WORD QVAIFF_TAG_BIG_ENDIAN = 0xFE02;
+
+struct QVIFFCHUNK {
+  DWORD id;
+  DWORD size; ///< of the data, pad byte excluded
+};
+
+// ---- byte order ----------------------------------------------------------------------------------------------------
+
+/// Reverse the bytes of `count` values in place; a count of 0 or less does nothing.
+QV_FUNCTION void iff_ByteSwap16(void* buffer, LONG count);
+QV_FUNCTION void iff_ByteSwap32(void* buffer, LONG count);
+/// The same under the writer's names.
+QV_FUNCTION void aiff_WriteByteSwap16(void* buffer, LONG count);
+QV_FUNCTION void aiff_WriteByteSwap32(void* buffer, LONG count);
+
+// ---- headers and words ---------------------------------------------------------------------------------------------
+
+QV_FUNCTION HRESULT iff_ReadChunkHdr(HANDLE file, QVIFFCHUNK* header);
+QV_FUNCTION HRESULT iff_ReadDWORD(HANDLE file, DWORD* value);
+QV_FUNCTION HRESULT iff_ReadWORD(HANDLE file, WORD* value);
+QV_FUNCTION HRESULT iff_WriteDWORD(HANDLE file, DWORD value);
+QV_FUNCTION HRESULT iff_WriteWORD(HANDLE file, WORD value);
+/// Writes "FORM", the form size, the form type.
+QV_FUNCTION HRESULT iff_WriteFileID(HANDLE file, DWORD formType, DWORD formSize);
+/// Writes a chunk's header. E_INVALIDARG for a null header.
+QV_FUNCTION HRESULT iff_WriteChunk(HANDLE file, const QVIFFCHUNK* header);
+/// Reads a "FORM" header, else QVERR_RIFF_WRONGFORM, and the form type. Both outs are optional.
+QV_FUNCTION HRESULT iff_ReadFormType(HANDLE file, QVIFFCHUNK* header, DWORD* formType);
+/// Moves forward by size rounded up to even; answers that count as an unsigned 32-bit number.
+QV_FUNCTION DWORD iff_SkipChunk(HANDLE file, DWORD size);
+
+// ---- searches ------------------------------------------------------------------------------------------------------
+
+/// Scans chunks from the position; found: at the chunk's data, its size in `size` (optional), remaining less by the
+/// header. QVERR_RIFF_NOTFOUND when fewer than 8 bytes remain.
+QV_FUNCTION HRESULT iff_FindChunkHeader(HANDLE file, DWORD id, DWORD* size, DWORD* remaining);
+/// The same without a bound.
+QV_FUNCTION HRESULT iff_SeekChunkHeader(HANDLE file, DWORD id, DWORD* size);
+/// Scans the form from the file's start. remaining (optional, out): the bytes after the chunk's header.
+/// QVERR_RIFF_NOTRIFF when there is no "FORM" at 0.
+QV_FUNCTION HRESULT iff_FindChunkFromStart(HANDLE file, DWORD id, DWORD* size, DWORD* remaining);
+/// Removes a chunk of the form, closes the gap and updates the form size; removed (optional) is the length taken out,
+/// header and pad byte included. QVERR_RIFF_NOTRIFF; QVERR_RIFF_BADSIZE, with the file untouched, when the form size is
+/// smaller than that length.
+QV_FUNCTION HRESULT iff_DeleteChunk(HANDLE file, DWORD id, DWORD* removed);
+
+/// A marker of a "MARK" chunk.
+struct QVIFFMARKER {
+  WORD id;
+  DWORD position;  ///< in frames: the marker stands before that frame
+  WCHAR name[256]; ///< from the ANSI code page, terminated
+};
+
+/// The marker of that id in the first "MARK" chunk of the form. QVERR_RIFF_NOTFOUND: no such chunk or marker, also
+/// where the chunk ends in the middle of one. QVERR_RIFF_NOTRIFF.
+QV_FUNCTION HRESULT iff_FindMarker(HANDLE file, QVIFFMARKER* marker, WORD id);
+
+// ---- AIFF ----------------------------------------------------------------------------------------------------------
+
+/// 1 for an AIFF file, or an AIFF-C file of compression type "NONE" or "sowt"; else 0. formSize is optional and set
+/// whenever there is a "FORM".
+QV_FUNCTION LONG iff_IsAIFFFile(HANDLE file, DWORD* formSize);
+/// The same with two more optional outs, 1 or 0. Reads from the file's start; AIFF leaves the position after the form
+/// type, AIFF-C where it was before the call.
+QV_FUNCTION LONG iff_IsAIFFFileEx(HANDLE file, DWORD* formSize, LONG* isAifc, LONG* isLittleEndian);
+/// Describes the audio: format with extra size 0 (tag QVAIFF_TAG_8BIT, QVAIFF_TAG_BIG_ENDIAN or PCM), frames, the
+/// audio's place in the file and its length in bytes, which is that of the frames or what the "SSND" chunk and the file
+/// have of them. All outs but the format are optional. The position is the audio's. QVERR_RIFF_WRONGFORM: no usable
+/// AIFF; QVERR_RIFF_NOTFOUND: no "COMM" or "SSND".
+QV_FUNCTION HRESULT iff_GetAIFFWfx(HANDLE file, WAVEFORMATEX* format, DWORD* frames, ULONGLONG* dataStart,
+                                   ULONGLONG* dataBytes);
+
+// ---- sample rates --------------------------------------------------------------------------------------------------
+
+/// The rate of an 80-bit extended number: sign and exponent, and four words of its mantissa, most significant first.
+/// Negative: 44,100. From above 96,000 on doubling stops, so that larger rates come out as the first double above.
+QV_FUNCTION DWORD aiff_ConvertRate(WORD exponent, WORD mantissa1, WORD mantissa2, WORD mantissa3, WORD mantissa4);
+/// The extended number of a rate. 0 gives the exponent of 1 with a mantissa of 0.
+QV_FUNCTION void aiff_CreateRate(DWORD rate, WORD* exponent, WORD* mantissa1, WORD* mantissa2, WORD* mantissa3,
+                                 WORD* mantissa4);

@@ -1,0 +1,66 @@
+#include "riff/wave_header_layout.h"
+
+#include "qv/riff64.h"
+
+#include <algorithm>
+
+namespace qv::riff {
+
+namespace {
+
+/// In blocks: junk may be of any size.
+bool write_zeros(HANDLE file, ULONGLONG bytes) {
+  static constexpr BYTE kZeros[65'536] = {};
+  while (bytes != 0) {
+    const ULONGLONG part = std::min<ULONGLONG>(bytes, sizeof kZeros);
+    if (!write_exact(file, kZeros, part)) return false;
+    bytes -= part;
+  }
+  return true;
+}
+
+bool write_record(HANDLE file, WAVEFORMATEX format) {
+  format.cbSize = 0;
+  return write_exact(file, &format, kWaveRecordBytes);
+}
+
+/// True when everything so far was S_OK.
+bool all_done(std::initializer_list<HRESULT> results) {
+  return std::all_of(results.begin(), results.end(), [](HRESULT result) { return result == S_OK; });
+}
+
+} // namespace
+
+HRESULT check_format(const WAVEFORMATEX& format) {
+  if (format.cbSize != 0) return QVERR_BADFORMAT;
+  if (format.wFormatTag != WAVE_FORMAT_PCM) return S_OK;
+  const DWORD frame = DWORD{format.nChannels} * (format.wBitsPerSample / 8u);
+  return frame == format.nBlockAlign && format.wBitsPerSample != 20 ? S_OK : QVERR_BADFORMAT;
+}
+
+HRESULT write_wave_header(HANDLE file, const WAVEFORMATEX& format, DWORD riff_size, DWORD data_size, DWORD data_start) {
+  bool done = seek(file, 0) && all_done({riff_WriteFileID(file, QVRIFF_FORM_WAVE, riff_size),
+                                         riff_WriteChunkHeader(file, QVRIFF_ID_FMT, kWaveRecordBytes)});
+  done = done && write_record(file, format);
+  if (data_start > kWaveHeaderBytes) {
+    const DWORD junk = data_start - kWaveJunkedBytes;
+    done = done && all_done({riff_WriteChunkHeader(file, QvFourCC("JUNK"), junk)}) && write_zeros(file, junk);
+  }
+  done = done && all_done({riff_WriteChunkHeader(file, QVRIFF_ID_DATA, data_size)});
+  return done ? S_OK : QVERR_RIFF_WRITE;
+}
+
+HRESULT write_wave64_header(HANDLE file, const WAVEFORMATEX& format, ULONGLONG file_size, ULONGLONG data_size,
+                            ULONGLONG data_start) {
+  bool done = seek(file, 0) && all_done({riff64_WriteFileID(file, &QVW64_WAVE, file_size - QVW64_HEADER_BYTES),
+                                         riff64_WriteChunkHeader(file, &QVW64_FMT, kWaveRecordBytes)});
+  done = done && write_record(file, format) && write_zeros(file, kWave64FormatEnd - kWave64RecordAt - kWaveRecordBytes);
+  if (data_start > kWave64HeaderBytes) {
+    const ULONGLONG junk = data_start - kWave64JunkedBytes;
+    done = done && all_done({riff64_WriteChunkHeader(file, &QVW64_JUNK, junk)}) && write_zeros(file, junk);
+  }
+  done = done && all_done({riff64_WriteChunkHeader(file, &QVW64_DATA, data_size)});
+  return done ? S_OK : QVERR_RIFF_WRITE;
+}
+
+} // namespace qv::riff
