@@ -24,7 +24,8 @@ using namespace qv::riff;
 
 HRESULT riff_DeleteChunk(HANDLE file, DWORD id, DWORD* removed, LONG isList) {
   ULONGLONG length = 0;
-  const HRESULT result = remove_chunk<RiffLayout>(file, id, isList != 0, length);
+  const HRESULT result =
+      isList != 0 ? remove_list<RiffLayout>(file, id, length) : remove_chunk<RiffLayout>(file, id, length);
   if (length != 0 && removed != nullptr) *removed = static_cast<DWORD>(length);
   return result;
 }

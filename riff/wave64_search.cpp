@@ -50,7 +50,8 @@ HRESULT riff64_SeekListEntry(HANDLE file, DWORD index, ULONGLONG* remaining) {
 HRESULT riff64_DeleteChunk(HANDLE file, const GUID* id, ULONGLONG* removed, LONG isList) {
   if (id == nullptr) return E_INVALIDARG;
   ULONGLONG length = 0;
-  const HRESULT result = remove_chunk<Wave64Layout>(file, *id, isList != 0, length);
+  const HRESULT result =
+      isList != 0 ? remove_list<Wave64Layout>(file, *id, length) : remove_chunk<Wave64Layout>(file, *id, length);
   if (length != 0 && removed != nullptr) *removed = length;
   return result;
 }

@@ -3,6 +3,7 @@
 
 #include "riff/wave_header_layout.h"
 
+#include "qv/iff.h"
 #include "qv/riff64.h"
 #include "qv/wave_file.h"
 
@@ -68,6 +69,10 @@ HRESULT with_format_chunk(HANDLE file, Then then) {
 
 LONG QvFileIsWave(const WCHAR* name, BOOL allowCompressed) {
   return file_passes(name, [=](HANDLE file) { return is_wave(file, allowCompressed != 0); });
+}
+
+LONG QvFileIsAiff(const WCHAR* name) {
+  return file_passes(name, [](HANDLE file) { return iff_IsAIFFFile(file, nullptr) != 0; });
 }
 
 LONG QvFileIsWave64(const WCHAR* name) { return file_passes(name, is_wave64); }

@@ -39,12 +39,12 @@ struct QVIFFCHUNK {
 
 // ---- byte order ----------------------------------------------------------------------------------------------------
 
-/// Reverse the bytes of `count` values in place; a count of 0 or less does nothing.
-QV_FUNCTION void iff_ByteSwap16(void* buffer, LONG count);
-QV_FUNCTION void iff_ByteSwap32(void* buffer, LONG count);
+/// Reverse the bytes of `count` values in place.
+QV_FUNCTION void iff_ByteSwap16(void* buffer, DWORD count);
+QV_FUNCTION void iff_ByteSwap32(void* buffer, DWORD count);
 /// The same under the writer's names.
-QV_FUNCTION void aiff_WriteByteSwap16(void* buffer, LONG count);
-QV_FUNCTION void aiff_WriteByteSwap32(void* buffer, LONG count);
+QV_FUNCTION void aiff_WriteByteSwap16(void* buffer, DWORD count);
+QV_FUNCTION void aiff_WriteByteSwap32(void* buffer, DWORD count);
 
 // ---- headers and words ---------------------------------------------------------------------------------------------
 
@@ -99,7 +99,7 @@ QV_FUNCTION LONG iff_IsAIFFFileEx(HANDLE file, DWORD* formSize, LONG* isAifc, LO
 /// Describes the audio: format with extra size 0 (tag QVAIFF_TAG_8BIT, QVAIFF_TAG_BIG_ENDIAN or PCM), frames, the
 /// audio's place in the file and its length in bytes, which is that of the frames or what the "SSND" chunk and the file
 /// have of them. All outs but the format are optional. The position is the audio's. QVERR_RIFF_WRONGFORM: no usable
-/// AIFF; QVERR_RIFF_NOTFOUND: no "COMM" or "SSND".
+/// AIFF; QVERR_RIFF_NOTFOUND: no "COMM" or "SSND"; QVERR_RIFF_BADSIZE: a "COMM" below 18 bytes or an "SSND" below 8.
 QV_FUNCTION HRESULT iff_GetAIFFWfx(HANDLE file, WAVEFORMATEX* format, DWORD* frames, ULONGLONG* dataStart,
                                    ULONGLONG* dataBytes);
 
