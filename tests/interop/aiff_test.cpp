@@ -1,0 +1,120 @@
+// AIFF and Wave64 files of sox and ffmpeg, described.
+#include "qv/iff.h"
+#include "qv/riff.h"
+#include "qv/riff64.h"
+#include "qv/wave_file.h"
+#include "tests/interop/material.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+using namespace interop_test;
+using cli_test::ScratchFolder;
+
+namespace {
+
+/// Closes it at the end.
+class OpenFile {
+public:
+  explicit OpenFile(const std::string& name)
+      : handle_(CreateFileW(wide(name).c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                            0, nullptr)) {}
+  ~OpenFile() { CloseHandle(handle_); }
+  OpenFile(const OpenFile&) = delete;
+  OpenFile& operator=(const OpenFile&) = delete;
+  operator HANDLE() const { return handle_; }
+  static qv::WString wide(const std::string& name) { return std::filesystem::path(name).string<WCHAR>(); }
+
+private:
+  HANDLE handle_;
+};
+
+TEST(Aiff, OfOtherPrograms) {
+  const ScratchFolder folder;
+  struct Case {
+    std::string command; ///< with the file's name at its end
+    const char* extension;
+    WORD tag, bits;
+  };
+  const std::string in = recording("Front_Center");
+  const Case cases[] = {
+      {"sox " + in + " -b 16 ", "aiff", 0xFE02, 16},
+      {"sox " + in + " -b 24 ", "aiff", 0xFE02, 24},
+      {"sox " + in + " -b 8 ", "aiff", 0xFE01, 8},
+      {"sox " + in + " -b 16 ", "aifc", 0xFE02, 16},
+      {"ffmpeg -v error -nostdin -y -i " + in + " -c:a pcm_s16be ", "aiff", 0xFE02, 16},
+      {"ffmpeg -v error -nostdin -y -i " + in + " -c:a pcm_s16le ", "aiff", 1, 16},
+  };
+  const std::string raw = shell("sox " + in + " -t raw -b 16 -e signed -L -");
+  for (const Case& each : cases) {
+    const std::string name = folder.file(std::string("file.") + each.extension);
+    SCOPED_TRACE(each.command + name);
+    shell(each.command + name);
+    EXPECT_EQ(QvFileIsAiff(OpenFile::wide(name).c_str()), 1);
+    const OpenFile file(name);
+    WAVEFORMATEX format;
+    DWORD frames = 0;
+    ULONGLONG start = 0;
+    ULONGLONG bytes = 0;
+    ASSERT_EQ(iff_GetAIFFWfx(file, &format, &frames, &start, &bytes), S_OK);
+    EXPECT_EQ(format.wFormatTag, each.tag);
+    EXPECT_EQ(format.wBitsPerSample, each.bits);
+    EXPECT_EQ(format.nChannels, 1);
+    EXPECT_EQ(format.nSamplesPerSec, 48'000u);
+    EXPECT_EQ(frames, raw.size() / 2);
+    EXPECT_EQ(bytes, frames * format.nBlockAlign);
+    if (each.bits != 16) continue;
+    std::string audio(bytes, '\0');
+    DWORD read = 0;
+    ASSERT_TRUE(ReadFile(file, audio.data(), static_cast<DWORD>(bytes), &read, nullptr));
+    if (each.tag == 0xFE02) iff_ByteSwap16(audio.data(), frames);
+    EXPECT_EQ(audio == raw, true);
+  }
+}
+
+TEST(Wave64, OfOtherPrograms) {
+  const ScratchFolder folder;
+  const std::string name = folder.file("file.w64");
+  shell("ffmpeg -v error -nostdin -y -i " + recording("Front_Center") + " " + name);
+  EXPECT_EQ(QvFileIsWave64(OpenFile::wide(name).c_str()), 1);
+  const std::string raw = shell("sox " + recording("Front_Center") + " -t raw -");
+  {
+    const OpenFile file(name);
+    ULONGLONG size = 0;
+    ASSERT_EQ(riff64_FindChunkHeaderInRIFF(file, &QVW64_DATA, &size, nullptr), S_OK);
+    EXPECT_EQ(size, (raw.size() + 7) / 8 * 8) << "ffmpeg counts the padding";
+    std::string audio(size, '\0');
+    ASSERT_EQ(riff64_ReadData(file, audio.data(), size), S_OK);
+    EXPECT_EQ(audio == raw + std::string(size - raw.size(), '\0'), true);
+  }
+  // And ffmpeg reads what the library writes.
+  const WAVEFORMATEX format = {1, 1, 48'000, 96'000, 2, 16, 0};
+  const std::string ours = folder.file("ours.w64");
+  ASSERT_EQ(QvInitializeWav64WithJunk(OpenFile::wide(ours).c_str(), &format, CREATE_ALWAYS, 4096), S_OK);
+  {
+    const OpenFile file(ours);
+    ASSERT_EQ(riff64_RestoreLocation(file, 4096), S_OK);
+    ASSERT_EQ(riff64_WriteToFile(file, raw.data(), raw.size()), S_OK);
+    ASSERT_EQ(QvInsertW64Header(file, &format, raw.size(), 4096), S_OK);
+  }
+  EXPECT_EQ(shell("ffmpeg -v error -nostdin -i " + ours + " -f s16le -") == raw, true);
+}
+
+TEST(WaveRepair, SoxReadsAMendedFile) {
+  const ScratchFolder folder;
+  const std::string raw = shell("sox " + recording("Front_Center") + " -t raw -");
+  const std::string name = folder.file("cut.wav");
+  const WAVEFORMATEX format = {1, 1, 48'000, 96'000, 2, 16, 0};
+  ASSERT_EQ(QvInitializeWav(OpenFile::wide(name).c_str(), &format, CREATE_ALWAYS), S_OK);
+  {
+    const OpenFile file(name); // a recording that was interrupted: its header says that it is empty
+    ASSERT_EQ(riff_RestoreLocation(file, 46), S_OK);
+    ASSERT_EQ(riff64_WriteToFile(file, raw.data(), raw.size()), S_OK);
+    EXPECT_EQ(shell("sox " + name + " -t raw - 2>/dev/null || true").size(), 0u);
+    ASSERT_EQ(QvFixTrashedWav(file, nullptr, 0xFFFFFFFF), S_OK);
+  }
+  EXPECT_EQ(shell("sox " + name + " -t raw -") == raw, true);
+}
+
+} // namespace

@@ -1,0 +1,328 @@
+// IFF chunks, and AIFF files described.
+#include "qv/iff.h"
+#include "qv/wave_file.h"
+#include "tests/riff/scratch_file.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <vector>
+
+using namespace riff_test;
+
+namespace {
+
+Bytes reversed(Bytes bytes) { return {bytes.rbegin(), bytes.rend()}; }
+Bytes be16(uint32_t value) { return reversed(u16(value)); }
+Bytes be32(uint32_t value) { return reversed(u32(value)); }
+
+Bytes be_header(std::string_view id, uint32_t size) { return Bytes(id) + be32(size); }
+Bytes be_chunk(std::string_view id, std::string_view data) {
+  return be_header(id, static_cast<uint32_t>(data.size())) + Bytes(data) + Bytes(data.size() % 2, '\0');
+}
+Bytes form(std::string_view type, std::string_view body) {
+  return be_header("FORM", static_cast<uint32_t>(body.size() + 4)) + Bytes(type) + Bytes(body);
+}
+
+/// 44,100 Hz.
+const Bytes kRate = be16(0x400E) + be16(0xAC44) + Bytes(6, '\0');
+
+Bytes common(uint32_t channels, uint32_t frames, uint32_t bits, std::string_view compression = "") {
+  const Bytes name = compression.empty() ? "" : Bytes("\0\0", 2);
+  return be_chunk("COMM", be16(channels) + be32(frames) + be16(bits) + kRate + Bytes(compression) + name);
+}
+Bytes sound(std::string_view audio) { return be_chunk("SSND", Bytes(8, '\0') + Bytes(audio)); }
+
+constexpr DWORD kUnset = 77;
+
+TEST(Iff, ByteOrder) {
+  BYTE bytes[] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+  iff_ByteSwap16(bytes + 1, 2); // at any address
+  EXPECT_EQ(Bytes(bytes, bytes + 9), Bytes("\1\3\2\5\4\6\7\10\11"));
+  iff_ByteSwap32(bytes + 1, 2);
+  EXPECT_EQ(Bytes(bytes, bytes + 9), Bytes("\1\4\5\2\3\11\10\7\6"));
+  aiff_WriteByteSwap16(bytes + 1, 0);
+  aiff_WriteByteSwap32(bytes + 1, 1);
+  EXPECT_EQ(Bytes(bytes, bytes + 5), Bytes("\1\3\2\5\4"));
+}
+
+TEST(Iff, HeadersAndWords) {
+  const ScratchFile file;
+  const QVIFFCHUNK chunk = {QVIFF_ID_COMM, 0x01020304};
+  EXPECT_EQ(iff_WriteFileID(file, QVIFF_FORM_AIFF, 0x11223344), S_OK);
+  EXPECT_EQ(iff_WriteChunk(file, &chunk), S_OK);
+  EXPECT_EQ(iff_WriteDWORD(file, 0xAABBCCDD), S_OK);
+  EXPECT_EQ(iff_WriteWORD(file, 0xEEFF), S_OK);
+  EXPECT_EQ(file.contents(),
+            be_header("FORM", 0x11223344) + "AIFF" + be_header("COMM", 0x01020304) + be32(0xAABBCCDD) + be16(0xEEFF));
+  file.move_to(0);
+  QVIFFCHUNK header = {};
+  DWORD type = 0;
+  EXPECT_EQ(iff_ReadFormType(file, &header, &type), S_OK);
+  EXPECT_EQ(header.id, QVIFF_ID_FORM);
+  EXPECT_EQ(header.size, 0x11223344u);
+  EXPECT_EQ(type, QVIFF_FORM_AIFF);
+  EXPECT_EQ(iff_ReadChunkHdr(file, &header), S_OK);
+  EXPECT_EQ(header.id, QVIFF_ID_COMM);
+  EXPECT_EQ(header.size, 0x01020304u);
+  DWORD dword = 0;
+  WORD word = 0;
+  EXPECT_EQ(iff_ReadDWORD(file, &dword), S_OK);
+  EXPECT_EQ(iff_ReadWORD(file, &word), S_OK);
+  EXPECT_EQ(dword, 0xAABBCCDDu);
+  EXPECT_EQ(word, 0xEEFF);
+  EXPECT_EQ(iff_ReadWORD(file, &word), QVERR_RIFF_READ);
+  EXPECT_EQ(iff_ReadDWORD(file, &dword), QVERR_RIFF_READ);
+  EXPECT_EQ(iff_ReadChunkHdr(file, &header), QVERR_RIFF_READ);
+  EXPECT_EQ(iff_ReadChunkHdr(file, nullptr), E_INVALIDARG);
+  file.move_to(12);
+  EXPECT_EQ(iff_ReadFormType(file, &header, &type), QVERR_RIFF_WRONGFORM);
+  file.move_to(0);
+  EXPECT_EQ(iff_SkipChunk(file, 3), 4u);
+  EXPECT_EQ(file.position(), 4);
+  EXPECT_EQ(iff_SkipChunk(file, 0xFFFFFFFF), 0u);
+  EXPECT_EQ(file.position(), 4 + (1ll << 32));
+}
+
+TEST(Iff, SearchAndDeletionAgainstAModel) {
+  constexpr const char* kIds[] = {"COMM", "SSND", "NAME", "MARK"};
+  for (unsigned seed = 1; seed <= 40; ++seed) {
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    struct Placed {
+      Bytes id, data;
+      size_t at;
+    };
+    std::vector<Placed> chunks;
+    Bytes body;
+    for (size_t i = random() % 6; i > 0; --i) {
+      chunks.push_back(
+          {kIds[random() % 4], Bytes(random() % 5 == 0 ? 4091 + random() % 9 : random() % 9, 'x'), 12 + body.size()});
+      body += be_chunk(chunks.back().id, chunks.back().data);
+    }
+    Bytes bytes = form("AIFF", body);
+    if (seed % 3 == 0) bytes.resize(12 + random() % (bytes.size() - 11));
+    for (const Bytes id : kIds) {
+      const ScratchFile file(bytes);
+      const auto* found = static_cast<const Placed*>(nullptr);
+      HRESULT expected = QVERR_RIFF_NOTFOUND;
+      for (const Placed& each : chunks) {
+        if (each.at + 8 > bytes.size()) {
+          expected = QVERR_RIFF_READ;
+          break;
+        }
+        if (each.id == id) {
+          found = &each;
+          expected = S_OK;
+          break;
+        }
+      }
+      const DWORD wanted = u32_at(reversed(id), 0);
+      DWORD size = kUnset;
+      DWORD remaining = kUnset;
+      ASSERT_EQ(iff_FindChunkFromStart(file, wanted, &size, &remaining), expected) << id;
+      if (found != nullptr) {
+        EXPECT_EQ(size, found->data.size());
+        EXPECT_EQ(file.position(), static_cast<int64_t>(found->at + 8));
+        EXPECT_EQ(remaining, body.size() + 12 - found->at - 8);
+        file.move_to(12);
+        EXPECT_EQ(iff_SeekChunkHeader(file, wanted, nullptr), S_OK);
+        EXPECT_EQ(file.position(), static_cast<int64_t>(found->at + 8));
+      }
+      DWORD removed = 0;
+      ASSERT_EQ(iff_DeleteChunk(file, wanted, &removed), expected) << id;
+      if (found == nullptr) {
+        EXPECT_EQ(file.contents() == bytes, true);
+        continue;
+      }
+      const auto length = static_cast<uint32_t>(be_chunk(id, found->data).size());
+      EXPECT_EQ(removed, length);
+      Bytes rest = bytes.substr(0, found->at) + bytes.substr(std::min(bytes.size(), found->at + length));
+      rest.replace(4, 4, be32(static_cast<uint32_t>(body.size() + 4) - length));
+      EXPECT_EQ(file.contents() == rest, true) << id;
+    }
+  }
+  const ScratchFile other(riff("WAVE", chunk("data", "x")));
+  EXPECT_EQ(iff_FindChunkFromStart(other, QVIFF_ID_COMM, nullptr, nullptr), QVERR_RIFF_NOTRIFF);
+  EXPECT_EQ(iff_DeleteChunk(other, QVIFF_ID_COMM, nullptr), QVERR_RIFF_NOTRIFF);
+  const ScratchFile small(be_header("FORM", 9) + "AIFF" + be_chunk("COMM", "xx"));
+  EXPECT_EQ(iff_DeleteChunk(small, QVIFF_ID_COMM, nullptr), QVERR_RIFF_NOTFOUND) << "5 bytes are no chunk";
+}
+
+TEST(Iff, Markers) {
+  const Bytes marks = be_chunk("MARK", be16(4) + be16(1) + be32(100) + Bytes("\5start") + be16(7) + be32(0xFFFFFFFF) +
+                                           Bytes("\4loop\0", 6) + be16(9) + be32(5) + Bytes("\0\0", 2) + be16(7) +
+                                           be32(8) + Bytes("\3two"));
+  const ScratchFile file(form("AIFF", common(1, 10, 16) + marks));
+  QVIFFMARKER marker;
+  ASSERT_EQ(iff_FindMarker(file, &marker, 7), S_OK);
+  EXPECT_EQ(marker.id, 7);
+  EXPECT_EQ(marker.position, 0xFFFFFFFFu);
+  EXPECT_EQ(qv::WString(marker.name), QV_TEXT("loop"));
+  ASSERT_EQ(iff_FindMarker(file, &marker, 1), S_OK);
+  EXPECT_EQ(marker.position, 100u);
+  EXPECT_EQ(qv::WString(marker.name), QV_TEXT("start"));
+  ASSERT_EQ(iff_FindMarker(file, &marker, 9), S_OK);
+  EXPECT_EQ(qv::WString(marker.name), QV_TEXT(""));
+  EXPECT_EQ(iff_FindMarker(file, &marker, 2), QVERR_RIFF_NOTFOUND);
+  EXPECT_EQ(iff_FindMarker(file, nullptr, 2), E_INVALIDARG);
+  const Bytes name(255, '\xE9'); // 255 characters of the code page
+  const ScratchFile longest(form("AIFF", be_chunk("MARK", be16(1) + be16(3) + be32(0) + "\xFF" + name)));
+  ASSERT_EQ(iff_FindMarker(longest, &marker, 3), S_OK);
+  EXPECT_EQ(qv::WString(marker.name), qv::WString(255, QV_TEXT('\u00E9')));
+  const ScratchFile none(form("AIFF", common(1, 10, 16)));
+  EXPECT_EQ(iff_FindMarker(none, &marker, 1), QVERR_RIFF_NOTFOUND);
+  // Cut in the middle of a marker: by the chunk, then by the file.
+  for (uint32_t size = 0; size < 14; ++size) {
+    const Bytes chunk_bytes = be_chunk("MARK", marks.substr(8, size));
+    const ScratchFile cut(form("AIFF", chunk_bytes));
+    EXPECT_EQ(iff_FindMarker(cut, &marker, 1), QVERR_RIFF_NOTFOUND) << size;
+    const ScratchFile cut_file(form("AIFF", be_header("MARK", 100) + marks.substr(8, size)));
+    EXPECT_EQ(iff_FindMarker(cut_file, &marker, 1), QVERR_RIFF_READ) << size;
+  }
+}
+
+TEST(Aiff, Recognition) {
+  struct Case {
+    Bytes bytes;
+    LONG usable, aifc, little_endian;
+    bool keeps_position;
+  };
+  const Case cases[] = {
+      {form("AIFF", ""), 1, 0, 0, false},
+      {form("AIFC", common(1, 10, 16, "NONE")), 1, 1, 0, true},
+      {form("AIFC", be_chunk("FVER", "abcd") + common(1, 10, 16, "sowt")), 1, 1, 1, true},
+      {form("AIFC", common(1, 10, 16, "fl32")), 0, 1, 0, true},
+      {form("AIFC", common(1, 10, 16)), 0, 1, 0, true}, // no compression type
+      {form("AIFC", sound("xx")), 0, 1, 0, true},
+      {be_header("FORM", 4) + "AIFC" + common(1, 10, 16, "NONE"), 0, 1, 0, true}, // outside the form
+      {form("8SVX", common(1, 10, 16, "NONE")), 0, 0, 0, false},
+      {riff("WAVE", ""), 0, 0, 0, false},
+      {"FORM", 0, 0, 0, false},
+  };
+  for (size_t i = 0; i < std::size(cases); ++i) {
+    SCOPED_TRACE(i);
+    ScratchFile file(cases[i].bytes);
+    LONG aifc = 5;
+    LONG little_endian = 5;
+    DWORD size = kUnset;
+    file.move_to(3);
+    EXPECT_EQ(iff_IsAIFFFileEx(file, &size, &aifc, &little_endian), cases[i].usable);
+    EXPECT_EQ(aifc, cases[i].aifc);
+    EXPECT_EQ(little_endian, cases[i].little_endian);
+    EXPECT_EQ(size, cases[i].bytes.starts_with("FORM") && cases[i].bytes.size() >= 12
+                        ? u32_at(reversed(cases[i].bytes.substr(4, 4)), 0)
+                        : kUnset);
+    EXPECT_TRUE(!cases[i].keeps_position || file.position() == 3);
+    EXPECT_EQ(iff_IsAIFFFile(file, nullptr), cases[i].usable);
+    const qv::WString name = file.name();
+    file.close();
+    EXPECT_EQ(QvFileIsAiff(name.c_str()), cases[i].usable);
+  }
+}
+
+TEST(Aiff, Formats) {
+  struct Case {
+    Bytes bytes;
+    HRESULT result;
+    WAVEFORMATEX format;
+    DWORD frames;
+    ULONGLONG start, bytes_of_audio;
+  };
+  const Case cases[] = {
+      {form("AIFF", common(2, 2, 16) + sound("12345678")), S_OK, {0xFE02, 2, 44'100, 176'400, 4, 16, 0}, 2, 54, 8},
+      {form("AIFF", sound("1234") + common(1, 3, 8)), S_OK, {0xFE01, 1, 44'100, 44'100, 1, 8, 0}, 3, 28, 3},
+      {form("AIFC", common(1, 2, 24, "sowt") + sound("123456")), S_OK, {1, 1, 44'100, 132'300, 3, 24, 0}, 2, 60, 6},
+      {form("AIFC", common(1, 2, 8, "sowt") + sound("12")), S_OK, {0xFE01, 1, 44'100, 44'100, 1, 8, 0}, 2, 60, 2},
+      {form("AIFC", common(1, 2, 16, "NONE") + sound("1234")), S_OK, {0xFE02, 1, 44'100, 88'200, 2, 16, 0}, 2, 60, 4},
+      {form("AIFF", common(0, 2, 16) + sound("1234")), S_OK, {0xFE02, 0, 44'100, 44'100, 1, 16, 0}, 2, 54, 2},
+      {form("AIFF", common(1, 1'000'000, 16) + sound("1234")),
+       S_OK,
+       {0xFE02, 1, 44'100, 88'200, 2, 16, 0},
+       1'000'000,
+       54,
+       4}, // more is claimed than there is
+      {form("AIFF", sound("1234")), QVERR_RIFF_NOTFOUND, {}, 0, 0, 0},
+      {form("AIFF", common(1, 1, 16)), QVERR_RIFF_NOTFOUND, {}, 0, 0, 0},
+      {form("AIFF", be_chunk("COMM", "short") + sound("1234")), QVERR_RIFF_BADSIZE, {}, 0, 0, 0},
+      {form("AIFF", common(1, 1, 16) + be_chunk("SSND", "1234567")), QVERR_RIFF_BADSIZE, {}, 0, 0, 0},
+      {form("AIFC", common(1, 1, 16, "ulaw") + sound("1234")), QVERR_RIFF_WRONGFORM, {}, 0, 0, 0},
+  };
+  for (size_t i = 0; i < std::size(cases); ++i) {
+    SCOPED_TRACE(i);
+    const ScratchFile file(cases[i].bytes);
+    WAVEFORMATEX format = {};
+    DWORD frames = 0;
+    ULONGLONG start = 0;
+    ULONGLONG bytes = 0;
+    EXPECT_EQ(iff_GetAIFFWfx(file, &format, &frames, &start, &bytes), cases[i].result);
+    const WAVEFORMATEX& expected = cases[i].format;
+    EXPECT_EQ(format.wFormatTag, expected.wFormatTag);
+    EXPECT_EQ(format.nChannels, expected.nChannels);
+    EXPECT_EQ(format.nSamplesPerSec, expected.nSamplesPerSec);
+    EXPECT_EQ(format.nAvgBytesPerSec, expected.nAvgBytesPerSec);
+    EXPECT_EQ(format.nBlockAlign, expected.nBlockAlign);
+    EXPECT_EQ(format.wBitsPerSample, expected.wBitsPerSample);
+    EXPECT_EQ(frames, cases[i].frames);
+    EXPECT_EQ(start, cases[i].start);
+    EXPECT_EQ(bytes, cases[i].bytes_of_audio);
+    EXPECT_TRUE(FAILED(cases[i].result) || file.position() == static_cast<int64_t>(start));
+    EXPECT_EQ(iff_GetAIFFWfx(file, &format, nullptr, nullptr, nullptr), cases[i].result);
+  }
+}
+
+TEST(Aiff, CutAfterEachByte) {
+  const Bytes whole = form("AIFC", common(2, 4, 16, "sowt") + be_chunk("NAME", "abc") + sound("0123456789ABCDEF"));
+  for (size_t length = 0; length < whole.size(); ++length) {
+    const ScratchFile file(whole.substr(0, length));
+    WAVEFORMATEX format;
+    ULONGLONG bytes = 99;
+    const HRESULT result = iff_GetAIFFWfx(file, &format, nullptr, nullptr, &bytes);
+    // Recognised once the compression type is there; described once the sound's header is.
+    const size_t sound_at = whole.size() - 16;
+    EXPECT_EQ(result, length < 12 + 8 + 22 ? HRESULT{QVERR_RIFF_WRONGFORM}
+                      : length < sound_at  ? HRESULT{QVERR_RIFF_READ}
+                                           : S_OK)
+        << length;
+    EXPECT_EQ(bytes, length < sound_at ? 99 : length - sound_at);
+  }
+}
+
+TEST(AiffRates, ThereAndBack) {
+  for (DWORD rate = 1; rate <= 192'000; ++rate) {
+    WORD words[5];
+    aiff_CreateRate(rate, &words[0], &words[1], &words[2], &words[3], &words[4]);
+    ASSERT_EQ(aiff_ConvertRate(words[0], words[1], words[2], words[3], words[4]), rate);
+  }
+}
+
+TEST(AiffRates, Words) {
+  struct Case {
+    DWORD rate;
+    WORD words[5];
+    DWORD back;
+  };
+  const Case cases[] = {
+      {44'100, {0x400E, 0xAC44, 0, 0, 0}, 44'100},
+      {1, {16'383, 0x8000, 0, 0, 0}, 1},
+      {0, {16'383, 0, 0, 0, 0}, 0},
+      {96'001, {0x400F, 0xBB80, 0x8000, 0, 0}, 96'001},
+      {384'000, {0x4011, 0xBB80, 0, 0, 0}, 192'000}, // the first double above 96,000
+      {0xFFFFFFFF, {0x401E, 0xFFFF, 0xFFFF, 0, 0}, 131'071},
+  };
+  for (const Case& each : cases) {
+    WORD words[5];
+    aiff_CreateRate(each.rate, &words[0], &words[1], &words[2], &words[3], &words[4]);
+    for (int i = 0; i < 5; ++i)
+      EXPECT_EQ(words[i], each.words[i]) << each.rate << ", word " << i;
+    EXPECT_EQ(aiff_ConvertRate(words[0], words[1], words[2], words[3], words[4]), each.back) << each.rate;
+  }
+  EXPECT_EQ(aiff_ConvertRate(0xC00E, 0xAC44, 0, 0, 0), 44'100u) << "negative";
+  EXPECT_EQ(aiff_ConvertRate(0xFFFF, 0, 0, 0, 0), 44'100u);
+  EXPECT_EQ(aiff_ConvertRate(0x400E, 0xAC44, 0x8000, 0, 0), 44'100u) << "truncated";
+  EXPECT_EQ(aiff_ConvertRate(0x3FFE, 0xC000, 0, 0, 0), 98'304u) << "below 1: doubled until it is large";
+  EXPECT_EQ(aiff_ConvertRate(0x7FFF, 0, 0, 0, 0), 0u);
+}
+
+} // namespace
