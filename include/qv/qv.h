@@ -14,6 +14,7 @@
 #include "qv/result.h"
 #include "qv/riff.h"
 #include "qv/smpte.h"
+#include "qv/summary.h"
 #include "qv/text.h"
 #include "qv/time.h"
 #include "qv/win32.h"
