@@ -1,27 +1,12 @@
 // Texts in chunks: 8-bit characters of the ANSI code page with a terminator.
 #include "riff/file_cursor.h"
+#include "riff/scratch_block.h"
 
 #include <algorithm>
 
 using namespace qv::riff;
 
 namespace {
-
-/// A zeroed block for the length of one call. GlobalAlloc reports a shortage instead of throwing.
-class Scratch {
-public:
-  explicit Scratch(SIZE_T bytes) : memory_(static_cast<char*>(GlobalAlloc(GPTR, bytes))) {}
-  ~Scratch() {
-    if (memory_ != nullptr) GlobalFree(memory_);
-  }
-  Scratch(const Scratch&) = delete;
-  Scratch& operator=(const Scratch&) = delete;
-
-  char* get() const { return memory_; }
-
-private:
-  char* memory_;
-};
 
 SIZE_T length_of(const WCHAR* text) {
   SIZE_T length = 0;

@@ -16,6 +16,7 @@
 #include "qv/riff.h"
 #include "qv/riff64.h"
 #include "qv/smpte.h"
+#include "qv/summary.h"
 #include "qv/text.h"
 #include "qv/time.h"
 #include "qv/wave_file.h"
