@@ -1,5 +1,5 @@
 // One text straight from a file, without a list.
-#include "riff/file_cursor.h"
+#include "riff/chunk_walk.h"
 #include "riff/scratch_block.h"
 #include "riff/summary_storage.h"
 
