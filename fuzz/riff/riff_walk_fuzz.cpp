@@ -1,52 +1,11 @@
 // The RIFF functions on any bytes: every walk ends, none leaves the file longer, deletion takes away what it says.
 #include "qv/riff.h"
 
-#include <cstdlib>
-#include <string>
-#include <sys/mman.h>
-#include <unistd.h>
+#include "fuzz/riff/memory_file.h"
+
+using namespace fuzz;
 
 namespace {
-
-void require(bool holds) {
-  if (!holds) std::abort();
-}
-
-/// The input as a file in memory, opened by its name.
-class MemoryFile {
-public:
-  MemoryFile(const uint8_t* data, size_t size) : descriptor_(memfd_create("riff", MFD_CLOEXEC)) {
-    require(descriptor_ >= 0 && write(descriptor_, data, size) == static_cast<ssize_t>(size));
-    const std::string digits = std::to_string(descriptor_);
-    const std::u16string name = u"/proc/self/fd/" + std::u16string(digits.begin(), digits.end());
-    handle = CreateFileW(name.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-    require(handle != INVALID_HANDLE_VALUE);
-  }
-  ~MemoryFile() {
-    CloseHandle(handle);
-    close(descriptor_);
-  }
-  MemoryFile(const MemoryFile&) = delete;
-  MemoryFile& operator=(const MemoryFile&) = delete;
-
-  LONGLONG size() const {
-    LARGE_INTEGER bytes;
-    require(GetFileSizeEx(handle, &bytes));
-    return bytes.QuadPart;
-  }
-  LONGLONG position() const {
-    LARGE_INTEGER zero;
-    LARGE_INTEGER at;
-    zero.QuadPart = 0;
-    require(SetFilePointerEx(handle, zero, &at, FILE_CURRENT));
-    return at.QuadPart;
-  }
-
-  HANDLE handle;
-
-private:
-  int descriptor_;
-};
 
 constexpr DWORD kIds[] = {QVRIFF_ID_FMT, QVRIFF_ID_DATA, QVRIFF_ID_LIST, QvFourCC("INFO"), QvFourCC("adtl")};
 
