@@ -37,11 +37,12 @@ public:
     require(GetFileSizeEx(handle, &bytes));
     return bytes.QuadPart;
   }
-  LONGLONG position() const {
-    LARGE_INTEGER zero;
+  LONGLONG position() const { return move(0, FILE_CURRENT); }
+  LONGLONG move(LONGLONG by, DWORD method) const {
+    LARGE_INTEGER to;
     LARGE_INTEGER at;
-    zero.QuadPart = 0;
-    require(SetFilePointerEx(handle, zero, &at, FILE_CURRENT));
+    to.QuadPart = by;
+    require(SetFilePointerEx(handle, to, &at, method));
     return at.QuadPart;
   }
 
