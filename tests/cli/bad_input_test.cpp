@@ -2,6 +2,7 @@
 #include "tests/cli/process.h"
 #include "tests/cli/scratch_folder.h"
 #include "tests/cli/wave_bytes.h"
+#include "tests/riff/wave64_bytes.h"
 
 #include <gtest/gtest.h>
 
@@ -10,6 +11,10 @@
 #include <sys/stat.h>
 
 using namespace cli_test;
+using riff_test::chunk64;
+using riff_test::guid;
+using riff_test::header64;
+using riff_test::wave64;
 
 namespace {
 
@@ -55,6 +60,27 @@ const BadFile kBadFiles[] = {
     {"block align of other samples",
      riff("WAVE", chunk("fmt ", format_bytes({1, 2, 48000, 16}).replace(12, 2, u16(8))) + kData), "block align of 8",
      true},
+    {"Wave64 header cut", wave64("").substr(0, 39), "ends inside its header"},
+    {"Wave64 with another first GUID", "riff" + Bytes(60, 'x'), "no Wave64 file"},
+    {"Wave64 of another form", header64("riff", 40) + guid("data"), "another form than wave"},
+    {"Wave64 without chunks", wave64(""), "no \"fmt \" chunk"},
+    {"Wave64 without data", wave64(chunk64("fmt ", Bytes(16, '\1'))), "no \"data\" chunk"},
+    {"Wave64 chunk past the end", wave64(header64("junk", ~0ull >> 1) + chunk64("fmt ", "")), "runs past the end"},
+    {"IFF of another form",
+     Bytes("FORM\0\0\0\x04"
+           "8SVX",
+           12),
+     "no AIFF"},
+    {"AIFF-C without a compression type",
+     Bytes("FORM\0\0\0\x04"
+           "AIFC",
+           12),
+     "compression type"},
+    {"AIFF without chunks",
+     Bytes("FORM\0\0\0\x04"
+           "AIFF",
+           12),
+     "no \"COMM\""},
 };
 
 TEST(BadInput, EveryCommandSaysWhyInOneLine) {

@@ -46,6 +46,7 @@ TEST(Info, JsonHoldsTheHeaders) {
                                  {"id": "\u00a9nam", "offset": 36, "size": 3},
                                  {"id": "LIST", "offset": 48, "size": 14, "list_type": "INFO"},
                                  {"id": "data", "offset": 70, "size": 264606}])")},
+      {"summary", {{"INAM", "x"}}},
   };
   EXPECT_EQ(info, expected);
 }

@@ -73,6 +73,54 @@ TEST(Aiff, OfOtherPrograms) {
   }
 }
 
+TEST(Qv, ReadsOtherContainers) {
+  const ScratchFolder folder;
+  const std::string in = recording("Front_Center");
+  const std::string ffmpeg = "ffmpeg -v error -nostdin -y -i " + in + " ";
+  struct Case {
+    std::string command;
+    const char* name;
+    const char* container;
+    const char* first_chunk;
+  };
+  const Case cases[] = {
+      {"sox " + in + " ", "a.aiff", "aiff", "COMT"},
+      {"sox " + in + " ", "b.aifc", "aifc", "FVER"},
+      {ffmpeg + "-c:a pcm_s16le ", "c.aiff", "aifc", "FVER"},
+      {ffmpeg, "d.w64", "wave64", "fmt "},
+      {ffmpeg, "e.wav", "RIFF", "fmt "},
+  };
+  const std::string raw = data_chunk(in);
+  for (const Case& each : cases) {
+    const std::string name = folder.file(each.name);
+    SCOPED_TRACE(name);
+    shell(each.command + name);
+    const nlohmann::json info = qv_info(name);
+    EXPECT_EQ(info["container"], each.container);
+    EXPECT_EQ(info["chunks"][0]["id"], each.first_chunk);
+    EXPECT_EQ(info["sample_rate"], 48'000);
+    const std::string copy = folder.file("copy.wav");
+    interop_test::qv({"convert", name, copy, "--type", "pcm16"});
+    const std::string audio = data_chunk(copy);
+    // ffmpeg counts a Wave64 chunk's padding as audio, here and when it reads the file itself.
+    const size_t frames = std::string(each.container) == "wave64" ? (raw.size() + 7) / 8 * 4 : raw.size() / 2;
+    EXPECT_EQ(info["frames"], frames);
+    EXPECT_EQ(audio.size(), 2 * frames);
+    EXPECT_EQ(audio.substr(0, raw.size()) == raw, true);
+  }
+}
+
+TEST(Qv, ShowsSummaryTexts) {
+  const ScratchFolder folder;
+  const std::string name = folder.file("tagged.wav");
+  shell("ffmpeg -v error -nostdin -y -i " + recording("Front_Center") +
+        " -metadata title='A title' -metadata artist=Me " + name);
+  const nlohmann::json summary = qv_info(name)["summary"];
+  EXPECT_EQ(summary["INAM"], "A title");
+  EXPECT_EQ(summary["IART"], "Me");
+  EXPECT_EQ(qv_info(recording("Front_Center"))["summary"], nlohmann::json::object());
+}
+
 TEST(Wave64, OfOtherPrograms) {
   const ScratchFolder folder;
   const std::string name = folder.file("file.w64");

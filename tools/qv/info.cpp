@@ -51,8 +51,11 @@ Json info_json(const WaveInput& input) {
   Json chunks = Json::array();
   for (const ChunkEntry& chunk : input.chunks())
     chunks.push_back(chunk_json(chunk));
+  Json summary = Json::object();
+  for (const auto& [id, text] : input.summary())
+    if (!summary.contains(code_text(id))) summary[code_text(id)] = text; // the first counts
   return {{"file", input.name()},
-          {"container", "RIFF"},
+          {"container", input.container()},
           {"format_text", format_text(input)},
           {"sample_type", static_cast<uint32_t>(format.sampleType)},
           {"sample_type_text", sample_type_text(format.sampleType)},
@@ -64,7 +67,8 @@ Json info_json(const WaveInput& input) {
           {"block_align", format.blockAlign},
           {"frames", input.frames()},
           {"duration_100ns", input.duration()},
-          {"chunks", chunks}};
+          {"chunks", chunks},
+          {"summary", summary}};
 }
 
 std::string duration_text(uint64_t duration) {
@@ -89,9 +93,9 @@ void print_line(const char* label, const std::string& value) {
 }
 
 void print_chunk(const ChunkEntry& chunk) {
-  char place[48];
-  std::snprintf(place, sizeof place, " at %llu, %u bytes", static_cast<unsigned long long>(chunk.offset),
-                static_cast<unsigned>(chunk.size));
+  char place[64];
+  std::snprintf(place, sizeof place, " at %llu, %llu bytes", static_cast<unsigned long long>(chunk.offset),
+                static_cast<unsigned long long>(chunk.size));
   const std::string type = chunk.list_type == 0 ? "" : " of type \"" + printable_code(chunk.list_type) + "\"";
   print_line("chunk", "\"" + printable_code(chunk.id) + "\"" + type + place);
 }
@@ -100,7 +104,7 @@ void print_info(const WaveInput& input) {
   const _qvwaveformat& format = input.format();
   const std::string type = format.IsCompressed() ? "none" : sample_type_text(format.sampleType);
   std::cout << input.name() << "\n";
-  print_line("container", "RIFF");
+  print_line("container", input.container());
   print_line("format", format_text(input));
   print_line("format tag", std::to_string(format.FormatTag()));
   print_line("sample type", std::to_string(format.sampleType) + " (" + type + ")");
@@ -112,6 +116,8 @@ void print_info(const WaveInput& input) {
   print_line("duration", duration_text(input.duration()));
   for (const ChunkEntry& chunk : input.chunks())
     print_chunk(chunk);
+  for (const auto& [id, text] : input.summary())
+    print_line("summary", printable_code(id) + ": " + printable(text));
 }
 
 /// Every file gets its turn, also behind one that cannot be read.

@@ -3,6 +3,7 @@
 
 #include "qv/win32.h"
 
+#include <cstdint>
 #include <utility>
 
 namespace qv::tool {
@@ -24,5 +25,12 @@ public:
 private:
   HANDLE handle_;
 };
+
+/// Moves a file's position; false when it cannot be there.
+inline bool move_to(HANDLE file, uint64_t position) {
+  LARGE_INTEGER to;
+  to.QuadPart = static_cast<LONGLONG>(position);
+  return SetFilePointerEx(file, to, nullptr, FILE_BEGIN);
+}
 
 } // namespace qv::tool

@@ -29,13 +29,6 @@ Json json_of(const Setting& setting) {
   return {{"n", setting.number}, {"type", setting.type->name}, {"value", json_value(setting)}};
 }
 
-/// A value on one line of a terminal.
-std::string printable(std::string text) {
-  for (char& character : text)
-    if (static_cast<unsigned char>(character) < 0x20 || character == 0x7F) character = character == '\n' ? '|' : '.';
-  return text;
-}
-
 void print_json(const Application& application, const std::vector<Setting>& settings) {
   Json values = Json::array();
   for (const Setting& setting : settings)

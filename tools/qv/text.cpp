@@ -49,4 +49,10 @@ std::string printable_code(DWORD code) {
   return code_text(code);
 }
 
+std::string printable(std::string text) {
+  for (char& character : text)
+    if (static_cast<unsigned char>(character) < 0x20 || character == 0x7F) character = character == '\n' ? '|' : '.';
+  return text;
+}
+
 } // namespace qv::tool

@@ -21,5 +21,7 @@ WString wide(const std::filesystem::path& path);
 std::string code_text(DWORD code);
 /// The same for a terminal: control characters as '.'.
 std::string printable_code(DWORD code);
+/// A text on one line of a terminal: '|' for line feeds, '.' for other control characters.
+std::string printable(std::string text);
 
 } // namespace qv::tool

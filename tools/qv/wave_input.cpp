@@ -13,7 +13,6 @@ namespace {
 
 constexpr DWORD kSmallestFormat = 16;
 constexpr size_t kLargestFormat = sizeof(WAVEFORMATEX) + 0xFFFF;
-constexpr DWORD kFactId = QvFourCC("fact");
 
 OpenFile open_for_reading(const std::string& name) {
   const WString path = wide(path_from(name));
@@ -31,71 +30,39 @@ OpenFile open_for_reading(const std::string& name) {
   return file;
 }
 
-bool move_to(HANDLE file, uint64_t position) {
-  LARGE_INTEGER to;
-  to.QuadPart = static_cast<LONGLONG>(position);
-  return SetFilePointerEx(file, to, nullptr, FILE_BEGIN);
-}
-
 } // namespace
 
 WaveInput::WaveInput(const std::string& name) : name_(name), file_(open_for_reading(name)) {
-  read_file_header();
-  read_chunks();
+  LARGE_INTEGER size;
+  if (!GetFileSizeEx(file_, &size)) fail(system_error_text(GetLastError()));
+  file_size_ = static_cast<uint64_t>(size.QuadPart);
+  if (file_size_ == 0) fail("the file is empty");
+  switch (first_word()) {
+  case QvFourCC("riff"): read_wave64(); break;
+  case QvFourCC("FORM"): read_aiff(); break;
+  default: read_riff();
+  }
   check_format();
 }
 
 void WaveInput::fail(const std::string& reason) const { throw Failure(name_, reason); }
 
-void WaveInput::read_file_header() {
-  LARGE_INTEGER size;
-  if (!GetFileSizeEx(file_, &size)) fail(system_error_text(GetLastError()));
-  file_size_ = static_cast<uint64_t>(size.QuadPart);
-  if (file_size_ == 0) fail("the file is empty");
-  DWORD form_bytes = 0;
-  DWORD form = 0;
-  const HRESULT result = riff_ReadFileID(file_, &form_bytes, &form);
-  if (result == QVERR_RIFF_READ && file_size_ < 12) fail("the file ends inside its header");
-  if (FAILED(result)) fail(QvResultText(result));
-  if (form != QVRIFF_FORM_WAVE) fail("is a RIFF file of the form \"" + printable_code(form) + "\", not a wave file");
-  // A recorder that could not go back left 0: the form then goes as far as the file.
-  form_size_unknown_ = form_bytes == 0;
-  form_end_ = form_size_unknown_ ? file_size_ : std::min<uint64_t>(12 + uint64_t{form_bytes}, file_size_);
+DWORD WaveInput::first_word() {
+  DWORD word = 0;
+  DWORD done = 0;
+  const bool read = ReadFile(file_, &word, sizeof word, &done, nullptr);
+  if (!read || !move_to(file_, 0)) fail(system_error_text(GetLastError()));
+  return done == sizeof word ? word : 0;
 }
 
-void WaveInput::read_chunks() {
-  uint64_t position = 12;
-  while (position + 8 <= form_end_ && read_chunk(position)) {
-  }
+void WaveInput::require_chunks() const {
   if (header_.empty()) fail("has no \"fmt \" chunk");
   if (!has_data_) fail("has no \"data\" chunk");
 }
 
-bool WaveInput::read_chunk(uint64_t& position) {
-  ChunkEntry entry = {0, 0, position, 0};
-  DWORD count = 0;
-  if (!move_to(file_, position) || FAILED(riff_ReadChunkHeader(file_, &entry.id, &entry.size))) {
-    fail(QvResultText(QVERR_RIFF_READ));
-  }
-  const uint64_t start = position + 8;
-  const bool runs_out = start + entry.size > file_size_;
-  position = start + entry.size + (entry.size & 1);
-  if (entry.id == QVRIFF_ID_DATA && !has_data_) {
-    take_data(start, entry.size);
-    chunks_.push_back(entry);
-    return start + data_bytes_ < file_size_;
-  }
-  if (runs_out) fail("the chunk \"" + printable_code(entry.id) + "\" runs past the end of the file");
-  if (entry.id == QVRIFF_ID_FMT && header_.empty()) read_format(entry.size);
-  if (entry.id == kFactId && entry.size >= 4 && SUCCEEDED(riff_ReadData(file_, &count, 4))) fact_frames_ = count;
-  if (entry.id == QVRIFF_ID_LIST && entry.size >= 4) riff_ReadData(file_, &entry.list_type, 4);
-  chunks_.push_back(entry);
-  return true;
-}
-
-void WaveInput::read_format(DWORD size) {
+void WaveInput::read_format(uint64_t size) {
   if (size < kSmallestFormat) fail("the \"fmt \" chunk has only " + std::to_string(size) + " bytes");
-  const size_t taken = std::min<size_t>(size, kLargestFormat);
+  const auto taken = static_cast<size_t>(std::min<uint64_t>(size, kLargestFormat));
   header_.assign(std::max(taken, sizeof(WAVEFORMATEXTENSIBLE)), 0);
   if (FAILED(riff_ReadData(file_, header_.data(), static_cast<DWORD>(taken)))) fail(QvResultText(QVERR_RIFF_READ));
   auto* header = reinterpret_cast<WAVEFORMATEX*>(header_.data());
@@ -111,7 +78,7 @@ void WaveInput::check_format() const {
   if (header()->nBlockAlign == 0) fail("the format has a block align of 0");
 }
 
-void WaveInput::take_data(uint64_t start, DWORD claimed) {
+void WaveInput::take_data(uint64_t start, uint64_t claimed) {
   has_data_ = true;
   data_start_ = start;
   const uint64_t held = file_size_ - start;

@@ -1,4 +1,4 @@
-// A wave file that is read: its chunks, its format, and its samples in order.
+// A file with audio that is read: its chunks, its format, and its samples in order. RIFF wave, Wave64, AIFF and AIFF-C.
 #pragma once
 
 #include "qv/audio.h"
@@ -6,15 +6,16 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace qv::tool {
 
 struct ChunkEntry {
-  DWORD id;
+  DWORD id;        ///< its characters in file order; of a GUID the first four
   DWORD list_type; ///< of a "LIST" chunk, otherwise 0
   uint64_t offset; ///< of the chunk's header in the file
-  DWORD size;      ///< as the header says
+  uint64_t size;   ///< of the data, as the header says
 };
 
 class WaveInput {
@@ -24,10 +25,14 @@ public:
   explicit WaveInput(const std::string& name);
 
   const std::string& name() const { return name_; }
+  /// "RIFF", "wave64", "aiff" or "aifc".
+  const char* container() const { return container_; }
   const _qvwaveformat& format() const { return format_.format; }
-  /// The "fmt " chunk, with at least the 40 bytes of an extensible header in memory.
+  /// The format chunk or what describes it, with at least the 40 bytes of an extensible header in memory.
   const WAVEFORMATEX* header() const { return reinterpret_cast<const WAVEFORMATEX*>(header_.data()); }
   const std::vector<ChunkEntry>& chunks() const { return chunks_; }
+  /// The texts of the "INFO" list, by id; none in other containers.
+  std::vector<std::pair<DWORD, std::string>> summary() const;
   /// Whole frames that the file holds. For a compressed format as its "fact" chunk says, or 0.
   uint64_t frames() const;
   /// In units of 100 ns, rounded down.
@@ -40,16 +45,28 @@ public:
 
 private:
   [[noreturn]] void fail(const std::string& reason) const;
-  void read_file_header();
-  void read_chunks();
+  /// The first bytes, which name the container.
+  DWORD first_word();
+  void require_chunks() const;
+
+  void read_riff();
+  void read_riff_header();
   /// False after the last chunk that there is.
-  bool read_chunk(uint64_t& position);
-  void read_format(DWORD size);
+  bool read_riff_chunk(uint64_t& position);
+
+  void read_wave64();
+  bool read_wave64_chunk(uint64_t& position);
+
+  void read_aiff();
+  void read_aiff_chunks(uint64_t form_end);
+
+  void read_format(uint64_t size);
   void check_format() const;
-  void take_data(uint64_t start, DWORD claimed);
+  void take_data(uint64_t start, uint64_t claimed);
 
   std::string name_;
   OpenFile file_;
+  const char* container_ = "RIFF";
   uint64_t file_size_ = 0;
   uint64_t form_end_ = 0;
   bool form_size_unknown_ = false;
