@@ -15,6 +15,7 @@ void add_convert(CLI::App& app, Work& chosen);
 void add_stats(CLI::App& app, Work& chosen);
 void add_cpu(CLI::App& app, Work& chosen);
 void add_settings(CLI::App& app, Work& chosen);
+void add_tag(CLI::App& app, Work& chosen);
 void add_time(CLI::App& app, Work& chosen);
 
 } // namespace qv::tool

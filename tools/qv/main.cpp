@@ -47,6 +47,7 @@ int main(int argc, char** argv) {
   add_stats(app, chosen);
   add_cpu(app, chosen);
   add_settings(app, chosen);
+  add_tag(app, chosen);
   add_time(app, chosen);
   try {
     std::vector<std::string> arguments = program_arguments(argc, argv);

@@ -32,9 +32,16 @@ std::string random_name() {
 
 } // namespace
 
+OutputFile::OutputFile(const std::string& name) : name_(name), target_(behind_links(path_from(name))) {
+  check_target();
+  create_temporary();
+}
+
 OutputFile::OutputFile(const std::string& name, const std::string& input_name)
     : name_(name), target_(behind_links(path_from(name))) {
-  check_target(input_name);
+  check_target();
+  std::error_code error;
+  if (fs::equivalent(path_from(input_name), target_, error)) throw Failure(name_, "is the input file itself");
   create_temporary();
 }
 
@@ -44,15 +51,13 @@ OutputFile::~OutputFile() {
   DeleteFileW(wide(temporary_).c_str());
 }
 
-void OutputFile::check_target(const std::string& input_name) const {
+void OutputFile::check_target() const {
   if (!target_.has_filename()) throw Failure(name_, "names a folder");
   const DWORD attributes = GetFileAttributesW(wide(target_).c_str());
   if (attributes == INVALID_FILE_ATTRIBUTES) return;
   if (attributes & FILE_ATTRIBUTE_DIRECTORY) throw Failure(name_, "is a folder");
   if (attributes & FILE_ATTRIBUTE_DEVICE) throw Failure(name_, "is not a regular file");
   if (attributes & FILE_ATTRIBUTE_READONLY) throw Failure(name_, "is write-protected");
-  std::error_code error;
-  if (fs::equivalent(path_from(input_name), target_, error)) throw Failure(name_, "is the input file itself");
 }
 
 void OutputFile::create_temporary() {

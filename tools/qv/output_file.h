@@ -14,6 +14,8 @@ class OutputFile {
 public:
   /// Throws Failure when the name cannot be written to, or is the input's file.
   OutputFile(const std::string& name, const std::string& input_name);
+  /// For a file that takes the place of the one it is made from.
+  explicit OutputFile(const std::string& name);
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
@@ -28,7 +30,7 @@ public:
   [[noreturn]] void write_failed() const;
 
 private:
-  void check_target(const std::string& input_name) const;
+  void check_target() const;
   void create_temporary();
   void keep_permissions() const;
 

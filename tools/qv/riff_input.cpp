@@ -60,18 +60,31 @@ bool WaveInput::read_riff_chunk(uint64_t& position) {
   return true;
 }
 
-std::vector<std::pair<DWORD, std::string>> WaveInput::summary() const {
-  std::vector<std::pair<DWORD, std::string>> texts;
+void WaveInput::load_summary(_summarylisttag& list) const {
   const auto info = std::find_if(chunks_.begin(), chunks_.end(),
                                  [](const ChunkEntry& chunk) { return chunk.list_type == QVSUMMARY_FORM_INFO; });
-  if (info == chunks_.end()) return texts;
-  _summarylisttag list;
+  if (info == chunks_.end()) return;
   auto remaining = static_cast<DWORD>(info->size - 4);
-  if (!move_to(file_, info->offset + 12) || FAILED(QvSummary_Load(file_, &list, &remaining))) return texts;
+  if (!move_to(file_, info->offset + 12) || FAILED(QvSummary_Load(file_, &list, &remaining)))
+    print_warning(name_, "its INFO list cannot be read");
+}
+
+std::vector<std::pair<DWORD, std::string>> WaveInput::summary() const {
+  std::vector<std::pair<DWORD, std::string>> texts;
+  _summarylisttag list;
+  load_summary(list);
   for (DWORD i = 0; i < list.count; ++i)
     texts.emplace_back(list.items[i].id, list.items[i].text == nullptr ? "" : utf8(list.items[i].text));
   QvSummary_Free(&list);
   return texts;
+}
+
+bool WaveInput::is_whole() const {
+  if (form_size_unknown_ || chunks_.empty()) return false;
+  const ChunkEntry& last = chunks_.back();
+  const uint64_t end = last.offset + 8 + last.size;
+  // The pad byte of an odd size may be missing at the end.
+  return form_end_ == file_size_ && (end == file_size_ || end + last.size % 2 == file_size_);
 }
 
 } // namespace qv::tool

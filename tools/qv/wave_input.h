@@ -2,6 +2,7 @@
 #pragma once
 
 #include "qv/audio.h"
+#include "qv/summary.h"
 #include "tools/qv/open_file.h"
 
 #include <cstdint>
@@ -33,6 +34,11 @@ public:
   const std::vector<ChunkEntry>& chunks() const { return chunks_; }
   /// The texts of the "INFO" list, by id; none in other containers.
   std::vector<std::pair<DWORD, std::string>> summary() const;
+  /// The same as a list, which is empty before.
+  void load_summary(_summarylisttag& list) const;
+  /// Whether the form and its chunks fill the file, as a sound header says.
+  bool is_whole() const;
+  HANDLE handle() const { return file_; }
   /// Whole frames that the file holds. For a compressed format as its "fact" chunk says, or 0.
   uint64_t frames() const;
   /// In units of 100 ns, rounded down.
