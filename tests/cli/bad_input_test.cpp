@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <sys/stat.h>
 
 using namespace cli_test;
@@ -168,6 +169,18 @@ TEST(BadInput, ASmallFileCutAfterEachByte) {
     EXPECT_EQ(std::count(outcome.error.begin(), outcome.error.end(), '\n'), length == kGood.size() ? 0 : 1);
     EXPECT_EQ(folder.names().size(), has_data ? 2u : 1u);
   }
+}
+
+TEST(BadInput, WhatPassesTheRiffLimitIsRefusedBeforeItStarts) {
+  const ScratchFolder folder;
+  const std::string in = folder.put("in.wav", header("RIFF", 0) + "WAVE" + kFormat + header("data", 0));
+  std::filesystem::resize_file(in, 1'300'000'000); // sparse; four times that as doubles
+  const std::string out = folder.file("out.wav");
+  const Outcome outcome = run_qv({"convert", in, out, "--type", "float64"});
+  EXPECT_EQ(outcome.exit_code, 1);
+  EXPECT_NE(outcome.error.find("RIFF limit"), std::string::npos) << outcome.error;
+  EXPECT_NE(outcome.error.find(".w64"), std::string::npos) << outcome.error;
+  EXPECT_EQ(folder.names(), std::vector<std::string>{"in.wav"});
 }
 
 TEST(BadInput, OddSizedLastChunkNeedsNoPadByte) {

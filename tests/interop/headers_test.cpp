@@ -110,6 +110,29 @@ TEST(Qv, ReadsOtherContainers) {
   }
 }
 
+TEST(Qv, WritesWave64) {
+  const ScratchFolder folder;
+  const std::string in = recording("Front_Center");
+  const std::string raw = data_chunk(in);
+  for (const char* type : {"pcm8", "pcm16", "pcm24", "float32", "float64"}) {
+    SCOPED_TRACE(type);
+    const std::string name = folder.file("out.w64");
+    interop_test::qv({"convert", in, name, "--type", type});
+    EXPECT_EQ(qv_info(name)["container"], "wave64");
+    EXPECT_EQ(qv_info(name)["frames"], raw.size() / 2);
+    const std::string wave = folder.file("out.wav");
+    interop_test::qv({"convert", in, wave, "--type", type});
+    // The same audio in both containers, to ffmpeg and to qv.
+    const std::string to_raw = " -f f64le -";
+    EXPECT_EQ(shell("ffmpeg -v error -nostdin -i " + name + to_raw) ==
+                  shell("ffmpeg -v error -nostdin -i " + wave + to_raw),
+              true);
+    const std::string back = folder.file("back.wav");
+    interop_test::qv({"convert", name, back});
+    EXPECT_EQ(data_chunk(back) == data_chunk(wave), true);
+  }
+}
+
 TEST(Qv, ShowsSummaryTexts) {
   const ScratchFolder folder;
   const std::string name = folder.file("tagged.wav");

@@ -108,8 +108,9 @@ std::string check_channels(const std::string& text) {
 void add_convert(CLI::App& app, Work& chosen) {
   auto options = std::make_shared<Options>();
   CLI::App* command = app.add_subcommand("convert", "Write a wave file with another sample type, level or channels");
-  command->add_option("IN", options->in, "Wave file to read")->required();
-  command->add_option("OUT", options->out, "Wave file to write; it appears whole or not at all")->required();
+  command->add_option("IN", options->in, "File to read: RIFF wave, Wave64, AIFF or AIFF-C")->required();
+  command->add_option("OUT", options->out, "Wave file to write, Wave64 for .w64; it appears whole or not at all")
+      ->required();
   std::vector<std::string> types;
   for (const TypeName& row : kTypeNames)
     types.emplace_back(row.name);

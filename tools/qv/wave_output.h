@@ -1,4 +1,4 @@
-// A wave file that is written: header, then samples in order.
+// A wave file that is written: header, then samples in order. A name that ends in ".w64" makes a Wave64 file.
 #pragma once
 
 #include "qv/audio.h"
@@ -26,9 +26,11 @@ private:
   };
 
   static FormatChunk format_chunk(const _qvwaveformat& format);
-  static uint64_t total_bytes(const FormatChunk& chunk, bool has_fact, uint64_t data_bytes);
-  void write_headers(const FormatChunk& chunk, bool has_fact, uint64_t frames);
+  uint64_t total_bytes(const FormatChunk& chunk, bool has_fact) const;
+  HRESULT write_riff_headers(const FormatChunk& chunk, bool has_fact, uint64_t frames);
+  HRESULT write_wave64_headers(const FormatChunk& chunk);
 
+  bool is_wave64_;
   DWORD block_align_;
   uint64_t data_bytes_;
   uint64_t file_bytes_ = 0;
