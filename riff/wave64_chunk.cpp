@@ -152,11 +152,11 @@ HRESULT riff64_PrepareList(HANDLE file, const GUID* type, ULONGLONG* start) {
 HRESULT riff64_CompleteChunk(HANDLE file, ULONGLONG start) {
   const HRESULT result = riff64_Pad(file, start);
   if (FAILED(result)) return result;
-  const KeptPosition end(file);
-  if (!end.known()) return QVERR_RIFF_WRITE;
-  const ULONGLONG stored = riff64_AmountWritten(file, start);
+  ULONGLONG end = 0;
+  if (!tell_unsigned(file, end)) return QVERR_RIFF_WRITE;
+  const ULONGLONG stored = end - start;
   const bool done = seek_unsigned(file, start + sizeof(GUID)) && write_exact(file, &stored, sizeof stored);
-  return end.restore() && done ? S_OK : QVERR_RIFF_WRITE;
+  return seek_unsigned(file, end) && done ? S_OK : QVERR_RIFF_WRITE;
 }
 
 HRESULT riff64_WriteChunkToFile(HANDLE file, const GUID* id, const void* data, ULONGLONG size) {

@@ -24,9 +24,17 @@ bool write_record(HANDLE file, WAVEFORMATEX format) {
   return write_exact(file, &format, kWaveRecordBytes);
 }
 
-/// True when everything so far was S_OK.
-bool all_done(std::initializer_list<HRESULT> results) {
-  return std::all_of(results.begin(), results.end(), [](HRESULT result) { return result == S_OK; });
+// The forms are written here, because riff_WriteFileID reports the last of its writes alone.
+
+bool write_start(HANDLE file, DWORD riff_size) {
+  const DWORD form = QVRIFF_FORM_WAVE;
+  return seek(file, 0) && SUCCEEDED(riff_WriteChunkHeader(file, QVRIFF_ID_RIFF, riff_size)) &&
+         write_exact(file, &form, sizeof form);
+}
+
+bool write_start64(HANDLE file, ULONGLONG file_size) {
+  return seek(file, 0) && SUCCEEDED(riff64_WriteChunkHeader(file, &QVW64_RIFF, file_size - QVW64_HEADER_BYTES)) &&
+         write_exact(file, &QVW64_WAVE, sizeof QVW64_WAVE);
 }
 
 } // namespace
@@ -39,27 +47,27 @@ HRESULT check_format(const WAVEFORMATEX& format) {
 }
 
 HRESULT write_wave_header(HANDLE file, const WAVEFORMATEX& format, DWORD riff_size, DWORD data_size, DWORD data_start) {
-  bool done = seek(file, 0) && all_done({riff_WriteFileID(file, QVRIFF_FORM_WAVE, riff_size),
-                                         riff_WriteChunkHeader(file, QVRIFF_ID_FMT, kWaveRecordBytes)});
-  done = done && write_record(file, format);
+  bool done = write_start(file, riff_size) && SUCCEEDED(riff_WriteChunkHeader(file, QVRIFF_ID_FMT, kWaveRecordBytes)) &&
+              write_record(file, format);
   if (data_start > kWaveHeaderBytes) {
     const DWORD junk = data_start - kWaveJunkedBytes;
-    done = done && all_done({riff_WriteChunkHeader(file, QvFourCC("JUNK"), junk)}) && write_zeros(file, junk);
+    done = done && SUCCEEDED(riff_WriteChunkHeader(file, QvFourCC("JUNK"), junk)) && write_zeros(file, junk);
   }
-  done = done && all_done({riff_WriteChunkHeader(file, QVRIFF_ID_DATA, data_size)});
+  done = done && SUCCEEDED(riff_WriteChunkHeader(file, QVRIFF_ID_DATA, data_size));
   return done ? S_OK : QVERR_RIFF_WRITE;
 }
 
 HRESULT write_wave64_header(HANDLE file, const WAVEFORMATEX& format, ULONGLONG file_size, ULONGLONG data_size,
                             ULONGLONG data_start) {
-  bool done = seek(file, 0) && all_done({riff64_WriteFileID(file, &QVW64_WAVE, file_size - QVW64_HEADER_BYTES),
-                                         riff64_WriteChunkHeader(file, &QVW64_FMT, kWaveRecordBytes)});
-  done = done && write_record(file, format) && write_zeros(file, kWave64FormatEnd - kWave64RecordAt - kWaveRecordBytes);
+  constexpr DWORD kPadding = kWave64FormatEnd - kWave64RecordAt - kWaveRecordBytes;
+  bool done = write_start64(file, file_size) &&
+              SUCCEEDED(riff64_WriteChunkHeader(file, &QVW64_FMT, kWaveRecordBytes)) && write_record(file, format) &&
+              write_zeros(file, kPadding);
   if (data_start > kWave64HeaderBytes) {
     const ULONGLONG junk = data_start - kWave64JunkedBytes;
-    done = done && all_done({riff64_WriteChunkHeader(file, &QVW64_JUNK, junk)}) && write_zeros(file, junk);
+    done = done && SUCCEEDED(riff64_WriteChunkHeader(file, &QVW64_JUNK, junk)) && write_zeros(file, junk);
   }
-  done = done && all_done({riff64_WriteChunkHeader(file, &QVW64_DATA, data_size)});
+  done = done && SUCCEEDED(riff64_WriteChunkHeader(file, &QVW64_DATA, data_size));
   return done ? S_OK : QVERR_RIFF_WRITE;
 }
 

@@ -1,10 +1,8 @@
 // Every operation with its n-th file call failing, for each n. Only the POSIX layer can be made to fail.
 #include "platform/posix/seams.h"
-#include "tests/riff/scratch_file.h"
+#include "tests/riff/failing_operation.h"
 
 #include <gtest/gtest.h>
-
-#include <functional>
 
 using namespace riff_test;
 using qv::platform::fail_io;
@@ -14,20 +12,11 @@ namespace {
 const Bytes kFile = riff("WAVE", chunk("fmt ", Bytes(16, 'f')) + list("INFO", chunk("INAM", Bytes("title\0", 6))) +
                                      chunk("data", Bytes(9001, 'd')) + chunk("tail", Bytes(5000, 't')));
 
-constexpr int kNever = 1000000;
-
-struct Operation {
-  const char* name;
-  int64_t from;
-  std::function<HRESULT(HANDLE)> run;
-  bool restores_position;
-};
-
 WCHAR text[32];
 char buffer[64];
 DWORD out, out2;
 
-const Operation kOperations[] = {
+const FailingOperation kOperations[] = {
     {"ReadFileID", 0, [](HANDLE file) { return riff_ReadFileID(file, &out, &out2); }, false},
     {"SeekDataStart", 0, [](HANDLE file) { return riff_SeekDataStart(file); }, false},
     {"GetFileSize", 0, [](HANDLE file) { return riff_GetFileSize(file, &out); }, false},
@@ -68,32 +57,8 @@ const Operation kOperations[] = {
 };
 
 TEST(IoFailure, EachCallThatFailsIsReported) {
-  for (const Operation& operation : kOperations) {
-    SCOPED_TRACE(operation.name);
-    int calls = 1;
-    for (int nth = 0; nth <= calls; ++nth) {
-      SCOPED_TRACE(nth);
-      const ScratchFile file(kFile);
-      file.move_to(operation.from);
-      // First with a failure far off: how many calls there are to fail.
-      fail_io(nth == 0 ? kNever : nth);
-      const HRESULT result = operation.run(file);
-      if (nth == 0) {
-        calls = qv::platform::io_calls();
-        ASSERT_EQ(result, S_OK);
-        ASSERT_GE(calls, 1);
-        continue;
-      }
-      fail_io(0);
-      EXPECT_TRUE(result == QVERR_RIFF_READ || result == QVERR_RIFF_WRITE) << std::hex << result;
-      EXPECT_LE(file.contents().size(), kFile.size());
-      // The call that goes back to the position is the last; when that fails the position is lost.
-      if (operation.restores_position && nth < calls) {
-        EXPECT_EQ(file.position(), operation.from);
-      }
-    }
-  }
-  fail_io(0);
+  for (const FailingOperation& operation : kOperations)
+    expect_each_failure_reported(kFile, operation);
 }
 
 TEST(IoFailure, AllocatedDataIsFreed) {
