@@ -47,8 +47,43 @@ TEST(Info, JsonHoldsTheHeaders) {
                                  {"id": "LIST", "offset": 48, "size": 14, "list_type": "INFO"},
                                  {"id": "data", "offset": 70, "size": 264606}])")},
       {"summary", {{"INAM", "x"}}},
+      {"markers", Json::array()},
   };
   EXPECT_EQ(info, expected);
+}
+
+TEST(Info, Markers) {
+  const auto big16 = [](unsigned value) { return Bytes{static_cast<char>(value >> 8), static_cast<char>(value)}; };
+  const auto big32 = [&](unsigned value) { return big16(value >> 16) + big16(value & 0xFFFF); };
+  const auto point = [](uint32_t id, uint32_t frame) {
+    return u32(id) + u32(0) + "data" + u32(0) + u32(0) + u32(frame);
+  };
+  const Bytes labels = list("adtl", chunk("note", u32(7) + "no label") + chunk("labl", u32(9) + Bytes("end\0", 4)) +
+                                        chunk("labl", u32(7) + "caf\xE9"));
+  const Bytes marks = big16(3) + big16(1) + big32(0) + Bytes("\5start", 6) + big16(2) + big32(70000) +
+                      Bytes("\2ab\0", 4) + big16(3) + big32(1); // the last one is cut
+  const Bytes comm = big16(1) + big32(1) + big16(16) + Bytes("\x40\x0E\xAC\x44\0\0\0\0\0\0", 10);
+  const auto swapped = [&](const char* id, const Bytes& data) {
+    return id + big32(static_cast<unsigned>(data.size())) + data;
+  };
+  const Bytes form = "AIFF" + swapped("COMM", comm) + swapped("MARK", marks) + swapped("SSND", Bytes(10, '\0'));
+  const Bytes cue = u32(2) + point(7, 3) + point(9, 0xFFFFFFFF);
+  const struct {
+    Bytes bytes;
+    const char* markers;
+  } cases[] = {
+      {riff("WAVE", chunk("fmt ", format_bytes({})) + chunk("data", shorts({1})) + chunk("cue ", cue) + labels),
+       R"([{"id": 7, "position": 3, "name": "caf\u00e9"}, {"id": 9, "position": 4294967295, "name": "end"}])"},
+      {riff("WAVE", chunk("cue ", u32(4000000000) + point(1, 5)) + chunk("fmt ", format_bytes({})) + chunk("data", "")),
+       R"([{"id": 1, "position": 5, "name": ""}])"},
+      {swapped("FORM", form),
+       R"([{"id": 1, "position": 0, "name": "start"}, {"id": 2, "position": 70000, "name": "ab"}])"},
+  };
+  for (const auto& row : cases) {
+    const ScratchFolder folder;
+    const std::string name = folder.put("file", row.bytes);
+    EXPECT_EQ(run_json({"info", name})["markers"], Json::parse(row.markers));
+  }
 }
 
 TEST(Info, SeveralFilesAreAnArray) {

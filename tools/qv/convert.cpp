@@ -5,6 +5,7 @@
 #include "tools/qv/interruption.h"
 #include "tools/qv/progress.h"
 #include "tools/qv/sample_conversion.h"
+#include "tools/qv/sample_type_names.h"
 #include "tools/qv/wave_input.h"
 #include "tools/qv/wave_output.h"
 
@@ -15,15 +16,6 @@ namespace qv::tool {
 
 namespace {
 
-struct TypeName {
-  const char* name;
-  QVSAMPLETYPE type;
-};
-
-/// The sample types that a wave file is written in.
-constexpr TypeName kTypeNames[] = {{"pcm8", QVSAMPLE_PCM8},       {"pcm16", QVSAMPLE_PCM16},
-                                   {"pcm24", QVSAMPLE_PCM24},     {"pcm32", QVSAMPLE_PCM32},
-                                   {"float32", QVSAMPLE_FLOAT32}, {"float64", QVSAMPLE_FLOAT64}};
 constexpr double kMostDecibels = 200.0;
 
 struct Options {
@@ -111,11 +103,8 @@ void add_convert(CLI::App& app, Work& chosen) {
   command->add_option("IN", options->in, "File to read: RIFF wave, Wave64, AIFF or AIFF-C")->required();
   command->add_option("OUT", options->out, "Wave file to write, Wave64 for .w64; it appears whole or not at all")
       ->required();
-  std::vector<std::string> types;
-  for (const TypeName& row : kTypeNames)
-    types.emplace_back(row.name);
   command->add_option("--type", options->type, "Sample type: pcm8, pcm16, pcm24, pcm32, float32 or float64")
-      ->check(CLI::IsMember(types));
+      ->check(CLI::IsMember(type_names()));
   command->add_option("--gain-db", options->gain_db, "Change of level in dB, from -200 to 200")
       ->check(CLI::Validator(check_gain, "G"));
   CLI::Option* channels =

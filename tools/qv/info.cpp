@@ -1,6 +1,7 @@
 // qv info: what a wave file holds.
 #include "tools/qv/command.h"
 #include "tools/qv/failure.h"
+#include "tools/qv/markers.h"
 #include "tools/qv/text.h"
 #include "tools/qv/wave_input.h"
 
@@ -31,15 +32,6 @@ std::string sample_type_text(QVSAMPLETYPE type) {
   return utf8(text);
 }
 
-/// "PCM, 48,000 Hz, 16 Bit, Mono".
-std::string format_text(const WaveInput& input) {
-  WCHAR tag[kTextCapacity] = {};
-  WCHAR attributes[kTextCapacity] = {};
-  QvAudio_GetTagText(input.format().FormatTag(), tag, kTextCapacity);
-  QvAudio_GetAttribsText(input.header(), attributes, kTextCapacity);
-  return utf8(tag) + ", " + utf8(attributes);
-}
-
 Json chunk_json(const ChunkEntry& chunk) {
   Json json = {{"id", code_text(chunk.id)}, {"offset", chunk.offset}, {"size", chunk.size}};
   if (chunk.list_type != 0) json["list_type"] = code_text(chunk.list_type);
@@ -54,9 +46,12 @@ Json info_json(const WaveInput& input) {
   Json summary = Json::object();
   for (const auto& [id, text] : input.summary())
     if (!summary.contains(code_text(id))) summary[code_text(id)] = text; // the first counts
+  Json markers = Json::array();
+  for (const Marker& marker : read_markers(input))
+    markers.push_back({{"id", marker.id}, {"position", marker.position}, {"name", marker.name}});
   return {{"file", input.name()},
           {"container", input.container()},
-          {"format_text", format_text(input)},
+          {"format_text", format_text(input.format().FormatTag(), input.header())},
           {"sample_type", static_cast<uint32_t>(format.sampleType)},
           {"sample_type_text", sample_type_text(format.sampleType)},
           {"format_tag", format.FormatTag()},
@@ -68,7 +63,8 @@ Json info_json(const WaveInput& input) {
           {"frames", input.frames()},
           {"duration_100ns", input.duration()},
           {"chunks", chunks},
-          {"summary", summary}};
+          {"summary", summary},
+          {"markers", markers}};
 }
 
 std::string duration_text(uint64_t duration) {
@@ -105,7 +101,7 @@ void print_info(const WaveInput& input) {
   const std::string type = format.IsCompressed() ? "none" : sample_type_text(format.sampleType);
   std::cout << input.name() << "\n";
   print_line("container", input.container());
-  print_line("format", format_text(input));
+  print_line("format", format_text(input.format().FormatTag(), input.header()));
   print_line("format tag", std::to_string(format.FormatTag()));
   print_line("sample type", std::to_string(format.sampleType) + " (" + type + ")");
   print_line("sample rate", std::to_string(format.samplesPerSec) + " Hz");
@@ -118,6 +114,9 @@ void print_info(const WaveInput& input) {
     print_chunk(chunk);
   for (const auto& [id, text] : input.summary())
     print_line("summary", printable_code(id) + ": " + printable(text));
+  for (const Marker& marker : read_markers(input))
+    print_line("marker", std::to_string(marker.id) + " at frame " + std::to_string(marker.position) +
+                             (marker.name.empty() ? "" : ": " + printable(marker.name)));
 }
 
 /// Every file gets its turn, also behind one that cannot be read.

@@ -33,4 +33,11 @@ inline bool move_to(HANDLE file, uint64_t position) {
   return SetFilePointerEx(file, to, nullptr, FILE_BEGIN);
 }
 
+/// 0 where that cannot be told.
+inline uint64_t size_of(HANDLE file) {
+  LARGE_INTEGER size = {};
+  GetFileSizeEx(file, &size);
+  return static_cast<uint64_t>(size.QuadPart);
+}
+
 } // namespace qv::tool

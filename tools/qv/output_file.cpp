@@ -1,10 +1,13 @@
 #include "tools/qv/output_file.h"
 
 #include "tools/qv/failure.h"
+#include "tools/qv/interruption.h"
 #include "tools/qv/text.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <random>
+#include <vector>
 
 namespace qv::tool {
 
@@ -78,6 +81,27 @@ void OutputFile::create_temporary() {
 void OutputFile::write_failed() const {
   const DWORD error = GetLastError();
   throw Failure(name_, "cannot be written: " + system_error_text(error));
+}
+
+void OutputFile::append(const void* bytes, DWORD count) const {
+  DWORD done = 0;
+  if (!WriteFile(file_, bytes, count, &done, nullptr) || done != count) write_failed();
+}
+
+void OutputFile::append(HANDLE from, const std::string& from_name, uint64_t offset, uint64_t count) const {
+  constexpr uint64_t kBlockBytes = 1 << 20;
+  std::vector<BYTE> block(static_cast<size_t>(std::min(count, kBlockBytes)));
+  if (!move_to(from, offset)) throw Failure(from_name, system_error_text(GetLastError()));
+  while (count > 0) {
+    check_interruption();
+    const auto part = static_cast<DWORD>(std::min<uint64_t>(count, block.size()));
+    DWORD done = 0;
+    if (!ReadFile(from, block.data(), part, &done, nullptr))
+      throw Failure(from_name, system_error_text(GetLastError()));
+    if (done != part) throw Failure(from_name, "the file became shorter while it was read");
+    append(block.data(), part);
+    count -= part;
+  }
 }
 
 void OutputFile::keep_permissions() const {

@@ -23,6 +23,10 @@ public:
   operator HANDLE() const { return file_; }
   const std::string& name() const { return name_; }
 
+  /// Writes at the position.
+  void append(const void* bytes, DWORD count) const;
+  /// The same with bytes of another file. Throws Interrupted when a signal has come (see interruption.h).
+  void append(HANDLE from, const std::string& from_name, uint64_t offset, uint64_t count) const;
   /// Puts the file in its place, where it replaces what was there. Throws Failure, also when the file does not have
   /// `expected_bytes` bytes.
   void commit(uint64_t expected_bytes);

@@ -52,7 +52,7 @@ bool WaveInput::read_riff_chunk(uint64_t& position) {
     chunks_.push_back(entry);
     return start + data_bytes_ < file_size_;
   }
-  if (runs_out) fail("the chunk \"" + printable_code(entry.id) + "\" runs past the end of the file");
+  if (runs_out) return ends_behind_audio(entry.id);
   if (entry.id == QVRIFF_ID_FMT && header_.empty()) read_format(entry.size);
   if (entry.id == kFactId && entry.size >= 4 && SUCCEEDED(riff_ReadData(file_, &count, 4))) fact_frames_ = count;
   if (entry.id == QVRIFF_ID_LIST && entry.size >= 4) riff_ReadData(file_, &entry.list_type, 4);

@@ -19,7 +19,6 @@ namespace qv::tool {
 namespace {
 
 constexpr uint64_t kRiffLimit = 0xFFFFFFF0;
-constexpr size_t kBlockBytes = 1 << 20;
 
 struct Options {
   std::string file;
@@ -78,23 +77,6 @@ void require_sound_chunks(const WaveInput& input) {
   if (!input.is_whole()) throw Failure(input.name(), "its header does not fit the file: nothing can be added to it");
 }
 
-void copy_whole(HANDLE from, const OutputFile& to, const std::string& name) {
-  std::vector<BYTE> block(kBlockBytes);
-  DWORD done = static_cast<DWORD>(block.size());
-  while (done == block.size()) {
-    if (!ReadFile(from, block.data(), static_cast<DWORD>(block.size()), &done, nullptr))
-      throw Failure(name, system_error_text(GetLastError()));
-    DWORD written = 0;
-    if (!WriteFile(to, block.data(), done, &written, nullptr) || written != done) to.write_failed();
-  }
-}
-
-uint64_t size_of(HANDLE file) {
-  LARGE_INTEGER size = {};
-  GetFileSizeEx(file, &size);
-  return static_cast<uint64_t>(size.QuadPart);
-}
-
 /// Replaces the lists of the form "INFO" by one at the file's end.
 void replace_list(const OutputFile& file, const Summary& list) {
   HRESULT result = S_OK;
@@ -126,8 +108,7 @@ int tag(const Options& options) {
   input->load_summary(list);
   change(list, options);
   OutputFile output(options.file);
-  if (!move_to(input->handle(), 0)) throw Failure(options.file, system_error_text(GetLastError()));
-  copy_whole(input->handle(), output, options.file);
+  output.append(input->handle(), options.file, 0, size_of(input->handle()));
   replace_list(output, list);
   input.reset();
   output.commit(size_of(output));

@@ -30,6 +30,11 @@ std::filesystem::path path_from(const std::string& name) {
 
 WString wide(const std::filesystem::path& path) { return path.string<WCHAR>(); }
 
+bool is_wave64_name(const std::string& name) {
+  const std::string extension = path_from(name).extension().string();
+  return extension == ".w64" || extension == ".W64";
+}
+
 std::string code_text(DWORD code) {
   std::string text;
   for (int k = 0; k < 4; ++k, code >>= 8) {
@@ -53,6 +58,15 @@ std::string printable(std::string text) {
   for (char& character : text)
     if (static_cast<unsigned char>(character) < 0x20 || character == 0x7F) character = character == '\n' ? '|' : '.';
   return text;
+}
+
+std::string format_text(DWORD tag, const WAVEFORMATEX* header) {
+  constexpr int kCapacity = 256;
+  WCHAR name[kCapacity] = {};
+  WCHAR attributes[kCapacity] = {};
+  QvAudio_GetTagText(tag, name, kCapacity);
+  QvAudio_GetAttribsText(header, attributes, kCapacity);
+  return utf8(name) + ", " + utf8(attributes);
 }
 
 } // namespace qv::tool

@@ -1,7 +1,7 @@
 // Text between the program's UTF-8 and the library's UTF-16.
 #pragma once
 
-#include "qv/win32.h"
+#include "qv/audio.h"
 
 #include <filesystem>
 #include <optional>
@@ -16,6 +16,8 @@ std::optional<WString> utf16(const std::string& text);
 /// A file name from the command line. Throws Failure for one that is empty or not UTF-8.
 std::filesystem::path path_from(const std::string& name);
 WString wide(const std::filesystem::path& path);
+/// Whether a file of that name is a Wave64 file: it ends in .w64.
+bool is_wave64_name(const std::string& name);
 
 /// A four-character code as Latin-1 text.
 std::string code_text(DWORD code);
@@ -23,5 +25,8 @@ std::string code_text(DWORD code);
 std::string printable_code(DWORD code);
 /// A text on one line of a terminal: '|' for line feeds, '.' for other control characters.
 std::string printable(std::string text);
+
+/// "PCM, 48,000 Hz, 16 Bit, Mono".
+std::string format_text(DWORD tag, const WAVEFORMATEX* header);
 
 } // namespace qv::tool

@@ -33,12 +33,14 @@ bool WaveInput::read_wave64_chunk(uint64_t& position) {
     fail(QvResultText(QVERR_RIFF_READ));
   const uint64_t start = position + QVW64_HEADER_BYTES;
   const ChunkEntry entry = {id.Data1, 0, position, size};
-  chunks_.push_back(entry);
   if (id == QVW64_DATA && !has_data_) {
+    chunks_.push_back(entry);
     take_data(start, size);
     if (start + data_bytes_ >= file_size_) return false;
   } else if (size > file_size_ - start) {
-    fail("the chunk \"" + printable_code(entry.id) + "\" runs past the end of the file");
+    return ends_behind_audio(entry.id);
+  } else {
+    chunks_.push_back(entry);
   }
   if (id == QVW64_FMT && header_.empty()) read_format(size);
   position = start + (size + 7) / 8 * 8;

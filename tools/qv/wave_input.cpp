@@ -2,6 +2,7 @@
 
 #include "qv/audio_kernels.h"
 #include "qv/riff.h"
+#include "tools/qv/existing_file.h"
 #include "tools/qv/failure.h"
 #include "tools/qv/text.h"
 
@@ -14,25 +15,10 @@ namespace {
 constexpr DWORD kSmallestFormat = 16;
 constexpr size_t kLargestFormat = sizeof(WAVEFORMATEX) + 0xFFFF;
 
-OpenFile open_for_reading(const std::string& name) {
-  const WString path = wide(path_from(name));
-  const DWORD attributes = GetFileAttributesW(path.c_str());
-  if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY)) {
-    throw Failure(name, "is a folder");
-  }
-  if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DEVICE)) {
-    throw Failure(name, "is not a regular file");
-  }
-  // Without write sharing the headers may be read ahead.
-  OpenFile file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                            FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
-  if (!file.is_open()) throw Failure(name, system_error_text(GetLastError()));
-  return file;
-}
-
 } // namespace
 
-WaveInput::WaveInput(const std::string& name) : name_(name), file_(open_for_reading(name)) {
+WaveInput::WaveInput(const std::string& name)
+    : name_(name), file_(open_existing(name, GENERIC_READ, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN)) {
   LARGE_INTEGER size;
   if (!GetFileSizeEx(file_, &size)) fail(system_error_text(GetLastError()));
   file_size_ = static_cast<uint64_t>(size.QuadPart);
@@ -58,6 +44,13 @@ DWORD WaveInput::first_word() {
 void WaveInput::require_chunks() const {
   if (header_.empty()) fail("has no \"fmt \" chunk");
   if (!has_data_) fail("has no \"data\" chunk");
+}
+
+bool WaveInput::ends_behind_audio(DWORD cut_id) const {
+  const std::string reason = "the chunk \"" + printable_code(cut_id) + "\" runs past the end of the file";
+  if (header_.empty() || !has_data_) fail(reason);
+  print_warning(name_, reason);
+  return false;
 }
 
 void WaveInput::read_format(uint64_t size) {

@@ -54,6 +54,8 @@ private:
   /// The first bytes, which name the container.
   DWORD first_word();
   void require_chunks() const;
+  /// False, with a warning, for a cut chunk behind the audio; any other that the file's end cuts fails.
+  bool ends_behind_audio(DWORD cut_id) const;
 
   void read_riff();
   void read_riff_header();

@@ -16,12 +16,6 @@ constexpr uint64_t kRiffSizeLimit = 0xFFFFFFF8;
 
 bool is_float(const _qvwaveformat& format) { return format.FormatTag() == WAVE_FORMAT_IEEE_FLOAT; }
 
-bool ends_in_w64(const std::string& name) {
-  const std::string extension = path_from(name).extension().string();
-  return extension.size() == 4 && extension[0] == '.' && (extension[1] == 'w' || extension[1] == 'W') &&
-         extension.substr(2) == "64";
-}
-
 /// What a chunk's data takes in a Wave64 file.
 uint64_t padded64(uint64_t bytes) { return (bytes + 7) / 8 * 8; }
 
@@ -57,7 +51,7 @@ uint64_t WaveOutput::total_bytes(const FormatChunk& chunk, bool has_fact) const 
 
 WaveOutput::WaveOutput(const std::string& name, const std::string& input_name, const _qvwaveformat& format,
                        uint64_t frames)
-    : is_wave64_(ends_in_w64(name)), block_align_(format.blockAlign), data_bytes_(frames * format.blockAlign),
+    : is_wave64_(is_wave64_name(name)), block_align_(format.blockAlign), data_bytes_(frames * format.blockAlign),
       file_bytes_(total_bytes(format_chunk(format), is_float(format))),
       file_(checked_name(name, is_wave64_, file_bytes_), input_name) {
   const FormatChunk chunk = format_chunk(format);

@@ -1,0 +1,18 @@
+// What a damaged file's format record still says.
+#pragma once
+
+#include "qv/audio.h"
+
+#include <string>
+
+namespace qv::tool {
+
+/// Whether the data of a format chunk, of 16 bytes or more, describe audio that can be.
+bool makes_sense(const std::string& record);
+/// A record of 18 bytes from what the first 16 of `record` still say, as the library's repair mends it: the hint's
+/// values where they make no sense.
+WAVEFORMATEX mended(const std::string& record, const WAVEFORMATEX& hint);
+/// The first `size` bytes of a record, zeros behind it.
+std::string record_bytes(const WAVEFORMATEX& format, size_t size);
+
+} // namespace qv::tool
