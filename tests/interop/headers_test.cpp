@@ -114,15 +114,15 @@ TEST(Qv, WritesWave64) {
   const ScratchFolder folder;
   const std::string in = recording("Front_Center");
   const std::string raw = data_chunk(in);
-  for (const char* type : {"pcm8", "pcm16", "pcm24", "float32", "float64"}) {
-    SCOPED_TRACE(type);
+  for (const SampleType& type : kSampleTypes) {
+    SCOPED_TRACE(type.qv);
     const std::string name = folder.file("out.w64");
-    interop_test::qv({"convert", in, name, "--type", type});
+    interop_test::qv({"convert", in, name, "--type", type.qv});
     EXPECT_EQ(qv_info(name)["container"], "wave64");
     EXPECT_EQ(qv_info(name)["frames"], raw.size() / 2);
     const std::string wave = folder.file("out.wav");
-    interop_test::qv({"convert", in, wave, "--type", type});
-    // The same audio in both containers, to ffmpeg and to qv.
+    interop_test::qv({"convert", in, wave, "--type", type.qv});
+    // The same audio in both containers, to ffmpeg, to qv, and to sox, which misreads floats.
     const std::string to_raw = " -f f64le -";
     EXPECT_EQ(shell("ffmpeg -v error -nostdin -i " + name + to_raw) ==
                   shell("ffmpeg -v error -nostdin -i " + wave + to_raw),
@@ -130,6 +130,48 @@ TEST(Qv, WritesWave64) {
     const std::string back = folder.file("back.wav");
     interop_test::qv({"convert", name, back});
     EXPECT_EQ(data_chunk(back) == data_chunk(wave), true);
+    if (type.is_float) continue;
+    const std::string by_sox = shell("sox -D " + name + " -t raw -");
+    const std::string expected = shell("sox -D " + wave + " -t raw -");
+    EXPECT_EQ(by_sox.substr(0, expected.size()) == expected, true);
+    EXPECT_LE(by_sox.size(), expected.size() + 7) << "sox counts a chunk's padding as audio";
+  }
+}
+
+/// Every width of samples, an odd number of them, in each container that is read.
+TEST(Qv, ReadsEveryTypeOfOtherContainers) {
+  const ScratchFolder folder;
+  const std::string source = folder.file("odd.wav");
+  shell("sox -D " + stereo_source(folder) + " -b 32 " + source + " remix 1 trim 0 5001s");
+  const std::string ffmpeg = "ffmpeg -v error -nostdin -y -i ";
+  struct Writer {
+    std::string command; ///< with the file's name at its end
+    const char* name;
+    const char* container;
+  };
+  for (const SampleType& type : kSampleTypes) {
+    std::vector<Writer> writers = {{ffmpeg + source + " -c:a " + type.ffmpeg + " ", "f.w64", "wave64"}};
+    if (!type.is_float) {
+      const std::string bits = std::to_string(type.bits);
+      const std::string sox = "sox -D " + source + " ";
+      writers.push_back({sox + type.sox + " ", "s.w64", "wave64"});
+      writers.push_back({sox + "-b " + bits + " ", "s.aiff", "aiff"});
+      writers.push_back({sox + "-b " + bits + " ", "s.aifc", "aifc"});
+      writers.push_back({ffmpeg + source + " -c:a pcm_s" + bits + (type.bits == 8 ? " " : "be "), "f.aiff", "aiff"});
+    }
+    if (type.bits == 16) writers.push_back({ffmpeg + source + " -c:a pcm_s16le ", "sowt.aiff", "aifc"});
+    for (const Writer& writer : writers) {
+      const std::string file = folder.file(writer.name);
+      SCOPED_TRACE(writer.command + file);
+      shell(writer.command + file);
+      EXPECT_EQ(qv_info(file)["container"], writer.container);
+      const std::string copy = folder.file("copy.wav");
+      interop_test::qv({"convert", file, copy});
+      EXPECT_EQ(qv_info(copy)["sample_type"], type.number);
+      const std::string raw = shell(ffmpeg + file + " -c:a " + type.ffmpeg + " -f " + type.ffmpeg_raw + " -");
+      EXPECT_GE(raw.size(), 5001u * static_cast<unsigned>(type.bits) / 8);
+      EXPECT_EQ(data_chunk(copy) == raw, true);
+    }
   }
 }
 
