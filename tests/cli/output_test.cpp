@@ -95,8 +95,16 @@ TEST(Output, ATooLongFileIsRefusedBeforeItIsStarted) {
                                header("data", 600000000));
   fs::resize_file(in, 600000044);
   const std::string out = folder.file("out.wav");
-  expect_refused(run_qv({"convert", in, out, "--type", "float64"}), out, "4 GiB");
+  const Outcome refused = run_qv({"convert", in, out, "--type", "float64"});
+  expect_refused(refused, out, "4 GiB");
+  EXPECT_NE(refused.error.find(".w64"), std::string::npos);
   EXPECT_EQ(folder.names(), std::vector<std::string>{"in.wav"});
+  // As Wave64 it is begun.
+  Process process({QV_PROGRAM, "convert", in, folder.file("out.w64"), "--type", "float64"});
+  while (folder.names().size() < 2)
+    std::this_thread::yield();
+  kill(process.id(), SIGTERM);
+  EXPECT_EQ(process.wait().signal, SIGTERM);
 }
 
 /// A conversion that is held in the middle: stopped as soon as its temporary file has been seen.

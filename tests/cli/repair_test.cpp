@@ -6,6 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+
 using namespace cli_test;
 using riff_test::chunk64;
 using riff_test::guid;
@@ -275,6 +278,31 @@ TEST(Repair, BadInput) {
   EXPECT_NE(repair(file, {"--backup"}).error.find("is there already"), std::string::npos);
   EXPECT_EQ(read_file(file) == with(kPlain, 40, u32(0)), true);
   EXPECT_EQ(read_file(file + ".bak"), "an older one");
+}
+
+TEST(Repair, Over4GiB) {
+  const struct {
+    const char* name;
+    Bytes start, mended;
+  } cases[] = {
+      {"gentle", with(with(kPlain, 4, u32(0)), 40, u32(0)), with(with(kPlain, 4, kUnknownSize), 40, u32(0xFFFFFFFC))},
+      {"by the library", pattern(70) + kData,
+       with(with(junked(kRecord, 78, kAudio), 4, kUnknownSize), 74, u32(0xFFFFFFFC))},
+      {"Wave64", with(kPlain64, 16, u64(0)),
+       with(kPlain64, 16, u64(112 + 5'000'000'000)).replace(104, 8, u64(24 + 5'000'000'000))},
+  };
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.name);
+    const ScratchFolder folder;
+    const std::string file = folder.put("file.wav", row.start);
+    std::filesystem::resize_file(file, row.start.size() - kAudio.size() + 5'000'000'000); // sparse
+    EXPECT_EQ(repair(file, {}).exit_code, 0);
+    Bytes start(row.mended.size(), '\0');
+    std::ifstream(file, std::ios::binary).read(start.data(), static_cast<std::streamsize>(start.size()));
+    EXPECT_EQ(start == row.mended, true);
+    EXPECT_EQ(std::filesystem::file_size(file), row.start.size() - kAudio.size() + 5'000'000'000);
+    EXPECT_NE(repair(file, {}).out.find("is sound"), std::string::npos);
+  }
 }
 
 /// Every length of a file that is cut, and every byte of its header in ruins, ends in a file that is sound.
