@@ -42,9 +42,14 @@ std::string full_name(const Group& group, const std::string& contender) { return
 
 void register_contender(const Group& group, const std::string& name, const std::function<void()>& run) {
   benchmark::RegisterBenchmark(full_name(group, name).c_str(),
-                               [run](benchmark::State& state) {
+                               [run, prepare = group.prepare](benchmark::State& state) {
                                  for (auto unused : state) {
                                    (void)unused;
+                                   if (prepare) {
+                                     state.PauseTiming();
+                                     prepare();
+                                     state.ResumeTiming();
+                                   }
                                    run();
                                    benchmark::ClobberMemory();
                                  }

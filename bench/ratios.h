@@ -21,6 +21,7 @@ struct Group {
   std::string name;
   std::function<void()> ours;
   std::vector<Contender> others;
+  std::function<void()> prepare = nullptr; ///< done before each run of any, not timed
 };
 
 /// Adds a group to the run.

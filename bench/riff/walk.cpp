@@ -1,10 +1,9 @@
 // Walking to the last of 50 chunks, against libsndfile's open and close of the same file.
 #include "bench/ratios.h"
+#include "bench/riff/groups.h"
 #include "qv/riff.h"
 
-#include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <string>
 
@@ -12,6 +11,7 @@
 #include <sndfile.h>
 #endif
 
+namespace bench {
 namespace {
 
 void append(std::string& bytes, const char* id, uint32_t size, const std::string& data) {
@@ -43,14 +43,10 @@ void walk(const qv::WString& path) {
 
 } // namespace
 
-int main(int argc, char** argv) {
-  // In memory, where there is such a folder, so that no disk is measured.
-  const std::filesystem::path folder =
-      std::filesystem::exists("/dev/shm") ? "/dev/shm" : std::filesystem::temp_directory_path();
-  const std::filesystem::path path = folder / ("qv-bench-" + std::to_string(std::rand()) + ".wav");
+void add_walk(const ScratchFolder& folder) {
+  const std::filesystem::path path = folder.file("chunks.wav");
   std::ofstream(path, std::ios::binary) << wave_of_50_chunks();
-  const qv::WString text = path.string<WCHAR>();
-  bench::Group group{"walk 50 chunks to the last", [=] { walk(text); }, {}};
+  Group group{"walk 50 chunks to the last", [text = path.string<WCHAR>()] { walk(text); }, {}};
 #if defined(QV_BENCH_sndfile)
   group.others.push_back({"libsndfile's open and close",
                           [name = path.string()] {
@@ -61,8 +57,7 @@ int main(int argc, char** argv) {
                           },
                           18.0});
 #endif
-  bench::add(std::move(group));
-  const int result = bench::run_all(argc, argv);
-  std::filesystem::remove(path);
-  return result;
+  add(std::move(group));
 }
+
+} // namespace bench

@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <limits>
-#include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -20,7 +19,7 @@ namespace {
 class File final : public KernelObject {
 public:
   File(int descriptor, DWORD access, bool read_ahead)
-      : descriptor_(descriptor), access_(access), window_(read_ahead ? std::make_unique<ReadAhead>() : nullptr) {}
+      : descriptor_(descriptor), access_(access), reads_ahead_(read_ahead) {}
   ~File() override { close(descriptor_); }
 
   int descriptor() const { return descriptor_; }
@@ -28,8 +27,8 @@ public:
   bool writable() const { return (access_ & GENERIC_WRITE) != 0; }
 
   ssize_t read(void* buffer, size_t bytes) {
-    const ssize_t got = window_ ? window_->read(descriptor_, buffer, bytes, position)
-                                : read_fully(descriptor_, buffer, bytes, position);
+    const ssize_t got = reads_ahead_ ? window_.read(descriptor_, buffer, bytes, position)
+                                     : read_fully(descriptor_, buffer, bytes, position);
     if (got > 0) position += got;
     return got;
   }
@@ -52,7 +51,8 @@ public:
 private:
   const int descriptor_;
   const DWORD access_;
-  std::unique_ptr<ReadAhead> window_;
+  const bool reads_ahead_;
+  ReadAhead window_;
 };
 
 int open_flags(DWORD access, DWORD disposition) {
@@ -115,7 +115,8 @@ HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD share, SECURITY_ATTRIB
       return open_failed(ERROR_INVALID_PARAMETER);
     }
     const std::string name = path_bytes(path);
-    const bool existed = path_exists(name);
+    const bool tells_existing = disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS;
+    const bool existed = tells_existing && path_exists(name);
     const int descriptor = open(name.c_str(), open_flags(access, disposition), 0666);
     if (descriptor < 0) return open_failed(error_from_errno(errno));
     struct stat status {};
@@ -127,8 +128,7 @@ HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD share, SECURITY_ATTRIB
     if (flags & FILE_FLAG_SEQUENTIAL_SCAN) posix_fadvise(descriptor, 0, 0, POSIX_FADV_SEQUENTIAL);
     const bool reads_ahead = (access & GENERIC_WRITE) == 0 && (share & FILE_SHARE_WRITE) == 0;
     auto* file = new File(descriptor, access, reads_ahead);
-    const bool tells_existing = disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS;
-    SetLastError(tells_existing && existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
+    SetLastError(existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
     return file->handle();
   });
 }

@@ -4,6 +4,8 @@
 #include "qv/win32.h"
 
 #include <atomic>
+#include <type_traits>
+#include <typeinfo>
 
 namespace qv::platform {
 
@@ -26,12 +28,22 @@ private:
   std::atomic<int> references_{1};
 };
 
+/// An object as a T, or null when it is none. A type that nothing derives from needs no search through its bases, for
+/// which a walk over chunks would pay twice per chunk.
+template <class T>
+T* object_as(KernelObject* object) {
+  if constexpr (std::is_final_v<T>) {
+    return typeid(*object) == typeid(T) ? static_cast<T*>(object) : nullptr;
+  } else {
+    return dynamic_cast<T*>(object);
+  }
+}
+
 /// The object behind a handle as a T, or null with ERROR_INVALID_HANDLE.
 template <class T>
 T* object_of(HANDLE handle) {
   T* object = nullptr;
-  if (handle != nullptr && handle != INVALID_HANDLE_VALUE)
-    object = dynamic_cast<T*>(static_cast<KernelObject*>(handle));
+  if (handle != nullptr && handle != INVALID_HANDLE_VALUE) object = object_as<T>(static_cast<KernelObject*>(handle));
   if (object == nullptr) SetLastError(ERROR_INVALID_HANDLE);
   return object;
 }

@@ -11,11 +11,13 @@
 namespace qv::platform {
 
 std::string path_bytes(const WCHAR* path) {
-  const int bytes = WideCharToMultiByte(CP_UTF8, 0, path, -1, nullptr, 0, nullptr, nullptr);
-  if (bytes <= 1) return {};
-  std::string text(static_cast<size_t>(bytes), '\0');
-  WideCharToMultiByte(CP_UTF8, 0, path, -1, text.data(), bytes, nullptr, nullptr);
-  text.pop_back(); // the terminator
+  constexpr size_t kMostPerUnit = 3; // a surrogate pair takes four
+  const size_t units = path == nullptr ? 0 : std::char_traits<WCHAR>::length(path);
+  std::string text(units * kMostPerUnit, '\0');
+  const int bytes = units == 0 ? 0
+                               : WideCharToMultiByte(CP_UTF8, 0, path, static_cast<int>(units), text.data(),
+                                                     static_cast<int>(text.size()), nullptr, nullptr);
+  text.resize(static_cast<size_t>(bytes));
   return text;
 }
 

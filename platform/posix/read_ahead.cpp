@@ -2,29 +2,32 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <unistd.h>
 
 namespace qv::platform {
 
+namespace {
+
+ssize_t read_once(int descriptor, void* buffer, size_t bytes, int64_t position) {
+  ssize_t got = -1;
+  do {
+    got = pread(descriptor, buffer, bytes, position);
+  } while (got < 0 && errno == EINTR);
+  return got;
+}
+
+} // namespace
+
 ssize_t read_fully(int descriptor, void* buffer, size_t bytes, int64_t position) {
   size_t done = 0;
   while (done < bytes) {
-    const ssize_t got = pread(descriptor, static_cast<char*>(buffer) + done, bytes - done, position + done);
-    if (got < 0 && errno == EINTR) continue;
+    const ssize_t got =
+        read_once(descriptor, static_cast<char*>(buffer) + done, bytes - done, position + static_cast<int64_t>(done));
     if (got < 0) return done > 0 ? static_cast<ssize_t>(done) : -1;
     if (got == 0) break;
     done += static_cast<size_t>(got);
   }
   return static_cast<ssize_t>(done);
-}
-
-size_t ReadAhead::copy_out(void* buffer, size_t bytes, int64_t position) const {
-  if (position < start_ || position >= start_ + static_cast<int64_t>(length_)) return 0;
-  const auto offset = static_cast<size_t>(position - start_);
-  const size_t count = std::min(bytes, length_ - offset);
-  std::memcpy(buffer, window_.get() + offset, count);
-  return count;
 }
 
 ssize_t ReadAhead::fill(int descriptor, int64_t position) {
@@ -33,25 +36,24 @@ ssize_t ReadAhead::fill(int descriptor, int64_t position) {
   const bool goes_on = passed_over >= 0 && passed_over < static_cast<int64_t>(kLargest);
   if (!goes_on) next_size_ = kSmallest;
   if (!window_) window_ = std::make_unique_for_overwrite<unsigned char[]>(kLargest);
-  const ssize_t got = read_fully(descriptor, window_.get(), next_size_, position);
+  // Once: a window that the file's end cuts short need not ask again where it ends.
+  const ssize_t got = read_once(descriptor, window_.get(), next_size_, position);
   start_ = position;
   length_ = got > 0 ? static_cast<size_t>(got) : 0;
   next_size_ = std::min(next_size_ * 4, kLargest);
   return got;
 }
 
-ssize_t ReadAhead::read(int descriptor, void* buffer, size_t bytes, int64_t position) {
-  const size_t ready = copy_out(buffer, bytes, position);
-  if (ready == bytes) return static_cast<ssize_t>(ready);
+ssize_t ReadAhead::read_behind(int descriptor, void* buffer, size_t bytes, int64_t position, size_t ready) {
   char* const rest = static_cast<char*>(buffer) + ready;
   const size_t wanted = bytes - ready;
   const int64_t from = position + static_cast<int64_t>(ready);
-  if (wanted >= kSmallest) {
-    const ssize_t got = read_fully(descriptor, rest, wanted, from);
-    return got < 0 && ready == 0 ? -1 : static_cast<ssize_t>(ready) + std::max<ssize_t>(got, 0);
+  if (wanted < kSmallest) {
+    if (fill(descriptor, from) < 0) return ready == 0 ? -1 : static_cast<ssize_t>(ready);
+    if (copy_out(rest, wanted, from) == wanted) return static_cast<ssize_t>(bytes);
   }
-  if (fill(descriptor, from) < 0 && ready == 0) return -1;
-  return static_cast<ssize_t>(ready + copy_out(rest, wanted, from));
+  const ssize_t got = read_fully(descriptor, rest, wanted, from);
+  return got < 0 && ready == 0 ? -1 : static_cast<ssize_t>(ready) + std::max<ssize_t>(got, 0);
 }
 
 } // namespace qv::platform

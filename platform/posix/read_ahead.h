@@ -2,8 +2,10 @@
 // of a file then costs a few large reads instead of a small read and a seek per header.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <sys/types.h>
 
@@ -12,7 +14,10 @@ namespace qv::platform {
 class ReadAhead {
 public:
   /// Reads up to `bytes` bytes at `position` like pread: fewer only at the end of the file, -1 with errno on failure.
-  ssize_t read(int descriptor, void* buffer, size_t bytes, int64_t position);
+  ssize_t read(int descriptor, void* buffer, size_t bytes, int64_t position) {
+    const size_t ready = copy_out(buffer, bytes, position);
+    return ready == bytes ? static_cast<ssize_t>(ready) : read_behind(descriptor, buffer, bytes, position, ready);
+  }
 
 private:
   // A window grows from small to large while reads go on shortly behind it, so that a look at one header far into a
@@ -20,7 +25,15 @@ private:
   static constexpr size_t kSmallest = 4096;
   static constexpr size_t kLargest = 65536;
 
-  size_t copy_out(void* buffer, size_t bytes, int64_t position) const;
+  size_t copy_out(void* buffer, size_t bytes, int64_t position) const {
+    if (position < start_ || position >= start_ + static_cast<int64_t>(length_)) return 0;
+    const auto offset = static_cast<size_t>(position - start_);
+    const size_t count = std::min(bytes, length_ - offset);
+    std::memcpy(buffer, window_.get() + offset, count);
+    return count;
+  }
+  /// What is not `ready` from the window.
+  ssize_t read_behind(int descriptor, void* buffer, size_t bytes, int64_t position, size_t ready);
   ssize_t fill(int descriptor, int64_t position);
 
   std::unique_ptr<unsigned char[]> window_;

@@ -31,35 +31,34 @@ SampleConversion::SampleConversion(const _qvwaveformat& source, QVSAMPLETYPE typ
   output_.resize(block_bytes(result, block_frames));
 }
 
-HRESULT SampleConversion::apply_map(DWORD frames) {
+HRESULT SampleConversion::apply_map(const void* samples, DWORD frames) {
   HRESULT result = QvAudio_FillSilence(&arranged_, between_.data(), frames);
   for (DWORD channel = 0; channel < plan_.map.size() && SUCCEEDED(result); ++channel) {
     if (plan_.map[channel] == 0) continue;
-    result = QvAudio_CopyChannelToChannel(&arranged_, between_.data(), channel, &source_, input_.data(),
+    result = QvAudio_CopyChannelToChannel(&arranged_, between_.data(), channel, &source_, samples,
                                           plan_.map[channel] - 1, frames);
   }
   return result;
 }
 
-const void* SampleConversion::arrange(DWORD frames) {
+const void* SampleConversion::arrange(const void* samples, DWORD frames) {
   HRESULT result = S_OK;
   switch (plan_.kind) {
-  case ChannelPlan::Kind::kKeep: return input_.data();
+  case ChannelPlan::Kind::kKeep: return samples;
   case ChannelPlan::Kind::kCount:
-    result = QvAudio_ChannelChange(&arranged_, between_.data(), &source_, input_.data(), frames);
+    result = QvAudio_ChannelChange(&arranged_, between_.data(), &source_, samples, frames);
     break;
   case ChannelPlan::Kind::kMono:
-    result = QvAudio_ChannelChangeAvg(&arranged_, between_.data(), &source_, input_.data(), frames);
+    result = QvAudio_ChannelChangeAvg(&arranged_, between_.data(), &source_, samples, frames);
     break;
-  case ChannelPlan::Kind::kMap: result = apply_map(frames); break;
+  case ChannelPlan::Kind::kMap: result = apply_map(samples, frames); break;
   }
   if (FAILED(result)) throw std::runtime_error(QvResultText(result));
   return between_.data();
 }
 
-const void* SampleConversion::run(DWORD frames) {
-  copy_(output_.data(), arrange(frames), static_cast<LONG>(frames * arranged_.nChannels), gain_);
-  return output_.data();
+void SampleConversion::run(void* converted, const void* samples, DWORD frames) {
+  copy_(converted, arrange(samples, frames), static_cast<LONG>(frames * arranged_.nChannels), gain_);
 }
 
 } // namespace qv::tool

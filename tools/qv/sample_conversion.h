@@ -18,12 +18,18 @@ public:
   /// Where a block of source samples is put.
   void* input() { return input_.data(); }
   /// The converted block, valid until the next call.
-  const void* run(DWORD frames);
+  const void* run(DWORD frames) {
+    run(output_.data(), input_.data(), frames);
+    return output_.data();
+  }
+  void* output() { return output_.data(); }
+  /// The same from and to other places.
+  void run(void* converted, const void* samples, DWORD frames);
 
 private:
   /// Brings the channels into their new order: in the source's sample type, or as doubles when they are averaged.
-  const void* arrange(DWORD frames);
-  HRESULT apply_map(DWORD frames);
+  const void* arrange(const void* samples, DWORD frames);
+  HRESULT apply_map(const void* samples, DWORD frames);
 
   ChannelPlan plan_;
   float gain_;
