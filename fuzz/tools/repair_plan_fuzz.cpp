@@ -22,9 +22,8 @@ RepairPlan plan_for(const std::string& bytes, const std::string& name) {
 
 std::string repaired_by_library(const std::string& bytes, const RepairPlan& plan) {
   const MemoryFile file(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
-  const HRESULT result = plan.is_wave64
-                             ? QvFixTrashedW64(file.handle, &kHint.format, plan.limit)
-                             : QvFixTrashedWav(file.handle, &kHint.format, static_cast<DWORD>(plan.limit));
+  const HRESULT result = plan.is_wave64 ? QvFixTrashedW64(file.handle, &kHint.format, plan.limit)
+                                        : QvFixTrashedWav(file.handle, &kHint.format, static_cast<DWORD>(plan.limit));
   require(result == S_OK && file.size() == static_cast<LONGLONG>(bytes.size()));
   std::string mended(bytes.size(), '\0');
   DWORD done = 0;

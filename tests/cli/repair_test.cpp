@@ -64,6 +64,7 @@ struct Sound {
 const Sound kSound[] = {
     {"plain", kPlain},
     {"18 bytes of format", kPlain18},
+    {"extra bytes that are not there", with(kPlain18, 36, u16(0xFFFF))},
     {"chunks around the audio", riff("WAVE", chunk("bext", pattern(602)) + kFormat + kInfo + kData + kInfo)},
     {"six channels of float", riff("WAVE", chunk("fmt ", surround_format()) + chunk("data", pattern(480)))},
     {"compressed", riff("WAVE", chunk("fmt ", u16(0x55) + u16(2) + u32(44100) + u32(16000) + u16(1) + u16(0) + u16(12) +

@@ -10,13 +10,6 @@ namespace {
 constexpr DWORD kLeastRate = 2'000;
 constexpr DWORD kMostRate = 192'000;
 
-WAVEFORMATEXTENSIBLE loaded(const std::string& record) {
-  WAVEFORMATEXTENSIBLE format = {};
-  std::memcpy(&format, record.data(), std::min(record.size(), sizeof format));
-  if (record.size() < sizeof(WAVEFORMATEX)) format.Format.cbSize = 0;
-  return format;
-}
-
 bool is_one_of(WORD value, std::initializer_list<WORD> values) {
   return std::find(values.begin(), values.end(), value) != values.end();
 }
@@ -48,6 +41,15 @@ bool compressed_makes_sense(const WAVEFORMATEX& format) {
 }
 
 } // namespace
+
+WAVEFORMATEXTENSIBLE loaded(const std::string& record) {
+  WAVEFORMATEXTENSIBLE format = {};
+  const size_t bytes = std::min(record.size(), sizeof format);
+  std::memcpy(&format, record.data(), bytes);
+  const size_t extra = bytes - std::min(bytes, sizeof(WAVEFORMATEX));
+  format.Format.cbSize = static_cast<WORD>(std::min<size_t>(format.Format.cbSize, extra));
+  return format;
+}
 
 bool makes_sense(const std::string& record) {
   const WAVEFORMATEXTENSIBLE whole = loaded(record);

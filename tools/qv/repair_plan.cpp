@@ -67,7 +67,7 @@ private:
 
   void note(const std::string& line) { plan_.found.push_back(line); }
   void edit(uint64_t offset, const std::string& bytes, const std::string& what);
-  DWORD mend_record(uint64_t offset, std::string record);
+  DWORD mend_record(uint64_t offset, const std::string& record);
   DWORD mend_format(const Chunk& format);
   void mend_sizes(const Chunk& audio, DWORD block_align);
   void mend_file_size(uint64_t end);
@@ -211,7 +211,7 @@ void Examination::edit(uint64_t offset, const std::string& bytes, const std::str
 }
 
 /// Puts the record in its place where it makes no sense; answers the block align.
-DWORD Examination::mend_record(uint64_t offset, std::string record) {
+DWORD Examination::mend_record(uint64_t offset, const std::string& record) {
   WAVEFORMATEXTENSIBLE format = {};
   if (!makes_sense(record)) {
     note("the format record makes no sense");
@@ -220,7 +220,7 @@ DWORD Examination::mend_record(uint64_t offset, std::string record) {
     edit(offset, bytes, "format: " + format_text(format.Format.wFormatTag, &format.Format));
     return format.Format.nBlockAlign;
   }
-  std::memcpy(&format, record.data(), std::min(record.size(), sizeof format));
+  format = loaded(record);
   QVWAVEFORMATBUFFER described = {};
   described.format.Init(sizeof described, format.Format);
   note("format: " + format_text(described.format.FormatTag(), &format.Format));
