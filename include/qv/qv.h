@@ -5,6 +5,7 @@
 #include "qv/audio_channels.h"
 #include "qv/audio_kernels.h"
 #include "qv/cpu.h"
+#include "qv/filter.h"
 #include "qv/iff.h"
 #include "qv/language.h"
 #include "qv/list.h"

@@ -1,0 +1,122 @@
+// Biquad sections from musical parameters.
+#include "audio/filter/biquad_step.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+using namespace qv::audio;
+
+namespace {
+
+constexpr double kLeastFrequency = 0.0001;
+constexpr double kMostFrequency = 0.4999;
+constexpr double kLeastGain = -100.0;
+constexpr double kMostGain = 25.0;
+constexpr double kTenth = 0.10000000149011612; // 0.1 in single precision
+constexpr double kMostBandwidth = 5.0;
+constexpr double kMostSlope = 1.0;
+constexpr double kHalfLog2 = 0.34657359027997; // ln 2 / 2
+constexpr double kHalfRoot = 0.70710678118655; // 1 / sqrt 2
+/// Its sinh() times any gain is still a double.
+constexpr double kMostHyperbolic = 700.0;
+
+/// Written so that a NaN becomes the lowest.
+double clamped(double value, double least, double most) { return value > least ? std::min(value, most) : least; }
+
+struct Coefficients {
+  double b[3];
+  double a[3];
+};
+
+/// The angle of the frequency and what is made of the other parameters.
+struct Design {
+  double sine, cosine;
+  double amplitude; ///< the gain's square root
+  double alpha;     ///< half the bandwidth, as the formulae have it
+  double beta;      ///< the same from the slope
+
+  explicit Design(const QVBIQUADPARAMS& params) {
+    const double frequency = clamped(params.frequency / params.sampleRate, kLeastFrequency, kMostFrequency);
+    const double bandwidth = clamped(params.bandwidth, kTenth, kMostBandwidth);
+    const double slope = clamped(params.slope, kTenth, kMostSlope);
+    const double angle = 2.0 * std::numbers::pi * frequency;
+    sine = std::sin(angle);
+    cosine = std::cos(angle);
+    amplitude = std::pow(10.0, clamped(params.gain, kLeastGain, kMostGain) / 40.0);
+    const bool has_fixed_q = params.type == QVBIQUAD_LOWPASS || params.type == QVBIQUAD_HIGHPASS;
+    alpha =
+        sine * (has_fixed_q ? kHalfRoot : std::sinh(std::min(kHalfLog2 * bandwidth * angle / sine, kMostHyperbolic)));
+    beta = sine * std::sqrt((amplitude * amplitude + 1.0) / slope - (amplitude - 1.0) * (amplitude - 1.0));
+  }
+};
+
+/// `side` is 1 for a low and -1 for a high shelf.
+Coefficients shelf(const Design& design, double side) {
+  const double above = design.amplitude + 1.0;
+  const double below = design.amplitude - 1.0;
+  const double c = side * design.cosine;
+  return {{design.amplitude * (above - below * c + design.beta), side * 2.0 * design.amplitude * (below - above * c),
+           design.amplitude * (above - below * c - design.beta)},
+          {above + below * c + design.beta, side * -2.0 * (below + above * c), above + below * c - design.beta}};
+}
+
+bool coefficients_of(const QVBIQUADPARAMS& params, Coefficients& result) {
+  const Design design(params);
+  const double c = design.cosine;
+  const double alpha = design.alpha;
+  const double with_gain = alpha * design.amplitude;
+  const double without_gain = alpha / design.amplitude;
+  switch (params.type) {
+  case QVBIQUAD_LOWPASS:
+    result = {{(1.0 - c) / 2.0, 1.0 - c, (1.0 - c) / 2.0}, {1.0 + alpha, -2.0 * c, 1.0 - alpha}};
+    return true;
+  case QVBIQUAD_HIGHPASS:
+    result = {{(1.0 + c) / 2.0, -(1.0 + c), (1.0 + c) / 2.0}, {1.0 + alpha, -2.0 * c, 1.0 - alpha}};
+    return true;
+  case QVBIQUAD_BANDPASS: result = {{alpha, 0.0, -alpha}, {1.0 + alpha, -2.0 * c, 1.0 - alpha}}; return true;
+  case QVBIQUAD_NOTCH: result = {{1.0, -2.0 * c, 1.0}, {1.0 + alpha, -2.0 * c, 1.0 - alpha}}; return true;
+  case QVBIQUAD_PEAK:
+    result = {{1.0 + with_gain, -2.0 * c, 1.0 - with_gain}, {1.0 + without_gain, -2.0 * c, 1.0 - without_gain}};
+    return true;
+  case QVBIQUAD_LOWSHELF: result = shelf(design, 1.0); return true;
+  case QVBIQUAD_HIGHSHELF: result = shelf(design, -1.0); return true;
+  default: return false;
+  }
+}
+
+template <class Sample>
+void filter_channel(Sample* dst, const Sample* src, DWORD frames, DWORD stride, QVBIQUAD* biquad, BOOL forward) {
+  QVBIQUAD section = *biquad; // in registers, where dst may be anything
+  for (size_t k = 0; k < frames; ++k) {
+    const size_t at = (forward != 0 ? k : frames - 1 - k) * stride;
+    dst[at] = static_cast<Sample>(biquad_step(static_cast<double>(src[at]), section));
+  }
+  *biquad = section;
+}
+
+} // namespace
+
+HRESULT QvMakeBiquad(const QVBIQUADPARAMS* params, QVBIQUAD* biquad) {
+  if (params == nullptr || biquad == nullptr) return E_INVALIDARG;
+  *biquad = {1.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0};
+  Coefficients made;
+  if (!coefficients_of(*params, made)) return E_NOTIMPL;
+  const double a0 = made.a[0];
+  *biquad = {made.b[0] / a0, made.b[1] / a0, made.b[2] / a0, -made.a[1] / a0, -made.a[2] / a0, 0.0, 0.0};
+  return S_OK;
+}
+
+void QvBiquadSampleFloat(float* sample, QVBIQUAD* biquad) {
+  *sample = static_cast<float>(biquad_step(static_cast<double>(*sample), *biquad));
+}
+
+void QvBiquadSampleDouble(double* sample, QVBIQUAD* biquad) { *sample = biquad_step(*sample, *biquad); }
+
+void QvBiquadFloatEx(float* dst, const float* src, DWORD frames, DWORD stride, QVBIQUAD* biquad, BOOL forward) {
+  filter_channel(dst, src, frames, stride, biquad, forward);
+}
+
+void QvBiquadDoubleEx(double* dst, const double* src, DWORD frames, DWORD stride, QVBIQUAD* biquad, BOOL forward) {
+  filter_channel(dst, src, frames, stride, biquad, forward);
+}
