@@ -1,0 +1,248 @@
+// CQvIIR: a design, the states of its channels, and blocks of samples through them.
+#include "audio/filter/flush_to_zero.h"
+#include "audio/filter/iir_cascade.h"
+
+#include "qv/cpu.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <vector>
+
+using namespace qv::audio;
+
+struct CQvIIR::Filter {
+  IirDesign design;
+  DWORD channels = 0;
+  double gain = 1.0; ///< of the cascade
+  double dry = 0.0;  ///< of the input beside it
+  DWORD last_mask = 0;
+  bool in_pairs = false;                ///< two channels in one vector
+  std::vector<IirState<double>> states; ///< those of a channel's sections, channel after channel
+
+  IirState<double>* states_of(DWORD channel) { return states.data() + size_t{channel} * design.count; }
+
+  template <class Sample>
+  void process(Sample* dst, const Sample* src, DWORD frames, DWORD mask);
+  template <class Sample>
+  void process_one(Sample* dst, const Sample* src, size_t frames, DWORD channel);
+  template <class Sample>
+  void process_pair(Sample* dst, const Sample* src, size_t frames, DWORD channel);
+  template <class Value, class Load, class Store>
+  void process_blocks(IirState<Value>* states, size_t frames, Load load, Store store);
+};
+
+namespace {
+
+using PairOfFloats = float __attribute__((vector_size(8)));
+
+constexpr size_t kBlockFrames = 256;
+constexpr double kLeastGain = -200.0;
+constexpr double kMostGain = 100.0;
+constexpr double kLeastBandwidth = 0.001;
+constexpr double kMostBandwidth = 20.0;
+constexpr double kLeastQ = 0.05;
+constexpr double kMostQ = 100'000.0;
+
+double clamped(double value, double least, double most) { return value > least ? std::min(value, most) : least; }
+
+bool is_chosen(DWORD mask, DWORD channel) { return mask == 0 || (channel < 32 && (mask >> channel & 1) != 0); }
+
+bool is_band(QVIIR_TYPE type) { return type == QVIIR_BANDPASS || type == QVIIR_BANDSTOP; }
+
+bool are_known(QVIIR_TYPE type, QVIIR_DESIGN design, DWORD order) {
+  if (type > QVIIR_BANDSTOP || design > QVIIR_RESONATOR) return false;
+  return design == QVIIR_RESONATOR ? is_band(type) : order >= 1 && order <= QVIIR_MAX_ORDER;
+}
+
+PairOfDoubles load_pair(const float* samples) {
+  PairOfFloats pair;
+  std::memcpy(&pair, samples, sizeof pair);
+  return __builtin_convertvector(pair, PairOfDoubles);
+}
+
+PairOfDoubles load_pair(const double* samples) {
+  PairOfDoubles pair;
+  std::memcpy(&pair, samples, sizeof pair);
+  return pair;
+}
+
+void store_pair(float* samples, PairOfDoubles value) {
+  const PairOfFloats pair = __builtin_convertvector(value, PairOfFloats);
+  std::memcpy(samples, &pair, sizeof pair);
+}
+
+void store_pair(double* samples, PairOfDoubles value) { std::memcpy(samples, &value, sizeof value); }
+
+IirDesign make_design(QVIIR_TYPE type, QVIIR_DESIGN design, DWORD order, double frequency, double bandwidth) {
+  const double center = clamped_edge(frequency);
+  if (design == QVIIR_RESONATOR) return design_resonator(type, center, clamped(bandwidth, kLeastQ, kMostQ));
+  if (type == QVIIR_LOWPASS) return design_lowpass(design, order, center);
+  if (type == QVIIR_HIGHPASS) return design_highpass(design, order, center);
+  const double ratio = std::sqrt(std::exp2(clamped(bandwidth, kLeastBandwidth, kMostBandwidth)));
+  const double upper = clamped_edge(center * ratio);
+  // A band that the upper limit cuts keeps a width.
+  const double lower = std::min(clamped_edge(center / ratio), upper * (1.0 - kLeastBandwidth / 2.0));
+  return type == QVIIR_BANDPASS ? design_bandpass(design, order, lower, upper)
+                                : design_bandstop(design, order, lower, upper);
+}
+
+} // namespace
+
+// ---- life
+// ------------------------------------------------------------------------------------------------------------
+
+CQvIIR::CQvIIR() noexcept : filter_(nullptr) {}
+CQvIIR::CQvIIR(const CQvIIR& other) : filter_(other.filter_ == nullptr ? nullptr : new Filter(*other.filter_)) {}
+CQvIIR::~CQvIIR() { delete filter_; }
+
+CQvIIR& CQvIIR::operator=(const CQvIIR& other) {
+  CQvIIR copy(other);
+  std::swap(filter_, copy.filter_);
+  return *this;
+}
+
+CQvIIR& CQvIIR::operator=(CQvIIR&& other) noexcept {
+  std::swap(filter_, other.filter_);
+  return *this;
+}
+
+HRESULT CQvIIR::Design(QVIIR_TYPE type, QVIIR_DESIGN design, DWORD order, double frequency, double bandwidth,
+                       double gain, DWORD channels, DWORD channelMask) {
+  if (frequency > 0.5) return E_INVALIDARG;
+  delete filter_;
+  filter_ = nullptr;
+  if (!are_known(type, design, order) || channels == 0) return E_INVALIDARG;
+  const double decibels = std::isnan(gain) ? 0.0 : clamped(gain, kLeastGain, kMostGain);
+  const bool turns = type == QVIIR_BANDPASS && decibels != 0.0;
+  try {
+    auto made = std::make_unique<Filter>();
+    made->design = make_design(turns ? QVIIR_BANDSTOP : type, design, order, frequency, bandwidth);
+    made->channels = channels;
+    made->states.resize(size_t{channels} * made->design.count);
+    if (decibels != 0.0) {
+      made->dry = 1.0;
+      made->gain = std::pow(10.0, (turns ? -decibels : decibels) / 20.0) - 1.0;
+    }
+    made->last_mask = channelMask;
+    const bool suits = channels != 2 || (channelMask & 1) == 0;
+    made->in_pairs = suits && (QvGetCPUSupport(0) & QVCPU_SSE2) != 0;
+    filter_ = made.release();
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  }
+  return S_OK;
+}
+
+void CQvIIR::Reset(DWORD channel) {
+  if (filter_ == nullptr || channel >= filter_->channels) return;
+  std::fill_n(filter_->states_of(channel), filter_->design.count, IirState<double>{});
+}
+
+void CQvIIR::ResetAll() {
+  if (filter_ != nullptr) std::fill(filter_->states.begin(), filter_->states.end(), IirState<double>{});
+}
+
+void CQvIIR::SetDelayElementsFrom(const CQvIIR& other) {
+  if (getChannels() != other.getChannels() || getNumBiquads() != other.getNumBiquads() || filter_ == nullptr) return;
+  std::copy(other.filter_->states.begin(), other.filter_->states.end(), filter_->states.begin());
+}
+
+DWORD CQvIIR::getChannels() const { return filter_ == nullptr ? 0 : filter_->channels; }
+DWORD CQvIIR::getNumBiquads() const { return filter_ == nullptr ? 0 : filter_->design.count; }
+
+QVBIQUAD CQvIIR::getBiquad(DWORD index) const {
+  if (index >= getNumBiquads()) return {1.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0};
+  const IirSection& section = filter_->design.sections[index];
+  return {section.b0, section.b1, section.b2, section.c1, section.c2, 0.0, 0.0};
+}
+
+void CQvIIR::getPolynomial(DWORD index, double (&numerator)[3], double (&denominator)[3]) const {
+  const QVBIQUAD section = getBiquad(index);
+  numerator[0] = section.b0;
+  numerator[1] = section.b1;
+  numerator[2] = section.b2;
+  denominator[0] = 1.0;
+  denominator[1] = -section.c1;
+  denominator[2] = -section.c2;
+}
+
+double CQvIIR::getGain() const { return filter_ == nullptr ? 1.0 : filter_->gain; }
+double CQvIIR::getDry() const { return filter_ == nullptr ? 0.0 : filter_->dry; }
+DWORD CQvIIR::getLastChannelMask() const { return filter_ == nullptr ? 0 : filter_->last_mask; }
+
+// ---- work
+// ------------------------------------------------------------------------------------------------------------
+
+/// load(frame) answers the input, also after store(frame, output) of earlier frames.
+template <class Value, class Load, class Store>
+void CQvIIR::Filter::process_blocks(IirState<Value>* section_states, size_t frames, Load load, Store store) {
+  Value block[kBlockFrames];
+  for (size_t start = 0; start < frames; start += kBlockFrames) {
+    const size_t count = std::min(kBlockFrames, frames - start);
+    for (size_t k = 0; k < count; ++k)
+      block[k] = load(start + k);
+    run_cascade(design, section_states, block, count);
+    if (dry == 0.0) {
+      for (size_t k = 0; k < count; ++k)
+        store(start + k, block[k]);
+    } else {
+      for (size_t k = 0; k < count; ++k)
+        store(start + k, load(start + k) * dry + block[k] * gain);
+    }
+  }
+}
+
+template <class Sample>
+void CQvIIR::Filter::process_one(Sample* dst, const Sample* src, size_t frames, DWORD channel) {
+  const size_t stride = channels;
+  process_blocks<double>(
+      states_of(channel), frames, [=](size_t k) { return static_cast<double>(src[k * stride]); },
+      [=](size_t k, double value) { dst[k * stride] = static_cast<Sample>(value); });
+}
+
+/// A channel and the next.
+template <class Sample>
+void CQvIIR::Filter::process_pair(Sample* dst, const Sample* src, size_t frames, DWORD channel) {
+  IirState<PairOfDoubles> both[QVIIR_MAX_ORDER];
+  IirState<double>* const first = states_of(channel);
+  IirState<double>* const second = states_of(channel + 1);
+  for (DWORD s = 0; s < design.count; ++s)
+    both[s] =
+        IirState<PairOfDoubles>{PairOfDoubles{first[s].w1, second[s].w1}, PairOfDoubles{first[s].w2, second[s].w2}};
+  const size_t stride = channels;
+  process_blocks<PairOfDoubles>(
+      both, frames, [=](size_t k) { return load_pair(src + k * stride); },
+      [=](size_t k, PairOfDoubles value) { store_pair(dst + k * stride, value); });
+  for (DWORD s = 0; s < design.count; ++s) {
+    first[s] = {both[s].w1[0], both[s].w2[0]};
+    second[s] = {both[s].w1[1], both[s].w2[1]};
+  }
+}
+
+template <class Sample>
+void CQvIIR::Filter::process(Sample* dst, const Sample* src, DWORD frames, DWORD mask) {
+  const FlushToZero flush;
+  last_mask = mask;
+  for (DWORD channel = 0; channel < channels; ++channel) {
+    if (!is_chosen(mask, channel)) {
+      for (size_t k = 0; dst != src && k < frames; ++k)
+        dst[k * channels + channel] = src[k * channels + channel];
+    } else if (in_pairs && channel + 1 < channels && is_chosen(mask, channel + 1)) {
+      process_pair(dst + channel, src + channel, frames, channel);
+      ++channel;
+    } else {
+      process_one(dst + channel, src + channel, frames, channel);
+    }
+  }
+}
+
+void CQvIIR::ProcessFloat(float* dst, const float* src, DWORD frames, DWORD channelMask) {
+  if (filter_ != nullptr) filter_->process(dst, src, frames, channelMask);
+}
+
+void CQvIIR::ProcessDouble(double* dst, const double* src, DWORD frames, DWORD channelMask) {
+  if (filter_ != nullptr) filter_->process(dst, src, frames, channelMask);
+}

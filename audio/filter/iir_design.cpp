@@ -1,0 +1,179 @@
+#include "audio/filter/iir_design.h"
+
+#include "audio/filter/bessel_poles.h"
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <numbers>
+#include <vector>
+
+namespace qv::audio {
+
+namespace {
+
+using Complex = std::complex<double>;
+using std::numbers::pi;
+
+constexpr double kLeastEdge = 0.000001;
+constexpr double kMostEdge = 0.4999;
+constexpr double kEqual = 1e-10; ///< values this near to each other are the same
+
+/// A pole and its conjugate, two real poles, or one real pole.
+struct PolePair {
+  Complex first, second;
+  bool is_single = false;
+};
+
+PolePair conjugates(Complex pole) { return {pole, std::conj(pole)}; }
+bool is_real(Complex value) { return std::fabs(value.imag()) < kEqual; }
+
+// ---- prototypes: poles in the left half plane, an edge at 1
+// ----------------------------------------------------------
+
+/// The poles of order n at the angles (i + 0.5) pi / n, on an ellipse of these half axes.
+std::vector<PolePair> elliptic_poles(DWORD order, double real_axis, double imaginary_axis) {
+  std::vector<PolePair> poles;
+  for (DWORD i = 0; i < order / 2; ++i) {
+    const double angle = (i + 0.5) * pi / order;
+    poles.push_back(conjugates({-real_axis * std::sin(angle), imaginary_axis * std::cos(angle)}));
+  }
+  if (order % 2 != 0) poles.push_back({-real_axis, 0.0, true});
+  return poles;
+}
+
+std::vector<PolePair> bessel_poles(DWORD order) {
+  std::vector<PolePair> poles;
+  for (DWORD i = 0; i < (order + 1) / 2; ++i) {
+    const auto& [real, imaginary] = kBesselPoles[order - 1][i];
+    poles.push_back(imaginary == 0.0 ? PolePair{real, 0.0, true} : conjugates({real, imaginary}));
+  }
+  return poles;
+}
+
+std::vector<PolePair> prototype(QVIIR_DESIGN design, DWORD order) {
+  if (design == QVIIR_BESSEL) return bessel_poles(order);
+  if (design == QVIIR_BUTTERWORTH) return elliptic_poles(order, 1.0, 1.0);
+  const double epsilon = std::sqrt(std::pow(10.0, 0.05) - 1.0); // 0.5 dB
+  const double mu = std::asinh(1.0 / epsilon) / order;
+  return elliptic_poles(order, std::sinh(mu), std::cosh(mu));
+}
+
+// ---- to the z plane
+// --------------------------------------------------------------------------------------------------
+
+double prewarped(double frequency) { return 2.0 * std::tan(pi * frequency); }
+Complex bilinear(Complex s) { return (2.0 + s) / (2.0 - s); }
+
+/// A section with the poles of an analogue pair and a numerator that is not scaled yet.
+IirSection section_of(const PolePair& analogue, double b0, double b1, double b2) {
+  const Complex first = bilinear(analogue.first);
+  if (analogue.is_single) return {b0, b1, b2, first.real(), 0.0};
+  const Complex second = bilinear(analogue.second);
+  return {b0, b1, b2, (first + second).real(), -(first * second).real()};
+}
+
+Complex response(const IirSection& section, double angle) {
+  const Complex z = std::polar(1.0, -angle);
+  return (section.b0 + z * (section.b1 + z * section.b2)) / (1.0 - z * (section.c1 + z * section.c2));
+}
+
+/// Makes the gain at an angle 1.
+void normalize(IirSection& section, double angle) {
+  const double gain = 1.0 / std::abs(response(section, angle));
+  section.b0 *= gain;
+  section.b1 *= gain;
+  section.b2 *= gain;
+}
+
+/// The section whose poles are nearest to the unit circle comes last: what it makes large goes nowhere else.
+IirDesign ordered(std::vector<IirSection> sections) {
+  std::stable_sort(sections.begin(), sections.end(),
+                   [](const IirSection& a, const IirSection& b) { return std::fabs(a.c2) < std::fabs(b.c2); });
+  IirDesign design;
+  design.count = static_cast<DWORD>(sections.size());
+  std::copy(sections.begin(), sections.end(), design.sections.begin());
+  return design;
+}
+
+/// Moves each pair to another place, gives each section its zeros at z = `zero`, and a gain of 1 at the angle.
+template <class Move>
+IirDesign design_edge(QVIIR_DESIGN design, DWORD order, double zero, double angle, Move move) {
+  std::vector<IirSection> sections;
+  for (const PolePair& pair : prototype(design, order)) {
+    const PolePair moved = {move(pair.first), move(pair.second), pair.is_single};
+    sections.push_back(pair.is_single ? section_of(moved, 1.0, -zero, 0.0) : section_of(moved, 1.0, -2.0 * zero, 1.0));
+    normalize(sections.back(), angle);
+  }
+  return ordered(std::move(sections));
+}
+
+/// The two places of a pole that goes to a band whose middle is at `center`: `half` is half the width there.
+std::vector<PolePair> split(const PolePair& pair, double center, auto half_of) {
+  const Complex half = half_of(pair.first);
+  const Complex root = std::sqrt(half * half - center * center);
+  if (!pair.is_single) return {conjugates(half + root), conjugates(half - root)};
+  if (!is_real(root)) return {conjugates(half + root)};
+  return {{half + root, half - root}};
+}
+
+/// A design of a band, with numerator (1, b1, b2) in all sections and a gain of 1 at the angle.
+std::vector<PolePair> band_poles(QVIIR_DESIGN design, DWORD order, double center, auto half_of) {
+  std::vector<PolePair> poles;
+  for (const PolePair& pair : prototype(design, order))
+    for (const PolePair& moved : split(pair, center, half_of))
+      poles.push_back(moved);
+  return poles;
+}
+
+IirDesign band_sections(const std::vector<PolePair>& poles, double b1, double b2, double angle) {
+  std::vector<IirSection> sections;
+  for (const PolePair& pair : poles) {
+    sections.push_back(section_of(pair, 1.0, b1, b2));
+    normalize(sections.back(), angle);
+  }
+  return ordered(std::move(sections));
+}
+
+} // namespace
+
+double clamped_edge(double frequency) { return frequency > kLeastEdge ? std::min(frequency, kMostEdge) : kLeastEdge; }
+
+IirDesign design_lowpass(QVIIR_DESIGN design, DWORD order, double edge) {
+  const double scale = prewarped(edge);
+  return design_edge(design, order, -1.0, 0.0, [=](Complex s) { return s * scale; });
+}
+
+IirDesign design_highpass(QVIIR_DESIGN design, DWORD order, double edge) {
+  const double scale = prewarped(edge);
+  // A single pole's partner is 0 and not looked at.
+  return design_edge(design, order, 1.0, pi, [=](Complex s) { return s == 0.0 ? s : scale / s; });
+}
+
+IirDesign design_bandpass(QVIIR_DESIGN design, DWORD order, double lower, double upper) {
+  const double half = (prewarped(upper) - prewarped(lower)) / 2.0;
+  const double center = std::sqrt(prewarped(upper) * prewarped(lower));
+  const auto poles = band_poles(design, order, center, [=](Complex s) { return s * half; });
+  return band_sections(poles, 0.0, -1.0, 2.0 * std::atan(center / 2.0));
+}
+
+IirDesign design_bandstop(QVIIR_DESIGN design, DWORD order, double lower, double upper) {
+  const double half = (prewarped(upper) - prewarped(lower)) / 2.0;
+  const double center = std::sqrt(prewarped(upper) * prewarped(lower));
+  const auto poles = band_poles(design, order, center, [=](Complex s) { return half / s; });
+  return band_sections(poles, -2.0 * std::cos(2.0 * std::atan(center / 2.0)), 1.0, 0.0);
+}
+
+IirDesign design_resonator(QVIIR_TYPE type, double frequency, double q) {
+  const double angle = 2.0 * pi * frequency;
+  const double radius = std::exp(-angle / (2.0 * q));
+  const bool is_pass = type == QVIIR_BANDPASS;
+  const double cosine = std::cos(angle);
+  IirSection section = {1.0, is_pass ? 0.0 : -2.0 * cosine, is_pass ? -1.0 : 1.0, 2.0 * radius * cosine,
+                        -radius * radius};
+  // A notch has a gain of 1 at the end of the spectrum that is farther from it.
+  normalize(section, is_pass ? angle : frequency < 0.25 ? pi : 0.0);
+  return ordered({section});
+}
+
+} // namespace qv::audio
