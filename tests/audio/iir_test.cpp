@@ -132,4 +132,309 @@ TEST(Iir, CoefficientsAsPublished) {
   }
 }
 
+// ---- magnitudes
+// ------------------------------------------------------------------------------------------------------
+
+double prewarped(double frequency) { return 2.0 * std::tan(pi * frequency); }
+
+/// The coefficients of the reverse Bessel polynomial, constant first, by its recurrence.
+std::vector<double> reverse_bessel(DWORD order) {
+  std::vector<double> before = {1.0};
+  std::vector<double> last = {1.0, 1.0};
+  for (DWORD n = 2; n <= order; ++n) {
+    std::vector<double> next(n + 1);
+    for (size_t k = 0; k < last.size(); ++k)
+      next[k] += (2.0 * n - 1.0) * last[k];
+    for (size_t k = 0; k < before.size(); ++k)
+      next[k + 2] += before[k];
+    before = last;
+    last = next;
+  }
+  return last;
+}
+
+/// The magnitude of a prototype whose gain at 0 is 1.
+double prototype_magnitude(QVIIR_DESIGN design, DWORD order, double frequency) {
+  if (design == QVIIR_BUTTERWORTH) return 1.0 / std::sqrt(1.0 + std::pow(frequency, 2.0 * order));
+  if (design == QVIIR_CHEBYSHEV) {
+    const double ripple = std::pow(10.0, 0.05) - 1.0;
+    const double polynomial =
+        frequency <= 1.0 ? std::cos(order * std::acos(frequency)) : std::cosh(order * std::acosh(frequency));
+    const double at_0 = order % 2 == 0 ? 1.0 + ripple : 1.0;
+    return std::sqrt(at_0 / (1.0 + ripple * polynomial * polynomial));
+  }
+  const std::vector<double> coefficients = reverse_bessel(order);
+  const Complex s(0.0, frequency * std::pow(coefficients[0], 1.0 / order));
+  Complex value = 0.0;
+  for (size_t k = coefficients.size(); k-- > 0;)
+    value = value * s + coefficients[k];
+  return coefficients[0] / std::abs(value);
+}
+
+/// Where a frequency of the filter lies for its prototype.
+double prototype_frequency(const Shape& shape, double frequency) {
+  const double w = prewarped(frequency);
+  const double lower = prewarped(shape.lower);
+  if (shape.type == QVIIR_LOWPASS) return w / lower;
+  if (shape.type == QVIIR_HIGHPASS) return lower / w;
+  const double upper = prewarped(shape.upper);
+  const double band = std::fabs(w * w - lower * upper) / (w * (upper - lower));
+  return shape.type == QVIIR_BANDPASS ? band : 1.0 / band;
+}
+
+Complex response(const Polynomials& of, double frequency) {
+  const Complex z = std::polar(1.0, -2.0 * pi * frequency);
+  Complex numerator = 0.0;
+  Complex denominator = 0.0;
+  for (size_t k = of.numerator.size(); k-- > 0;) {
+    numerator = numerator * z + of.numerator[k];
+    denominator = denominator * z + of.denominator[k];
+  }
+  return numerator / denominator;
+}
+
+/// What comes out for one sample of 1.
+std::vector<double> impulse_response(Filter filter, size_t frames) {
+  std::vector<double> samples(frames);
+  samples[0] = 1.0;
+  filter.ProcessDouble(samples.data(), samples.data(), static_cast<DWORD>(frames), 0);
+  return samples;
+}
+
+double measured(const std::vector<double>& impulse, double frequency) {
+  const Complex step = std::polar(1.0, -2.0 * pi * frequency);
+  Complex sum = 0.0;
+  for (size_t k = impulse.size(); k-- > 0;)
+    sum = sum * step + impulse[k];
+  return std::abs(sum);
+}
+
+TEST(Iir, MagnitudesAreThoseOfThePrototypes) {
+  for (const QVIIR_DESIGN design : {QVIIR_BUTTERWORTH, QVIIR_CHEBYSHEV, QVIIR_BESSEL})
+    for (const QVIIR_TYPE type : {QVIIR_LOWPASS, QVIIR_HIGHPASS, QVIIR_BANDPASS, QVIIR_BANDSTOP})
+      for (DWORD order = 1; order <= QVIIR_MAX_ORDER; ++order) {
+        const bool is_band = type == QVIIR_BANDPASS || type == QVIIR_BANDSTOP;
+        const Shape shape = {type, design, order, 0.12, is_band ? 0.3 : 0.0};
+        const Filter filter = designed(shape);
+        EXPECT_EQ(filter.getNumBiquads(), is_band ? order : (order + 1) / 2);
+        const std::vector<double> impulse = impulse_response(filter, 4096);
+        double worst = 0.0;
+        for (int i = 0; i < 200; ++i) {
+          const double frequency = (i + 0.5) / 400.0;
+          const double expected = prototype_magnitude(design, order, prototype_frequency(shape, frequency));
+          worst = std::max(worst, std::fabs(measured(impulse, frequency) - expected));
+        }
+        EXPECT_LT(worst, 1e-8) << "design " << design << " type " << type << " order " << order;
+      }
+}
+
+TEST(Iir, EdgesAndUnity) {
+  for (DWORD order = 1; order <= QVIIR_MAX_ORDER; ++order) {
+    const Polynomials low = polynomials(designed({QVIIR_LOWPASS, QVIIR_BUTTERWORTH, order, 0.1, 0.0}));
+    EXPECT_NEAR(20.0 * std::log10(std::abs(response(low, 0.1))), -3.0103, 1e-4);
+    EXPECT_NEAR(std::abs(response(low, 0.0)), 1.0, 1e-9);
+    const Polynomials high = polynomials(designed({QVIIR_HIGHPASS, QVIIR_BESSEL, order, 0.1, 0.0}));
+    EXPECT_NEAR(std::abs(response(high, 0.5)), 1.0, 1e-9);
+  }
+}
+
+TEST(Iir, Resonators) {
+  const double frequency = 0.1;
+  const double q = 5.0;
+  const double radius = std::exp(-2.0 * pi * frequency / (2.0 * q));
+  for (const QVIIR_TYPE type : {QVIIR_BANDPASS, QVIIR_BANDSTOP}) {
+    Filter filter;
+    ASSERT_EQ(filter.Design(type, QVIIR_RESONATOR, 99, frequency, q, 0.0, 1, 0), S_OK);
+    ASSERT_EQ(filter.getNumBiquads(), 1u);
+    const QVBIQUAD section = filter.getBiquad(0);
+    EXPECT_NEAR(section.c1, 2.0 * radius * std::cos(2.0 * pi * frequency), 1e-15);
+    EXPECT_NEAR(section.c2, -radius * radius, 1e-15);
+    const Polynomials made = polynomials(filter);
+    const bool is_pass = type == QVIIR_BANDPASS;
+    EXPECT_NEAR(std::abs(response(made, frequency)), is_pass ? 1.0 : 0.0, 1e-12);
+    EXPECT_NEAR(std::abs(response(made, 0.5)), is_pass ? 0.0 : 1.0, 1e-12);
+    if (is_pass) {
+      EXPECT_NEAR(std::abs(response(made, 0.0)), 0.0, 1e-12);
+    }
+  }
+}
+
+TEST(Iir, AGainIsAddedToTheInput) {
+  struct Case {
+    QVIIR_TYPE type;
+    double gain;
+    double outside, inside; ///< dB
+  };
+  // A band-pass with a gain is a band-stop with the gain negated: it acts outside the band.
+  for (const Case& each : {Case{QVIIR_LOWPASS, 6.0, 0.0, 6.0}, Case{QVIIR_BANDSTOP, -9.0, -9.0, 0.0},
+                           Case{QVIIR_BANDPASS, 6.0, -6.0, 0.0}, Case{QVIIR_HIGHPASS, -200.0, 0.0, -200.0}}) {
+    const bool is_band = each.type >= QVIIR_BANDPASS;
+    const Shape shape = {each.type, QVIIR_BUTTERWORTH, 4, 0.1, is_band ? 0.2 : 0.0};
+    const Filter filter = designed(shape, 1, each.gain);
+    EXPECT_EQ(filter.getDry(), 1.0);
+    EXPECT_NEAR(filter.getGain(), std::pow(10.0, (each.type == QVIIR_BANDPASS ? -1 : 1) * each.gain / 20.0) - 1.0,
+                1e-15);
+    const std::vector<double> impulse = impulse_response(filter, 4096);
+    const double middle = is_band ? std::atan(std::sqrt(prewarped(0.1) * prewarped(0.2)) / 2.0) / pi
+                          : each.type == QVIIR_LOWPASS ? 0.0
+                                                       : 0.5;
+    const double far = each.type == QVIIR_HIGHPASS ? 0.0 : 0.5;
+    EXPECT_NEAR(measured(impulse, far), std::pow(10.0, each.outside / 20.0), 1e-9);
+    EXPECT_NEAR(measured(impulse, middle), std::pow(10.0, each.inside / 20.0), 1e-9);
+  }
+}
+
+TEST(Iir, StableAndFiniteWhateverTheParameters) {
+  for (const QVIIR_DESIGN design : {QVIIR_BUTTERWORTH, QVIIR_CHEBYSHEV, QVIIR_BESSEL, QVIIR_RESONATOR})
+    for (const QVIIR_TYPE type : {QVIIR_LOWPASS, QVIIR_HIGHPASS, QVIIR_BANDPASS, QVIIR_BANDSTOP})
+      for (const DWORD order : {1u, 2u, 7u, 15u})
+        for (const double frequency : {-1.0, 0.0, 1e-9, 1e-4, 0.01, 0.25, 0.49, 0.4999, 0.5, kNaN})
+          for (const double width : {-1.0, 0.0, 0.01, 1.0, 30.0, 1e300, kNaN}) {
+            if (design == QVIIR_RESONATOR && type < QVIIR_BANDPASS) continue;
+            Filter filter;
+            ASSERT_EQ(filter.Design(type, design, order, frequency, width, kNaN, 1, 0), S_OK);
+            for (DWORD i = 0; i < filter.getNumBiquads(); ++i) {
+              const QVBIQUAD section = filter.getBiquad(i);
+              // The triangle of stable coefficients.
+              EXPECT_TRUE(-section.c2 < 1.0 && std::fabs(section.c1) < 1.0 - section.c2 &&
+                          std::isfinite(section.b0 + section.b1 + section.b2))
+                  << design << " " << type << " " << order << " " << frequency << " " << width;
+            }
+          }
+}
+
+TEST(Iir, RefusedDesigns) {
+  Filter filter = designed({QVIIR_LOWPASS, QVIIR_BUTTERWORTH, 4, 0.1, 0.0}, 2);
+  EXPECT_EQ(filter.Design(QVIIR_LOWPASS, QVIIR_BUTTERWORTH, 4, 0.6, 0, 0, 2, 0), E_INVALIDARG);
+  EXPECT_EQ(filter.getNumBiquads(), 2u) << "as it was";
+  struct Case {
+    DWORD type, design, order, channels;
+  };
+  for (const Case& each : {Case{0, 0, 16, 1}, Case{0, 0, 0, 1}, Case{4, 0, 1, 1}, Case{0, 4, 1, 1}, Case{0, 3, 2, 1},
+                           Case{1, 3, 2, 1}, Case{0, 0, 1, 0}}) {
+    filter = designed({QVIIR_LOWPASS, QVIIR_BUTTERWORTH, 4, 0.1, 0.0}, 2);
+    EXPECT_EQ(filter.Design(static_cast<QVIIR_TYPE>(each.type), static_cast<QVIIR_DESIGN>(each.design), each.order, 0.1,
+                            1, 0, each.channels, 0),
+              E_INVALIDARG);
+    EXPECT_EQ(filter.getNumBiquads(), 0u);
+    EXPECT_EQ(filter.getChannels(), 0u);
+    float sample = 3.0f;
+    filter.ProcessFloat(&sample, &sample, 1, 0);
+    EXPECT_EQ(sample, 3.0f);
+  }
+}
+
+// ---- blocks and channels
+// ---------------------------------------------------------------------------------------------
+
+std::vector<double> noise(size_t count) {
+  std::mt19937 random(3);
+  std::vector<double> samples(count);
+  for (double& sample : samples)
+    sample = static_cast<float>(random()) / 4294967296.0f - 0.5f;
+  return samples;
+}
+
+/// Section after section, sample after sample.
+std::vector<double> model(const Filter& filter, const std::vector<double>& input, DWORD channels, DWORD mask) {
+  std::vector<double> output = input;
+  for (DWORD channel = 0; channel < channels; ++channel) {
+    if (mask != 0 && (channel >= 32 || (mask >> channel & 1) == 0)) continue;
+    std::vector<double> w1(filter.getNumBiquads());
+    std::vector<double> w2(filter.getNumBiquads());
+    for (size_t k = channel; k < input.size(); k += channels) {
+      double value = input[k];
+      for (DWORD s = 0; s < filter.getNumBiquads(); ++s) {
+        const QVBIQUAD section = filter.getBiquad(s);
+        const double w = (value + w2[s] * section.c2) + w1[s] * section.c1;
+        value = (w2[s] * section.b2 + w1[s] * section.b1) + w * section.b0;
+        w2[s] = w1[s];
+        w1[s] = w;
+      }
+      output[k] = filter.getDry() == 0.0 ? value : input[k] * filter.getDry() + value * filter.getGain();
+    }
+  }
+  return output;
+}
+
+TEST(Iir, BlocksChannelsAndMasks) {
+  constexpr size_t kFrames = 1500;
+  for (const DWORD order : {1u, 2u, 3u, 6u, 7u, 8u, 15u})
+    for (const DWORD channels : {1u, 2u, 3u, 34u})
+      for (const DWORD mask : {0u, 1u, 2u, 3u, 6u})
+        for (const double gain : {0.0, 4.0}) {
+          SCOPED_TRACE(testing::Message() << order << " " << channels << " " << mask << " " << gain);
+          const Filter filter = designed({QVIIR_LOWPASS, QVIIR_CHEBYSHEV, order, 0.2, 0.0}, channels, gain, mask);
+          const std::vector<double> input = noise(kFrames * channels);
+          const std::vector<double> expected = model(filter, input, channels, mask);
+          for (const size_t block : {size_t{1}, size_t{7}, size_t{441}, kFrames}) {
+            Filter doubles(filter);
+            Filter floats(filter);
+            std::vector<double> in_place = input;
+            std::vector<float> source(input.begin(), input.end());
+            std::vector<float> result(input.size() + 1, 9.0f);
+            for (size_t start = 0; start < kFrames; start += block) {
+              const auto count = static_cast<DWORD>(std::min(block, kFrames - start));
+              doubles.ProcessDouble(&in_place[start * channels], &in_place[start * channels], count, mask);
+              floats.ProcessFloat(&result[start * channels], &source[start * channels], count, mask);
+            }
+            ASSERT_TRUE(in_place == expected) << "to the bit, blocks of " << block;
+            for (size_t k = 0; k < input.size(); ++k)
+              ASSERT_EQ(result[k], static_cast<float>(expected[k])) << k;
+            ASSERT_EQ(result.back(), 9.0f);
+            EXPECT_EQ(doubles.getLastChannelMask(), mask);
+          }
+        }
+}
+
+TEST(Iir, WithAndWithoutVectors) {
+  const std::vector<double> input = noise(2000);
+  std::vector<double> results[2];
+  for (const int without : {0, 1}) {
+    if (without != 0) QvDisallowCPUSupport(QVCPU_SSE2);
+    Filter filter = designed({QVIIR_BANDPASS, QVIIR_BUTTERWORTH, 5, 0.1, 0.2}, 2);
+    QvAllowCPUSupport(QVCPU_SSE2);
+    results[without].resize(input.size());
+    filter.ProcessDouble(results[without].data(), input.data(), 1000, 0);
+  }
+  EXPECT_TRUE(results[0] == results[1]);
+}
+
+TEST(Iir, StatesAreResetCopiedAndTaken) {
+  const std::vector<double> input = noise(200);
+  const Filter fresh = designed({QVIIR_LOWPASS, QVIIR_BUTTERWORTH, 4, 0.05, 0.0}, 2);
+  const auto output = [&](Filter filter) {
+    std::vector<double> samples = input;
+    filter.ProcessDouble(samples.data(), samples.data(), 100, 0);
+    return samples;
+  };
+  Filter used(fresh);
+  std::vector<double> scratch = input;
+  used.ProcessDouble(scratch.data(), scratch.data(), 100, 0);
+  const std::vector<double> first = output(fresh);
+  const std::vector<double> second = output(used);
+  EXPECT_FALSE(first == second);
+
+  Filter other(fresh);
+  other.SetDelayElementsFrom(used);
+  EXPECT_TRUE(output(other) == second);
+  other.SetDelayElementsFrom(designed({QVIIR_LOWPASS, QVIIR_BUTTERWORTH, 4, 0.05, 0.0}, 1));
+  other.SetDelayElementsFrom(Filter());
+  EXPECT_TRUE(output(other) == second) << "of another shape: nothing is taken";
+  other.Reset(0);
+  other.Reset(2);
+  const std::vector<double> left_reset = output(other);
+  for (size_t k = 0; k < input.size(); ++k)
+    ASSERT_EQ(left_reset[k], (k % 2 == 0 ? first : second)[k]);
+  other.ResetAll();
+  EXPECT_TRUE(output(other) == first);
+
+  other = used;
+  EXPECT_TRUE(output(other) == second);
+  other = Filter(fresh);
+  EXPECT_TRUE(output(other) == first);
+  other = *&other;
+  EXPECT_TRUE(output(other) == first) << "itself";
+}
+
 } // namespace
