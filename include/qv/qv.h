@@ -13,6 +13,7 @@
 #include "qv/metric.h"
 #include "qv/nanotime.h"
 #include "qv/queue.h"
+#include "qv/resample.h"
 #include "qv/result.h"
 #include "qv/riff.h"
 #include "qv/riff64.h"

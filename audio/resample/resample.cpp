@@ -1,0 +1,278 @@
+// Converters: opened, driven block by block, asked where they stand.
+#include "audio/resample/sinc.h"
+
+#include "qv/audio_kernels.h"
+#include "qv/filter.h"
+#include "qv/resample.h"
+
+#include <cmath>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <vector>
+
+using namespace qv::audio;
+
+struct QVRESAMPLE {
+  QVSAMPLETYPE type;
+  DWORD channels;
+  DWORD flags;
+  Timeline timeline;
+  LinearKernel linear;
+  LoadFrames load;
+  bool has_filter = false;
+  CQvIIR filter;
+  SincBank bank;
+  DWORD history_frames;
+  std::vector<double> history; ///< interleaved, the last frame last
+  ULONGLONG source_position = 0;
+  ULONGLONG destination_position = 0;
+  ULONGLONG source_offset = 0;
+  ULONGLONG destination_offset = 0;
+
+  size_t frame_bytes() const { return size_t{channels} * QvAudio_BytesFromSampleType(type); }
+  DWORD quality() const { return flags & QVRESAMPLE_QUALITY_MASK; }
+  bool is_driven_by_output() const { return (flags & QVRESAMPLE_OUTPUT_DRIVEN) != 0; }
+  bool is_sinc() const { return quality() == QVRESAMPLE_SINC; }
+  bool is_copy() const { return !timeline.is_rising() && !timeline.is_falling(); }
+
+  DWORD process(void* dst, void* src, DWORD count);
+  void convert(void* dst, DWORD frames, void* src, DWORD readable, DWORD counted);
+  void keep_history(const void* src, DWORD counted);
+};
+
+namespace {
+
+constexpr DWORD kLinearHistory = 2;
+constexpr DWORD kUnserved = 0xFFFFFFFF;
+
+bool is_floating(QVSAMPLETYPE type) { return type == QVSAMPLE_FLOAT32 || type == QVSAMPLE_FLOAT64; }
+
+/// Integer types have neither the sinc nor a low-pass.
+DWORD usable_flags(QVSAMPLETYPE type, DWORD flags) {
+  const bool asks = (flags & QVRESAMPLE_QUALITY_MASK) == QVRESAMPLE_SINC || (flags & QVRESAMPLE_LOWPASS_MASK) != 0;
+  if (is_floating(type) || !asks) return flags;
+  return (flags & ~DWORD{QVRESAMPLE_QUALITY_MASK | QVRESAMPLE_LOWPASS_MASK}) | QVRESAMPLE_FILTERED;
+}
+
+DWORD lowpass_order(DWORD flags) {
+  switch (flags & QVRESAMPLE_LOWPASS_MASK) {
+  case QVRESAMPLE_LOWPASS2: return 2;
+  case QVRESAMPLE_LOWPASS4: return 4;
+  case QVRESAMPLE_LOWPASS6: return 6;
+  default: return 0;
+  }
+}
+
+HRESULT set_up(QVRESAMPLE& converter, QVSAMPLETYPE type, DWORD src_rate, DWORD dst_rate, DWORD channels, DWORD flags) {
+  if (src_rate == 0 || dst_rate == 0 || channels == 0 || linear_kernel(type) == nullptr) return E_INVALIDARG;
+  converter.type = type;
+  converter.channels = channels;
+  converter.flags = usable_flags(type, flags);
+  converter.timeline = Timeline(src_rate, dst_rate);
+  converter.linear = linear_kernel(type);
+  converter.load = load_frames(type);
+  if (const DWORD order = lowpass_order(converter.flags); order != 0) {
+    const double ratio = converter.timeline.ratio();
+    const HRESULT result = converter.filter.Design(QVIIR_LOWPASS, QVIIR_CHEBYSHEV, order,
+                                                   ratio < 1.0 ? 0.5 * ratio : 0.5 / ratio, 0.0, 0.0, channels, 0);
+    if (FAILED(result)) return result;
+    converter.has_filter = true;
+  }
+  if (converter.is_sinc()) converter.bank = SincBank(converter.timeline);
+  converter.history_frames = converter.is_sinc() ? kSincHistory : kLinearHistory;
+  converter.history.resize(size_t{converter.history_frames} * channels);
+  return S_OK;
+}
+
+/// What the formats agree in; rates of 0 where they do not.
+struct FormatPair {
+  QVSAMPLETYPE type{};
+  DWORD src_rate = 0;
+  DWORD dst_rate = 0;
+  DWORD channels = 0;
+
+  FormatPair(const WAVEFORMATEX* dst, const WAVEFORMATEX* src) {
+    if (dst == nullptr || src == nullptr) return;
+    type = QvAudio_GetSampleType(src);
+    if (QvAudio_GetSampleType(dst) != type || dst->nChannels != src->nChannels) return;
+    src_rate = src->nSamplesPerSec;
+    dst_rate = dst->nSamplesPerSec;
+    channels = src->nChannels;
+  }
+};
+
+} // namespace
+
+// ---- process
+// ---------------------------------------------------------------------------------------------------------
+
+/// The last frames that are counted stand before the next block.
+void QVRESAMPLE::keep_history(const void* src, DWORD counted) {
+  const DWORD fresh = std::min(counted, history_frames);
+  const size_t kept = size_t{history_frames - fresh} * channels;
+  std::memmove(history.data(), history.data() + size_t{fresh} * channels, kept * sizeof(double));
+  load(history.data() + kept, static_cast<const uint8_t*>(src) + size_t{counted - fresh} * frame_bytes(),
+       size_t{fresh} * channels);
+}
+
+void QVRESAMPLE::convert(void* dst, DWORD frames, void* src, DWORD readable, DWORD counted) {
+  if (has_filter && timeline.is_falling() && quality() >= QVRESAMPLE_FILTERED) {
+    if (type == QVSAMPLE_FLOAT32) {
+      filter.ProcessFloat(static_cast<float*>(src), static_cast<const float*>(src), readable, 0);
+    } else {
+      filter.ProcessDouble(static_cast<double*>(src), static_cast<const double*>(src), readable, 0);
+    }
+  }
+  const ResampleBlock block = {static_cast<uint8_t*>(dst),
+                               frames,
+                               static_cast<const uint8_t*>(src),
+                               readable,
+                               channels,
+                               &timeline,
+                               history.data(),
+                               history_frames};
+  if (is_sinc()) {
+    run_sinc(block, type, bank);
+  } else {
+    linear(block);
+  }
+  keep_history(src, counted);
+  timeline.advance(frames, counted);
+}
+
+DWORD QVRESAMPLE::process(void* dst, void* src, DWORD count) {
+  if (count == 0 || quality() > QVRESAMPLE_SINC) return 0;
+  DWORD frames = count;
+  DWORD counted = count;
+  if (is_copy()) {
+    if (dst != src) std::memcpy(dst, src, size_t{count} * frame_bytes());
+  } else {
+    DWORD readable = count;
+    if (is_driven_by_output()) {
+      counted = timeline.counted_for(count);
+      readable = timeline.read_for(count);
+    } else {
+      frames = timeline.frames_from(count);
+    }
+    convert(dst, frames, src, readable, counted);
+  }
+  source_position += counted;
+  destination_position += frames;
+  return frames;
+}
+
+// ---- interface
+// -------------------------------------------------------------------------------------------------------
+
+HRESULT QvAudio_ResampleOpen(HQVRESAMPLE* handle, QVSAMPLETYPE type, DWORD srcRate, DWORD dstRate, DWORD channels,
+                             DWORD flags) {
+  if (handle == nullptr) return E_INVALIDARG;
+  *handle = nullptr;
+  try {
+    auto converter = std::make_unique<QVRESAMPLE>();
+    const HRESULT result = set_up(*converter, type, srcRate, dstRate, channels, flags);
+    if (SUCCEEDED(result)) *handle = converter.release();
+    return result;
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  }
+}
+
+HRESULT QvAudio_ResampleOpenEx(HQVRESAMPLE* handle, const WAVEFORMATEX* dstFormat, const WAVEFORMATEX* srcFormat,
+                               DWORD flags) {
+  const FormatPair pair(dstFormat, srcFormat);
+  return QvAudio_ResampleOpen(handle, pair.type, pair.src_rate, pair.dst_rate, pair.channels, flags);
+}
+
+HRESULT QvAudio_ResampleReset(HQVRESAMPLE handle, QVSAMPLETYPE type, DWORD srcRate, DWORD dstRate, DWORD channels,
+                              DWORD flags) {
+  if (handle == nullptr) return E_INVALIDARG;
+  HQVRESAMPLE fresh = nullptr;
+  const HRESULT result = QvAudio_ResampleOpen(&fresh, type, srcRate, dstRate, channels, flags);
+  if (FAILED(result)) return result;
+  *handle = std::move(*fresh);
+  QvAudio_ResampleClose(fresh);
+  return S_OK;
+}
+
+HRESULT QvAudio_ResampleResetEx(HQVRESAMPLE handle, const WAVEFORMATEX* dstFormat, const WAVEFORMATEX* srcFormat,
+                                DWORD flags) {
+  const FormatPair pair(dstFormat, srcFormat);
+  return QvAudio_ResampleReset(handle, pair.type, pair.src_rate, pair.dst_rate, pair.channels, flags);
+}
+
+void QvAudio_ResampleClose(HQVRESAMPLE handle) { delete handle; }
+
+DWORD QvAudio_ResampleEx(HQVRESAMPLE handle, void* dst, void* src, DWORD count) {
+  return handle == nullptr ? 0 : handle->process(dst, src, count);
+}
+
+HRESULT QvAudio_Resample(const WAVEFORMATEX* format, void* dst, DWORD dstFrames, void* src, DWORD srcFrames) {
+  if (format == nullptr || srcFrames == 0) return S_OK;
+  const ULONGLONG rate = ULONGLONG{format->nSamplesPerSec} * dstFrames / srcFrames;
+  if (rate > 0xFFFFFFFF) return S_OK;
+  HQVRESAMPLE converter = nullptr;
+  QvAudio_ResampleOpen(&converter, QvAudio_GetSampleType(format), format->nSamplesPerSec, static_cast<DWORD>(rate),
+                       format->nChannels, QVRESAMPLE_FILTERED | QVRESAMPLE_LOWPASS4);
+  QvAudio_ResampleEx(converter, dst, src, srcFrames);
+  QvAudio_ResampleClose(converter);
+  return S_OK;
+}
+
+DWORD QvAudio_ResampleStupid(HQVRESAMPLE handle, void* dst, DWORD dstFrames, const void* src, DWORD srcFrames) {
+  if (handle == nullptr || handle->linear == nullptr) return kUnserved;
+  if (dstFrames == srcFrames) {
+    if (dst != src) std::memcpy(dst, src, size_t{srcFrames} * handle->frame_bytes());
+    return dstFrames;
+  }
+  if (dstFrames == 0 || srcFrames == 0) return 0;
+  const Timeline fitted(srcFrames, dstFrames);
+  handle->linear({static_cast<uint8_t*>(dst), dstFrames, static_cast<const uint8_t*>(src), srcFrames, handle->channels,
+                  &fitted, nullptr, 0});
+  return dstFrames;
+}
+
+DWORD QvAudio_Resample_Sinc(QVSAMPLETYPE type, DWORD channels, void* dst, DWORD dstFrames, const void* src,
+                            DWORD srcFrames, HQVRESAMPLE handle) {
+  if (handle == nullptr || !handle->is_sinc() || handle->type != type || handle->channels != channels) return 0;
+  const DWORD readable = srcFrames + (handle->is_driven_by_output() && handle->timeline.is_rising() ? 1 : 0);
+  run_sinc({static_cast<uint8_t*>(dst), dstFrames, static_cast<const uint8_t*>(src), readable, channels,
+            &handle->timeline, handle->history.data(), handle->history_frames},
+           type, handle->bank);
+  handle->keep_history(src, srcFrames);
+  handle->timeline.advance(dstFrames, srcFrames);
+  return dstFrames;
+}
+
+ULONGLONG QvAudio_ResampleGetSrcPos(HQVRESAMPLE handle) { return handle->source_position + handle->source_offset; }
+
+ULONGLONG QvAudio_ResampleGetDstPos(HQVRESAMPLE handle) {
+  return handle->destination_position + handle->destination_offset;
+}
+
+void QvAudio_ResampleSetSrcPos(HQVRESAMPLE handle, ULONGLONG position) { handle->source_position = position; }
+void QvAudio_ResampleSetDstPos(HQVRESAMPLE handle, ULONGLONG position) { handle->destination_position = position; }
+void QvAudio_ResampleSetSrcOffset(HQVRESAMPLE handle, ULONGLONG offset) { handle->source_offset = offset; }
+void QvAudio_ResampleSetDstOffset(HQVRESAMPLE handle, ULONGLONG offset) { handle->destination_offset = offset; }
+
+DWORD QvAudio_ResampleGetDstFromSrc(HQVRESAMPLE handle, DWORD frames) {
+  return static_cast<DWORD>(static_cast<int64_t>(frames * handle->timeline.ratio() - handle->timeline.phase()));
+}
+
+DWORD QvAudio_ResampleGetSrcFromDst(HQVRESAMPLE handle, DWORD frames) {
+  constexpr double kAlmostHalf = 0.499999985;
+  const Timeline& timeline = handle->timeline;
+  const auto whole = static_cast<int64_t>(frames * timeline.inverse() + timeline.phase() + kAlmostHalf);
+  return static_cast<DWORD>(whole) + (timeline.is_rising() ? 1 : 0);
+}
+
+DWORD QvAudio_ResampleGetExactSrcFromDst(HQVRESAMPLE handle, DWORD frames) {
+  return handle->is_copy() ? frames : frames == 0 ? 0 : handle->timeline.read_for(frames);
+}
+
+void QvAudio_ResampleStuffPrevSample(HQVRESAMPLE handle, double first, double second) {
+  double* const last = handle->history.data() + size_t{handle->history_frames - 1} * handle->channels;
+  last[0] = first;
+  if (handle->channels > 1) last[1] = second;
+}

@@ -1,0 +1,167 @@
+#include "audio/resample/sinc.h"
+
+#include "qv/cpu.h"
+
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <numbers>
+
+namespace qv::audio {
+
+namespace {
+
+constexpr size_t kEntries = 1000;
+constexpr int kCrossings = 13; ///< zeros of the sinc that the table covers
+constexpr double kEntriesPerFrame = static_cast<double>(kEntries) / kCrossings;
+constexpr uint64_t kMostRows = 1024;
+constexpr int kCenter = kSincTaps / 2;
+
+/// sinc times the right half of a 4-term window: F. J. Harris, "On the use of windows for harmonic analysis with the
+/// discrete Fourier transform", 1978, the minimum 4-sample Blackman-Harris window.
+std::array<double, kEntries> make_table() {
+  using std::numbers::pi;
+  std::array<double, kEntries> table;
+  table[0] = 1.0;
+  for (size_t k = 1; k < kEntries; ++k) {
+    const double x = static_cast<double>(k) * kCrossings * pi / kEntries;
+    const double y = x / kCrossings + pi;
+    const double window = 0.35875 - 0.48829 * std::cos(y) + 0.14128 * std::cos(2.0 * y) - 0.01168 * std::cos(3.0 * y);
+    table[k] = std::sin(x) / x * window;
+  }
+  return table;
+}
+
+double weight_at(double distance) {
+  static const std::array<double, kEntries> table = make_table();
+  const double at = std::fabs(distance) * kEntriesPerFrame;
+  const double index = std::min(std::nearbyint(at - 0.499999985), static_cast<double>(kEntries - 2));
+  const auto entry = static_cast<size_t>(std::max(index, 0.0));
+  return table[entry] + (table[entry + 1] - table[entry]) * (at - static_cast<double>(entry));
+}
+
+SincProduct sinc_product() {
+  switch (QvGetKernelLevel()) {
+  case QVKERNELLEVEL_AVX512: return sinc_product_avx512;
+  case QVKERNELLEVEL_AVX2: return sinc_product_avx2;
+  default: return sinc_product_sse2;
+  }
+}
+
+/// What a chunk works on: pairs of channels, as doubles.
+constexpr size_t kChunkFrames = 512;
+constexpr size_t kWindowFrames = kChunkFrames + kSincRow / 2;
+
+template <class Sample>
+class SincRun {
+public:
+  SincRun(const ResampleBlock& block, const SincBank& bank) : block_(block), bank_(bank), product_(sinc_product()) {}
+
+  void run() {
+    for (DWORD done = 0; done < block_.frames;) {
+      const SourcePosition first = block_.timeline->position(done);
+      const DWORD count = chunk_from(done, first);
+      for (DWORD channel = 0; channel < block_.channels; channel += 2) {
+        load_window(first.frame - (kSincTaps - 1), block_.timeline->position(done + count - 1).frame, channel);
+        make_frames(done, count, first, channel);
+      }
+      done += count;
+    }
+  }
+
+private:
+  /// As many outputs as the window has room for.
+  DWORD chunk_from(DWORD done, const SourcePosition& first) const {
+    auto count = static_cast<DWORD>(std::min<size_t>(block_.frames - done, kChunkFrames));
+    const auto span = [&] { return block_.timeline->position(done + count - 1).frame - first.frame; };
+    while (span() >= static_cast<int64_t>(kChunkFrames))
+      count = (count + 1) / 2;
+    return count;
+  }
+
+  double value(int64_t frame, DWORD channel) const {
+    if (frame < 0) {
+      const int64_t kept = frame + block_.history_frames;
+      return kept < 0 ? 0.0 : block_.history[static_cast<size_t>(kept) * block_.channels + channel];
+    }
+    if (frame >= static_cast<int64_t>(block_.source)) return 0.0;
+    Sample sample;
+    std::memcpy(&sample, block_.src + (static_cast<size_t>(frame) * block_.channels + channel) * sizeof sample,
+                sizeof sample);
+    return static_cast<double>(sample);
+  }
+
+  /// The frames from `from` to `to` of a channel and the next; 0 for one that does not exist.
+  void load_window(int64_t from, int64_t to, DWORD channel) {
+    const bool has_second = channel + 1 < block_.channels;
+    double* at = window_;
+    for (int64_t frame = from; frame <= to; ++frame) {
+      *at++ = value(frame, channel);
+      *at++ = has_second ? value(frame, channel + 1) : 0.0;
+    }
+    // What the padding of a row is multiplied with.
+    std::memset(at, 0, sizeof window_ - static_cast<size_t>(at - window_) * sizeof *at);
+  }
+
+  void make_frames(DWORD done, DWORD count, const SourcePosition& first, DWORD channel) const {
+    const uint64_t denominator = block_.timeline->denominator();
+    const uint64_t step = block_.timeline->step();
+    uint64_t ahead = 0; // whole frames from the first output's
+    uint64_t part = first.part;
+    double own_row[kSincRow];
+    for (DWORD k = 0; k < count; ++k) {
+      const double* row = own_row;
+      if (bank_.is_empty()) {
+        sinc_weights(own_row, static_cast<double>(part) / static_cast<double>(denominator));
+      } else {
+        row = bank_.row(part);
+      }
+      double sums[2];
+      product_(sums, window_ + 2 * ahead, row);
+      store(done + k, channel, sums[0]);
+      if (channel + 1 < block_.channels) store(done + k, channel + 1, sums[1]);
+      part += step % denominator;
+      ahead += step / denominator + (part >= denominator ? 1 : 0);
+      part -= part >= denominator ? denominator : 0;
+    }
+  }
+
+  void store(DWORD frame, DWORD channel, double value) const {
+    const auto sample = static_cast<Sample>(value);
+    std::memcpy(block_.dst + (size_t{frame} * block_.channels + channel) * sizeof sample, &sample, sizeof sample);
+  }
+
+  const ResampleBlock& block_;
+  const SincBank& bank_;
+  const SincProduct product_;
+  double window_[2 * kWindowFrames];
+};
+
+} // namespace
+
+void sinc_weights(double (&row)[kSincRow], double fraction) {
+  for (DWORD tap = 0; tap < kSincTaps; ++tap) {
+    // The newest tap, the last, is 12 frames ahead of the position.
+    const double weight = weight_at(static_cast<int>(tap) - kCenter - fraction);
+    row[2 * tap] = row[2 * tap + 1] = weight;
+  }
+  std::fill(row + 2 * kSincTaps, row + kSincRow, 0.0);
+}
+
+SincBank::SincBank(const Timeline& timeline) {
+  if (timeline.denominator() > kMostRows) return;
+  rows_ = std::make_unique<double[]>(timeline.denominator() * kSincRow);
+  for (uint64_t part = 0; part < timeline.denominator(); ++part)
+    sinc_weights(*reinterpret_cast<double(*)[kSincRow]>(rows_.get() + part * kSincRow),
+                 static_cast<double>(part) / static_cast<double>(timeline.denominator()));
+}
+
+void run_sinc(const ResampleBlock& block, QVSAMPLETYPE type, const SincBank& bank) {
+  if (type == QVSAMPLE_FLOAT32) {
+    SincRun<float>(block, bank).run();
+  } else {
+    SincRun<double>(block, bank).run();
+  }
+}
+
+} // namespace qv::audio

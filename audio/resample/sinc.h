@@ -1,0 +1,42 @@
+// Windowed-sinc interpolation of 25 taps, 12 source frames late.
+#pragma once
+
+#include "audio/resample/block.h"
+
+#include <memory>
+
+namespace qv::audio {
+
+inline constexpr DWORD kSincTaps = 25;
+/// Two more than the taps need before a block, where its first outputs may stand.
+inline constexpr DWORD kSincHistory = kSincTaps + 1;
+
+/// The weights of the taps, oldest first, each twice, for a channel and its neighbour. Padded with zeros.
+inline constexpr size_t kSincRow = 56;
+
+/// The weights for a fraction of a frame, from the shared table.
+void sinc_weights(double (&row)[kSincRow], double fraction);
+
+/// Rows for all fractions that a timeline has, where they are few.
+class SincBank {
+public:
+  SincBank() = default;
+  /// Throws std::bad_alloc. Empty for a denominator of more than 1024.
+  explicit SincBank(const Timeline& timeline);
+  const double* row(uint64_t part) const { return rows_.get() + part * kSincRow; }
+  bool is_empty() const { return rows_ == nullptr; }
+
+private:
+  std::unique_ptr<double[]> rows_;
+};
+
+/// Float or double.
+void run_sinc(const ResampleBlock& block, QVSAMPLETYPE type, const SincBank& bank);
+
+/// Sums of products of kSincRow doubles, of even and odd places: one for each kernel level.
+using SincProduct = void (*)(double (&sums)[2], const double* frames, const double* row);
+void sinc_product_sse2(double (&sums)[2], const double* frames, const double* row);
+void sinc_product_avx2(double (&sums)[2], const double* frames, const double* row);
+void sinc_product_avx512(double (&sums)[2], const double* frames, const double* row);
+
+} // namespace qv::audio

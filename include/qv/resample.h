@@ -1,0 +1,100 @@
+// Sample-rate conversion of interleaved buffers, block by block.
+//
+//     HQVRESAMPLE converter;
+//     QvAudio_ResampleOpen(&converter, QVSAMPLE_FLOAT32, 44100, 48000, 2, QVRESAMPLE_FILTERED | QVRESAMPLE_LOWPASS4);
+//     DWORD written = QvAudio_ResampleEx(converter, dst, src, frames);   // block after block
+//     QvAudio_ResampleClose(converter);
+//
+// A converter is driven by its input (a call consumes all its source frames) or by its output (a call makes as many
+// frames as asked for). Output n of a block stands at the source position phase + n x inverse, where inverse is source
+// rate / destination rate and the phase is carried from block to block; a block's samples do not depend on where blocks
+// begin. The first outputs of a block may stand up to two frames before it: so much of the last block is kept.
+//
+// Frames are counted in 32 bits per call; dst and src do not overlap. A converter carries no lock: one thread at a time
+// drives it. Process calls allocate nothing. Handles and buffers are not checked; a null handle is refused where a
+// comment says so.
+#pragma once
+
+#include "qv/audio.h"
+#include "qv/result.h"
+
+struct QVRESAMPLE;
+using HQVRESAMPLE = QVRESAMPLE*;
+
+/// Flags of a converter: one of the qualities, a low-pass or none, and what drives it.
+enum : DWORD {
+  QVRESAMPLE_QUALITY_MASK = 0xF,
+  QVRESAMPLE_LINEAR = 0,   ///< between two neighbours; so is 1
+  QVRESAMPLE_FILTERED = 2, ///< the same behind the low-pass, when the rate falls
+  QVRESAMPLE_SINC = 3,     ///< 25 taps; float and double only; 12 source frames late
+
+  QVRESAMPLE_LOWPASS_MASK = 0xF0, ///< Chebyshev, 0.5 dB, up to half the lower rate; float and double only
+  QVRESAMPLE_LOWPASS2 = 0x10,     ///< of order 2
+  QVRESAMPLE_LOWPASS4 = 0x20,
+  QVRESAMPLE_LOWPASS6 = 0x30,
+
+  QVRESAMPLE_OUTPUT_DRIVEN = 0x1000,
+};
+
+/// Makes a converter. For integer types the sinc and any low-pass become QVRESAMPLE_FILTERED without one. The flags
+/// 0xF00 and 0x2000 are kept and have no effect; a quality above 3 gives no frames. E_INVALIDARG, with a null handle:
+/// null `handle`, rates or channels of 0, a sample type without kernels; E_OUTOFMEMORY, the same.
+QV_FUNCTION HRESULT QvAudio_ResampleOpen(HQVRESAMPLE* handle, QVSAMPLETYPE type, DWORD srcRate, DWORD dstRate,
+                                         DWORD channels, DWORD flags);
+/// The same between two formats, which agree in sample type and channels: E_INVALIDARG otherwise.
+QV_FUNCTION HRESULT QvAudio_ResampleOpenEx(HQVRESAMPLE* handle, const WAVEFORMATEX* dstFormat,
+                                           const WAVEFORMATEX* srcFormat, DWORD flags);
+/// Begin anew, as if just opened so; positions and offsets are 0. A failure leaves the converter as it was.
+/// E_INVALIDARG also for a null handle.
+QV_FUNCTION HRESULT QvAudio_ResampleReset(HQVRESAMPLE handle, QVSAMPLETYPE type, DWORD srcRate, DWORD dstRate,
+                                          DWORD channels, DWORD flags);
+QV_FUNCTION HRESULT QvAudio_ResampleResetEx(HQVRESAMPLE handle, const WAVEFORMATEX* dstFormat,
+                                            const WAVEFORMATEX* srcFormat, DWORD flags);
+/// Frees it; nothing for null.
+QV_FUNCTION void QvAudio_ResampleClose(HQVRESAMPLE handle);
+
+/// Converts a block; answers the frames written. `count` is that of source frames, or of frames to make when the
+/// converter is driven by its output: then QvAudio_ResampleGetExactSrcFromDst tells how many are read from src.
+///
+/// With a low-pass and a falling rate the block is filtered in place: src must be writable, and what is behind the
+/// pointer is changed. Rates that are equal copy, or leave a block alone that is its own destination.
+///
+/// Driven by its output with a rising rate, the last source frame that is read is not counted: it is the first of the
+/// next block too.
+QV_FUNCTION DWORD QvAudio_ResampleEx(HQVRESAMPLE handle, void* dst, void* src, DWORD count);
+
+/// One conversion of a whole buffer, to the rate source rate x dstFrames / srcFrames, truncated, with
+/// QVRESAMPLE_FILTERED | QVRESAMPLE_LOWPASS4. dst has room for dstFrames + 1 frames; at most so many are written. src
+/// is filtered in place as above. Answers 0.
+QV_FUNCTION HRESULT QvAudio_Resample(const WAVEFORMATEX* format, void* dst, DWORD dstFrames, void* src,
+                                     DWORD srcFrames);
+/// Fits srcFrames source frames into exactly dstFrames frames, without filter or history, by the ratio of the two.
+/// Equal counts copy (nothing when the buffers are the same). Answers the frames, 0xFFFFFFFF for a type without
+/// kernels.
+QV_FUNCTION DWORD QvAudio_ResampleStupid(HQVRESAMPLE handle, void* dst, DWORD dstFrames, const void* src,
+                                         DWORD srcFrames);
+/// The kernel of QVRESAMPLE_SINC: dstFrames frames from a converter of that quality, for the types 32 and 33; answers
+/// them, 0 for other types or a converter of another kind. src has what QvAudio_ResampleEx would read for as many
+/// frames; srcFrames of it are counted.
+QV_FUNCTION DWORD QvAudio_Resample_Sinc(QVSAMPLETYPE type, DWORD channels, void* dst, DWORD dstFrames, const void* src,
+                                        DWORD srcFrames, HQVRESAMPLE handle);
+
+// ---- positions -----------------------------------------------------------------------------------------------------
+
+/// Frames counted so far, and an offset that the caller may set: the answer is their sum.
+QV_FUNCTION ULONGLONG QvAudio_ResampleGetSrcPos(HQVRESAMPLE handle);
+QV_FUNCTION ULONGLONG QvAudio_ResampleGetDstPos(HQVRESAMPLE handle);
+QV_FUNCTION void QvAudio_ResampleSetSrcPos(HQVRESAMPLE handle, ULONGLONG position);
+QV_FUNCTION void QvAudio_ResampleSetDstPos(HQVRESAMPLE handle, ULONGLONG position);
+QV_FUNCTION void QvAudio_ResampleSetSrcOffset(HQVRESAMPLE handle, ULONGLONG offset);
+QV_FUNCTION void QvAudio_ResampleSetDstOffset(HQVRESAMPLE handle, ULONGLONG offset);
+
+/// n source frames in destination frames: n x ratio - phase, truncated. A process call may make a frame more or less.
+QV_FUNCTION DWORD QvAudio_ResampleGetDstFromSrc(HQVRESAMPLE handle, DWORD frames);
+/// n destination frames in source frames: the integer part of n x inverse + phase + 0.499999985, and 1 when the rate
+/// rises. A process call that is driven by its output may read a frame more.
+QV_FUNCTION DWORD QvAudio_ResampleGetSrcFromDst(HQVRESAMPLE handle, DWORD frames);
+/// The source frames that the next process call driven by its output reads for so many frames.
+QV_FUNCTION DWORD QvAudio_ResampleGetExactSrcFromDst(HQVRESAMPLE handle, DWORD frames);
+/// Sets what stands before the next block, in the first and the second channel: full scale is 1.0.
+QV_FUNCTION void QvAudio_ResampleStuffPrevSample(HQVRESAMPLE handle, double first, double second);
