@@ -91,8 +91,7 @@ IirDesign make_design(QVIIR_TYPE type, QVIIR_DESIGN design, DWORD order, double 
 
 } // namespace
 
-// ---- life
-// ------------------------------------------------------------------------------------------------------------
+// ---- life ---------------------------------------------------------------------------------------------------------
 
 CQvIIR::CQvIIR() noexcept : filter_(nullptr) {}
 CQvIIR::CQvIIR(const CQvIIR& other) : filter_(other.filter_ == nullptr ? nullptr : new Filter(*other.filter_)) {}
@@ -173,8 +172,7 @@ double CQvIIR::getGain() const { return filter_ == nullptr ? 1.0 : filter_->gain
 double CQvIIR::getDry() const { return filter_ == nullptr ? 0.0 : filter_->dry; }
 DWORD CQvIIR::getLastChannelMask() const { return filter_ == nullptr ? 0 : filter_->last_mask; }
 
-// ---- work
-// ------------------------------------------------------------------------------------------------------------
+// ---- work ---------------------------------------------------------------------------------------------------------
 
 /// load(frame) answers the input, also after store(frame, output) of earlier frames.
 template <class Value, class Load, class Store>

@@ -28,8 +28,7 @@ struct PolePair {
 PolePair conjugates(Complex pole) { return {pole, std::conj(pole)}; }
 bool is_real(Complex value) { return std::fabs(value.imag()) < kEqual; }
 
-// ---- prototypes: poles in the left half plane, an edge at 1
-// ----------------------------------------------------------
+// ---- prototypes: poles in the left half plane, an edge at 1 -------------------------------------------------------
 
 /// The poles of order n at the angles (i + 0.5) pi / n, on an ellipse of these half axes.
 std::vector<PolePair> elliptic_poles(DWORD order, double real_axis, double imaginary_axis) {
@@ -59,8 +58,7 @@ std::vector<PolePair> prototype(QVIIR_DESIGN design, DWORD order) {
   return elliptic_poles(order, std::sinh(mu), std::cosh(mu));
 }
 
-// ---- to the z plane
-// --------------------------------------------------------------------------------------------------
+// ---- to the z plane -----------------------------------------------------------------------------------------------
 
 double prewarped(double frequency) { return 2.0 * std::tan(pi * frequency); }
 Complex bilinear(Complex s) { return (2.0 + s) / (2.0 - s); }

@@ -1,6 +1,6 @@
 // Linear interpolation, a kernel per sample type.
-#include "audio/kernels/table_builder.h"
 #include "audio/resample/block.h"
+#include "audio/resample/type_functions.h"
 
 namespace qv::audio {
 
@@ -75,14 +75,6 @@ template <class Layout>
 void load(double* dst, const uint8_t* src, size_t samples) {
   for (size_t k = 0; k < samples; ++k)
     dst[k] = load_normalised<Layout>(src + k * Layout::bytes);
-}
-
-template <class Function, template <class> class Of>
-constexpr auto function_table() {
-  return []<size_t... kRows>(std::index_sequence<kRows...>) {
-    return std::array<Function, sizeof...(kRows)>{Of<std::tuple_element_t<kRows, Layouts>>::value...};
-  }
-  (std::make_index_sequence<kSampleTypes.size()>{});
 }
 
 template <class Layout>

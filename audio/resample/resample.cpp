@@ -1,4 +1,5 @@
 // Converters: opened, driven block by block, asked where they stand.
+#include "audio/resample/format_pair.h"
 #include "audio/resample/sinc.h"
 
 #include "qv/audio_kernels.h"
@@ -85,27 +86,9 @@ HRESULT set_up(QVRESAMPLE& converter, QVSAMPLETYPE type, DWORD src_rate, DWORD d
   return S_OK;
 }
 
-/// What the formats agree in; rates of 0 where they do not.
-struct FormatPair {
-  QVSAMPLETYPE type{};
-  DWORD src_rate = 0;
-  DWORD dst_rate = 0;
-  DWORD channels = 0;
-
-  FormatPair(const WAVEFORMATEX* dst, const WAVEFORMATEX* src) {
-    if (dst == nullptr || src == nullptr) return;
-    type = QvAudio_GetSampleType(src);
-    if (QvAudio_GetSampleType(dst) != type || dst->nChannels != src->nChannels) return;
-    src_rate = src->nSamplesPerSec;
-    dst_rate = dst->nSamplesPerSec;
-    channels = src->nChannels;
-  }
-};
-
 } // namespace
 
-// ---- process
-// ---------------------------------------------------------------------------------------------------------
+// ---- process ------------------------------------------------------------------------------------------------------
 
 /// The last frames that are counted stand before the next block.
 void QVRESAMPLE::keep_history(const void* src, DWORD counted) {
@@ -162,8 +145,7 @@ DWORD QVRESAMPLE::process(void* dst, void* src, DWORD count) {
   return frames;
 }
 
-// ---- interface
-// -------------------------------------------------------------------------------------------------------
+// ---- interface ----------------------------------------------------------------------------------------------------
 
 HRESULT QvAudio_ResampleOpen(HQVRESAMPLE* handle, QVSAMPLETYPE type, DWORD srcRate, DWORD dstRate, DWORD channels,
                              DWORD flags) {

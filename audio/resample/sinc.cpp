@@ -40,14 +40,6 @@ double weight_at(double distance) {
   return table[entry] + (table[entry + 1] - table[entry]) * (at - static_cast<double>(entry));
 }
 
-SincProduct sinc_product() {
-  switch (QvGetKernelLevel()) {
-  case QVKERNELLEVEL_AVX512: return sinc_product_avx512;
-  case QVKERNELLEVEL_AVX2: return sinc_product_avx2;
-  default: return sinc_product_sse2;
-  }
-}
-
 /// What a chunk works on: pairs of channels, as doubles.
 constexpr size_t kChunkFrames = 512;
 constexpr size_t kWindowFrames = kChunkFrames + kSincRow / 2;
@@ -117,7 +109,7 @@ private:
         row = bank_.row(part);
       }
       double sums[2];
-      product_(sums, window_ + 2 * ahead, row);
+      product_(sums, window_ + 2 * ahead, row, kSincRow);
       store(done + k, channel, sums[0]);
       if (channel + 1 < block_.channels) store(done + k, channel + 1, sums[1]);
       part += step % denominator;
@@ -138,6 +130,14 @@ private:
 };
 
 } // namespace
+
+SincProduct sinc_product() {
+  switch (QvGetKernelLevel()) {
+  case QVKERNELLEVEL_AVX512: return sinc_product_avx512;
+  case QVKERNELLEVEL_AVX2: return sinc_product_avx2;
+  default: return sinc_product_sse2;
+  }
+}
 
 void sinc_weights(double (&row)[kSincRow], double fraction) {
   for (DWORD tap = 0; tap < kSincTaps; ++tap) {

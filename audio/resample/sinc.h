@@ -2,6 +2,7 @@
 #pragma once
 
 #include "audio/resample/block.h"
+#include "audio/resample/sinc_product.h"
 
 #include <memory>
 
@@ -32,11 +33,5 @@ private:
 
 /// Float or double.
 void run_sinc(const ResampleBlock& block, QVSAMPLETYPE type, const SincBank& bank);
-
-/// Sums of products of kSincRow doubles, of even and odd places: one for each kernel level.
-using SincProduct = void (*)(double (&sums)[2], const double* frames, const double* row);
-void sinc_product_sse2(double (&sums)[2], const double* frames, const double* row);
-void sinc_product_avx2(double (&sums)[2], const double* frames, const double* row);
-void sinc_product_avx512(double (&sums)[2], const double* frames, const double* row);
 
 } // namespace qv::audio

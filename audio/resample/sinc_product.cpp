@@ -2,7 +2,7 @@
 // that it has; the sums differ between levels by their rounding alone.
 //
 // Compiled with QV_SINC_PRODUCT, the function's name, and QV_SINC_VECTOR, the bytes of a vector.
-#include "audio/resample/sinc.h"
+#include "audio/resample/sinc_product.h"
 
 #include <cstring>
 
@@ -11,9 +11,8 @@ namespace qv::audio {
 namespace {
 
 template <class Lanes>
-void product(double (&sums)[2], const double* frames, const double* row) {
+void product(double (&sums)[2], const double* frames, const double* row, size_t count) {
   constexpr size_t kLanes = sizeof(Lanes) / sizeof(double);
-  static_assert(kSincRow % kLanes == 0);
   Lanes even{};
   Lanes odd{};
   const auto add = [&](Lanes& sum, size_t at) {
@@ -23,11 +22,11 @@ void product(double (&sums)[2], const double* frames, const double* row) {
     sum += a * b;
   };
   size_t at = 0;
-  for (; at + 2 * kLanes <= kSincRow; at += 2 * kLanes) {
+  for (; at + 2 * kLanes <= count; at += 2 * kLanes) {
     add(even, at);
     add(odd, at + kLanes);
   }
-  for (; at < kSincRow; at += kLanes)
+  for (; at < count; at += kLanes)
     add(even, at);
   even += odd;
   double lanes[kLanes];
@@ -43,6 +42,8 @@ using Vector = double __attribute__((vector_size(QV_SINC_VECTOR)));
 
 } // namespace
 
-void QV_SINC_PRODUCT(double (&sums)[2], const double* frames, const double* row) { product<Vector>(sums, frames, row); }
+void QV_SINC_PRODUCT(double (&sums)[2], const double* frames, const double* row, size_t count) {
+  product<Vector>(sums, frames, row, count);
+}
 
 } // namespace qv::audio

@@ -69,6 +69,24 @@ public:
   }
   DWORD read_for(DWORD frames) const { return counted_for(frames) + (is_rising() ? 1 : 0); }
 
+  /// Makes parts so fine that the next output can be put anywhere; the rates stay.
+  void refine() {
+    constexpr uint64_t kFine = uint64_t{1} << 24;
+    const uint64_t factor = denominator_ < kFine ? kFine / denominator_ : 1;
+    step_ *= factor;
+    denominator_ *= factor;
+  }
+  /// Puts the next output there.
+  void move_to(int64_t frame, double fraction) {
+    const auto parts = static_cast<int64_t>(fraction * static_cast<double>(denominator_) + 0.5);
+    phase_ = frame * static_cast<int64_t>(denominator_) + parts;
+  }
+  /// Whether output n and half a step behind it lie before the end of so many source frames.
+  bool is_within(uint64_t output, int64_t source) const {
+    const Wide parts = Wide{phase_} + static_cast<Wide>(output) * step_;
+    return 2 * parts + step_ <= 2 * Wide{source} * denominator_;
+  }
+
   void advance(DWORD frames, DWORD source) {
     phase_ += static_cast<int64_t>(static_cast<Wide>(frames) * step_ - static_cast<Wide>(source) * denominator_);
   }

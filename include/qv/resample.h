@@ -98,3 +98,57 @@ QV_FUNCTION DWORD QvAudio_ResampleGetSrcFromDst(HQVRESAMPLE handle, DWORD frames
 QV_FUNCTION DWORD QvAudio_ResampleGetExactSrcFromDst(HQVRESAMPLE handle, DWORD frames);
 /// Sets what stands before the next block, in the first and the second channel: full scale is 1.0.
 QV_FUNCTION void QvAudio_ResampleStuffPrevSample(HQVRESAMPLE handle, double first, double second);
+
+// ---- streaming -----------------------------------------------------------------------------------------------------
+//
+// The second generation takes what source frames there are and gives what frames fit; it reads no frame that it is not
+// given, never writes to its source, and its output is in time with its input: frame n stands at n x inverse. What it
+// has to wait for at the end comes by a flush.
+
+struct QVRESAMPLE2;
+using HQVRESAMPLE2 = QVRESAMPLE2*;
+
+enum QVRESAMPLE2_QUALITY : DWORD {
+  QVRESAMPLE2_LINEAR = 0,
+  QVRESAMPLE2_FILTERED = 1, ///< linear behind a low-pass of order 4 when the rate falls
+  QVRESAMPLE2_SINC = 2,     ///< 25 taps, behind a low-pass of order 6 when the rate falls
+  QVRESAMPLE2_BEST = 3,     ///< flat to 0.907 of the lower half rate, 120 dB down from the half rate on
+};
+
+/// E_INVALIDARG, with a null handle: null `handle`, rates or channels of 0, rates more than 4,096 times apart, a sample
+/// type without kernels, another quality. E_OUTOFMEMORY, the same. Integer types work with every quality.
+QV_FUNCTION HRESULT QvAudio_Resample2Open(HQVRESAMPLE2* handle, QVSAMPLETYPE type, DWORD srcRate, DWORD dstRate,
+                                          DWORD channels, QVRESAMPLE2_QUALITY quality);
+/// The same between two formats, which agree in sample type and channels.
+QV_FUNCTION HRESULT QvAudio_Resample2OpenEx(HQVRESAMPLE2* handle, const WAVEFORMATEX* dstFormat,
+                                            const WAVEFORMATEX* srcFormat, QVRESAMPLE2_QUALITY quality);
+/// Begin anew, as if just opened so. A failure leaves the converter as it was; E_INVALIDARG also for a null handle.
+QV_FUNCTION HRESULT QvAudio_Resample2Reset(HQVRESAMPLE2 handle, QVSAMPLETYPE type, DWORD srcRate, DWORD dstRate,
+                                           DWORD channels, QVRESAMPLE2_QUALITY quality);
+QV_FUNCTION HRESULT QvAudio_Resample2ResetEx(HQVRESAMPLE2 handle, const WAVEFORMATEX* dstFormat,
+                                             const WAVEFORMATEX* srcFormat, QVRESAMPLE2_QUALITY quality);
+QV_FUNCTION void QvAudio_Resample2Close(HQVRESAMPLE2 handle);
+
+/// Takes up to srcFrames frames (`used`) and makes up to dstCapacity (`written`); call again with the rest until all
+/// are used. src null flushes: the call makes what is left, up to the source frames x ratio, rounded, in all; 0 written
+/// is the end, behind which only a reset takes frames. Allocates nothing. E_INVALIDARG: a null handle, dst, written or
+/// used; frames behind a flush.
+QV_FUNCTION HRESULT QvAudio_Resample2Process(HQVRESAMPLE2 handle, void* dst, DWORD dstCapacity, DWORD* written,
+                                             const void* src, DWORD srcFrames, DWORD* used);
+/// Other rates from the next frame on, without a break in the source's time. Results as for opening; a failure changes
+/// nothing. The low-pass of a falling rate starts afresh. Frames that a longer filter would look back to and that are
+/// gone count as silence.
+QV_FUNCTION HRESULT QvAudio_Resample2SetRates(HQVRESAMPLE2 handle, DWORD srcRate, DWORD dstRate);
+
+/// Source frames that are taken before the frame that stands with the first of them is made.
+QV_FUNCTION DWORD QvAudio_Resample2GetLatency(HQVRESAMPLE2 handle);
+/// Frames taken and made since the converter was opened.
+QV_FUNCTION ULONGLONG QvAudio_Resample2GetSrcPos(HQVRESAMPLE2 handle);
+QV_FUNCTION ULONGLONG QvAudio_Resample2GetDstPos(HQVRESAMPLE2 handle);
+/// The source frames that have still to be given for so many more.
+QV_FUNCTION DWORD QvAudio_Resample2GetSrcFromDst(HQVRESAMPLE2 handle, DWORD frames);
+
+/// Makes a frame of the average of each `factor` source frames: srcFrames / factor frames, which are answered; what is
+/// left over is not looked at. In double precision; dst may be src. 0 for a factor of 0 or a type without kernels.
+QV_FUNCTION DWORD QvDownSample(QVSAMPLETYPE type, DWORD channels, void* dst, const void* src, DWORD srcFrames,
+                               DWORD factor);

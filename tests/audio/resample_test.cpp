@@ -320,8 +320,7 @@ TEST(Resample, ExtremeRatiosEnd) {
   EXPECT_EQ(QvAudio_ResampleEx(down, dst.data(), src.data(), 10), 0u);
 }
 
-// ---- quality
-// ---------------------------------------------------------------------------------------------------------
+// ---- quality ------------------------------------------------------------------------------------------------------
 
 /// What is left of a sine after a conversion, in dB below it, without the first frames.
 double residual(Rates rates, double hertz, DWORD flags) {

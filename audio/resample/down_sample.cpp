@@ -1,0 +1,42 @@
+// Averages of groups of frames.
+#include "audio/resample/type_functions.h"
+
+#include "qv/resample.h"
+
+namespace qv::audio {
+
+namespace {
+
+using Average = void (*)(uint8_t* dst, const uint8_t* src, size_t frames, size_t factor, size_t channels);
+
+/// Forward: a group is read whole before the frame that it becomes, which lies no further on, is written.
+template <class Layout>
+void average(uint8_t* dst, const uint8_t* src, size_t frames, size_t factor, size_t channels) {
+  for (size_t frame = 0; frame < frames; ++frame)
+    for (size_t channel = 0; channel < channels; ++channel) {
+      double sum = 0.0;
+      for (size_t k = 0; k < factor; ++k)
+        sum += load_normalised<Layout>(src + ((frame * factor + k) * channels + channel) * Layout::bytes);
+      store_normalised<Layout>(dst + (frame * channels + channel) * Layout::bytes, sum / static_cast<double>(factor));
+    }
+}
+
+template <class Layout>
+struct AverageOf {
+  static constexpr Average value = average<Layout>;
+};
+
+constexpr auto kAverages = function_table<Average, AverageOf>();
+
+} // namespace
+
+} // namespace qv::audio
+
+DWORD QvDownSample(QVSAMPLETYPE type, DWORD channels, void* dst, const void* src, DWORD srcFrames, DWORD factor) {
+  const int index = qv::audio::sample_type_index(type);
+  if (factor == 0 || index < 0) return 0;
+  const DWORD frames = srcFrames / factor;
+  qv::audio::kAverages[static_cast<size_t>(index)](static_cast<uint8_t*>(dst), static_cast<const uint8_t*>(src), frames,
+                                                   factor, channels);
+  return frames;
+}

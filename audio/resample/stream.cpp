@@ -1,0 +1,293 @@
+// Streaming converters: frames wait as doubles until all that an output looks at are there.
+#include "audio/resample/block.h"
+#include "audio/resample/format_pair.h"
+#include "audio/resample/sinc_product.h"
+#include "audio/resample/tap_rows.h"
+
+#include "qv/audio_kernels.h"
+#include "qv/filter.h"
+#include "qv/resample.h"
+
+#include <cmath>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <vector>
+
+using namespace qv::audio;
+
+namespace {
+
+constexpr DWORD kChunkFrames = 256; ///< taken at a time
+constexpr DWORD kMostRatio = 4096;
+
+} // namespace
+
+struct QVRESAMPLE2 {
+  QVSAMPLETYPE type;
+  DWORD channels;
+  QVRESAMPLE2_QUALITY quality;
+  Timeline timeline; ///< in source frames from the first that waits
+  TapRows rows;
+  bool has_filter = false;
+  CQvIIR filter;
+  LoadFrames load;
+  QVAUDIO_COPYFUNC store;
+  SincProduct product;
+
+  // Channels two by two: those of a pair side by side, one pair's frames after the other's.
+  DWORD capacity; ///< frames
+  DWORD waiting;
+  std::vector<double> frames;
+  std::vector<double> chunk;     ///< interleaved, of the source
+  std::vector<double> own_row;   ///< where there is no table
+  std::vector<double> one_frame; ///< of the destination
+  bool is_flushing = false;
+  DWORD end = 0; ///< while flushing: where the padding begins
+  ULONGLONG taken = 0;
+  ULONGLONG made = 0;
+
+  size_t pairs() const { return (size_t{channels} + 1) / 2; }
+  size_t pair_size() const { return 2 * size_t{capacity} + 8; }
+  DWORD real_frames() const { return is_flushing ? end : waiting; }
+
+  HRESULT set_up(QVSAMPLETYPE new_type, DWORD src_rate, DWORD dst_rate, DWORD new_channels,
+                 QVRESAMPLE2_QUALITY new_quality, const QVRESAMPLE2* old);
+  void take_over(const QVRESAMPLE2& old);
+  bool is_ready(uint64_t output) const;
+  void make(uint8_t* dst);
+  void discard();
+  DWORD take(const uint8_t* src, DWORD count);
+  void pad();
+  void append(const double* interleaved, DWORD count);
+};
+
+/// `old`: the converter that this one goes on from, or null.
+HRESULT QVRESAMPLE2::set_up(QVSAMPLETYPE new_type, DWORD src_rate, DWORD dst_rate, DWORD new_channels,
+                            QVRESAMPLE2_QUALITY new_quality, const QVRESAMPLE2* old) {
+  if (src_rate == 0 || dst_rate == 0 || new_channels == 0 || new_quality > QVRESAMPLE2_BEST) return E_INVALIDARG;
+  if (src_rate / kMostRatio > dst_rate || dst_rate / kMostRatio > src_rate) return E_INVALIDARG;
+  load = load_frames(new_type);
+  if (load == nullptr) return E_INVALIDARG;
+  type = new_type;
+  channels = new_channels;
+  quality = new_quality;
+  store = QvAudio_GetCopyFunction2(type, QVSAMPLE_FLOAT64);
+  product = sinc_product();
+  timeline = Timeline(src_rate, dst_rate);
+  if (old != nullptr && old->timeline.position(0).part != 0) timeline.refine();
+  rows = TapRows(quality, timeline);
+  const bool filters = quality == QVRESAMPLE2_FILTERED || quality == QVRESAMPLE2_SINC;
+  if (filters && timeline.is_falling()) {
+    const DWORD order = quality == QVRESAMPLE2_SINC ? 6 : 4;
+    const HRESULT result =
+        filter.Design(QVIIR_LOWPASS, QVIIR_CHEBYSHEV, order, 0.5 * timeline.ratio(), 0.0, 0.0, channels, 0);
+    if (FAILED(result)) return result;
+    has_filter = true;
+  }
+  capacity = rows.before() + rows.ahead() + static_cast<DWORD>(timeline.inverse()) + 2 + kChunkFrames +
+             (old == nullptr ? 0 : old->waiting);
+  frames.resize(pairs() * pair_size());
+  chunk.resize(size_t{kChunkFrames} * channels);
+  own_row.resize(rows.row_size());
+  one_frame.resize(2 * pairs());
+  waiting = rows.before(); // silence before the first frame
+  timeline.move_to(waiting, 0.0);
+  return S_OK;
+}
+
+/// What waits, and the position within it. There is room for all of it.
+void QVRESAMPLE2::take_over(const QVRESAMPLE2& old) {
+  const SourcePosition next = old.timeline.position(0);
+  // As many frames before the next output as are there and looked at; it may stand behind all that wait.
+  const auto until = std::min<int64_t>(next.frame, old.waiting);
+  const auto back = std::min<int64_t>(until, rows.before());
+  const auto first = static_cast<DWORD>(until - back);
+  const DWORD kept = old.waiting - first;
+  const auto silent = static_cast<DWORD>(rows.before() - back);
+  for (size_t pair = 0; pair < pairs(); ++pair)
+    std::memcpy(&frames[pair * pair_size() + 2 * size_t{silent}],
+                &old.frames[pair * old.pair_size() + 2 * size_t{first}], 2 * sizeof(double) * kept);
+  waiting = silent + kept;
+  timeline.move_to(next.frame - first + silent,
+                   static_cast<double>(next.part) / static_cast<double>(old.timeline.denominator()));
+  taken = old.taken;
+  made = old.made;
+}
+
+/// Whether all frames that an output looks at are there, and it belongs to those that are no padding.
+bool QVRESAMPLE2::is_ready(uint64_t output) const {
+  return timeline.position(output).frame + rows.ahead() < static_cast<int64_t>(waiting) &&
+         timeline.is_within(output, real_frames());
+}
+
+/// The next output.
+void QVRESAMPLE2::make(uint8_t* dst) {
+  const SourcePosition at = timeline.position(0);
+  const double* const row = rows.row(at.part, own_row.data());
+  const size_t first = 2 * static_cast<size_t>(at.frame - rows.before());
+  for (size_t pair = 0; pair < pairs(); ++pair) {
+    double sums[2];
+    product(sums, &frames[pair * pair_size() + first], row, rows.row_size());
+    one_frame[2 * pair] = sums[0];
+    one_frame[2 * pair + 1] = sums[1];
+  }
+  store(dst, one_frame.data(), static_cast<LONG>(channels), 1.0f);
+  timeline.advance(1, 0);
+}
+
+/// Frames that no output looks back to any more.
+void QVRESAMPLE2::discard() {
+  const int64_t needed_from = timeline.position(0).frame - rows.before();
+  const auto count = static_cast<DWORD>(std::clamp<int64_t>(needed_from, 0, waiting));
+  if (count == 0) return;
+  for (size_t pair = 0; pair < pairs(); ++pair) {
+    double* const first = &frames[pair * pair_size()];
+    std::memmove(first, first + 2 * size_t{count}, 2 * sizeof(double) * (waiting - count));
+  }
+  waiting -= count;
+  end -= std::min(end, count);
+  timeline.advance(0, count);
+}
+
+void QVRESAMPLE2::append(const double* interleaved, DWORD count) {
+  for (size_t pair = 0; pair < pairs(); ++pair) {
+    double* at = &frames[pair * pair_size() + 2 * size_t{waiting}];
+    const bool has_second = 2 * pair + 1 < channels;
+    for (DWORD k = 0; k < count; ++k, at += 2) {
+      at[0] = interleaved[size_t{k} * channels + 2 * pair];
+      at[1] = has_second ? interleaved[size_t{k} * channels + 2 * pair + 1] : 0.0;
+    }
+  }
+  waiting += count;
+}
+
+DWORD QVRESAMPLE2::take(const uint8_t* src, DWORD count) {
+  count = std::min({count, kChunkFrames, capacity - waiting});
+  load(chunk.data(), src, size_t{count} * channels);
+  if (has_filter) filter.ProcessDouble(chunk.data(), chunk.data(), count, 0);
+  append(chunk.data(), count);
+  taken += count;
+  return count;
+}
+
+/// Behind the last frame: silence, or for linear interpolation, which would fade towards it, the frame again.
+void QVRESAMPLE2::pad() {
+  const DWORD count = std::min(kChunkFrames, capacity - waiting);
+  const bool repeats = quality <= QVRESAMPLE2_FILTERED && waiting > 0;
+  for (size_t sample = 0; sample < size_t{count} * channels; ++sample) {
+    const size_t channel = sample % channels;
+    const size_t last = channel / 2 * pair_size() + 2 * (size_t{waiting} - 1) + channel % 2;
+    chunk[sample] = repeats ? frames[last] : 0.0;
+  }
+  append(chunk.data(), count);
+}
+
+namespace {
+
+HRESULT open_stream(HQVRESAMPLE2* handle, QVSAMPLETYPE type, DWORD src_rate, DWORD dst_rate, DWORD channels,
+                    QVRESAMPLE2_QUALITY quality, const QVRESAMPLE2* old) {
+  if (handle == nullptr) return E_INVALIDARG;
+  *handle = nullptr;
+  try {
+    auto converter = std::make_unique<QVRESAMPLE2>();
+    const HRESULT result = converter->set_up(type, src_rate, dst_rate, channels, quality, old);
+    if (SUCCEEDED(result)) *handle = converter.release();
+    return result;
+  } catch (const std::exception&) { // no memory, or more than there can be
+    return E_OUTOFMEMORY;
+  }
+}
+
+} // namespace
+
+// ---- interface ----------------------------------------------------------------------------------------------------
+
+HRESULT QvAudio_Resample2Open(HQVRESAMPLE2* handle, QVSAMPLETYPE type, DWORD srcRate, DWORD dstRate, DWORD channels,
+                              QVRESAMPLE2_QUALITY quality) {
+  return open_stream(handle, type, srcRate, dstRate, channels, quality, nullptr);
+}
+
+HRESULT QvAudio_Resample2OpenEx(HQVRESAMPLE2* handle, const WAVEFORMATEX* dstFormat, const WAVEFORMATEX* srcFormat,
+                                QVRESAMPLE2_QUALITY quality) {
+  const FormatPair pair(dstFormat, srcFormat);
+  return QvAudio_Resample2Open(handle, pair.type, pair.src_rate, pair.dst_rate, pair.channels, quality);
+}
+
+HRESULT QvAudio_Resample2Reset(HQVRESAMPLE2 handle, QVSAMPLETYPE type, DWORD srcRate, DWORD dstRate, DWORD channels,
+                               QVRESAMPLE2_QUALITY quality) {
+  if (handle == nullptr) return E_INVALIDARG;
+  HQVRESAMPLE2 fresh = nullptr;
+  const HRESULT result = QvAudio_Resample2Open(&fresh, type, srcRate, dstRate, channels, quality);
+  if (FAILED(result)) return result;
+  *handle = std::move(*fresh);
+  QvAudio_Resample2Close(fresh);
+  return S_OK;
+}
+
+HRESULT QvAudio_Resample2ResetEx(HQVRESAMPLE2 handle, const WAVEFORMATEX* dstFormat, const WAVEFORMATEX* srcFormat,
+                                 QVRESAMPLE2_QUALITY quality) {
+  const FormatPair pair(dstFormat, srcFormat);
+  return QvAudio_Resample2Reset(handle, pair.type, pair.src_rate, pair.dst_rate, pair.channels, quality);
+}
+
+void QvAudio_Resample2Close(HQVRESAMPLE2 handle) { delete handle; }
+
+HRESULT QvAudio_Resample2SetRates(HQVRESAMPLE2 handle, DWORD srcRate, DWORD dstRate) {
+  if (handle == nullptr) return E_INVALIDARG;
+  HQVRESAMPLE2 fresh = nullptr;
+  const HRESULT result = open_stream(&fresh, handle->type, srcRate, dstRate, handle->channels, handle->quality, handle);
+  if (FAILED(result)) return result;
+  fresh->take_over(*handle);
+  *handle = std::move(*fresh);
+  QvAudio_Resample2Close(fresh);
+  return S_OK;
+}
+
+HRESULT QvAudio_Resample2Process(HQVRESAMPLE2 handle, void* dst, DWORD dstCapacity, DWORD* written, const void* src,
+                                 DWORD srcFrames, DWORD* used) {
+  if (handle == nullptr || dst == nullptr || written == nullptr || used == nullptr) return E_INVALIDARG;
+  *written = *used = 0;
+  if (src != nullptr && handle->is_flushing) return E_INVALIDARG;
+  if (src == nullptr && !handle->is_flushing) {
+    handle->is_flushing = true;
+    handle->end = handle->waiting;
+  }
+  const size_t sample_bytes = QvAudio_BytesFromSampleType(handle->type);
+  const size_t frame_bytes = sample_bytes * handle->channels;
+  for (;;) {
+    while (*written < dstCapacity && handle->is_ready(0)) {
+      handle->make(static_cast<uint8_t*>(dst) + *written * frame_bytes);
+      ++*written;
+    }
+    handle->discard();
+    if (*written == dstCapacity) break;
+    if (src == nullptr) {
+      if (!handle->timeline.is_within(0, handle->end)) break;
+      handle->pad();
+    } else {
+      if (*used == srcFrames) break;
+      *used += handle->take(static_cast<const uint8_t*>(src) + *used * frame_bytes, srcFrames - *used);
+    }
+  }
+  handle->made += *written;
+  return S_OK;
+}
+
+DWORD QvAudio_Resample2GetLatency(HQVRESAMPLE2 handle) {
+  const auto half_step = static_cast<DWORD>(std::ceil(handle->timeline.inverse() / 2.0));
+  return std::max(handle->rows.ahead() + 1, half_step);
+}
+
+ULONGLONG QvAudio_Resample2GetSrcPos(HQVRESAMPLE2 handle) { return handle->taken; }
+ULONGLONG QvAudio_Resample2GetDstPos(HQVRESAMPLE2 handle) { return handle->made; }
+
+DWORD QvAudio_Resample2GetSrcFromDst(HQVRESAMPLE2 handle, DWORD frames) {
+  if (frames == 0) return 0;
+  const Timeline& timeline = handle->timeline;
+  const SourcePosition last = timeline.position(frames - 1);
+  int64_t needed = last.frame + handle->rows.ahead() + 1;
+  while (!timeline.is_within(frames - 1, needed))
+    needed += std::max<int64_t>(1, static_cast<int64_t>(timeline.inverse() / 2.0) - handle->rows.ahead() - 1);
+  return static_cast<DWORD>(std::clamp<int64_t>(needed - handle->waiting, 0, 0xFFFFFFFF));
+}

@@ -1,0 +1,39 @@
+// The weights of the frames around a position, for each quality of the streaming converter.
+#pragma once
+
+#include "audio/resample/timeline.h"
+
+#include "qv/resample.h"
+
+#include <vector>
+
+namespace qv::audio {
+
+class TapRows {
+public:
+  TapRows() = default;
+  /// Throws std::bad_alloc.
+  TapRows(QVRESAMPLE2_QUALITY quality, const Timeline& timeline);
+
+  /// The frames that an output looks back and ahead, beside the one that it stands at or behind.
+  DWORD before() const { return before_; }
+  DWORD ahead() const { return ahead_; }
+  /// Doubles of a row: a weight for each frame, oldest first, each twice; zeros behind them up to a multiple of 8.
+  size_t row_size() const { return row_size_; }
+  /// The row of a part of a frame. `own`: room for a row, used where there is no table of them.
+  const double* row(uint64_t part, double* own) const;
+
+private:
+  void fill(double* row, double fraction) const;
+  void fill_best(double* row, double fraction) const;
+
+  QVRESAMPLE2_QUALITY quality_ = QVRESAMPLE2_LINEAR;
+  uint64_t denominator_ = 1;
+  double scale_ = 1.0; ///< zeros of the filter per source frame
+  DWORD before_ = 0;
+  DWORD ahead_ = 0;
+  size_t row_size_ = 0;
+  std::vector<double> rows_;
+};
+
+} // namespace qv::audio
