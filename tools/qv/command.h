@@ -14,6 +14,7 @@ void add_info(CLI::App& app, Work& chosen);
 void add_convert(CLI::App& app, Work& chosen);
 void add_stats(CLI::App& app, Work& chosen);
 void add_cpu(CLI::App& app, Work& chosen);
+void add_filter(CLI::App& app, Work& chosen);
 void add_repair(CLI::App& app, Work& chosen);
 void add_settings(CLI::App& app, Work& chosen);
 void add_tag(CLI::App& app, Work& chosen);

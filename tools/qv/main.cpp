@@ -38,7 +38,7 @@ int wrong_usage(const CLI::ParseError& error) {
 } // namespace
 
 int main(int argc, char** argv) {
-  CLI::App app("Reads, converts, measures and mends audio files; converts times; reads and writes settings.", "qv");
+  CLI::App app("Reads, converts, filters, measures and mends audio files; converts times; reads and writes settings.", "qv");
   app.require_subcommand(0, 1);
   app.set_version_flag("--version", QV_PROGRAM_VERSION);
   Work chosen;
@@ -46,6 +46,7 @@ int main(int argc, char** argv) {
   add_convert(app, chosen);
   add_stats(app, chosen);
   add_cpu(app, chosen);
+  add_filter(app, chosen);
   add_repair(app, chosen);
   add_settings(app, chosen);
   add_tag(app, chosen);

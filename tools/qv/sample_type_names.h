@@ -24,4 +24,17 @@ inline std::vector<std::string> type_names() {
   return names;
 }
 
+/// The type of that name; for "" the source's own, or the nearest that a wave file usually has.
+inline QVSAMPLETYPE output_type(const std::string& name, QVSAMPLETYPE source) {
+  for (const TypeName& row : kTypeNames) {
+    if (name.empty() ? row.type == source : row.name == name) return row.type;
+  }
+  switch (QvAudio_BitsFromSampleType(source)) {
+  case 8: return QVSAMPLE_PCM8;
+  case 16: return QVSAMPLE_PCM16;
+  case 24: return QVSAMPLE_PCM24;
+  default: return source == QVSAMPLE_PCM24IN32 ? QVSAMPLE_PCM24 : QVSAMPLE_PCM32;
+  }
+}
+
 } // namespace qv::tool
