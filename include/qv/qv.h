@@ -6,6 +6,7 @@
 #include "qv/audio_kernels.h"
 #include "qv/cpu.h"
 #include "qv/filter.h"
+#include "qv/fir.h"
 #include "qv/iff.h"
 #include "qv/language.h"
 #include "qv/list.h"
