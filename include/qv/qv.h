@@ -5,6 +5,7 @@
 #include "qv/audio_channels.h"
 #include "qv/audio_kernels.h"
 #include "qv/cpu.h"
+#include "qv/dither.h"
 #include "qv/filter.h"
 #include "qv/fir.h"
 #include "qv/iff.h"
