@@ -6,6 +6,7 @@
 #include "qv/audio_kernels.h"
 #include "qv/cpu.h"
 #include "qv/dither.h"
+#include "qv/equalizer.h"
 #include "qv/filter.h"
 #include "qv/fir.h"
 #include "qv/iff.h"
