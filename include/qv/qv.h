@@ -20,6 +20,7 @@
 #include "qv/result.h"
 #include "qv/riff.h"
 #include "qv/riff64.h"
+#include "qv/signal.h"
 #include "qv/smpte.h"
 #include "qv/summary.h"
 #include "qv/text.h"
