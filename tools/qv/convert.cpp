@@ -47,8 +47,8 @@ _qvwaveformat output_format(const WaveInput& input, QVSAMPLETYPE type, const Cha
     throw Failure(input.name(), std::to_string(channels) + " channels of this sample type do not fit a wave file");
   }
   _qvwaveformat format;
-  format.Init(rate, type, static_cast<WORD>(channels),
-              channels == source.channels ? source.channelMask : 0, sizeof format);
+  format.Init(rate, type, static_cast<WORD>(channels), channels == source.channels ? source.channelMask : 0,
+              sizeof format);
   return format;
 }
 
@@ -128,7 +128,8 @@ std::string check_channels(const std::string& text) {
 
 void add_convert(CLI::App& app, Work& chosen) {
   auto options = std::make_shared<Options>();
-  CLI::App* command = app.add_subcommand("convert", "Write a wave file with another sample type, level, rate or channels");
+  CLI::App* command =
+      app.add_subcommand("convert", "Write a wave file with another sample type, level, rate or channels");
   command->add_option("IN", options->in, "File to read: RIFF wave, Wave64, AIFF or AIFF-C")->required();
   command->add_option("OUT", options->out, "Wave file to write, Wave64 for .w64; it appears whole or not at all")
       ->required();

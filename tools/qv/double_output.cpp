@@ -33,8 +33,8 @@ std::vector<std::string> DoubleOutput::dither_names() {
 
 DoubleOutput::DoubleOutput(WaveOutput& output, const std::string& name, const _qvwaveformat& format,
                            const std::string& dither)
-    : output_(output), channels_(format.channels), store_(QvAudio_GetCopyFunction2(format.sampleType, QVSAMPLE_FLOAT64)),
-      sample_bytes_(format.BytesPerSample()) {
+    : output_(output), channels_(format.channels),
+      store_(QvAudio_GetCopyFunction2(format.sampleType, QVSAMPLE_FLOAT64)), sample_bytes_(format.BytesPerSample()) {
   const QVDITHER type = dither_type(dither);
   if (type == QVDITHER_NONE) return; // the kernel rounds as well
   if (format.FormatTag() == WAVE_FORMAT_IEEE_FLOAT) throw Failure(name, "float samples are not dithered");

@@ -51,7 +51,8 @@ int filter(const Options& options) {
   });
   check_interruption();
   if (!options.response.empty())
-    write_response(options.response, options.filter.type + " at " + std::to_string(source.samplesPerSec) + " Hz", chain);
+    write_response(options.response, options.filter.type + " at " + std::to_string(source.samplesPerSec) + " Hz",
+                   chain);
   output.commit();
   return kSuccess;
 }
@@ -70,8 +71,9 @@ void add_filter(CLI::App& app, Work& chosen) {
       ->required();
   command->add_option("--freq", filter_options.frequency, "Edge, or middle of a band, in Hz (1000)")
       ->check(CLI::Range(0.001, 10'000'000.0));
-  command->add_option("--design", filter_options.design,
-                      "Of a pass or stop: butterworth (as it is), chebyshev, bessel or resonator")
+  command
+      ->add_option("--design", filter_options.design,
+                   "Of a pass or stop: butterworth (as it is), chebyshev, bessel or resonator")
       ->check(CLI::IsMember(FilterChain::design_names()));
   command->add_option("--order", filter_options.order, "Of a pass or stop: 1 to 15 (2)")
       ->check(CLI::Range(DWORD{1}, DWORD{QVIIR_MAX_ORDER}));
@@ -79,12 +81,15 @@ void add_filter(CLI::App& app, Work& chosen) {
       ->check(CLI::Range(0.001, 20.0));
   command->add_option("--q", filter_options.q, "Of a resonator (5)")->check(CLI::Range(0.05, 100'000.0));
   command->add_option("--slope", filter_options.slope, "Of a shelf, 0.1 to 1 (1)")->check(CLI::Range(0.1, 1.0));
-  command->add_option("--gain", filter_options.gain,
-                      "dB, -100 to 25, of peak and shelves; a pass or stop with a gain is added to the input")
+  command
+      ->add_option("--gain", filter_options.gain,
+                   "dB, -100 to 25, of peak and shelves; a pass or stop with a gain is added to the input")
       ->check(CLI::Range(-100.0, 25.0));
   command->add_option("--sample-type", options->sample_type, "Of OUT: pcm8, pcm16, pcm24, pcm32, float32 or float64")
       ->check(CLI::IsMember(type_names()));
-  command->add_option("--response", options->response, "Also draw the response into a .svg or .png file, or list it in a .csv")
+  command
+      ->add_option("--response", options->response,
+                   "Also draw the response into a .svg or .png file, or list it in a .csv")
       ->check(CLI::Validator(check_response_name, "FILE"));
   command->callback([options, &chosen] { chosen = [options] { return filter(*options); }; });
 }

@@ -38,7 +38,8 @@ int wrong_usage(const CLI::ParseError& error) {
 } // namespace
 
 int main(int argc, char** argv) {
-  CLI::App app("Reads, converts, filters, measures and mends audio files; converts times; reads and writes settings.", "qv");
+  CLI::App app("Reads, converts, filters, measures and mends audio files; converts times; reads and writes settings.",
+               "qv");
   app.require_subcommand(0, 1);
   app.set_version_flag("--version", QV_PROGRAM_VERSION);
   Work chosen;

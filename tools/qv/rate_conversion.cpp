@@ -39,8 +39,8 @@ uint64_t RateConversion::frames_at(uint64_t frames, DWORD src_rate, DWORD dst_ra
 RateConversion::RateConversion(const std::string& name, DWORD src_rate, DWORD dst_rate, DWORD channels,
                                const std::string& quality)
     : channels_(channels), block_(size_t{kBlockFrames} * channels) {
-  const HRESULT result = QvAudio_Resample2Open(&converter_, QVSAMPLE_FLOAT64, src_rate, dst_rate, channels,
-                                               quality_from(quality));
+  const HRESULT result =
+      QvAudio_Resample2Open(&converter_, QVSAMPLE_FLOAT64, src_rate, dst_rate, channels, quality_from(quality));
   if (result == E_INVALIDARG)
     throw Failure(name, "its rate of " + std::to_string(src_rate) + " Hz is too far from " + std::to_string(dst_rate));
   if (FAILED(result)) throw Failure(name, QvResultText(result));

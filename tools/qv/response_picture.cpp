@@ -31,7 +31,7 @@ constexpr Color kStrong = {0.60, 0.60, 0.60};
 struct Panel {
   const char* label;
   Color color;
-  double Response::* value;
+  double Response::*value;
   double least, most, step; ///< of its axis
 };
 
@@ -50,7 +50,9 @@ std::string number(double value) {
 }
 
 /// 20, 1k, 10k.
-std::string hertz(double frequency) { return frequency >= 1000.0 ? number(frequency / 1000.0) + "k" : number(frequency); }
+std::string hertz(double frequency) {
+  return frequency >= 1000.0 ? number(frequency / 1000.0) + "k" : number(frequency);
+}
 
 class Picture {
 public:
@@ -63,8 +65,8 @@ public:
     cairo_paint(cairo());
     cairo_select_font_face(cairo(), "sans-serif", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL);
     text(title, kLeft, kTop - 20.0, 16.0, 0.0);
-    const Panel panels[kPanels] = {magnitude(), {"phase, degrees", {0.2, 0.5, 0.2}, &Response::phase, -180, 180, 45},
-                                   delay()};
+    const Panel panels[kPanels] = {
+        magnitude(), {"phase, degrees", {0.2, 0.5, 0.2}, &Response::phase, -180, 180, 45}, delay()};
     for (int k = 0; k < kPanels; ++k)
       draw_panel(panels[k], kTop + k * (panel_height() + kGap), k == kPanels - 1);
   }
@@ -85,11 +87,15 @@ private:
     const auto [least, most] = range(&Response::group_delay);
     const double from = std::min(0.0, least);
     const double step = nice_step(std::max(most - from, 1e-6));
-    return {"group delay, ms", {0.7, 0.3, 0.1}, &Response::group_delay, std::floor(from / step) * step,
-            std::max(std::ceil(most / step), 1.0) * step, step};
+    return {"group delay, ms",
+            {0.7, 0.3, 0.1},
+            &Response::group_delay,
+            std::floor(from / step) * step,
+            std::max(std::ceil(most / step), 1.0) * step,
+            step};
   }
 
-  std::pair<double, double> range(double Response::* value) const {
+  std::pair<double, double> range(double Response::*value) const {
     double least = HUGE_VAL;
     double most = -HUGE_VAL;
     for (const Response& each : responses_) {
@@ -139,8 +145,8 @@ private:
   void draw_panel(const Panel& panel, double top, bool is_last) {
     const double bottom = top + panel_height();
     const auto y_of = [&](double value) {
-      return bottom - (std::clamp(value, panel.least, panel.most) - panel.least) / (panel.most - panel.least) *
-                          (bottom - top);
+      return bottom -
+             (std::clamp(value, panel.least, panel.most) - panel.least) / (panel.most - panel.least) * (bottom - top);
     };
     draw_frequencies(top, bottom, is_last);
     const auto lines = static_cast<int>(std::floor((panel.most - panel.least) / panel.step + 1e-9));

@@ -1,0 +1,164 @@
+// CQvDither: quantisation with dither.
+#include "qv/dither.h"
+
+#include "audio/filter/chosen_channels.h"
+#include "audio/filter/parameter_range.h"
+#include "audio/filter/pcg32.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <new>
+#include <utility>
+
+using namespace qv::audio;
+
+namespace {
+
+constexpr DWORD kLeastBits = 2;
+constexpr DWORD kMostBits = 32;
+constexpr DWORD kFloatBits = 25; // a sign and 24 bits of significand
+/// Any input beyond it is clipped, with any dither and error.
+constexpr double kFarOut = 4.0;
+
+/// The generator and the error of one channel.
+struct DitherChannel {
+  Pcg32 generator;
+  double error = 0.0;
+};
+
+/// A well-mixed number of a seed and a channel (SplitMix64: G. L. Steele, D. Lea, C. H. Flood, "Fast splittable
+/// pseudorandom number generators", 2014), so that no two channels start alike.
+uint64_t start_of(uint64_t seed, uint64_t channel) {
+  uint64_t mixed = seed + (channel + 1) * 0x9E3779B97F4A7C15u;
+  mixed = (mixed ^ mixed >> 30) * 0xBF58476D1CE4E5B9u;
+  mixed = (mixed ^ mixed >> 27) * 0x94D049BB133111EBu;
+  return mixed ^ mixed >> 31;
+}
+
+/// To nearest, ties to even: beyond 1.5 x 2^52 a double has no fraction.
+double nearest(double value) {
+  constexpr double kWhole = 6755399441055744.0;
+  return (value + kWhole) - kWhole;
+}
+
+/// One sample in steps: rounded, but not yet clipped.
+template <QVDITHER Type>
+double quantized(double value, DitherChannel& channel) {
+  if constexpr (Type == QVDITHER_NONE) return nearest(value);
+  double noise = channel.generator.next_centred();
+  if constexpr (Type == QVDITHER_RECTANGULAR) return nearest(value + noise);
+  noise += channel.generator.next_centred();
+  if constexpr (Type == QVDITHER_TRIANGULAR) return nearest(value + noise);
+  const double wanted = value - channel.error;
+  const double result = nearest(wanted + noise);
+  channel.error = result - wanted;
+  return result;
+}
+
+template <QVDITHER Type, class Sample>
+void dither_channel(Sample* dst, const Sample* src, size_t frames, size_t stride, double scale,
+                    DitherChannel& channel) {
+  DitherChannel state = channel; // in registers, where dst may be anything
+  const double step = 1.0 / scale;
+  for (size_t k = 0; k < frames; ++k) {
+    const double x = static_cast<double>(src[k * stride]);
+    const double value = std::isnan(x) ? 0.0 : within(x, -kFarOut, kFarOut) * scale;
+    const double result = std::clamp(quantized<Type>(value, state), -scale, scale - 1.0);
+    dst[k * stride] = static_cast<Sample>(result * step);
+  }
+  channel = state;
+}
+
+template <class Sample>
+constexpr auto ditherer(QVDITHER type) {
+  switch (type) {
+  case QVDITHER_RECTANGULAR: return dither_channel<QVDITHER_RECTANGULAR, Sample>;
+  case QVDITHER_TRIANGULAR: return dither_channel<QVDITHER_TRIANGULAR, Sample>;
+  case QVDITHER_SHAPED: return dither_channel<QVDITHER_SHAPED, Sample>;
+  default: return dither_channel<QVDITHER_NONE, Sample>;
+  }
+}
+
+} // namespace
+
+struct CQvDither::State {
+  QVDITHER type;
+  DWORD bits;
+  DWORD channels;
+  ULONGLONG seed;
+  std::unique_ptr<DitherChannel[]> each;
+
+  void reset() {
+    for (DWORD channel = 0; channel < channels; ++channel) {
+      each[channel] = {Pcg32(start_of(seed, channel), channel), 0.0};
+    }
+  }
+
+  template <class Sample>
+  void process(Sample* dst, const Sample* src, DWORD frames, DWORD mask, DWORD most_bits) {
+    if (frames == 0) return;
+    const double scale = std::ldexp(1.0, static_cast<int>(std::min(bits, most_bits)) - 1);
+    const auto dither = ditherer<Sample>(type);
+    for (DWORD channel = 0; channel < channels; ++channel) {
+      if (is_chosen(mask, channel)) {
+        dither(dst + channel, src + channel, frames, channels, scale, each[channel]);
+      } else {
+        copy_channel(dst, src, frames, channels, channel);
+      }
+    }
+  }
+};
+
+CQvDither::CQvDither() noexcept : state_(nullptr) {}
+
+CQvDither::CQvDither(const CQvDither& other) : state_(nullptr) {
+  if (other.state_ == nullptr) return;
+  const State& from = *other.state_;
+  auto copy = std::make_unique<State>(State{from.type, from.bits, from.channels, from.seed, nullptr});
+  copy->each = std::make_unique<DitherChannel[]>(from.channels);
+  std::copy_n(from.each.get(), from.channels, copy->each.get());
+  state_ = copy.release();
+}
+
+CQvDither::CQvDither(CQvDither&& other) noexcept : state_(std::exchange(other.state_, nullptr)) {}
+
+CQvDither& CQvDither::operator=(const CQvDither& other) {
+  CQvDither copy(other);
+  std::swap(state_, copy.state_);
+  return *this;
+}
+
+CQvDither& CQvDither::operator=(CQvDither&& other) noexcept {
+  CQvDither taken(std::move(other));
+  std::swap(state_, taken.state_);
+  return *this;
+}
+
+CQvDither::~CQvDither() { delete state_; }
+
+HRESULT CQvDither::Init(QVDITHER type, DWORD bits, DWORD channels, ULONGLONG seed) {
+  if (type > QVDITHER_SHAPED || bits < kLeastBits || bits > kMostBits || channels == 0) return E_INVALIDARG;
+  std::unique_ptr<State> made(new (std::nothrow) State{type, bits, channels, seed, nullptr});
+  if (made == nullptr) return E_OUTOFMEMORY;
+  made->each.reset(new (std::nothrow) DitherChannel[channels]);
+  if (made->each == nullptr) return E_OUTOFMEMORY;
+  made->reset();
+  delete std::exchange(state_, made.release());
+  return S_OK;
+}
+
+void CQvDither::ProcessFloat(float* dst, const float* src, DWORD frames, DWORD channelMask) {
+  if (state_ != nullptr) state_->process(dst, src, frames, channelMask, kFloatBits);
+}
+
+void CQvDither::ProcessDouble(double* dst, const double* src, DWORD frames, DWORD channelMask) {
+  if (state_ != nullptr) state_->process(dst, src, frames, channelMask, kMostBits);
+}
+
+void CQvDither::Reset() {
+  if (state_ != nullptr) state_->reset();
+}
+
+DWORD CQvDither::getBits() const { return state_ == nullptr ? 0 : state_->bits; }
+DWORD CQvDither::getChannels() const { return state_ == nullptr ? 0 : state_->channels; }

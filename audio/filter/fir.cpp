@@ -1,0 +1,149 @@
+// CQvFIR: state, and the way of samples through a filter.
+#include "audio/filter/chosen_channels.h"
+#include "audio/filter/fir_design.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <utility>
+
+using namespace qv::audio;
+
+namespace {
+
+/// Frames that are filtered at a time.
+constexpr DWORD kPiece = 256;
+
+} // namespace
+
+struct CQvFIR::Filter {
+  DWORD taps;
+  DWORD channels;
+  DWORD last_mask;
+  /// The coefficients, then a line for each channel: the last taps - 1 samples, and room for a piece.
+  std::unique_ptr<double[]> numbers;
+
+  size_t history() const { return taps - 1; }
+  size_t line_length() const { return history() + kPiece; }
+  size_t count() const { return taps + line_length() * channels; }
+  double* line(DWORD channel) const { return numbers.get() + taps + line_length() * channel; }
+  void reset(DWORD channel) { std::fill_n(line(channel), history(), 0.0); }
+};
+
+namespace {
+
+/// `Outputs` values of the convolution from x on. Each is summed in the same order, however many there are.
+template <size_t Outputs, class Sample>
+void convolve(const double* coefficients, size_t taps, const double* x, Sample* dst, size_t stride) {
+  double sums[Outputs] = {};
+  for (size_t i = 0; i < taps; ++i) {
+    for (size_t k = 0; k < Outputs; ++k)
+      sums[k] += coefficients[i] * x[i + k];
+  }
+  for (size_t k = 0; k < Outputs; ++k)
+    dst[k * stride] = static_cast<Sample>(sums[k]);
+}
+
+/// One channel; `line` has the samples before the first.
+template <class Sample>
+void filter_channel(const double* coefficients, size_t taps, double* line, Sample* dst, const Sample* src,
+                    size_t frames, size_t stride) {
+  constexpr size_t kTogether = 8;
+  const size_t history = taps - 1;
+  while (frames > 0) {
+    const size_t count = std::min<size_t>(frames, kPiece);
+    for (size_t k = 0; k < count; ++k)
+      line[history + k] = static_cast<double>(src[k * stride]);
+    size_t k = 0;
+    for (; k + kTogether <= count; k += kTogether) {
+      convolve<kTogether>(coefficients, taps, line + k, dst + k * stride, stride);
+    }
+    for (; k < count; ++k)
+      convolve<1>(coefficients, taps, line + k, dst + k * stride, stride);
+    std::memmove(line, line + count, history * sizeof *line);
+    src += count * stride;
+    dst += count * stride;
+    frames -= count;
+  }
+}
+
+template <class Filter, class Sample>
+void filter_buffer(Filter* filter, Sample* dst, const Sample* src, DWORD frames, DWORD mask) {
+  if (filter == nullptr) return;
+  filter->last_mask = mask;
+  if (frames == 0) return;
+  for (DWORD channel = 0; channel < filter->channels; ++channel) {
+    if (is_chosen(mask, channel)) {
+      filter_channel(filter->numbers.get(), filter->taps, filter->line(channel), dst + channel, src + channel, frames,
+                     filter->channels);
+    } else {
+      copy_channel(dst, src, frames, filter->channels, channel);
+    }
+  }
+}
+
+} // namespace
+
+CQvFIR::CQvFIR() noexcept : filter_(nullptr) {}
+
+CQvFIR::CQvFIR(const CQvFIR& other) : filter_(nullptr) {
+  if (other.filter_ == nullptr) return;
+  const Filter& from = *other.filter_;
+  auto copy = std::make_unique<Filter>(Filter{from.taps, from.channels, from.last_mask, nullptr});
+  copy->numbers = std::make_unique<double[]>(copy->count());
+  std::copy_n(from.numbers.get(), copy->count(), copy->numbers.get());
+  filter_ = copy.release();
+}
+
+CQvFIR::CQvFIR(CQvFIR&& other) noexcept : filter_(std::exchange(other.filter_, nullptr)) {}
+
+CQvFIR& CQvFIR::operator=(const CQvFIR& other) {
+  CQvFIR copy(other);
+  std::swap(filter_, copy.filter_);
+  return *this;
+}
+
+CQvFIR& CQvFIR::operator=(CQvFIR&& other) noexcept {
+  CQvFIR taken(std::move(other));
+  std::swap(filter_, taken.filter_);
+  return *this;
+}
+
+CQvFIR::~CQvFIR() { delete filter_; }
+
+HRESULT CQvFIR::Design(QVFIR_TYPE type, QVWINDOW window, DWORD taps, double frequency, double upperFrequency,
+                       double kaiserBeta, DWORD channels, DWORD channelMask) {
+  const FirParameters parameters{type, window, taps, frequency, upperFrequency, kaiserBeta};
+  if (channels == 0 || !is_fir(parameters)) return E_INVALIDARG;
+  std::unique_ptr<Filter> made(new (std::nothrow) Filter{taps, channels, channelMask, nullptr});
+  if (made == nullptr) return E_OUTOFMEMORY;
+  made->numbers.reset(new (std::nothrow) double[made->count()]());
+  if (made->numbers == nullptr) return E_OUTOFMEMORY;
+  if (!design_fir(parameters, made->numbers.get())) return E_INVALIDARG;
+  delete std::exchange(filter_, made.release());
+  return S_OK;
+}
+
+void CQvFIR::ProcessFloat(float* dst, const float* src, DWORD frames, DWORD channelMask) {
+  filter_buffer(filter_, dst, src, frames, channelMask);
+}
+
+void CQvFIR::ProcessDouble(double* dst, const double* src, DWORD frames, DWORD channelMask) {
+  filter_buffer(filter_, dst, src, frames, channelMask);
+}
+
+void CQvFIR::Reset(DWORD channel) {
+  if (channel < getChannels()) filter_->reset(channel);
+}
+
+void CQvFIR::ResetAll() {
+  for (DWORD channel = 0; channel < getChannels(); ++channel)
+    filter_->reset(channel);
+}
+
+DWORD CQvFIR::getChannels() const { return filter_ == nullptr ? 0 : filter_->channels; }
+DWORD CQvFIR::getTaps() const { return filter_ == nullptr ? 0 : filter_->taps; }
+DWORD CQvFIR::getLatency() const { return getTaps() / 2; }
+const double* CQvFIR::getCoefficients() const { return filter_ == nullptr ? nullptr : filter_->numbers.get(); }
+DWORD CQvFIR::getLastChannelMask() const { return filter_ == nullptr ? 0 : filter_->last_mask; }

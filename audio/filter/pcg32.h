@@ -1,0 +1,35 @@
+// PCG32, a random number generator (M. E. O'Neill, "PCG: a family of simple fast space-efficient statistically good
+// algorithms for random number generation", 2014: XSH-RR, 64 bits of state, 32 of output).
+#pragma once
+
+#include <bit>
+#include <cstdint>
+
+namespace qv::audio {
+
+class Pcg32 {
+public:
+  Pcg32() = default;
+  /// As the paper sets it: a start and the number of one of 2^63 sequences.
+  Pcg32(uint64_t start, uint64_t sequence) : increment_(sequence << 1 | 1) {
+    next();
+    state_ += start;
+    next();
+  }
+
+  uint32_t next() {
+    const uint64_t old = state_;
+    state_ = old * 6364136223846793005u + increment_;
+    const auto mixed = static_cast<uint32_t>((old >> 18 ^ old) >> 27);
+    return std::rotr(mixed, static_cast<int>(old >> 59));
+  }
+
+  /// Even over -1/2 to 1/2, with a mean of 0.
+  double next_centred() { return (next() + 0.5) * 0x1p-32 - 0.5; }
+
+private:
+  uint64_t state_ = 0;
+  uint64_t increment_ = 1;
+};
+
+} // namespace qv::audio

@@ -1,0 +1,88 @@
+// Filters allocate where they are made, and answer E_OUTOFMEMORY there; they do not allocate while they process.
+#include "qv/dither.h"
+#include "qv/equalizer.h"
+#include "qv/fir.h"
+
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <new>
+#include <vector>
+
+namespace {
+
+int allocations = 0;
+int failing = 0; // counted down: the allocation that makes it 0 fails
+
+} // namespace
+
+// These stand for the library's calls too: its operator new is whatever the program has.
+void* operator new(size_t bytes) {
+  ++allocations;
+  void* const block = failing > 0 && --failing == 0 ? nullptr : std::malloc(bytes == 0 ? 1 : bytes);
+  if (block == nullptr) throw std::bad_alloc();
+  return block;
+}
+void operator delete(void* block) noexcept { std::free(block); }
+void operator delete(void* block, size_t) noexcept { std::free(block); }
+
+namespace {
+
+struct Filters {
+  CQvFIR fir;
+  CQvDither dither;
+  HQVEQ eq = nullptr;
+
+  ~Filters() { QvEq_Close(eq); }
+  /// With the n-th allocation of each failing; 0 for none.
+  void make(int nth, HRESULT expected) {
+    constexpr QVEQBAND kBands[] = {{100.0, 3.0, 1.0}, {1000.0, -3.0, 1.0}, {8000.0, 3.0, 1.0}};
+    failing = nth;
+    const HRESULT designed = fir.Design(QVFIR_LOWPASS, QVWINDOW_HANN, 301, 0.1, 0.0, 0.0, 2, 0);
+    failing = nth;
+    const HRESULT started = dither.Init(QVDITHER_SHAPED, 16, 2, 1);
+    failing = nth;
+    const HRESULT opened = QvEq_Init(&eq, 48000, 2, kBands, 3);
+    failing = 0;
+    for (const HRESULT result : {designed, started, opened})
+      EXPECT_EQ(result, expected);
+  }
+};
+
+} // namespace
+
+TEST(FilterMemory, ProcessingAllocatesNothing) {
+  std::vector<float> floats(2 * 1000);
+  std::vector<double> doubles(2 * 1000);
+  Filters filters;
+  const int before = allocations;
+  filters.make(0, S_OK);
+  EXPECT_GE(allocations, before + 6); // the library's are counted
+  const int made = allocations;
+  for (const DWORD mask : {0, 1}) {
+    filters.fir.ProcessFloat(floats.data(), floats.data(), 1000, mask);
+    filters.fir.ProcessDouble(doubles.data(), doubles.data(), 1000, mask);
+    filters.dither.ProcessFloat(floats.data(), floats.data(), 1000, mask);
+    filters.dither.ProcessDouble(doubles.data(), doubles.data(), 1000, mask);
+    QvEq_ProcessFloat(filters.eq, floats.data(), floats.data(), 1000);
+    QvEq_ProcessDouble(filters.eq, doubles.data(), doubles.data(), 1000);
+    filters.fir.ResetAll();
+    filters.dither.Reset();
+    QvEq_Reset(filters.eq);
+  }
+  EXPECT_EQ(allocations, made);
+}
+
+TEST(FilterMemory, ShortMemory) {
+  Filters made;
+  made.make(0, S_OK);
+  for (const int nth : {1, 2}) {
+    Filters filters;
+    filters.make(nth, E_OUTOFMEMORY);
+    failing = nth;
+    EXPECT_THROW(filters.fir = made.fir, std::bad_alloc);
+    failing = nth;
+    EXPECT_THROW(filters.dither = made.dither, std::bad_alloc);
+    EXPECT_EQ(filters.fir.getTaps() + filters.dither.getBits(), 0u);
+    EXPECT_EQ(filters.eq, nullptr);
+  }
+}
