@@ -11,6 +11,7 @@
 #include "tools/qv/sample_type_names.h"
 #include "tools/qv/wave_input.h"
 
+#include <cstdio>
 #include <memory>
 
 namespace qv::tool {
@@ -24,6 +25,16 @@ struct Options {
   std::string sample_type;
   std::string response;
 };
+
+/// "lowpass, chebyshev of order 6, 2000 Hz at 48000 Hz".
+std::string title_of(const FilterOptions& options, DWORD rate) {
+  const bool is_designed = options.type.find("pass") != std::string::npos || options.type == "bandstop";
+  const bool has_order = options.design != "resonator";
+  char numbers[96];
+  std::snprintf(numbers, sizeof numbers, ", %g Hz at %u Hz", options.frequency, static_cast<unsigned>(rate));
+  return options.type + (is_designed ? ", " + options.design : "") +
+         (is_designed && has_order ? " of order " + std::to_string(options.order) : "") + numbers;
+}
 
 int filter(const Options& options) {
   WaveInput input(options.in);
@@ -51,8 +62,7 @@ int filter(const Options& options) {
   });
   check_interruption();
   if (!options.response.empty())
-    write_response(options.response, options.filter.type + " at " + std::to_string(source.samplesPerSec) + " Hz",
-                   chain);
+    write_response(options.response, title_of(options.filter, source.samplesPerSec), chain);
   output.commit();
   return kSuccess;
 }

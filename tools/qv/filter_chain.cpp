@@ -106,7 +106,7 @@ Response FilterChain::response_at(double frequency) const {
 }
 
 std::vector<Response> FilterChain::responses(size_t count) const {
-  const double highest = rate_ / 2.0;
+  const double highest = rate_ * 0.4999; // at half the rate itself there may be nothing left to tell a phase of
   const double lowest = std::min(10.0, highest / 1000.0);
   std::vector<Response> result;
   for (size_t k = 0; k < count; ++k)

@@ -35,7 +35,7 @@ public:
   FilterChain(const std::string& name, const FilterOptions& options, DWORD rate, DWORD channels);
 
   void process(double* samples, DWORD frames);
-  /// From 10 Hz, or a thousandth of half the rate, up to half the rate, in equal ratios.
+  /// From 10 Hz, or a thousandth of half the rate, almost up to half the rate, in equal ratios.
   std::vector<Response> responses(size_t count) const;
 
   static std::vector<std::string> type_names();

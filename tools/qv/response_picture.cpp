@@ -16,7 +16,7 @@ constexpr double kWidth = 900.0;
 constexpr double kHeight = 900.0;
 constexpr double kLeft = 80.0;
 constexpr double kRight = 20.0;
-constexpr double kTop = 50.0;
+constexpr double kTop = 70.0;
 constexpr double kBottom = 50.0;
 constexpr double kGap = 40.0;
 constexpr int kPanels = 3;
@@ -64,7 +64,7 @@ public:
     cairo_set_source_rgb(cairo(), 1.0, 1.0, 1.0);
     cairo_paint(cairo());
     cairo_select_font_face(cairo(), "sans-serif", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL);
-    text(title, kLeft, kTop - 20.0, 16.0, 0.0);
+    text(title, kLeft, kTop - 36.0, 16.0, 0.0);
     const Panel panels[kPanels] = {
         magnitude(), {"phase, degrees", {0.2, 0.5, 0.2}, &Response::phase, -180, 180, 45}, delay()};
     for (int k = 0; k < kPanels; ++k)
