@@ -94,21 +94,25 @@ struct CQvDither::State {
       each[channel] = {Pcg32(start_of(seed, channel), channel), 0.0};
     }
   }
+};
 
-  template <class Sample>
-  void process(Sample* dst, const Sample* src, DWORD frames, DWORD mask, DWORD most_bits) {
-    if (frames == 0) return;
-    const double scale = std::ldexp(1.0, static_cast<int>(std::min(bits, most_bits)) - 1);
-    const auto dither = ditherer<Sample>(type);
-    for (DWORD channel = 0; channel < channels; ++channel) {
-      if (is_chosen(mask, channel)) {
-        dither(dst + channel, src + channel, frames, channels, scale, each[channel]);
-      } else {
-        copy_channel(dst, src, frames, channels, channel);
-      }
+namespace {
+
+template <class State, class Sample>
+void dither_buffer(State* state, Sample* dst, const Sample* src, DWORD frames, DWORD mask, DWORD most_bits) {
+  if (state == nullptr || frames == 0) return;
+  const double scale = std::ldexp(1.0, static_cast<int>(std::min(state->bits, most_bits)) - 1);
+  const auto dither = ditherer<Sample>(state->type);
+  for (DWORD channel = 0; channel < state->channels; ++channel) {
+    if (is_chosen(mask, channel)) {
+      dither(dst + channel, src + channel, frames, state->channels, scale, state->each[channel]);
+    } else {
+      copy_channel(dst, src, frames, state->channels, channel);
     }
   }
-};
+}
+
+} // namespace
 
 CQvDither::CQvDither() noexcept : state_(nullptr) {}
 
@@ -149,11 +153,11 @@ HRESULT CQvDither::Init(QVDITHER type, DWORD bits, DWORD channels, ULONGLONG see
 }
 
 void CQvDither::ProcessFloat(float* dst, const float* src, DWORD frames, DWORD channelMask) {
-  if (state_ != nullptr) state_->process(dst, src, frames, channelMask, kFloatBits);
+  dither_buffer(state_, dst, src, frames, channelMask, kFloatBits);
 }
 
 void CQvDither::ProcessDouble(double* dst, const double* src, DWORD frames, DWORD channelMask) {
-  if (state_ != nullptr) state_->process(dst, src, frames, channelMask, kMostBits);
+  dither_buffer(state_, dst, src, frames, channelMask, kMostBits);
 }
 
 void CQvDither::Reset() {

@@ -10,7 +10,8 @@ namespace {
 
 constexpr DWORD kRate = 48000;
 using Bands = std::vector<QVEQBAND>;
-const Bands kBands{{100.0, 5.0, 0.9}, {400.0, -8.0, 1.5}, {300.0, 3.0, 0.3}, {3000.0, 10.0, 2.0}, {9000.0, -7.0, 0.5}};
+const Bands kBands{{100.0, 5.0, 0.9}, {400.0, -8.0, 1.5},  {300.0, 3.0, 0.3},
+                   {700.0, 0.0, 1.0}, {3000.0, 10.0, 2.0}, {9000.0, -7.0, 0.5}};
 
 /// A handle with the members of a filter; a copy is the same handle.
 struct Equalizer {
@@ -79,7 +80,7 @@ TEST(Equalizer, BandsAddUp) {
 }
 
 TEST(Equalizer, NoGainChangesNoBit) {
-  const auto src = stream::noise<float>(3 * 500);
+  const auto src = stream::noise<double>(3 * 500);
   const Equalizer eq({{100.0, 0.0, 1.0}, {1000.0, -0.0, 1.0}, {8000.0, 0.0, 1.0}}, 3);
   EXPECT_EQ(eq.answer(src, 3), src);
 }
