@@ -1,5 +1,6 @@
 // Biquad sections from musical parameters.
 #include "audio/filter/biquad_step.h"
+#include "audio/filter/parameter_range.h"
 
 #include <algorithm>
 #include <cmath>
@@ -21,9 +22,6 @@ constexpr double kHalfRoot = 0.70710678118655; // 1 / sqrt 2
 /// Its sinh() times any gain is still a double.
 constexpr double kMostHyperbolic = 700.0;
 
-/// Written so that a NaN becomes the lowest.
-double clamped(double value, double least, double most) { return value > least ? std::min(value, most) : least; }
-
 struct Coefficients {
   double b[3];
   double a[3];
@@ -37,13 +35,13 @@ struct Design {
   double beta;      ///< the same from the slope
 
   explicit Design(const QVBIQUADPARAMS& params) {
-    const double frequency = clamped(params.frequency / params.sampleRate, kLeastFrequency, kMostFrequency);
-    const double bandwidth = clamped(params.bandwidth, kTenth, kMostBandwidth);
-    const double slope = clamped(params.slope, kTenth, kMostSlope);
+    const double frequency = within(params.frequency / params.sampleRate, kLeastFrequency, kMostFrequency);
+    const double bandwidth = within(params.bandwidth, kTenth, kMostBandwidth);
+    const double slope = within(params.slope, kTenth, kMostSlope);
     const double angle = 2.0 * std::numbers::pi * frequency;
     sine = std::sin(angle);
     cosine = std::cos(angle);
-    amplitude = std::pow(10.0, clamped(params.gain, kLeastGain, kMostGain) / 40.0);
+    amplitude = std::pow(10.0, within(params.gain, kLeastGain, kMostGain) / 40.0);
     const bool has_fixed_q = params.type == QVBIQUAD_LOWPASS || params.type == QVBIQUAD_HIGHPASS;
     alpha =
         sine * (has_fixed_q ? kHalfRoot : std::sinh(std::min(kHalfLog2 * bandwidth * angle / sine, kMostHyperbolic)));

@@ -1,6 +1,8 @@
 // CQvIIR: a design, the states of its channels, and blocks of samples through them.
+#include "audio/filter/chosen_channels.h"
 #include "audio/filter/flush_to_zero.h"
 #include "audio/filter/iir_cascade.h"
+#include "audio/filter/parameter_range.h"
 
 #include "qv/cpu.h"
 
@@ -13,7 +15,10 @@
 
 using namespace qv::audio;
 
-struct CQvIIR::Filter {
+namespace {
+
+/// What an instance of CQvIIR holds.
+struct Cascade {
   IirDesign design;
   DWORD channels = 0;
   double gain = 1.0; ///< of the cascade
@@ -34,8 +39,6 @@ struct CQvIIR::Filter {
   void process_blocks(IirState<Value>* states, size_t frames, Load load, Store store);
 };
 
-namespace {
-
 using PairOfFloats = float __attribute__((vector_size(8)));
 
 constexpr size_t kBlockFrames = 256;
@@ -45,10 +48,6 @@ constexpr double kLeastBandwidth = 0.001;
 constexpr double kMostBandwidth = 20.0;
 constexpr double kLeastQ = 0.05;
 constexpr double kMostQ = 100'000.0;
-
-double clamped(double value, double least, double most) { return value > least ? std::min(value, most) : least; }
-
-bool is_chosen(DWORD mask, DWORD channel) { return mask == 0 || (channel < 32 && (mask >> channel & 1) != 0); }
 
 bool is_band(QVIIR_TYPE type) { return type == QVIIR_BANDPASS || type == QVIIR_BANDSTOP; }
 
@@ -78,10 +77,10 @@ void store_pair(double* samples, PairOfDoubles value) { std::memcpy(samples, &va
 
 IirDesign make_design(QVIIR_TYPE type, QVIIR_DESIGN design, DWORD order, double frequency, double bandwidth) {
   const double center = clamped_edge(frequency);
-  if (design == QVIIR_RESONATOR) return design_resonator(type, center, clamped(bandwidth, kLeastQ, kMostQ));
+  if (design == QVIIR_RESONATOR) return design_resonator(type, center, within(bandwidth, kLeastQ, kMostQ));
   if (type == QVIIR_LOWPASS) return design_lowpass(design, order, center);
   if (type == QVIIR_HIGHPASS) return design_highpass(design, order, center);
-  const double ratio = std::sqrt(std::exp2(clamped(bandwidth, kLeastBandwidth, kMostBandwidth)));
+  const double ratio = std::sqrt(std::exp2(within(bandwidth, kLeastBandwidth, kMostBandwidth)));
   const double upper = clamped_edge(center * ratio);
   // A band that the upper limit cuts keeps a width.
   const double lower = std::min(clamped_edge(center / ratio), upper * (1.0 - kLeastBandwidth / 2.0));
@@ -89,7 +88,72 @@ IirDesign make_design(QVIIR_TYPE type, QVIIR_DESIGN design, DWORD order, double 
                                 : design_bandstop(design, order, lower, upper);
 }
 
+/// load(frame) answers the input, also after store(frame, output) of earlier frames.
+template <class Value, class Load, class Store>
+void Cascade::process_blocks(IirState<Value>* section_states, size_t frames, Load load, Store store) {
+  Value block[kBlockFrames];
+  for (size_t start = 0; start < frames; start += kBlockFrames) {
+    const size_t count = std::min(kBlockFrames, frames - start);
+    for (size_t k = 0; k < count; ++k)
+      block[k] = load(start + k);
+    run_cascade(design, section_states, block, count);
+    if (dry == 0.0) {
+      for (size_t k = 0; k < count; ++k)
+        store(start + k, block[k]);
+    } else {
+      for (size_t k = 0; k < count; ++k)
+        store(start + k, load(start + k) * dry + block[k] * gain);
+    }
+  }
+}
+
+template <class Sample>
+void Cascade::process_one(Sample* dst, const Sample* src, size_t frames, DWORD channel) {
+  const size_t stride = channels;
+  process_blocks<double>(
+      states_of(channel), frames, [=](size_t k) { return static_cast<double>(src[k * stride]); },
+      [=](size_t k, double value) { dst[k * stride] = static_cast<Sample>(value); });
+}
+
+/// A channel and the next.
+template <class Sample>
+void Cascade::process_pair(Sample* dst, const Sample* src, size_t frames, DWORD channel) {
+  IirState<PairOfDoubles> both[QVIIR_MAX_ORDER];
+  IirState<double>* const first = states_of(channel);
+  IirState<double>* const second = states_of(channel + 1);
+  for (DWORD s = 0; s < design.count; ++s)
+    both[s] =
+        IirState<PairOfDoubles>{PairOfDoubles{first[s].w1, second[s].w1}, PairOfDoubles{first[s].w2, second[s].w2}};
+  const size_t stride = channels;
+  process_blocks<PairOfDoubles>(
+      both, frames, [=](size_t k) { return load_pair(src + k * stride); },
+      [=](size_t k, PairOfDoubles value) { store_pair(dst + k * stride, value); });
+  for (DWORD s = 0; s < design.count; ++s) {
+    first[s] = {both[s].w1[0], both[s].w2[0]};
+    second[s] = {both[s].w1[1], both[s].w2[1]};
+  }
+}
+
+template <class Sample>
+void Cascade::process(Sample* dst, const Sample* src, DWORD frames, DWORD mask) {
+  const FlushToZero flush;
+  last_mask = mask;
+  for (DWORD channel = 0; channel < channels; ++channel) {
+    if (!is_chosen(mask, channel)) {
+      copy_channel(dst, src, frames, channels, channel);
+    } else if (in_pairs && channel + 1 < channels && is_chosen(mask, channel + 1)) {
+      process_pair(dst + channel, src + channel, frames, channel);
+      ++channel;
+    } else {
+      process_one(dst + channel, src + channel, frames, channel);
+    }
+  }
+}
+
 } // namespace
+
+/// In a namespace of its own, so that nothing of it is exported with the class.
+struct CQvIIR::Filter : Cascade {};
 
 // ---- life ---------------------------------------------------------------------------------------------------------
 
@@ -114,7 +178,7 @@ HRESULT CQvIIR::Design(QVIIR_TYPE type, QVIIR_DESIGN design, DWORD order, double
   delete filter_;
   filter_ = nullptr;
   if (!are_known(type, design, order) || channels == 0) return E_INVALIDARG;
-  const double decibels = std::isnan(gain) ? 0.0 : clamped(gain, kLeastGain, kMostGain);
+  const double decibels = std::isnan(gain) ? 0.0 : within(gain, kLeastGain, kMostGain);
   const bool turns = type == QVIIR_BANDPASS && decibels != 0.0;
   try {
     auto made = std::make_unique<Filter>();
@@ -171,71 +235,6 @@ void CQvIIR::getPolynomial(DWORD index, double (&numerator)[3], double (&denomin
 double CQvIIR::getGain() const { return filter_ == nullptr ? 1.0 : filter_->gain; }
 double CQvIIR::getDry() const { return filter_ == nullptr ? 0.0 : filter_->dry; }
 DWORD CQvIIR::getLastChannelMask() const { return filter_ == nullptr ? 0 : filter_->last_mask; }
-
-// ---- work ---------------------------------------------------------------------------------------------------------
-
-/// load(frame) answers the input, also after store(frame, output) of earlier frames.
-template <class Value, class Load, class Store>
-void CQvIIR::Filter::process_blocks(IirState<Value>* section_states, size_t frames, Load load, Store store) {
-  Value block[kBlockFrames];
-  for (size_t start = 0; start < frames; start += kBlockFrames) {
-    const size_t count = std::min(kBlockFrames, frames - start);
-    for (size_t k = 0; k < count; ++k)
-      block[k] = load(start + k);
-    run_cascade(design, section_states, block, count);
-    if (dry == 0.0) {
-      for (size_t k = 0; k < count; ++k)
-        store(start + k, block[k]);
-    } else {
-      for (size_t k = 0; k < count; ++k)
-        store(start + k, load(start + k) * dry + block[k] * gain);
-    }
-  }
-}
-
-template <class Sample>
-void CQvIIR::Filter::process_one(Sample* dst, const Sample* src, size_t frames, DWORD channel) {
-  const size_t stride = channels;
-  process_blocks<double>(
-      states_of(channel), frames, [=](size_t k) { return static_cast<double>(src[k * stride]); },
-      [=](size_t k, double value) { dst[k * stride] = static_cast<Sample>(value); });
-}
-
-/// A channel and the next.
-template <class Sample>
-void CQvIIR::Filter::process_pair(Sample* dst, const Sample* src, size_t frames, DWORD channel) {
-  IirState<PairOfDoubles> both[QVIIR_MAX_ORDER];
-  IirState<double>* const first = states_of(channel);
-  IirState<double>* const second = states_of(channel + 1);
-  for (DWORD s = 0; s < design.count; ++s)
-    both[s] =
-        IirState<PairOfDoubles>{PairOfDoubles{first[s].w1, second[s].w1}, PairOfDoubles{first[s].w2, second[s].w2}};
-  const size_t stride = channels;
-  process_blocks<PairOfDoubles>(
-      both, frames, [=](size_t k) { return load_pair(src + k * stride); },
-      [=](size_t k, PairOfDoubles value) { store_pair(dst + k * stride, value); });
-  for (DWORD s = 0; s < design.count; ++s) {
-    first[s] = {both[s].w1[0], both[s].w2[0]};
-    second[s] = {both[s].w1[1], both[s].w2[1]};
-  }
-}
-
-template <class Sample>
-void CQvIIR::Filter::process(Sample* dst, const Sample* src, DWORD frames, DWORD mask) {
-  const FlushToZero flush;
-  last_mask = mask;
-  for (DWORD channel = 0; channel < channels; ++channel) {
-    if (!is_chosen(mask, channel)) {
-      for (size_t k = 0; dst != src && k < frames; ++k)
-        dst[k * channels + channel] = src[k * channels + channel];
-    } else if (in_pairs && channel + 1 < channels && is_chosen(mask, channel + 1)) {
-      process_pair(dst + channel, src + channel, frames, channel);
-      ++channel;
-    } else {
-      process_one(dst + channel, src + channel, frames, channel);
-    }
-  }
-}
 
 void CQvIIR::ProcessFloat(float* dst, const float* src, DWORD frames, DWORD channelMask) {
   if (filter_ != nullptr) filter_->process(dst, src, frames, channelMask);
