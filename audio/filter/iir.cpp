@@ -39,9 +39,6 @@ struct Cascade {
   void process_blocks(IirState<Value>* states, size_t frames, Load load, Store store);
 };
 
-using PairOfFloats = float __attribute__((vector_size(8)));
-
-constexpr size_t kBlockFrames = 256;
 constexpr double kLeastGain = -200.0;
 constexpr double kMostGain = 100.0;
 constexpr double kLeastBandwidth = 0.001;
@@ -56,25 +53,6 @@ bool are_known(QVIIR_TYPE type, QVIIR_DESIGN design, DWORD order) {
   return design == QVIIR_RESONATOR ? is_band(type) : order >= 1 && order <= QVIIR_MAX_ORDER;
 }
 
-PairOfDoubles load_pair(const float* samples) {
-  PairOfFloats pair;
-  std::memcpy(&pair, samples, sizeof pair);
-  return __builtin_convertvector(pair, PairOfDoubles);
-}
-
-PairOfDoubles load_pair(const double* samples) {
-  PairOfDoubles pair;
-  std::memcpy(&pair, samples, sizeof pair);
-  return pair;
-}
-
-void store_pair(float* samples, PairOfDoubles value) {
-  const PairOfFloats pair = __builtin_convertvector(value, PairOfFloats);
-  std::memcpy(samples, &pair, sizeof pair);
-}
-
-void store_pair(double* samples, PairOfDoubles value) { std::memcpy(samples, &value, sizeof value); }
-
 IirDesign make_design(QVIIR_TYPE type, QVIIR_DESIGN design, DWORD order, double frequency, double bandwidth) {
   const double center = clamped_edge(frequency);
   if (design == QVIIR_RESONATOR) return design_resonator(type, center, within(bandwidth, kLeastQ, kMostQ));
@@ -88,22 +66,14 @@ IirDesign make_design(QVIIR_TYPE type, QVIIR_DESIGN design, DWORD order, double 
                                 : design_bandstop(design, order, lower, upper);
 }
 
-/// load(frame) answers the input, also after store(frame, output) of earlier frames.
+/// load(frame) answers the input until store(frame, output) has been called.
 template <class Value, class Load, class Store>
 void Cascade::process_blocks(IirState<Value>* section_states, size_t frames, Load load, Store store) {
-  Value block[kBlockFrames];
-  for (size_t start = 0; start < frames; start += kBlockFrames) {
-    const size_t count = std::min(kBlockFrames, frames - start);
-    for (size_t k = 0; k < count; ++k)
-      block[k] = load(start + k);
-    run_cascade(design, section_states, block, count);
-    if (dry == 0.0) {
-      for (size_t k = 0; k < count; ++k)
-        store(start + k, block[k]);
-    } else {
-      for (size_t k = 0; k < count; ++k)
-        store(start + k, load(start + k) * dry + block[k] * gain);
-    }
+  if (dry == 0.0) {
+    run_cascade(design, section_states, frames, load, store);
+  } else {
+    run_cascade(design, section_states, frames, load,
+                [&](size_t k, Value value) { store(k, load(k) * dry + value * gain); });
   }
 }
 

@@ -6,12 +6,12 @@
 #pragma once
 
 #include "audio/filter/iir_design.h"
+#include "audio/kernels/double_pair.h"
 
+#include <algorithm>
 #include <cstddef>
 
 namespace qv::audio {
-
-using PairOfDoubles = double __attribute__((vector_size(16)));
 
 /// The two state values of a section.
 template <class Value>
@@ -29,9 +29,10 @@ inline Value iir_step(const IirSection& section, IirState<Value>& state, Value x
   return y;
 }
 
-/// `Count` sections side by side, in place.
-template <int Count, class Value>
-void run_sections(const IirSection* sections, IirState<Value>* states, Value* samples, size_t frames) {
+/// `Count` sections side by side. read(k) answers input k, write(k, value) takes output k, when inputs up to k +
+/// Count - 1 have been read.
+template <int Count, class Value, class Read, class Write>
+void run_sections(const IirSection* sections, IirState<Value>* states, size_t frames, Read read, Write write) {
   IirSection section[Count];
   IirState<Value> state[Count];
   Value between[Count] = {}; // what section s made in the last step
@@ -40,40 +41,64 @@ void run_sections(const IirSection* sections, IirState<Value>* states, Value* sa
     state[s] = states[s];
   }
   // At step t section s works on sample t - s. At both ends some have none.
+  constexpr size_t kBehind = Count - 1;
   const auto partly = [&](size_t t) {
-    for (int s = Count; s-- > 0;) {
-      if (t < static_cast<size_t>(s) || t - static_cast<size_t>(s) >= frames) continue;
-      between[s] = iir_step(section[s], state[s], s == 0 ? samples[t] : between[s - 1]);
-      if (s == Count - 1) samples[t - (Count - 1)] = between[s];
+    for (size_t s = Count; s-- > 0;) {
+      if (t < s || t - s >= frames) continue;
+      between[s] = iir_step(section[s], state[s], s == 0 ? read(t) : between[s - 1]);
+      if (s == kBehind) write(t - s, between[s]);
     }
   };
-  size_t t = 0;
-  for (; t < Count - 1 && t < frames + Count - 1; ++t)
+  for (size_t t = 0; t < kBehind; ++t)
     partly(t);
-  for (; t < frames; ++t) {
-    for (int s = Count; s-- > 1;)
+  size_t k = 0;
+  for (; k + kBehind < frames; ++k) {
+    for (size_t s = Count; s-- > 1;)
       between[s] = iir_step(section[s], state[s], between[s - 1]);
-    between[0] = iir_step(section[0], state[0], samples[t]);
-    samples[t - (Count - 1)] = between[Count - 1];
+    between[0] = iir_step(section[0], state[0], read(k + kBehind));
+    write(k, between[kBehind]);
   }
-  for (; t < frames + Count - 1; ++t)
+  for (size_t t = std::max(k + kBehind, kBehind); t < frames + kBehind; ++t)
     partly(t);
   for (int s = 0; s < Count; ++s)
     states[s] = state[s];
 }
 
-/// All sections, four side by side, and what remains.
-template <class Value>
-void run_cascade(const IirDesign& design, IirState<Value>* states, Value* samples, size_t frames) {
+inline constexpr DWORD kMostSideBySide = 4;
+inline constexpr size_t kIirBlockFrames = 256;
+
+/// Up to four sections.
+template <class Value, class Read, class Write>
+void run_group(DWORD count, const IirSection* sections, IirState<Value>* states, size_t frames, Read read,
+               Write write) {
+  switch (count) {
+  case 1: run_sections<1>(sections, states, frames, read, write); break;
+  case 2: run_sections<2>(sections, states, frames, read, write); break;
+  case 3: run_sections<3>(sections, states, frames, read, write); break;
+  default: run_sections<4>(sections, states, frames, read, write);
+  }
+}
+
+/// All sections, four by four, block after block.
+template <class Value, class Read, class Write>
+void run_cascade(const IirDesign& design, IirState<Value>* states, size_t frames, Read read, Write write) {
   const IirSection* const sections = design.sections.data();
-  DWORD s = 0;
-  for (; s + 4 <= design.count; s += 4)
-    run_sections<4>(sections + s, states + s, samples, frames);
-  switch (design.count - s) {
-  case 3: run_sections<3>(sections + s, states + s, samples, frames); break;
-  case 2: run_sections<2>(sections + s, states + s, samples, frames); break;
-  case 1: run_sections<1>(sections + s, states + s, samples, frames); break;
-  default: break;
+  if (design.count <= kMostSideBySide) {
+    run_group(design.count, sections, states, frames, read, write);
+    return;
+  }
+  Value block[kIirBlockFrames];
+  const auto from_block = [&](size_t k) { return block[k]; };
+  const auto to_block = [&](size_t k, Value value) { block[k] = value; };
+  const DWORD last = (design.count - 1) / kMostSideBySide * kMostSideBySide;
+  for (size_t start = 0; start < frames; start += kIirBlockFrames) {
+    const size_t count = frames - start < kIirBlockFrames ? frames - start : kIirBlockFrames;
+    run_group(
+        kMostSideBySide, sections, states, count, [&](size_t k) { return read(start + k); }, to_block);
+    for (DWORD s = kMostSideBySide; s < last; s += kMostSideBySide)
+      run_group(kMostSideBySide, sections + s, states + s, count, from_block, to_block);
+    run_group(design.count - last, sections + last, states + last, count, from_block,
+              [&](size_t k, Value value) { write(start + k, value); });
   }
 }
 

@@ -1,4 +1,5 @@
 // Linear interpolation, a kernel per sample type.
+#include "audio/kernels/double_pair.h"
 #include "audio/resample/block.h"
 #include "audio/resample/type_functions.h"
 
@@ -30,36 +31,94 @@ void edge_frame(const ResampleBlock& block, DWORD output, SourcePosition positio
   }
 }
 
+/// Between a frame and the next.
+template <class Layout, DWORD kChannels>
+void inner_frame(uint8_t* dst, const uint8_t* src, size_t frame_bytes, DWORD channels, double fraction) {
+  if constexpr (Layout::type == QVSAMPLE_FLOAT32 && kChannels == 2) {
+    const auto* const frames = reinterpret_cast<const float*>(src);
+    const PairOfDoubles first = load_pair(frames);
+    const PairOfDoubles second = load_pair(frames + 2);
+    store_pair(reinterpret_cast<float*>(dst), first + (second - first) * fraction);
+  } else {
+    for (DWORD channel = 0; channel < channels; ++channel) {
+      const double first = load_normalised<Layout>(src + channel * Layout::bytes);
+      const double second = load_normalised<Layout>(src + frame_bytes + channel * Layout::bytes);
+      store_normalised<Layout>(dst + channel * Layout::bytes, first + (second - first) * fraction);
+    }
+  }
+}
+
+/// Goes from an output to the next, or by a stride of outputs.
+class Stepper {
+public:
+  Stepper(const Timeline& timeline, DWORD output, uint64_t stride)
+      : at_(timeline.position(output)), whole_(static_cast<int64_t>(stride * timeline.step() / timeline.denominator())),
+        part_(stride * timeline.step() % timeline.denominator()), denominator_(timeline.denominator()),
+        unit_(1.0 / static_cast<double>(timeline.denominator())) {}
+
+  const SourcePosition& at() const { return at_; }
+  double fraction() const { return static_cast<double>(static_cast<int64_t>(at_.part)) * unit_; }
+  void advance() {
+    at_.part += part_;
+    const uint64_t carry = at_.part >= denominator_ ? 1 : 0;
+    at_.part -= denominator_ & (0 - carry); // no branch: the pattern is long
+    at_.frame += whole_ + static_cast<int64_t>(carry);
+  }
+
+private:
+  SourcePosition at_;
+  int64_t whole_;
+  uint64_t part_;
+  uint64_t denominator_;
+  double unit_;
+};
+
+/// The first output that stands at this frame or behind it, and no more than there are.
+DWORD first_output_at(const ResampleBlock& block, int64_t frame) {
+  DWORD below = 0;
+  DWORD above = block.frames;
+  while (below < above) {
+    const DWORD middle = below + (above - below) / 2;
+    if (block.timeline->position(middle).frame < frame) {
+      below = middle + 1;
+    } else {
+      above = middle;
+    }
+  }
+  return below;
+}
+
 /// kChannels: 0 for any number.
 template <class Layout, DWORD kChannels>
 void run_linear(const ResampleBlock& block) {
   const DWORD channels = kChannels == 0 ? block.channels : kChannels;
   const size_t frame_bytes = size_t{channels} * Layout::bytes;
-  const uint64_t denominator = block.timeline->denominator();
-  const auto whole = static_cast<int64_t>(block.timeline->step() / denominator);
-  const uint64_t part = block.timeline->step() % denominator;
-  const double unit = 1.0 / static_cast<double>(denominator);
-  const int64_t inner_end = static_cast<int64_t>(block.source) - 1; // frames below have a successor
-  SourcePosition at = block.timeline->position(0);
-  uint8_t* dst = block.dst;
-  for (DWORD output = 0; output < block.frames; ++output, dst += frame_bytes) {
-    const double fraction = static_cast<double>(static_cast<int64_t>(at.part)) * unit;
-    if (at.frame < 0 || at.frame >= inner_end) [[unlikely]] {
-      edge_frame<Layout>(block, output, at, fraction);
-    } else {
-      const uint8_t* const src = block.src + static_cast<size_t>(at.frame) * frame_bytes;
-      for (DWORD channel = 0; channel < channels; ++channel) {
-        const double first = load_normalised<Layout>(src + channel * Layout::bytes);
-        const double second = load_normalised<Layout>(src + frame_bytes + channel * Layout::bytes);
-        store_normalised<Layout>(dst + channel * Layout::bytes, first + (second - first) * fraction);
-      }
-    }
-    at.frame += whole;
-    at.part += part;
-    const bool carries = at.part >= denominator;
-    at.frame += carries ? 1 : 0;
-    at.part -= carries ? denominator : 0;
+  const DWORD inner_begin = first_output_at(block, 0);
+  // From the last frame on there is no successor.
+  const DWORD inner_end = std::max(inner_begin, first_output_at(block, static_cast<int64_t>(block.source) - 1));
+  const auto run_edge = [&](DWORD begin, DWORD end) {
+    Stepper stepper(*block.timeline, begin, 1);
+    for (DWORD output = begin; output < end; ++output, stepper.advance())
+      edge_frame<Layout>(block, output, stepper.at(), stepper.fraction());
+  };
+  run_edge(0, inner_begin);
+  // Two ways at once: a step waits for the one before it, longer than the rest takes.
+  Stepper even(*block.timeline, inner_begin, 2);
+  Stepper odd(*block.timeline, inner_begin + 1, 2);
+  uint8_t* dst = block.dst + size_t{inner_begin} * frame_bytes;
+  const auto run_inner = [&](Stepper& stepper) {
+    inner_frame<Layout, kChannels>(dst, block.src + static_cast<size_t>(stepper.at().frame) * frame_bytes, frame_bytes,
+                                   channels, stepper.fraction());
+    dst += frame_bytes;
+    stepper.advance();
+  };
+  DWORD output = inner_begin;
+  for (; output + 1 < inner_end; output += 2) {
+    run_inner(even);
+    run_inner(odd);
   }
+  if (output < inner_end) run_inner(even);
+  run_edge(inner_end, block.frames);
 }
 
 template <class Layout>

@@ -14,6 +14,8 @@ namespace bench {
 void add_copy_matrix();
 void add_mixes();
 void add_peers();
+void add_filters();
+void add_resampling();
 
 /// Memory that begins on a cache line, each buffer at another offset within its page: how fast a copy is must not hang
 /// on where the allocator happened to put it.
@@ -51,5 +53,10 @@ Conversion gstreamer_conversion(QVSAMPLETYPE dst, QVSAMPLETYPE src, Buffer to, B
 /// Floats to a file of the type in memory, clipping; and back.
 Conversion sndfile_write(QVSAMPLETYPE file, Buffer floats, size_t count);
 Conversion sndfile_read(QVSAMPLETYPE file, Buffer floats, Buffer samples, size_t count);
+/// So many low-passes of second order behind each other, on stereo floats.
+Conversion avfilter_lowpass(DWORD sections, DWORD frames, Buffer from);
+/// Stereo floats to another rate.
+Conversion samplerate_conversion(bool linear, DWORD src_rate, DWORD dst_rate, DWORD frames, Buffer from, Buffer to);
+Conversion soxr_conversion(DWORD src_rate, DWORD dst_rate, DWORD frames, Buffer from, Buffer to);
 
 } // namespace bench

@@ -79,5 +79,14 @@ Conversion gstreamer_conversion(QVSAMPLETYPE, QVSAMPLETYPE, Buffer, Buffer, size
 Conversion sndfile_write(QVSAMPLETYPE, Buffer, size_t) { return nullptr; }
 Conversion sndfile_read(QVSAMPLETYPE, Buffer, Buffer, size_t) { return nullptr; }
 #endif
+#if !defined(QV_BENCH_avfilter)
+Conversion avfilter_lowpass(DWORD, DWORD, Buffer) { return nullptr; }
+#endif
+#if !defined(QV_BENCH_samplerate)
+Conversion samplerate_conversion(bool, DWORD, DWORD, DWORD, Buffer, Buffer) { return nullptr; }
+#endif
+#if !defined(QV_BENCH_soxr)
+Conversion soxr_conversion(DWORD, DWORD, DWORD, Buffer, Buffer) { return nullptr; }
+#endif
 
 } // namespace bench

@@ -277,8 +277,8 @@ TEST(Iir, AGainIsAddedToTheInput) {
     const double middle = is_band ? std::atan(std::sqrt(prewarped(0.1) * prewarped(0.2)) / 2.0) / pi
                           : each.type == QVIIR_LOWPASS ? 0.0
                                                        : 0.5;
-    const double far = each.type == QVIIR_HIGHPASS ? 0.0 : 0.5;
-    EXPECT_NEAR(measured(impulse, far), std::pow(10.0, each.outside / 20.0), 1e-9);
+    const double outer = each.type == QVIIR_HIGHPASS ? 0.0 : 0.5;
+    EXPECT_NEAR(measured(impulse, outer), std::pow(10.0, each.outside / 20.0), 1e-9);
     EXPECT_NEAR(measured(impulse, middle), std::pow(10.0, each.inside / 20.0), 1e-9);
   }
 }
