@@ -1,5 +1,6 @@
 // Converters of the first generation: counts and positions in closed form, samples against a model, quality on sines.
 #include "qv/audio_kernels.h"
+#include "qv/cpu.h"
 #include "qv/resample.h"
 #include "tests/audio/sine_fit.h"
 
@@ -189,6 +190,19 @@ TEST(Resample, TheSincByItsFormula) {
     for (size_t k = 0; k < result.size(); ++k)
       ASSERT_NEAR(result[k], sinc_model(input, static_cast<double>(k) * rates.src / rates.dst), 1e-11) << k;
   }
+}
+
+TEST(Resample, LevelsAreEqualToTheBit) {
+  const std::vector<double> input = noise(3000);
+  std::vector<double> expected;
+  for (const QVKERNELLEVEL level : {QVKERNELLEVEL_SSE2, QVKERNELLEVEL_AVX2, QVKERNELLEVEL_AVX512}) {
+    QvLimitKernelLevel(level);
+    const Converter converter(QVSAMPLE_FLOAT64, 44100, 48000, 3, QVRESAMPLE_SINC);
+    const std::vector<double> result = converted(converter, input, 3, {44100, 48000}, [] { return 100; });
+    if (expected.empty()) expected = result;
+    EXPECT_TRUE(result == expected) << level;
+  }
+  QvLimitKernelLevel(QVKERNELLEVEL_AVX512);
 }
 
 TEST(Resample, EverySampleType) {
