@@ -1,7 +1,9 @@
 // Filters allocate where they are made, and answer E_OUTOFMEMORY there; they do not allocate while they process.
 #include "qv/dither.h"
 #include "qv/equalizer.h"
+#include "qv/filter.h"
 #include "qv/fir.h"
+#include "qv/resample.h"
 
 #include <cstdlib>
 #include <gtest/gtest.h>
@@ -85,4 +87,69 @@ TEST(FilterMemory, ShortMemory) {
     EXPECT_EQ(filters.fir.getTaps() + filters.dither.getBits(), 0u);
     EXPECT_EQ(filters.eq, nullptr);
   }
+}
+
+namespace {
+
+/// The recursive filter and the converters.
+struct Streams {
+  CQvIIR iir;
+  HQVRESAMPLE block = nullptr;
+  HQVRESAMPLE2 stream = nullptr;
+
+  ~Streams() {
+    QvAudio_ResampleClose(block);
+    QvAudio_Resample2Close(stream);
+  }
+  HRESULT make_iir() { return iir.Design(QVIIR_BANDPASS, QVIIR_BUTTERWORTH, 9, 0.1, 1.0, 3.0, 3, 0); }
+  HRESULT make_block() {
+    return QvAudio_ResampleOpen(&block, QVSAMPLE_FLOAT32, 48000, 44100, 3, QVRESAMPLE_SINC | QVRESAMPLE_LOWPASS6);
+  }
+  HRESULT make_stream(QVRESAMPLE2_QUALITY quality) {
+    return QvAudio_Resample2Open(&stream, QVSAMPLE_FLOAT32, 48000, 44100, 3, quality);
+  }
+};
+
+} // namespace
+
+TEST(FilterMemory, ConvertersAllocateNothingOnTheirWay) {
+  std::vector<float> src(3 * 5000, 0.25f);
+  std::vector<float> dst(3 * 6000);
+  Streams made;
+  ASSERT_EQ(made.make_iir(), S_OK);
+  ASSERT_EQ(made.make_block(), S_OK);
+  ASSERT_EQ(made.make_stream(QVRESAMPLE2_BEST), S_OK);
+  const int before = allocations;
+  DWORD written = 0;
+  DWORD used = 0;
+  for (const DWORD frames : {1u, 77u, 5000u}) {
+    made.iir.ProcessFloat(dst.data(), src.data(), frames, 0);
+    QvAudio_ResampleEx(made.block, dst.data(), src.data(), frames);
+    QvAudio_Resample2Process(made.stream, dst.data(), 6000, &written, src.data(), frames, &used);
+  }
+  QvAudio_Resample2Process(made.stream, dst.data(), 6000, &written, nullptr, 0, &used);
+  EXPECT_GT(written, 0u);
+  EXPECT_EQ(allocations, before);
+}
+
+TEST(FilterMemory, ConvertersInShortMemory) {
+  // One allocation after the other fails, until none is left that could.
+  const auto exhaust = [](auto make) {
+    int failures = 0;
+    for (HRESULT result = E_OUTOFMEMORY; result != S_OK; ++failures) {
+      Streams streams;
+      failing = failures + 1;
+      result = make(streams);
+      failing = 0;
+      EXPECT_TRUE(result == S_OK || result == E_OUTOFMEMORY) << result;
+      EXPECT_TRUE(result == S_OK || (streams.block == nullptr && streams.stream == nullptr));
+      if (result != S_OK) {
+        EXPECT_EQ(streams.iir.getNumBiquads(), 0u);
+      }
+    }
+    return failures;
+  };
+  EXPECT_GE(exhaust([](Streams& streams) { return streams.make_iir(); }), 3);
+  EXPECT_GE(exhaust([](Streams& streams) { return streams.make_block(); }), 4);
+  EXPECT_GE(exhaust([](Streams& streams) { return streams.make_stream(QVRESAMPLE2_SINC); }), 5);
 }

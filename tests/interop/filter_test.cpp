@@ -72,6 +72,10 @@ TEST(Rate, AsSoxResamples) {
     const std::vector<double> b = decode(kPcm24, data_chunk(theirs));
     EXPECT_EQ(a.size(), b.size());
     EXPECT_LT(difference_decibels(a, b), -100.0);
+    // soxr, through ffmpeg.
+    shell("ffmpeg -v error -nostdin -y -i " + in + " -af aresample=resampler=soxr:precision=28 -ar " +
+          std::to_string(rate) + " -c:a pcm_s24le " + theirs);
+    EXPECT_LT(difference_decibels(a, decode(kPcm24, data_chunk(theirs))), -100.0);
   }
 }
 
