@@ -1,4 +1,5 @@
 // CQvIIR: designs against published figures and the analytic prototypes; blocks, channels and states.
+#include "audio/filter/bessel_poles.h"
 #include "qv/cpu.h"
 #include "qv/filter.h"
 
@@ -206,6 +207,28 @@ double measured(const std::vector<double>& impulse, double frequency) {
   for (size_t k = impulse.size(); k-- > 0;)
     sum = sum * step + impulse[k];
   return std::abs(sum);
+}
+
+TEST(Iir, BesselPolesAreTheRootsOfThePolynomial) {
+  using Long = std::complex<long double>;
+  for (DWORD order = 1; order <= QVIIR_MAX_ORDER; ++order) {
+    const std::vector<double> coefficients = reverse_bessel(order);
+    const long double scale = std::pow(static_cast<long double>(coefficients[0]), 1.0L / order);
+    long double magnitudes = 1.0L;
+    for (DWORD k = 0; k < (order + 1) / 2; ++k) {
+      const auto& [real, imaginary] = qv::audio::kBesselPoles[order - 1][k];
+      const Long root = Long(real, imaginary) * scale;
+      Long value = 0.0L;
+      Long slope = 0.0L;
+      for (size_t n = coefficients.size(); n-- > 0;) {
+        slope = slope * root + value;
+        value = value * root + Long(coefficients[n]);
+      }
+      EXPECT_LT(std::abs(value / slope) / std::abs(root), 1e-12L) << order << " " << k; // what Newton would add
+      magnitudes *= imaginary == 0.0 ? std::abs(root) : std::norm(root);
+    }
+    EXPECT_NEAR(static_cast<double>(magnitudes / coefficients[0]), 1.0, 1e-12) << "no root twice";
+  }
 }
 
 TEST(Iir, MagnitudesAreThoseOfThePrototypes) {

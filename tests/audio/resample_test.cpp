@@ -117,6 +117,21 @@ TEST(Resample, OutputsStandWhereTheyShould) {
       for (int block = 0; block < 400; ++block) {
         const DWORD count = 1 + random() % 60;
         const DWORD readable = driven != 0 ? QvAudio_ResampleGetExactSrcFromDst(converter, count) : count;
+        // By the letter: an integer part, which may be a frame less than what is read.
+        const double inverse = static_cast<double>(rates.src) / rates.dst;
+        const double phase = static_cast<double>(made) * inverse - static_cast<double>(at);
+        const double letter = count * inverse + phase + 0.499999985;
+        const DWORD told = QvAudio_ResampleGetSrcFromDst(converter, count);
+        if (std::fabs(letter - std::nearbyint(letter)) > 1e-6) {
+          ASSERT_EQ(told, static_cast<DWORD>(letter) + (inverse < 1.0 ? 1 : 0));
+        }
+        const double frames_told = static_cast<double>(count) / inverse - phase;
+        if (std::fabs(frames_told - std::nearbyint(frames_told)) > 1e-6 && frames_told > 0.0) {
+          ASSERT_EQ(QvAudio_ResampleGetDstFromSrc(converter, count), static_cast<DWORD>(frames_told));
+        }
+        if (driven != 0) {
+          ASSERT_TRUE(readable == told || readable == told + 1) << readable << " " << told;
+        }
         std::vector<double> src(size_t{readable} * 2);
         for (size_t k = 0; k < readable; ++k) {
           src[2 * k] = static_cast<double>(at + k);
