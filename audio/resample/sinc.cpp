@@ -1,6 +1,6 @@
 #include "audio/resample/sinc.h"
 
-#include "qv/cpu.h"
+#include "audio/kernels/double_pair.h"
 
 #include <array>
 #include <cmath>
@@ -40,6 +40,14 @@ double weight_at(double distance) {
   return table[entry] + (table[entry + 1] - table[entry]) * (at - static_cast<double>(entry));
 }
 
+void fill_row(double* row, double fraction) {
+  double weights[kSincTaps];
+  sinc_weights(weights, fraction);
+  for (DWORD tap = 0; tap < kSincTaps; ++tap)
+    row[2 * tap] = row[2 * tap + 1] = weights[tap];
+  std::fill(row + 2 * kSincTaps, row + kSincRow, 0.0);
+}
+
 /// What a chunk works on: pairs of channels, as doubles.
 constexpr size_t kChunkFrames = 512;
 constexpr size_t kWindowFrames = kChunkFrames + kSincRow / 2;
@@ -47,7 +55,7 @@ constexpr size_t kWindowFrames = kChunkFrames + kSincRow / 2;
 template <class Sample>
 class SincRun {
 public:
-  SincRun(const ResampleBlock& block, const SincBank& bank) : block_(block), bank_(bank), product_(sinc_product()) {}
+  SincRun(const ResampleBlock& block, const SincBank& bank) : block_(block), bank_(bank), product_(pair_product()) {}
 
   void run() {
     for (DWORD done = 0; done < block_.frames;) {
@@ -87,10 +95,19 @@ private:
   void load_window(int64_t from, int64_t to, DWORD channel) {
     const bool has_second = channel + 1 < block_.channels;
     double* at = window_;
-    for (int64_t frame = from; frame <= to; ++frame) {
-      *at++ = value(frame, channel);
-      *at++ = has_second ? value(frame, channel + 1) : 0.0;
+    const auto load_edge = [&](int64_t until) {
+      for (; from <= std::min(to, until); ++from) {
+        *at++ = value(from, channel);
+        *at++ = has_second ? value(from, channel + 1) : 0.0;
+      }
+    };
+    load_edge(-1);
+    if (has_second) {
+      const Sample* const samples = reinterpret_cast<const Sample*>(block_.src) + channel;
+      for (; from <= std::min(to, static_cast<int64_t>(block_.source) - 1); ++from, at += 2)
+        store_pair(at, load_pair(samples + static_cast<size_t>(from) * block_.channels));
     }
+    load_edge(to);
     // What the padding of a row is multiplied with.
     std::memset(at, 0, sizeof window_ - static_cast<size_t>(at - window_) * sizeof *at);
   }
@@ -100,16 +117,16 @@ private:
     const uint64_t step = block_.timeline->step();
     uint64_t ahead = 0; // whole frames from the first output's
     uint64_t part = first.part;
-    double own_row[kSincRow];
+    alignas(64) double own_row[kSincRow];
     for (DWORD k = 0; k < count; ++k) {
       const double* row = own_row;
       if (bank_.is_empty()) {
-        sinc_weights(own_row, static_cast<double>(part) / static_cast<double>(denominator));
+        fill_row(own_row, static_cast<double>(part) / static_cast<double>(denominator));
       } else {
         row = bank_.row(part);
       }
       double sums[2];
-      product_(sums, window_ + 2 * ahead, row, kSincRow);
+      product_(sums, window_ + 2 * ahead, row);
       store(done + k, channel, sums[0]);
       if (channel + 1 < block_.channels) store(done + k, channel + 1, sums[1]);
       part += step % denominator;
@@ -125,35 +142,23 @@ private:
 
   const ResampleBlock& block_;
   const SincBank& bank_;
-  const SincProduct product_;
+  const PairProduct product_;
   double window_[2 * kWindowFrames];
 };
 
 } // namespace
 
-SincProduct sinc_product() {
-  switch (QvGetKernelLevel()) {
-  case QVKERNELLEVEL_AVX512: return sinc_product_avx512;
-  case QVKERNELLEVEL_AVX2: return sinc_product_avx2;
-  default: return sinc_product_sse2;
-  }
-}
-
-void sinc_weights(double (&row)[kSincRow], double fraction) {
-  for (DWORD tap = 0; tap < kSincTaps; ++tap) {
-    // The newest tap, the last, is 12 frames ahead of the position.
-    const double weight = weight_at(static_cast<int>(tap) - kCenter - fraction);
-    row[2 * tap] = row[2 * tap + 1] = weight;
-  }
-  std::fill(row + 2 * kSincTaps, row + kSincRow, 0.0);
+void sinc_weights(double (&weights)[kSincTaps], double fraction) {
+  // The newest tap, the last, is 12 frames ahead of the position.
+  for (DWORD tap = 0; tap < kSincTaps; ++tap)
+    weights[tap] = weight_at(static_cast<int>(tap) - kCenter - fraction);
 }
 
 SincBank::SincBank(const Timeline& timeline) {
   if (timeline.denominator() > kMostRows) return;
-  rows_ = std::make_unique<double[]>(timeline.denominator() * kSincRow);
+  rows_ = AlignedDoubles(timeline.denominator() * kSincRow);
   for (uint64_t part = 0; part < timeline.denominator(); ++part)
-    sinc_weights(*reinterpret_cast<double(*)[kSincRow]>(rows_.get() + part * kSincRow),
-                 static_cast<double>(part) / static_cast<double>(timeline.denominator()));
+    fill_row(rows_.data() + part * kSincRow, static_cast<double>(part) / static_cast<double>(timeline.denominator()));
 }
 
 void run_sinc(const ResampleBlock& block, QVSAMPLETYPE type, const SincBank& bank) {

@@ -1,10 +1,9 @@
 // Windowed-sinc interpolation of 25 taps, 12 source frames late.
 #pragma once
 
+#include "audio/resample/aligned_doubles.h"
 #include "audio/resample/block.h"
 #include "audio/resample/sinc_product.h"
-
-#include <memory>
 
 namespace qv::audio {
 
@@ -12,11 +11,8 @@ inline constexpr DWORD kSincTaps = 25;
 /// Two more than the taps need before a block, where its first outputs may stand.
 inline constexpr DWORD kSincHistory = kSincTaps + 1;
 
-/// The weights of the taps, oldest first, each twice, for a channel and its neighbour. Padded with zeros.
-inline constexpr size_t kSincRow = 56;
-
-/// The weights for a fraction of a frame, from the shared table.
-void sinc_weights(double (&row)[kSincRow], double fraction);
+/// The weights for a fraction of a frame, oldest first, from the shared table.
+void sinc_weights(double (&weights)[kSincTaps], double fraction);
 
 /// Rows for all fractions that a timeline has, where they are few.
 class SincBank {
@@ -24,11 +20,11 @@ public:
   SincBank() = default;
   /// Throws std::bad_alloc. Empty for a denominator of more than 1024.
   explicit SincBank(const Timeline& timeline);
-  const double* row(uint64_t part) const { return rows_.get() + part * kSincRow; }
-  bool is_empty() const { return rows_ == nullptr; }
+  const double* row(uint64_t part) const { return rows_.data() + part * kSincRow; }
+  bool is_empty() const { return rows_.is_empty(); }
 
 private:
-  std::unique_ptr<double[]> rows_;
+  AlignedDoubles rows_;
 };
 
 /// Float or double.

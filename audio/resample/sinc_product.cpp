@@ -1,7 +1,7 @@
-// The innermost loop of a filter over frames, for the vectors that a processor has. Sixteen sums run side by side at
-// every level, so that the results are the same to the bit.
+// The innermost loop of a filter over frames, for the vectors that a processor has. So many sums run side by side,
+// at every level alike, that none waits for itself and the results are the same to the bit.
 //
-// Compiled with QV_SINC_PRODUCT, the function's name, and QV_SINC_VECTOR, the bytes of a vector.
+// Compiled with QV_SINC_LEVEL, the end of the functions' names, and QV_SINC_VECTOR, the bytes of a vector.
 #include "audio/resample/sinc_product.h"
 
 #include <cstring>
@@ -22,24 +22,53 @@ inline void add_products(Vector& sum, const double* a, const double* b) {
   sum += first * second;
 }
 
-} // namespace
-
-void QV_SINC_PRODUCT(double (&sums)[2], const double* frames, const double* row, size_t count) {
-  Vector parts[kSums / kLanes] = {};
+/// Each of the sums is that of every sixteenth product; half of them are added to the other half until `kLeft` are
+/// left.
+template <size_t kLeft>
+[[gnu::always_inline]] inline void add_all(double (&left)[kLeft], const double* frames, const double* row,
+                                           size_t count) {
+  constexpr size_t kParts = kSums / kLanes;
+  Vector parts[kParts] = {};
   size_t at = 0;
   for (; at + kSums <= count; at += kSums)
-    for (size_t k = 0; k < kSums / kLanes; ++k)
+#pragma GCC unroll 16
+    for (size_t k = 0; k < kParts; ++k)
       add_products(parts[k], frames + at + k * kLanes, row + at + k * kLanes);
-  if (at < count) // half of them
-    for (size_t k = 0; k < kSums / 2 / kLanes; ++k)
-      add_products(parts[k], frames + at + k * kLanes, row + at + k * kLanes);
-  double values[kSums];
+      // The rest, with bounds that are known, so that the sums stay in registers.
+#pragma GCC unroll 16
+  for (size_t k = 0; k < kParts; ++k)
+    if (at + k * kLanes < count) add_products(parts[k], frames + at + k * kLanes, row + at + k * kLanes);
+#pragma GCC unroll 4
+  for (size_t half = kParts / 2; half > 0; half /= 2)
+#pragma GCC unroll 8
+    for (size_t k = 0; k < half; ++k)
+      parts[k] += parts[k + half];
+  double values[kLanes];
   std::memcpy(values, parts, sizeof values);
-  sums[0] = sums[1] = 0.0;
-  for (size_t k = 0; k < kSums / 2; k += 2) {
-    sums[0] += values[k] + values[k + kSums / 2];
-    sums[1] += values[k + 1] + values[k + 1 + kSums / 2];
-  }
+#pragma GCC unroll 4
+  for (size_t half = kLanes / 2; half >= kLeft; half /= 2)
+#pragma GCC unroll 4
+    for (size_t k = 0; k < half; ++k)
+      values[k] += values[k + half];
+      // One by one: a wide load of what was just stored in parts would wait for memory.
+#pragma GCC unroll 2
+  for (size_t k = 0; k < kLeft; ++k)
+    left[k] = values[k];
+}
+
+#define QV_SINC_JOINED(name, level) name##_##level
+#define QV_SINC_NAMED(name, level) QV_SINC_JOINED(name, level)
+
+} // namespace
+
+void QV_SINC_NAMED(pair_product, QV_SINC_LEVEL)(double (&sums)[2], const double* frames, const double* row) {
+  add_all(sums, frames, row, kSincRow);
+}
+
+double QV_SINC_NAMED(product, QV_SINC_LEVEL)(const double* frames, const double* row, size_t count) {
+  double sum[1];
+  add_all(sum, frames, row, count);
+  return sum[0];
 }
 
 } // namespace qv::audio

@@ -33,9 +33,9 @@ struct QVRESAMPLE2 {
   CQvIIR filter;
   LoadFrames load;
   QVAUDIO_COPYFUNC store;
-  SincProduct product;
+  Product sum_of_products;
 
-  // Channels two by two: those of a pair side by side, one pair's frames after the other's.
+  // One channel's frames after the other's.
   DWORD capacity; ///< frames
   DWORD waiting;
   std::vector<double> frames;
@@ -47,8 +47,10 @@ struct QVRESAMPLE2 {
   ULONGLONG taken = 0;
   ULONGLONG made = 0;
 
-  size_t pairs() const { return (size_t{channels} + 1) / 2; }
-  size_t pair_size() const { return 2 * size_t{capacity} + 8; }
+  /// Of a channel, with room for the zeros behind a row's weights.
+  size_t line_size() const { return size_t{capacity} + 8; }
+  double* line(DWORD channel) { return frames.data() + channel * line_size(); }
+  const double* line(DWORD channel) const { return frames.data() + channel * line_size(); }
   DWORD real_frames() const { return is_flushing ? end : waiting; }
 
   HRESULT set_up(QVSAMPLETYPE new_type, DWORD src_rate, DWORD dst_rate, DWORD new_channels,
@@ -73,7 +75,7 @@ HRESULT QVRESAMPLE2::set_up(QVSAMPLETYPE new_type, DWORD src_rate, DWORD dst_rat
   channels = new_channels;
   quality = new_quality;
   store = QvAudio_GetCopyFunction2(type, QVSAMPLE_FLOAT64);
-  product = sinc_product();
+  sum_of_products = product();
   timeline = Timeline(src_rate, dst_rate);
   if (old != nullptr && old->timeline.position(0).part != 0) timeline.refine();
   rows = TapRows(quality, timeline);
@@ -87,10 +89,10 @@ HRESULT QVRESAMPLE2::set_up(QVSAMPLETYPE new_type, DWORD src_rate, DWORD dst_rat
   }
   capacity = rows.before() + rows.ahead() + static_cast<DWORD>(timeline.inverse()) + 2 + kChunkFrames +
              (old == nullptr ? 0 : old->waiting);
-  frames.resize(pairs() * pair_size());
+  frames.resize(channels * line_size());
   chunk.resize(size_t{kChunkFrames} * channels);
   own_row.resize(rows.row_size());
-  one_frame.resize(2 * pairs());
+  one_frame.resize(channels);
   waiting = rows.before(); // silence before the first frame
   timeline.move_to(waiting, 0.0);
   return S_OK;
@@ -105,9 +107,8 @@ void QVRESAMPLE2::take_over(const QVRESAMPLE2& old) {
   const auto first = static_cast<DWORD>(until - back);
   const DWORD kept = old.waiting - first;
   const auto silent = static_cast<DWORD>(rows.before() - back);
-  for (size_t pair = 0; pair < pairs(); ++pair)
-    std::memcpy(&frames[pair * pair_size() + 2 * size_t{silent}],
-                &old.frames[pair * old.pair_size() + 2 * size_t{first}], 2 * sizeof(double) * kept);
+  for (DWORD channel = 0; channel < channels; ++channel)
+    std::memcpy(line(channel) + silent, old.line(channel) + first, sizeof(double) * kept);
   waiting = silent + kept;
   timeline.move_to(next.frame - first + silent,
                    static_cast<double>(next.part) / static_cast<double>(old.timeline.denominator()));
@@ -125,13 +126,9 @@ bool QVRESAMPLE2::is_ready(uint64_t output) const {
 void QVRESAMPLE2::make(uint8_t* dst) {
   const SourcePosition at = timeline.position(0);
   const double* const row = rows.row(at.part, own_row.data());
-  const size_t first = 2 * static_cast<size_t>(at.frame - rows.before());
-  for (size_t pair = 0; pair < pairs(); ++pair) {
-    double sums[2];
-    product(sums, &frames[pair * pair_size() + first], row, rows.row_size());
-    one_frame[2 * pair] = sums[0];
-    one_frame[2 * pair + 1] = sums[1];
-  }
+  const auto first = static_cast<size_t>(at.frame - rows.before());
+  for (DWORD channel = 0; channel < channels; ++channel)
+    one_frame[channel] = sum_of_products(line(channel) + first, row, rows.row_size());
   store(dst, one_frame.data(), static_cast<LONG>(channels), 1.0f);
   timeline.advance(1, 0);
 }
@@ -141,24 +138,17 @@ void QVRESAMPLE2::discard() {
   const int64_t needed_from = timeline.position(0).frame - rows.before();
   const auto count = static_cast<DWORD>(std::clamp<int64_t>(needed_from, 0, waiting));
   if (count == 0) return;
-  for (size_t pair = 0; pair < pairs(); ++pair) {
-    double* const first = &frames[pair * pair_size()];
-    std::memmove(first, first + 2 * size_t{count}, 2 * sizeof(double) * (waiting - count));
-  }
+  for (DWORD channel = 0; channel < channels; ++channel)
+    std::memmove(line(channel), line(channel) + count, sizeof(double) * (waiting - count));
   waiting -= count;
   end -= std::min(end, count);
   timeline.advance(0, count);
 }
 
 void QVRESAMPLE2::append(const double* interleaved, DWORD count) {
-  for (size_t pair = 0; pair < pairs(); ++pair) {
-    double* at = &frames[pair * pair_size() + 2 * size_t{waiting}];
-    const bool has_second = 2 * pair + 1 < channels;
-    for (DWORD k = 0; k < count; ++k, at += 2) {
-      at[0] = interleaved[size_t{k} * channels + 2 * pair];
-      at[1] = has_second ? interleaved[size_t{k} * channels + 2 * pair + 1] : 0.0;
-    }
-  }
+  for (DWORD channel = 0; channel < channels; ++channel)
+    for (DWORD k = 0; k < count; ++k)
+      line(channel)[waiting + k] = interleaved[size_t{k} * channels + channel];
   waiting += count;
 }
 
@@ -175,11 +165,8 @@ DWORD QVRESAMPLE2::take(const uint8_t* src, DWORD count) {
 void QVRESAMPLE2::pad() {
   const DWORD count = std::min(kChunkFrames, capacity - waiting);
   const bool repeats = quality <= QVRESAMPLE2_FILTERED && waiting > 0;
-  for (size_t sample = 0; sample < size_t{count} * channels; ++sample) {
-    const size_t channel = sample % channels;
-    const size_t last = channel / 2 * pair_size() + 2 * (size_t{waiting} - 1) + channel % 2;
-    chunk[sample] = repeats ? frames[last] : 0.0;
-  }
+  for (size_t sample = 0; sample < size_t{count} * channels; ++sample)
+    chunk[sample] = repeats ? line(static_cast<DWORD>(sample % channels))[waiting - 1] : 0.0;
   append(chunk.data(), count);
 }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <vector>
 
 namespace qv::audio {
 
@@ -70,28 +71,28 @@ TapRows::TapRows(QVRESAMPLE2_QUALITY quality, const Timeline& timeline)
   } else {
     ahead_ = 1;
   }
-  row_size_ = (2 * size_t{before_ + 1 + ahead_} + 7) / 8 * 8;
+  row_size_ = (size_t{before_} + 1 + ahead_ + 7) / 8 * 8;
   if (denominator_ > kMostTableDoubles / row_size_) return;
-  rows_.resize(denominator_ * row_size_);
+  rows_ = AlignedDoubles(denominator_ * row_size_);
   for (uint64_t part = 0; part < denominator_; ++part)
-    fill(&rows_[part * row_size_], static_cast<double>(part) / static_cast<double>(denominator_));
+    fill(rows_.data() + part * row_size_, static_cast<double>(part) / static_cast<double>(denominator_));
 }
 
 const double* TapRows::row(uint64_t part, double* own) const {
-  if (!rows_.empty()) return &rows_[part * row_size_];
+  if (!rows_.is_empty()) return rows_.data() + part * row_size_;
   fill(own, static_cast<double>(part) / static_cast<double>(denominator_));
   return own;
 }
 
 void TapRows::fill(double* row, double fraction) const {
+  std::fill_n(row, row_size_, 0.0);
   if (quality_ == QVRESAMPLE2_BEST) {
     fill_best(row, fraction);
   } else if (quality_ == QVRESAMPLE2_SINC) {
-    sinc_weights(*reinterpret_cast<double(*)[kSincRow]>(row), fraction);
+    sinc_weights(*reinterpret_cast<double(*)[kSincTaps]>(row), fraction);
   } else {
-    std::fill_n(row, row_size_, 0.0);
-    row[0] = row[1] = 1.0 - fraction;
-    row[2] = row[3] = fraction;
+    row[0] = 1.0 - fraction;
+    row[1] = fraction;
   }
 }
 
@@ -100,12 +101,11 @@ void TapRows::fill_best(double* row, double fraction) const {
   const size_t taps = size_t{before_} + 1 + ahead_;
   double sum = 0.0;
   for (size_t tap = 0; tap < taps; ++tap) {
-    row[2 * tap] = best_weight((static_cast<double>(tap) - before_ - fraction) * scale_);
-    sum += row[2 * tap];
+    row[tap] = best_weight((static_cast<double>(tap) - before_ - fraction) * scale_);
+    sum += row[tap];
   }
   for (size_t tap = 0; tap < taps; ++tap)
-    row[2 * tap] = row[2 * tap + 1] = row[2 * tap] / sum;
-  std::fill(row + 2 * taps, row + row_size_, 0.0);
+    row[tap] /= sum;
 }
 
 } // namespace qv::audio

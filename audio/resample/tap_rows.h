@@ -1,11 +1,10 @@
 // The weights of the frames around a position, for each quality of the streaming converter.
 #pragma once
 
+#include "audio/resample/aligned_doubles.h"
 #include "audio/resample/timeline.h"
 
 #include "qv/resample.h"
-
-#include <vector>
 
 namespace qv::audio {
 
@@ -18,7 +17,7 @@ public:
   /// The frames that an output looks back and ahead, beside the one that it stands at or behind.
   DWORD before() const { return before_; }
   DWORD ahead() const { return ahead_; }
-  /// Doubles of a row: a weight for each frame, oldest first, each twice; zeros behind them up to a multiple of 8.
+  /// Doubles of a row: a weight for each frame, oldest first; zeros behind them up to a multiple of 8.
   size_t row_size() const { return row_size_; }
   /// The row of a part of a frame. `own`: room for a row, used where there is no table of them.
   const double* row(uint64_t part, double* own) const;
@@ -33,7 +32,7 @@ private:
   DWORD before_ = 0;
   DWORD ahead_ = 0;
   size_t row_size_ = 0;
-  std::vector<double> rows_;
+  AlignedDoubles rows_;
 };
 
 } // namespace qv::audio

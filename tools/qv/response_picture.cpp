@@ -8,6 +8,13 @@
 #include <memory>
 #include <stdexcept>
 
+#if defined(__SANITIZE_ADDRESS__)
+// Cairo's font library keeps its patterns to the end of the program.
+#define QV_SANITIZER_HOOK extern "C" __attribute__((visibility("default"))) const char*
+QV_SANITIZER_HOOK __lsan_default_suppressions() { return "leak:libfontconfig"; }
+QV_SANITIZER_HOOK __lsan_default_options() { return "print_suppressions=0"; }
+#endif
+
 namespace qv::tool {
 
 namespace {

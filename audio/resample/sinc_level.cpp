@@ -1,0 +1,23 @@
+#include "audio/resample/sinc_product.h"
+
+#include "qv/cpu.h"
+
+namespace qv::audio {
+
+PairProduct pair_product() {
+  switch (QvGetKernelLevel()) {
+  case QVKERNELLEVEL_AVX512: return pair_product_avx512;
+  case QVKERNELLEVEL_AVX2: return pair_product_avx2;
+  default: return pair_product_sse2;
+  }
+}
+
+Product product() {
+  switch (QvGetKernelLevel()) {
+  case QVKERNELLEVEL_AVX512: return product_avx512;
+  case QVKERNELLEVEL_AVX2: return product_avx2;
+  default: return product_sse2;
+  }
+}
+
+} // namespace qv::audio
