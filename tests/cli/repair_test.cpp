@@ -306,11 +306,11 @@ TEST(Repair, Over4GiB) {
   }
 }
 
-/// Every length of a file that is cut, and every byte of its header in ruins, ends in a file that is sound.
-TEST(Repair, EveryCutAndEveryRuinedByte) {
+/// Lengths all over a file that is cut, and bytes all over its header in ruins, ends in a file that is sound.
+TEST(Repair, CutsAndRuinedBytesAllOver) {
   for (const Bytes& whole : {riff("WAVE", kTwoLists), kPlain64}) {
     const size_t audio = whole.find(kAudio);
-    for (size_t at = 0; at < whole.size() + audio; at += 3) {
+    for (size_t at = 0; at < whole.size() + audio; at += 7) {
       SCOPED_TRACE(at);
       const Bytes before = at < whole.size() ? whole.substr(0, at) : with(whole, at - whole.size(), "\xFF");
       const ScratchFolder folder;
