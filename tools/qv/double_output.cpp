@@ -1,6 +1,7 @@
 #include "tools/qv/double_output.h"
 
 #include "tools/qv/failure.h"
+#include "tools/qv/named_rows.h"
 
 namespace qv::tool {
 
@@ -16,26 +17,15 @@ constexpr DitherName kDitherNames[] = {
 /// Any: the same file comes out each time.
 constexpr ULONGLONG kSeed = 1;
 
-QVDITHER dither_type(const std::string& name) {
-  for (const DitherName& row : kDitherNames)
-    if (row.name == name) return row.type;
-  return QVDITHER_NONE;
-}
-
 } // namespace
 
-std::vector<std::string> DoubleOutput::dither_names() {
-  std::vector<std::string> names;
-  for (const DitherName& row : kDitherNames)
-    names.emplace_back(row.name);
-  return names;
-}
+std::vector<std::string> DoubleOutput::dither_names() { return names_of(kDitherNames); }
 
 DoubleOutput::DoubleOutput(WaveOutput& output, const std::string& name, const _qvwaveformat& format,
                            const std::string& dither)
     : output_(output), channels_(format.channels),
       store_(QvAudio_GetCopyFunction2(format.sampleType, QVSAMPLE_FLOAT64)), sample_bytes_(format.BytesPerSample()) {
-  const QVDITHER type = dither_type(dither);
+  const QVDITHER type = row_of(kDitherNames, dither).type;
   if (type == QVDITHER_NONE) return; // the kernel rounds as well
   if (format.FormatTag() == WAVE_FORMAT_IEEE_FLOAT) throw Failure(name, "float samples are not dithered");
   const HRESULT result = dither_.emplace().Init(type, format.BitsPerSample(), channels_, kSeed);

@@ -1,6 +1,7 @@
 #include "tools/qv/filter_chain.h"
 
 #include "tools/qv/failure.h"
+#include "tools/qv/named_rows.h"
 
 #include <algorithm>
 #include <cmath>
@@ -31,19 +32,6 @@ constexpr DesignRow kDesigns[] = {{"butterworth", QVIIR_BUTTERWORTH},
                                   {"bessel", QVIIR_BESSEL},
                                   {"resonator", QVIIR_RESONATOR}};
 
-template <class Rows>
-auto row_of(const Rows& rows, const std::string& name) {
-  return *std::find_if(std::begin(rows), std::end(rows), [&](const auto& row) { return row.name == name; });
-}
-
-template <class Rows>
-std::vector<std::string> names_of(const Rows& rows) {
-  std::vector<std::string> names;
-  for (const auto& row : rows)
-    names.emplace_back(row.name);
-  return names;
-}
-
 } // namespace
 
 std::vector<std::string> FilterChain::type_names() { return names_of(kTypes); }
@@ -51,7 +39,7 @@ std::vector<std::string> FilterChain::design_names() { return names_of(kDesigns)
 
 FilterChain::FilterChain(const std::string& name, const FilterOptions& options, DWORD rate, DWORD channels)
     : rate_(rate), channels_(channels) {
-  const TypeRow type = row_of(kTypes, options.type);
+  const TypeRow& type = row_of(kTypes, options.type);
   if (options.frequency > rate / 2.0)
     throw Failure(name, "its rate of " + std::to_string(rate) + " Hz has no frequencies above half of it");
   if (type.is_biquad) {

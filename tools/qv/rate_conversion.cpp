@@ -1,6 +1,7 @@
 #include "tools/qv/rate_conversion.h"
 
 #include "tools/qv/failure.h"
+#include "tools/qv/named_rows.h"
 
 namespace qv::tool {
 
@@ -16,20 +17,9 @@ constexpr QualityName kQualityNames[] = {{"linear", QVRESAMPLE2_LINEAR},
                                          {"sinc", QVRESAMPLE2_SINC},
                                          {"best", QVRESAMPLE2_BEST}};
 
-QVRESAMPLE2_QUALITY quality_from(const std::string& name) {
-  for (const QualityName& row : kQualityNames)
-    if (row.name == name) return row.quality;
-  return QVRESAMPLE2_BEST;
-}
-
 } // namespace
 
-std::vector<std::string> RateConversion::quality_names() {
-  std::vector<std::string> names;
-  for (const QualityName& row : kQualityNames)
-    names.emplace_back(row.name);
-  return names;
-}
+std::vector<std::string> RateConversion::quality_names() { return names_of(kQualityNames); }
 
 uint64_t RateConversion::frames_at(uint64_t frames, DWORD src_rate, DWORD dst_rate) {
   const uint64_t rest = frames % src_rate * dst_rate;
@@ -39,8 +29,8 @@ uint64_t RateConversion::frames_at(uint64_t frames, DWORD src_rate, DWORD dst_ra
 RateConversion::RateConversion(const std::string& name, DWORD src_rate, DWORD dst_rate, DWORD channels,
                                const std::string& quality)
     : channels_(channels), block_(size_t{kBlockFrames} * channels) {
-  const HRESULT result =
-      QvAudio_Resample2Open(&converter_, QVSAMPLE_FLOAT64, src_rate, dst_rate, channels, quality_from(quality));
+  const HRESULT result = QvAudio_Resample2Open(&converter_, QVSAMPLE_FLOAT64, src_rate, dst_rate, channels,
+                                               row_of(kQualityNames, quality).quality);
   if (result == E_INVALIDARG)
     throw Failure(name, "its rate of " + std::to_string(src_rate) + " Hz is too far from " + std::to_string(dst_rate));
   if (FAILED(result)) throw Failure(name, QvResultText(result));

@@ -10,7 +10,6 @@
 
 #include "qv/wave_file.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -30,13 +29,12 @@ struct Options {
 };
 
 RepairHint hint_from(const Options& options) {
-  const auto row = std::find_if(std::begin(kTypeNames), std::end(kTypeNames),
-                                [&](const TypeName& each) { return each.name == options.type; });
+  const QVSAMPLETYPE type = row_of(kTypeNames, options.type).type;
   RepairHint hint = {{}, options.limit};
   hint.format.nSamplesPerSec = options.rate;
   hint.format.nChannels = options.channels;
-  hint.format.wFormatTag = static_cast<WORD>(QvAudio_FormatTagFromSampleType(row->type));
-  hint.format.wBitsPerSample = static_cast<WORD>(QvAudio_BitsFromSampleType(row->type));
+  hint.format.wFormatTag = static_cast<WORD>(QvAudio_FormatTagFromSampleType(type));
+  hint.format.wBitsPerSample = static_cast<WORD>(QvAudio_BitsFromSampleType(type));
   return hint;
 }
 

@@ -1,10 +1,9 @@
 // The sample types that a wave file is written in, under their names on the command line.
 #pragma once
 
-#include "qv/audio.h"
+#include "tools/qv/named_rows.h"
 
-#include <string>
-#include <vector>
+#include "qv/audio.h"
 
 namespace qv::tool {
 
@@ -17,12 +16,7 @@ inline constexpr TypeName kTypeNames[] = {{"pcm8", QVSAMPLE_PCM8},       {"pcm16
                                           {"pcm24", QVSAMPLE_PCM24},     {"pcm32", QVSAMPLE_PCM32},
                                           {"float32", QVSAMPLE_FLOAT32}, {"float64", QVSAMPLE_FLOAT64}};
 
-inline std::vector<std::string> type_names() {
-  std::vector<std::string> names;
-  for (const TypeName& row : kTypeNames)
-    names.emplace_back(row.name);
-  return names;
-}
+inline std::vector<std::string> type_names() { return names_of(kTypeNames); }
 
 /// The type of that name; for "" the source's own, or the nearest that a wave file usually has.
 inline QVSAMPLETYPE output_type(const std::string& name, QVSAMPLETYPE source) {
