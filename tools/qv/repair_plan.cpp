@@ -18,6 +18,7 @@ namespace {
 
 constexpr uint64_t kUsualLimit = 65'536;
 constexpr size_t kPlainRecord = 16;
+constexpr uint64_t kMostClaimed = 256; ///< times what is there
 /// Format records as they come: plain, with a count of extra bytes, extensible.
 constexpr size_t kRecordSizes[] = {kPlainRecord, sizeof(WAVEFORMATEX), sizeof(WAVEFORMATEXTENSIBLE)};
 
@@ -41,7 +42,7 @@ struct Chunk {
 struct Walk {
   std::optional<Chunk> format;
   std::optional<Chunk> audio;
-  std::optional<Chunk> nameless; ///< behind the format, up to the file's end, under no name that is known
+  std::optional<Chunk> nameless; ///< behind the format, up to the file's end or most of it, under no name that is known
   uint64_t end;                  ///< of the last chunk before the audio that is whole
 };
 
@@ -58,6 +59,7 @@ private:
   std::optional<Chunk> header_at(uint64_t at) const;
   bool is_whole(const Chunk& chunk) const { return chunk.size <= size_ - chunk.data; }
   bool ends_file(const Chunk& chunk) const;
+  bool could_be_audio(const Chunk& chunk) const;
   Walk walk(uint64_t from) const;
   std::optional<uint64_t> chunks_end(uint64_t from) const;
   std::vector<Chunk> audio_headers(uint64_t from) const;
@@ -134,6 +136,12 @@ bool Examination::ends_file(const Chunk& chunk) const {
   return is_whole(chunk) && chunk.data + layout_->padded(chunk.size) >= size_;
 }
 
+/// Whether a chunk under another name may be the audio: nothing follows, or it is most of the file and chunks follow.
+bool Examination::could_be_audio(const Chunk& chunk) const {
+  if (ends_file(chunk)) return true;
+  return is_whole(chunk) && chunk.size > size_ / 2 && chunks_end(chunk.data + layout_->padded(chunk.size));
+}
+
 Walk Examination::walk(uint64_t from) const {
   Walk walk = {std::nullopt, std::nullopt, std::nullopt, from};
   while (const std::optional<Chunk> chunk = header_at(walk.end)) {
@@ -141,7 +149,8 @@ Walk Examination::walk(uint64_t from) const {
       walk.audio = chunk;
       return walk;
     }
-    if (walk.format && !layout_->is_known(chunk->id) && ends_file(*chunk)) walk.nameless = chunk;
+    const bool is_larger = !walk.nameless || walk.nameless->size < chunk->size;
+    if (walk.format && is_larger && !layout_->is_known(chunk->id) && could_be_audio(*chunk)) walk.nameless = chunk;
     if (!layout_->is_plausible(chunk->id) || !is_whole(*chunk)) return walk;
     if (chunk->id == layout_->format_id && chunk->size >= kPlainRecord && !walk.format) walk.format = chunk;
     walk.end = chunk->data + layout_->padded(chunk->size);
@@ -283,13 +292,19 @@ bool Examination::mend_usual_layout() {
   return false;
 }
 
-/// Makes the chunk whose header is ruined reach to the header of the audio.
+/// Makes the chunk whose header is ruined reach to the header of the audio, where its size may lead too far.
 bool Examination::bridge(const Walk& walk, const Chunk& audio) {
-  const uint64_t gap = audio.at - walk.end;
+  uint64_t at = walk.format->at;
+  for (std::optional<Chunk> chunk = walk.format; chunk && at < walk.end; chunk = header_at(at)) {
+    const uint64_t end = chunk->data + layout_->padded(chunk->size);
+    if (end > audio.at) break;
+    at = end;
+  }
+  const uint64_t gap = audio.at - at;
   if (gap < layout_->chunk_header() || gap % layout_->alignment != 0) return false;
-  const std::string id = read(walk.end, layout_->id_bytes());
-  note("no chunk header at " + number(walk.end));
-  edit(walk.end, layout_->chunk_start(layout_->is_plausible(id) ? id : layout_->junk_id, gap - layout_->chunk_header()),
+  const std::string id = read(at, layout_->id_bytes());
+  note("no chunk header at " + number(at) + " that leads to the audio's");
+  edit(at, layout_->chunk_start(layout_->is_plausible(id) ? id : layout_->junk_id, gap - layout_->chunk_header()),
        "header of a chunk up to the audio");
   mend_sizes(audio, mend_format(*walk.format));
   return true;
@@ -345,11 +360,18 @@ RepairPlan Examination::run() {
     mend_sizes(audio, mend_format(*chunks.format));
     return plan_;
   }
-  if (!chunks.format && mend_usual_layout()) return plan_;
-  const std::vector<Chunk> headers = audio_headers(chunks.format ? chunks.end : layout_->record_at() + kPlainRecord);
+  if (mend_usual_layout()) return plan_;
+  const std::vector<Chunk> headers =
+      audio_headers(chunks.format ? chunks.format->data + kPlainRecord : layout_->record_at() + kPlainRecord);
   const auto likely =
       std::find_if(headers.begin(), headers.end(), [this](const Chunk& header) { return has_plausible_size(header); });
-  const Chunk* const audio = headers.empty() ? nullptr : likely == headers.end() ? &headers.front() : &*likely;
+  // Of a cut file more may be claimed than is there, but a text that happens to read "data" claims too much, and what
+  // lies in a chunk is its own.
+  const auto possible = std::find_if(headers.begin(), headers.end(), [&](const Chunk& header) {
+    return header.size / kMostClaimed <= size_ - header.data && (!chunks.format || header.at >= chunks.end);
+  });
+  const auto chosen = likely != headers.end() ? likely : possible;
+  const Chunk* const audio = chosen == headers.end() ? nullptr : &*chosen;
   if (audio != nullptr && chunks.format && bridge(chunks, *audio)) return plan_;
   if (audio != nullptr && !chunks.format && library_agrees(headers, *audio)) {
     plan_library_repair(*audio);
