@@ -74,6 +74,7 @@ private:
   void mend_sizes(const Chunk& audio, DWORD block_align);
   void mend_file_size(uint64_t end);
   bool mend_usual_layout();
+  uint64_t chunks_end_before(const Walk& walk, const Chunk& audio) const;
   bool bridge(const Walk& walk, const Chunk& audio);
   void plan_library_repair(const Chunk& audio);
   void plan_new_file(const Walk& walk, const Chunk* audio);
@@ -292,14 +293,20 @@ bool Examination::mend_usual_layout() {
   return false;
 }
 
-/// Makes the chunk whose header is ruined reach to the header of the audio, where its size may lead too far.
-bool Examination::bridge(const Walk& walk, const Chunk& audio) {
+/// Where the chunks from the format on that walk end before the audio: the size of the next may lead into it.
+uint64_t Examination::chunks_end_before(const Walk& walk, const Chunk& audio) const {
   uint64_t at = walk.format->at;
   for (std::optional<Chunk> chunk = walk.format; chunk && at < walk.end; chunk = header_at(at)) {
     const uint64_t end = chunk->data + layout_->padded(chunk->size);
     if (end > audio.at) break;
     at = end;
   }
+  return at;
+}
+
+/// Makes the chunk whose header is ruined reach to the header of the audio.
+bool Examination::bridge(const Walk& walk, const Chunk& audio) {
+  const uint64_t at = chunks_end_before(walk, audio);
   const uint64_t gap = audio.at - at;
   if (gap < layout_->chunk_header() || gap % layout_->alignment != 0) return false;
   const std::string id = read(at, layout_->id_bytes());
@@ -322,14 +329,15 @@ void Examination::plan_library_repair(const Chunk& audio) {
 
 /// What is left of a header stays in front; a new one follows, then what the file has.
 void Examination::plan_new_file(const Walk& walk, const Chunk* audio) {
-  const bool keeps_front = walk.format.has_value();
+  const uint64_t front = audio != nullptr && walk.format ? chunks_end_before(walk, *audio) : walk.end;
+  const bool keeps_front = walk.format && front > walk.format->at;
   if (!keeps_front && audio == nullptr && size_ < layout_->record_at() + kPlainRecord && any_header_left())
     throw Failure(name_, "ends inside its header: there is no audio");
   DWORD block_align = 0;
   note(audio != nullptr ? "no header that can be walked" : "no header of audio");
   if (keeps_front) {
     block_align = mend_format(*walk.format);
-    plan_.kept_front = walk.end;
+    plan_.kept_front = front;
   } else {
     const std::string record = any_header_left() ? read(layout_->record_at(), kPlainRecord) : std::string();
     WAVEFORMATEX format = mended(record, hint_.format);
@@ -340,7 +348,7 @@ void Examination::plan_new_file(const Walk& walk, const Chunk* audio) {
                        record_bytes(format, kPlainRecord);
   }
   // Behind chunks that walk the ruined header stood: so much of it goes that frames stay frames.
-  const uint64_t kept = keeps_front ? walk.end + layout_->chunk_header() % block_align : 0;
+  const uint64_t kept = keeps_front ? front + layout_->chunk_header() % block_align : 0;
   plan_.kept_from = audio != nullptr ? audio->data : std::min(size_, std::max(kept, hint_.limit.value_or(0)));
   const uint64_t held = std::min(size_ - plan_.kept_from, layout_->largest_size());
   const uint64_t data_bytes = held - held % block_align;
