@@ -1,8 +1,9 @@
 // A cascade of sections over a block, for one channel (double) or two at once (a vector of two doubles).
 //
 // A section's next state waits for its last one, some eight cycles; sections that follow each other wait for each other
-// too. So up to four sections run side by side, each one sample behind the one before it, which hides the wait: the
-// samples, and what is computed from them, are the same as section after section.
+// too. So two sections run side by side, the second a sample behind the first, which hides the wait: the samples, and
+// what is computed from them, are the same as section after section. With more of them the states leave the registers,
+// and four took half as long again.
 #pragma once
 
 #include "audio/filter/iir_design.h"
@@ -64,22 +65,21 @@ void run_sections(const IirSection* sections, IirState<Value>* states, size_t fr
     states[s] = state[s];
 }
 
-inline constexpr DWORD kMostSideBySide = 4;
+inline constexpr DWORD kMostSideBySide = 2;
 inline constexpr size_t kIirBlockFrames = 256;
 
-/// Up to four sections.
+/// One section or two.
 template <class Value, class Read, class Write>
 void run_group(DWORD count, const IirSection* sections, IirState<Value>* states, size_t frames, Read read,
                Write write) {
-  switch (count) {
-  case 1: run_sections<1>(sections, states, frames, read, write); break;
-  case 2: run_sections<2>(sections, states, frames, read, write); break;
-  case 3: run_sections<3>(sections, states, frames, read, write); break;
-  default: run_sections<4>(sections, states, frames, read, write);
+  if (count == 1) {
+    run_sections<1>(sections, states, frames, read, write);
+  } else {
+    run_sections<2>(sections, states, frames, read, write);
   }
 }
 
-/// All sections, four by four, block after block.
+/// All sections, two by two, block after block.
 template <class Value, class Read, class Write>
 void run_cascade(const IirDesign& design, IirState<Value>* states, size_t frames, Read read, Write write) {
   const IirSection* const sections = design.sections.data();
