@@ -64,8 +64,8 @@ QV_FUNCTION void QvAudio_ResampleClose(HQVRESAMPLE handle);
 QV_FUNCTION DWORD QvAudio_ResampleEx(HQVRESAMPLE handle, void* dst, void* src, DWORD count);
 
 /// One conversion of a whole buffer, to the rate source rate x dstFrames / srcFrames, truncated, with
-/// QVRESAMPLE_FILTERED | QVRESAMPLE_LOWPASS4. dst has room for dstFrames + 1 frames; at most so many are written. src
-/// is filtered in place as above. Answers 0.
+/// QVRESAMPLE_FILTERED | QVRESAMPLE_LOWPASS4. At most dstFrames frames are written: those behind the last source frame
+/// stay as they are. src is filtered in place as above. Answers 0.
 QV_FUNCTION HRESULT QvAudio_Resample(const WAVEFORMATEX* format, void* dst, DWORD dstFrames, void* src,
                                      DWORD srcFrames);
 /// Fits srcFrames source frames into exactly dstFrames frames, without filter or history, by the ratio of the two.

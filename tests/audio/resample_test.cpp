@@ -292,6 +292,12 @@ TEST(Resample, FittedAndWhole) {
   EXPECT_EQ(QvAudio_Resample(&format, twice.data(), 200, ramp.data(), 100), 0);
   EXPECT_EQ(twice[197], 98.5f);
   EXPECT_EQ(twice[200], -1.0f);
+  for (DWORD from = 1; from <= 100; from += 3)
+    for (DWORD to = 1; to <= 100; ++to) {
+      std::fill(twice.begin(), twice.end(), -1.0f);
+      QvAudio_Resample(&format, twice.data(), to, ramp.data(), from);
+      ASSERT_EQ(twice[to], -1.0f) << from << " to " << to;
+    }
   EXPECT_EQ(QvAudio_Resample(&format, twice.data(), 200, ramp.data(), 0), 0);
   EXPECT_EQ(QvAudio_Resample(&format, twice.data(), 0, ramp.data(), 100), 0);
 }

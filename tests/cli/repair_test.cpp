@@ -154,7 +154,7 @@ const Damage kDamages[] = {
      riff("WAVE", kFormat + chunk("JUNK", pattern(50)) + kData),
      {}},
     {"the audio's id", with(kPlain, 36, Bytes(4, '\0')), kPlain, {}},
-    {"the audio's id by other letters", with(kPlain, 36, "XXXX"), kPlain, {}},
+    {"the audio's id by other letters", with(kPlain, 36, "tada"), kPlain, {}},
     {"a list's size that leads into the audio",
      with(riff("WAVE", kTwoLists), 40, u32(255)),
      riff("WAVE", kTwoLists),
@@ -292,6 +292,20 @@ TEST(Repair, BadInput) {
   EXPECT_NE(repair(file, {"--backup"}).error.find("is there already"), std::string::npos);
   EXPECT_EQ(read_file(file) == with(kPlain, 40, u32(0)), true);
   EXPECT_EQ(read_file(file + ".bak"), "an older one");
+}
+
+TEST(Repair, AFileMadeToCostTime) {
+  // Headers of audio without end, each with chunks without end behind it, and none of them leads to the file's end.
+  Bytes headers;
+  for (uint32_t k = 0; k < 8000; ++k)
+    headers += header("data", 64'000 - 8 * k);
+  Bytes chunks;
+  for (int k = 0; k < 200'000; ++k)
+    chunks += header("abcd", 0);
+  const ScratchFolder folder;
+  const std::string file = folder.put("file.wav", pattern(70) + headers + chunks + kJunk); // which no chunk is
+  const std::string command = "ulimit -t 20; exec \"$0\" repair --dry-run \"$1\"";
+  EXPECT_EQ(run({"sh", "-c", command, QV_PROGRAM, file}).exit_code, 0);
 }
 
 TEST(Repair, Over4GiB) {

@@ -19,6 +19,9 @@ namespace {
 constexpr uint64_t kUsualLimit = 65'536;
 constexpr size_t kPlainRecord = 16;
 constexpr uint64_t kMostClaimed = 256; ///< times what is there
+// What a file that is made to cost time may cost: more headers of audio, or more chunks behind it, are not looked at.
+constexpr size_t kMostHeaders = 64;
+constexpr int kMostChunksBehind = 65'536;
 /// Format records as they come: plain, with a count of extra bytes, extensible.
 constexpr size_t kRecordSizes[] = {kPlainRecord, sizeof(WAVEFORMATEX), sizeof(WAVEFORMATEXTENSIBLE)};
 
@@ -162,9 +165,10 @@ Walk Examination::walk(uint64_t from) const {
 /// Where the last whole one ends of the chunks that fill the file from there on. The last of all may be cut when its id
 /// is known.
 std::optional<uint64_t> Examination::chunks_end(uint64_t from) const {
-  while (from + layout_->chunk_header() <= size_) {
+  for (int count = 0; from + layout_->chunk_header() <= size_; ++count) {
     const std::optional<Chunk> chunk = header_at(from);
-    if (!chunk || !layout_->is_plausible(chunk->id) || chunk->id == layout_->data_id) return std::nullopt;
+    if (count == kMostChunksBehind || !chunk || !layout_->is_plausible(chunk->id) || chunk->id == layout_->data_id)
+      return std::nullopt;
     if (!is_whole(*chunk)) return layout_->is_known(chunk->id) ? std::optional(size_) : std::nullopt;
     from = chunk->data + layout_->padded(chunk->size);
   }
@@ -176,10 +180,10 @@ std::vector<Chunk> Examination::audio_headers(uint64_t from) const {
   constexpr uint64_t kBlock = 65'536;
   std::vector<Chunk> headers;
   const uint64_t end = std::min(size_, plan_.limit);
-  for (uint64_t at = from; at < end; at += kBlock) {
+  for (uint64_t at = from; at < end && headers.size() < kMostHeaders; at += kBlock) {
     const uint64_t positions = std::min(kBlock, end - at);
     const std::string block = read(at, positions + layout_->id_bytes() - 1);
-    for (size_t match = block.find(layout_->data_id); match < positions;
+    for (size_t match = block.find(layout_->data_id); match < positions && headers.size() < kMostHeaders;
          match = block.find(layout_->data_id, match + 1))
       if (const std::optional<Chunk> header = header_at(at + match)) headers.push_back(*header);
   }
@@ -285,7 +289,7 @@ bool Examination::mend_usual_layout() {
   for (const size_t record_size : kRecordSizes) {
     const Walk usual = walk(layout_->record_at() + layout_->padded(record_size));
     if (!usual.audio) continue;
-    note("no format chunk");
+    note("no format chunk that leads to the audio");
     edit(layout_->file_header(), layout_->chunk_start(layout_->format_id, record_size), "header of the format chunk");
     mend_sizes(*usual.audio, mend_record(layout_->record_at(), read(layout_->record_at(), record_size)));
     return true;
