@@ -24,20 +24,23 @@ struct Cascade {
   double gain = 1.0; ///< of the cascade
   double dry = 0.0;  ///< of the input beside it
   DWORD last_mask = 0;
-  bool in_pairs = false;                ///< two channels in one vector
-  std::vector<IirState<double>> states; ///< those of a channel's sections, channel after channel
+  bool in_pairs = false;        ///< two channels side by side
+  std::vector<IirState> states; ///< those of a channel's sections, channel after channel
 
-  IirState<double>* states_of(DWORD channel) { return states.data() + size_t{channel} * design.count; }
+  IirState* states_of(DWORD channel) { return states.data() + size_t{channel} * design.count; }
 
   template <class Sample>
   void process(Sample* dst, const Sample* src, DWORD frames, DWORD mask);
-  template <class Sample>
-  void process_one(Sample* dst, const Sample* src, size_t frames, DWORD channel);
-  template <class Sample>
-  void process_pair(Sample* dst, const Sample* src, size_t frames, DWORD channel);
-  template <class Value, class Load, class Store>
-  void process_blocks(IirState<Value>* states, size_t frames, Load load, Store store);
 };
+
+template <class Sample>
+RunCascade<Sample> run_cascade() {
+  switch (QvGetKernelLevel()) {
+  case QVKERNELLEVEL_AVX512: return run_cascade_avx512;
+  case QVKERNELLEVEL_AVX2: return run_cascade_avx2;
+  default: return run_cascade_sse2;
+  }
+}
 
 constexpr double kLeastGain = -200.0;
 constexpr double kMostGain = 100.0;
@@ -66,57 +69,20 @@ IirDesign make_design(QVIIR_TYPE type, QVIIR_DESIGN design, DWORD order, double 
                                 : design_bandstop(design, order, lower, upper);
 }
 
-/// load(frame) answers the input until store(frame, output) has been called.
-template <class Value, class Load, class Store>
-void Cascade::process_blocks(IirState<Value>* section_states, size_t frames, Load load, Store store) {
-  if (dry == 0.0) {
-    run_cascade(design, section_states, frames, load, store);
-  } else {
-    run_cascade(design, section_states, frames, load,
-                [&](size_t k, Value value) { store(k, load(k) * dry + value * gain); });
-  }
-}
-
-template <class Sample>
-void Cascade::process_one(Sample* dst, const Sample* src, size_t frames, DWORD channel) {
-  const size_t stride = channels;
-  process_blocks<double>(
-      states_of(channel), frames, [=](size_t k) { return static_cast<double>(src[k * stride]); },
-      [=](size_t k, double value) { dst[k * stride] = static_cast<Sample>(value); });
-}
-
-/// A channel and the next.
-template <class Sample>
-void Cascade::process_pair(Sample* dst, const Sample* src, size_t frames, DWORD channel) {
-  IirState<PairOfDoubles> both[QVIIR_MAX_ORDER];
-  IirState<double>* const first = states_of(channel);
-  IirState<double>* const second = states_of(channel + 1);
-  for (DWORD s = 0; s < design.count; ++s)
-    both[s] =
-        IirState<PairOfDoubles>{PairOfDoubles{first[s].w1, second[s].w1}, PairOfDoubles{first[s].w2, second[s].w2}};
-  const size_t stride = channels;
-  process_blocks<PairOfDoubles>(
-      both, frames, [=](size_t k) { return load_pair(src + k * stride); },
-      [=](size_t k, PairOfDoubles value) { store_pair(dst + k * stride, value); });
-  for (DWORD s = 0; s < design.count; ++s) {
-    first[s] = {both[s].w1[0], both[s].w2[0]};
-    second[s] = {both[s].w1[1], both[s].w2[1]};
-  }
-}
-
 template <class Sample>
 void Cascade::process(Sample* dst, const Sample* src, DWORD frames, DWORD mask) {
   const FlushToZero flush;
+  const RunCascade<Sample> run = run_cascade<Sample>();
   last_mask = mask;
   for (DWORD channel = 0; channel < channels; ++channel) {
     if (!is_chosen(mask, channel)) {
       copy_channel(dst, src, frames, channels, channel);
-    } else if (in_pairs && channel + 1 < channels && is_chosen(mask, channel + 1)) {
-      process_pair(dst + channel, src + channel, frames, channel);
-      ++channel;
-    } else {
-      process_one(dst + channel, src + channel, frames, channel);
+      continue;
     }
+    const bool is_pair = in_pairs && channel + 1 < channels && is_chosen(mask, channel + 1);
+    run({design.sections.data(), design.count, is_pair ? 2u : 1u, states_of(channel), channels, gain, dry},
+        dst + channel, src + channel, frames);
+    if (is_pair) ++channel;
   }
 }
 
@@ -171,11 +137,11 @@ HRESULT CQvIIR::Design(QVIIR_TYPE type, QVIIR_DESIGN design, DWORD order, double
 
 void CQvIIR::Reset(DWORD channel) {
   if (filter_ == nullptr || channel >= filter_->channels) return;
-  std::fill_n(filter_->states_of(channel), filter_->design.count, IirState<double>{});
+  std::fill_n(filter_->states_of(channel), filter_->design.count, IirState{});
 }
 
 void CQvIIR::ResetAll() {
-  if (filter_ != nullptr) std::fill(filter_->states.begin(), filter_->states.end(), IirState<double>{});
+  if (filter_ != nullptr) std::fill(filter_->states.begin(), filter_->states.end(), IirState{});
 }
 
 void CQvIIR::SetDelayElementsFrom(const CQvIIR& other) {

@@ -378,14 +378,26 @@ std::vector<double> model(const Filter& filter, const std::vector<double>& input
   return output;
 }
 
-TEST(Iir, BlocksChannelsAndMasks) {
+class IirLevels : public testing::TestWithParam<QVKERNELLEVEL> {
+protected:
+  IirLevels() { QvLimitKernelLevel(GetParam()); }
+  ~IirLevels() override { QvLimitKernelLevel(QVKERNELLEVEL_AVX512); }
+};
+INSTANTIATE_TEST_SUITE_P(All, IirLevels, testing::Values(QVKERNELLEVEL_SSE2, QVKERNELLEVEL_AVX2, QVKERNELLEVEL_AVX512));
+
+TEST_P(IirLevels, BlocksChannelsAndMasks) {
   constexpr size_t kFrames = 1500;
-  for (const DWORD order : {1u, 2u, 3u, 6u, 7u, 8u, 15u})
+  // One section to eight, and more than run side by side.
+  constexpr Shape kShapes[] = {
+      {QVIIR_LOWPASS, QVIIR_CHEBYSHEV, 1, 0.2, 0.0},  {QVIIR_LOWPASS, QVIIR_CHEBYSHEV, 3, 0.2, 0.0},
+      {QVIIR_LOWPASS, QVIIR_CHEBYSHEV, 6, 0.2, 0.0},  {QVIIR_LOWPASS, QVIIR_CHEBYSHEV, 8, 0.2, 0.0},
+      {QVIIR_LOWPASS, QVIIR_CHEBYSHEV, 15, 0.2, 0.0}, {QVIIR_BANDPASS, QVIIR_BUTTERWORTH, 11, 0.1, 0.3}};
+  for (const Shape& shape : kShapes)
     for (const DWORD channels : {1u, 2u, 3u, 34u})
       for (const DWORD mask : {0u, 1u, 2u, 3u, 6u})
         for (const double gain : {0.0, 4.0}) {
-          SCOPED_TRACE(testing::Message() << order << " " << channels << " " << mask << " " << gain);
-          const Filter filter = designed({QVIIR_LOWPASS, QVIIR_CHEBYSHEV, order, 0.2, 0.0}, channels, gain, mask);
+          SCOPED_TRACE(testing::Message() << shape.order << " " << channels << " " << mask << " " << gain);
+          const Filter filter = designed(shape, channels, gain, mask);
           const std::vector<double> input = noise(kFrames * channels);
           const std::vector<double> expected = model(filter, input, channels, mask);
           for (const size_t block : {size_t{1}, size_t{7}, size_t{441}, kFrames}) {
@@ -406,6 +418,19 @@ TEST(Iir, BlocksChannelsAndMasks) {
             EXPECT_EQ(doubles.getLastChannelMask(), mask);
           }
         }
+}
+
+TEST_P(IirLevels, WhatIsNotFiniteStaysInItsChannel) {
+  const Filter fresh = designed({QVIIR_LOWPASS, QVIIR_BUTTERWORTH, 13, 0.05, 0.0}, 2);
+  std::vector<double> results[2];
+  for (std::vector<double>& result : results) {
+    result = noise(200);
+    if (&result == results) result[6] = std::numeric_limits<double>::infinity();
+    Filter(fresh).ProcessDouble(result.data(), result.data(), 100, 0);
+  }
+  EXPECT_FALSE(std::isfinite(results[0][198]));
+  for (size_t k = 1; k < 200; k += 2)
+    ASSERT_EQ(results[0][k], results[1][k]);
 }
 
 TEST(Iir, WithAndWithoutVectors) {
