@@ -2,6 +2,7 @@
 #include "audio/resample/block.h"
 #include "audio/resample/format_pair.h"
 #include "audio/resample/sinc_product.h"
+#include "audio/resample/soxr_filter.h"
 #include "audio/resample/tap_rows.h"
 
 #include "qv/audio_kernels.h"
@@ -18,7 +19,8 @@ using namespace qv::audio;
 
 namespace {
 
-constexpr DWORD kChunkFrames = 256; ///< taken at a time
+constexpr DWORD kChunkFrames = 256;        ///< taken or made at a time
+constexpr DWORD kSpare = 3 * kChunkFrames; ///< room, so that frames that wait are seldom moved
 constexpr DWORD kMostRatio = 4096;
 
 } // namespace
@@ -29,6 +31,7 @@ struct QVRESAMPLE2 {
   QVRESAMPLE2_QUALITY quality;
   Timeline timeline; ///< in source frames from the first that waits
   TapRows rows;
+  std::unique_ptr<SoxrFilter> soxr; ///< makes the frames in place of the rows, or null
   bool has_filter = false;
   CQvIIR filter;
   LoadFrames load;
@@ -39,9 +42,8 @@ struct QVRESAMPLE2 {
   DWORD capacity; ///< frames
   DWORD waiting;
   std::vector<double> frames;
-  std::vector<double> chunk;     ///< interleaved, of the source
-  std::vector<double> own_row;   ///< where there is no table
-  std::vector<double> one_frame; ///< of the destination
+  std::vector<double> chunk;   ///< interleaved, of the source or the destination
+  std::vector<double> own_row; ///< where there is no table
   bool is_flushing = false;
   DWORD end = 0; ///< while flushing: where the padding begins
   ULONGLONG taken = 0;
@@ -51,17 +53,18 @@ struct QVRESAMPLE2 {
   size_t line_size() const { return size_t{capacity} + 8; }
   double* line(DWORD channel) { return frames.data() + channel * line_size(); }
   const double* line(DWORD channel) const { return frames.data() + channel * line_size(); }
-  DWORD real_frames() const { return is_flushing ? end : waiting; }
+  /// Frames behind an output that it waits for.
+  DWORD ahead() const { return soxr != nullptr ? soxr->ahead() : rows.ahead(); }
 
   HRESULT set_up(QVSAMPLETYPE new_type, DWORD src_rate, DWORD dst_rate, DWORD new_channels,
                  QVRESAMPLE2_QUALITY new_quality, const QVRESAMPLE2* old);
   void take_over(const QVRESAMPLE2& old);
-  bool is_ready(uint64_t output) const;
-  void make(uint8_t* dst);
+  uint64_t ready() const;
+  void make(uint8_t* dst, DWORD count);
   void discard();
   DWORD take(const uint8_t* src, DWORD count);
   void pad();
-  void append(const double* interleaved, DWORD count);
+  void append(DWORD count);
 };
 
 /// `old`: the converter that this one goes on from, or null.
@@ -79,6 +82,8 @@ HRESULT QVRESAMPLE2::set_up(QVSAMPLETYPE new_type, DWORD src_rate, DWORD dst_rat
   timeline = Timeline(src_rate, dst_rate);
   if (old != nullptr && old->timeline.position(0).part != 0) timeline.refine();
   rows = TapRows(quality, timeline);
+  if (quality == QVRESAMPLE2_BEST && old == nullptr) soxr = SoxrFilter::make(timeline, channels);
+  if (soxr == nullptr) rows.make_table();
   const bool filters = quality == QVRESAMPLE2_FILTERED || quality == QVRESAMPLE2_SINC;
   if (filters && timeline.is_falling()) {
     const DWORD order = quality == QVRESAMPLE2_SINC ? 6 : 4;
@@ -87,12 +92,11 @@ HRESULT QVRESAMPLE2::set_up(QVSAMPLETYPE new_type, DWORD src_rate, DWORD dst_rat
     if (FAILED(result)) return result;
     has_filter = true;
   }
-  capacity = rows.before() + rows.ahead() + static_cast<DWORD>(timeline.inverse()) + 2 + kChunkFrames +
+  capacity = rows.before() + ahead() + static_cast<DWORD>(timeline.inverse()) + 2 + kChunkFrames + kSpare +
              (old == nullptr ? 0 : old->waiting);
   frames.resize(channels * line_size());
   chunk.resize(size_t{kChunkFrames} * channels);
   own_row.resize(rows.row_size());
-  one_frame.resize(channels);
   waiting = rows.before(); // silence before the first frame
   timeline.move_to(waiting, 0.0);
   return S_OK;
@@ -116,25 +120,32 @@ void QVRESAMPLE2::take_over(const QVRESAMPLE2& old) {
   made = old.made;
 }
 
-/// Whether all frames that an output looks at are there, and it belongs to those that are no padding.
-bool QVRESAMPLE2::is_ready(uint64_t output) const {
-  return timeline.position(output).frame + rows.ahead() < static_cast<int64_t>(waiting) &&
-         timeline.is_within(output, real_frames());
+/// The outputs for which all frames that they look at are there, and that belong to those that are no padding.
+uint64_t QVRESAMPLE2::ready() const {
+  const uint64_t in_front = timeline.outputs_before(int64_t{waiting} - ahead());
+  return std::min(in_front, timeline.outputs_within(is_flushing ? end : waiting));
 }
 
-/// The next output.
-void QVRESAMPLE2::make(uint8_t* dst) {
-  const SourcePosition at = timeline.position(0);
-  const double* const row = rows.row(at.part, own_row.data());
-  const auto first = static_cast<size_t>(at.frame - rows.before());
-  for (DWORD channel = 0; channel < channels; ++channel)
-    one_frame[channel] = sum_of_products(line(channel) + first, row, rows.row_size());
-  store(dst, one_frame.data(), static_cast<LONG>(channels), 1.0f);
-  timeline.advance(1, 0);
+/// The next outputs, at most kChunkFrames.
+void QVRESAMPLE2::make(uint8_t* dst, DWORD count) {
+  if (soxr != nullptr) {
+    soxr->take(chunk.data(), count);
+  } else {
+    for (DWORD k = 0; k < count; ++k) {
+      const SourcePosition at = timeline.position(k);
+      const double* const row = rows.row(at.part, own_row.data());
+      const auto first = static_cast<size_t>(at.frame - rows.before());
+      for (DWORD channel = 0; channel < channels; ++channel)
+        chunk[size_t{k} * channels + channel] = sum_of_products(line(channel) + first, row, rows.row_size());
+    }
+  }
+  store(dst, chunk.data(), static_cast<LONG>(count * channels), 1.0f);
+  timeline.advance(count, 0);
 }
 
-/// Frames that no output looks back to any more.
+/// Frames that no output looks back to any more, when there is no room for a chunk.
 void QVRESAMPLE2::discard() {
+  if (capacity - waiting >= kChunkFrames) return;
   const int64_t needed_from = timeline.position(0).frame - rows.before();
   const auto count = static_cast<DWORD>(std::clamp<int64_t>(needed_from, 0, waiting));
   if (count == 0) return;
@@ -145,10 +156,12 @@ void QVRESAMPLE2::discard() {
   timeline.advance(0, count);
 }
 
-void QVRESAMPLE2::append(const double* interleaved, DWORD count) {
+/// What is in the chunk.
+void QVRESAMPLE2::append(DWORD count) {
+  if (soxr != nullptr) soxr->give(chunk.data(), count);
   for (DWORD channel = 0; channel < channels; ++channel)
     for (DWORD k = 0; k < count; ++k)
-      line(channel)[waiting + k] = interleaved[size_t{k} * channels + channel];
+      line(channel)[waiting + k] = chunk[size_t{k} * channels + channel];
   waiting += count;
 }
 
@@ -156,7 +169,7 @@ DWORD QVRESAMPLE2::take(const uint8_t* src, DWORD count) {
   count = std::min({count, kChunkFrames, capacity - waiting});
   load(chunk.data(), src, size_t{count} * channels);
   if (has_filter) filter.ProcessDouble(chunk.data(), chunk.data(), count, 0);
-  append(chunk.data(), count);
+  append(count);
   taken += count;
   return count;
 }
@@ -167,7 +180,7 @@ void QVRESAMPLE2::pad() {
   const bool repeats = quality <= QVRESAMPLE2_FILTERED && waiting > 0;
   for (size_t sample = 0; sample < size_t{count} * channels; ++sample)
     chunk[sample] = repeats ? line(static_cast<DWORD>(sample % channels))[waiting - 1] : 0.0;
-  append(chunk.data(), count);
+  append(count);
 }
 
 namespace {
@@ -243,14 +256,16 @@ HRESULT QvAudio_Resample2Process(HQVRESAMPLE2 handle, void* dst, DWORD dstCapaci
   const size_t sample_bytes = QvAudio_BytesFromSampleType(handle->type);
   const size_t frame_bytes = sample_bytes * handle->channels;
   for (;;) {
-    while (*written < dstCapacity && handle->is_ready(0)) {
-      handle->make(static_cast<uint8_t*>(dst) + *written * frame_bytes);
-      ++*written;
+    for (uint64_t ready = handle->ready(); *written < dstCapacity && ready > 0;) {
+      const auto count = static_cast<DWORD>(std::min<uint64_t>({ready, dstCapacity - *written, kChunkFrames}));
+      handle->make(static_cast<uint8_t*>(dst) + *written * frame_bytes, count);
+      *written += count;
+      ready -= count;
     }
     handle->discard();
     if (*written == dstCapacity) break;
     if (src == nullptr) {
-      if (!handle->timeline.is_within(0, handle->end)) break;
+      if (handle->timeline.outputs_within(handle->end) == 0) break;
       handle->pad();
     } else {
       if (*used == srcFrames) break;
@@ -263,7 +278,7 @@ HRESULT QvAudio_Resample2Process(HQVRESAMPLE2 handle, void* dst, DWORD dstCapaci
 
 DWORD QvAudio_Resample2GetLatency(HQVRESAMPLE2 handle) {
   const auto half_step = static_cast<DWORD>(std::ceil(handle->timeline.inverse() / 2.0));
-  return std::max(handle->rows.ahead() + 1, half_step);
+  return std::max(handle->ahead() + 1, half_step);
 }
 
 ULONGLONG QvAudio_Resample2GetSrcPos(HQVRESAMPLE2 handle) { return handle->taken; }
@@ -273,8 +288,8 @@ DWORD QvAudio_Resample2GetSrcFromDst(HQVRESAMPLE2 handle, DWORD frames) {
   if (frames == 0) return 0;
   const Timeline& timeline = handle->timeline;
   const SourcePosition last = timeline.position(frames - 1);
-  int64_t needed = last.frame + handle->rows.ahead() + 1;
-  while (!timeline.is_within(frames - 1, needed))
-    needed += std::max<int64_t>(1, static_cast<int64_t>(timeline.inverse() / 2.0) - handle->rows.ahead() - 1);
+  int64_t needed = last.frame + handle->ahead() + 1;
+  while (timeline.outputs_within(needed) < frames)
+    needed += std::max<int64_t>(1, static_cast<int64_t>(timeline.inverse() / 2.0) - handle->ahead() - 1);
   return static_cast<DWORD>(std::clamp<int64_t>(needed - handle->waiting, 0, 0xFFFFFFFF));
 }

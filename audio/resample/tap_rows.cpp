@@ -72,6 +72,9 @@ TapRows::TapRows(QVRESAMPLE2_QUALITY quality, const Timeline& timeline)
     ahead_ = 1;
   }
   row_size_ = (size_t{before_} + 1 + ahead_ + 7) / 8 * 8;
+}
+
+void TapRows::make_table() {
   if (denominator_ > kMostTableDoubles / row_size_) return;
   rows_ = AlignedDoubles(denominator_ * row_size_);
   for (uint64_t part = 0; part < denominator_; ++part)

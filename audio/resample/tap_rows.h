@@ -11,8 +11,9 @@ namespace qv::audio {
 class TapRows {
 public:
   TapRows() = default;
-  /// Throws std::bad_alloc.
   TapRows(QVRESAMPLE2_QUALITY quality, const Timeline& timeline);
+  /// A row for each part of a frame, unless they are too many. Throws std::bad_alloc.
+  void make_table();
 
   /// The frames that an output looks back and ahead, beside the one that it stands at or behind.
   DWORD before() const { return before_; }

@@ -81,10 +81,11 @@ public:
     const auto parts = static_cast<int64_t>(fraction * static_cast<double>(denominator_) + 0.5);
     phase_ = frame * static_cast<int64_t>(denominator_) + parts;
   }
-  /// Whether output n and half a step behind it lie before the end of so many source frames.
-  bool is_within(uint64_t output, int64_t source) const {
-    const Wide parts = Wide{phase_} + static_cast<Wide>(output) * step_;
-    return 2 * parts + step_ <= 2 * Wide{source} * denominator_;
+  /// The next outputs that stand before a source frame.
+  uint64_t outputs_before(int64_t frame) const { return count_up_to(Wide{frame} * denominator_ - phase_ - 1, step_); }
+  /// The next outputs that lie, with half a step behind them, before the end of so many source frames.
+  uint64_t outputs_within(int64_t source) const {
+    return count_up_to(2 * (Wide{source} * denominator_ - phase_) - step_, 2 * Wide{step_});
   }
 
   void advance(DWORD frames, DWORD source) {
@@ -92,6 +93,8 @@ public:
   }
 
 private:
+  /// Of 0, step, 2 x step...
+  static uint64_t count_up_to(Wide parts, Wide step) { return parts < 0 ? 0 : static_cast<uint64_t>(parts / step) + 1; }
   static Wide floor_of(Wide value, Wide divisor) {
     const Wide quotient = value / divisor;
     return quotient * divisor > value ? quotient - 1 : quotient;

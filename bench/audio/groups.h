@@ -57,6 +57,7 @@ Conversion sndfile_read(QVSAMPLETYPE file, Buffer floats, Buffer samples, size_t
 Conversion avfilter_lowpass(DWORD sections, DWORD frames, Buffer from);
 /// Stereo floats to another rate.
 Conversion samplerate_conversion(bool linear, DWORD src_rate, DWORD dst_rate, DWORD frames, Buffer from, Buffer to);
-Conversion soxr_conversion(DWORD src_rate, DWORD dst_rate, DWORD frames, Buffer from, Buffer to);
+/// `best`: its very high quality, otherwise its high one.
+Conversion soxr_conversion(bool best, DWORD src_rate, DWORD dst_rate, DWORD frames, Buffer from, Buffer to);
 
 } // namespace bench

@@ -86,7 +86,7 @@ Conversion avfilter_lowpass(DWORD, DWORD, Buffer) { return nullptr; }
 Conversion samplerate_conversion(bool, DWORD, DWORD, DWORD, Buffer, Buffer) { return nullptr; }
 #endif
 #if !defined(QV_BENCH_soxr)
-Conversion soxr_conversion(DWORD, DWORD, DWORD, Buffer, Buffer) { return nullptr; }
+Conversion soxr_conversion(bool, DWORD, DWORD, DWORD, Buffer, Buffer) { return nullptr; }
 #endif
 
 } // namespace bench

@@ -27,6 +27,29 @@ Conversion converter(const Row& row, Buffer from, Buffer to) {
   return [=] { QvAudio_ResampleEx(kept.get(), to->data(), from->data(), kFrames); };
 }
 
+/// `own`: with the library's own filter also where soxr does the work.
+Conversion best_stream(DWORD dst_rate, bool own, Buffer from, Buffer to) {
+  HQVRESAMPLE2 handle = nullptr;
+  if (QvAudio_Resample2Open(&handle, QVSAMPLE_FLOAT32, kRate, dst_rate, 2, QVRESAMPLE2_BEST) != S_OK) std::abort();
+  const std::shared_ptr<QVRESAMPLE2> kept(handle, QvAudio_Resample2Close);
+  if (own && QvAudio_Resample2SetRates(handle, kRate, dst_rate) != S_OK) std::abort();
+  return [=] {
+    DWORD written = 0;
+    DWORD used = 0;
+    QvAudio_Resample2Process(kept.get(), to->data(), kFrames * 2, &written, from->data(), kFrames, &used);
+  };
+}
+
+void add_best(DWORD dst_rate) {
+  const Buffer from = make_samples(QVSAMPLE_FLOAT32, size_t{kFrames} * 2);
+  const Buffer to = make_samples(QVSAMPLE_FLOAT32, size_t{kFrames} * 4);
+  Group group{"resample: best to " + std::to_string(dst_rate), best_stream(dst_rate, false, from, to), {}};
+  if (Conversion theirs = soxr_conversion(true, kRate, dst_rate, kFrames, from, to))
+    group.others.push_back({"soxr, very high quality", std::move(theirs), 0.8});
+  group.others.push_back({"our own filter", best_stream(dst_rate, true, from, to), 0.9});
+  add(std::move(group));
+}
+
 } // namespace
 
 void add_resampling() {
@@ -46,10 +69,12 @@ void add_resampling() {
     if (Conversion theirs = samplerate_conversion(row.over_linear, kRate, row.dst_rate, kFrames, from, to))
       group.others.push_back(
           {row.over_linear ? "libsamplerate, linear" : "libsamplerate, fastest sinc", std::move(theirs), row.least});
-    Conversion high = row.over_linear ? nullptr : soxr_conversion(kRate, row.dst_rate, kFrames, from, to);
+    Conversion high = row.over_linear ? nullptr : soxr_conversion(false, kRate, row.dst_rate, kFrames, from, to);
     if (high) group.others.push_back({"soxr, high quality", std::move(high), 1.0});
     add(std::move(group));
   }
+  add_best(48000);
+  add_best(32000);
 }
 
 } // namespace bench
