@@ -1,7 +1,10 @@
 // Linear interpolation, a kernel per sample type.
 #include "audio/kernels/double_pair.h"
 #include "audio/resample/block.h"
+#include "audio/resample/linear_stereo.h"
 #include "audio/resample/type_functions.h"
+
+#include "qv/cpu.h"
 
 namespace qv::audio {
 
@@ -88,6 +91,17 @@ DWORD first_output_at(const ResampleBlock& block, int64_t frame) {
   return below;
 }
 
+/// Answers how many outputs from `begin` on it made.
+DWORD run_stereo(const ResampleBlock& block, DWORD begin, DWORD end) {
+  const Timeline& timeline = *block.timeline;
+  constexpr uint64_t kMost = uint64_t{1} << 32;
+  const bool fits = timeline.step() < kMost && timeline.denominator() < kMost;
+  if (!fits || QvGetKernelLevel() < QVKERNELLEVEL_AVX2) return 0;
+  return linear_stereo_avx2({reinterpret_cast<float*>(block.dst) + size_t{begin} * 2,
+                             reinterpret_cast<const float*>(block.src), end - begin, timeline.position(begin),
+                             timeline.step(), timeline.denominator()});
+}
+
 /// kChannels: 0 for any number.
 template <class Layout, DWORD kChannels>
 void run_linear(const ResampleBlock& block) {
@@ -102,17 +116,18 @@ void run_linear(const ResampleBlock& block) {
       edge_frame<Layout>(block, output, stepper.at(), stepper.fraction());
   };
   run_edge(0, inner_begin);
+  DWORD output = inner_begin;
+  if constexpr (Layout::type == QVSAMPLE_FLOAT32 && kChannels == 2) output += run_stereo(block, inner_begin, inner_end);
   // Two ways at once: a step waits for the one before it, longer than the rest takes.
-  Stepper even(*block.timeline, inner_begin, 2);
-  Stepper odd(*block.timeline, inner_begin + 1, 2);
-  uint8_t* dst = block.dst + size_t{inner_begin} * frame_bytes;
+  Stepper even(*block.timeline, output, 2);
+  Stepper odd(*block.timeline, output + 1, 2);
+  uint8_t* dst = block.dst + size_t{output} * frame_bytes;
   const auto run_inner = [&](Stepper& stepper) {
     inner_frame<Layout, kChannels>(dst, block.src + static_cast<size_t>(stepper.at().frame) * frame_bytes, frame_bytes,
                                    channels, stepper.fraction());
     dst += frame_bytes;
     stepper.advance();
   };
-  DWORD output = inner_begin;
   for (; output + 1 < inner_end; output += 2) {
     run_inner(even);
     run_inner(odd);

@@ -46,19 +46,20 @@ std::vector<double> noise(size_t count) {
 }
 
 /// All of `input` in blocks of the sizes that `next` tells.
-template <class Next>
-std::vector<double> converted(const Converter& converter, std::vector<double> input, DWORD channels, Rates rates,
+template <class Sample, class Next>
+std::vector<Sample> converted(const Converter& converter, const std::vector<Sample>& input, DWORD channels, Rates rates,
                               Next next) {
-  std::vector<double> output;
+  std::vector<Sample> output;
   const size_t frames = input.size() / channels;
   for (size_t at = 0; at < frames;) {
     const auto count = static_cast<DWORD>(std::min<size_t>(next(), frames - at));
-    std::vector<double> block(input.begin() + static_cast<ptrdiff_t>(at * channels),
+    std::vector<Sample> block(input.begin() + static_cast<ptrdiff_t>(at * channels),
                               input.begin() + static_cast<ptrdiff_t>((at + count) * channels));
-    std::vector<double> room((size_t{count} * rates.dst / rates.src + 3 + rates.dst / rates.src) * channels);
+    std::vector<Sample> room((size_t{count} * rates.dst / rates.src + 3 + rates.dst / rates.src) * channels);
     const DWORD made = QvAudio_ResampleEx(converter, room.data(), block.data(), count);
     EXPECT_LE(made * channels, room.size());
-    output.insert(output.end(), room.begin(), room.begin() + static_cast<ptrdiff_t>(made * channels));
+    room.resize(size_t{made} * channels);
+    output.insert(output.end(), room.begin(), room.end());
     at += count;
   }
   return output;
@@ -207,17 +208,28 @@ TEST(Resample, TheSincByItsFormula) {
   }
 }
 
-TEST(Resample, LevelsAreEqualToTheBit) {
-  const std::vector<double> input = noise(3000);
-  std::vector<double> expected;
+/// The same at all levels.
+template <class Sample>
+void expect_equal_levels(QVSAMPLETYPE type, Rates rates, DWORD channels, DWORD flags) {
+  const std::vector<double> values = noise(3000);
+  const std::vector<Sample> input(values.begin(), values.end());
+  std::vector<Sample> expected;
   for (const QVKERNELLEVEL level : {QVKERNELLEVEL_SSE2, QVKERNELLEVEL_AVX2, QVKERNELLEVEL_AVX512}) {
     QvLimitKernelLevel(level);
-    const Converter converter(QVSAMPLE_FLOAT64, 44100, 48000, 3, QVRESAMPLE_SINC);
-    const std::vector<double> result = converted(converter, input, 3, {44100, 48000}, [] { return 100; });
+    const Converter converter(type, rates.src, rates.dst, channels, flags);
+    std::mt19937 random(1);
+    const std::vector<Sample> result = converted(converter, input, channels, rates, [&] { return 1 + random() % 40; });
     if (expected.empty()) expected = result;
-    EXPECT_TRUE(result == expected) << level;
+    EXPECT_TRUE(result == expected) << rates.src << " to " << rates.dst << " level " << level;
   }
   QvLimitKernelLevel(QVKERNELLEVEL_AVX512);
+}
+
+TEST(Resample, LevelsAreEqualToTheBit) {
+  expect_equal_levels<double>(QVSAMPLE_FLOAT64, {44100, 48000}, 3, QVRESAMPLE_SINC);
+  for (const Rates& rates : kRates)
+    expect_equal_levels<float>(QVSAMPLE_FLOAT32, rates, 2, QVRESAMPLE_LINEAR);
+  expect_equal_levels<float>(QVSAMPLE_FLOAT32, {0xFFFFFFFF, 0xFFFFFFFE}, 2, QVRESAMPLE_LINEAR);
 }
 
 TEST(Resample, EverySampleType) {
@@ -364,7 +376,7 @@ double residual(Rates rates, double hertz, DWORD flags) {
     input[k] = std::sin(2.0 * pi * hertz * static_cast<double>(k) / rates.src);
   const Converter converter(QVSAMPLE_FLOAT64, rates.src, rates.dst, 1, flags);
   std::vector<double> result = converted(converter, input, 1, rates, [] { return 1000; });
-  result.erase(result.begin(), result.begin() + 1000);
+  result = {result.begin() + 1000, result.end()};
   return sine_fit::residual_decibels(result, hertz / rates.dst);
 }
 
@@ -383,7 +395,7 @@ TEST(Resample, TheLowPassKeepsAliasesDown) {
       input[k] = std::sin(2.0 * pi * 15000.0 * static_cast<double>(k) / 44100.0);
     const Converter converter(QVSAMPLE_FLOAT64, 44100, 22050, 1, flags);
     std::vector<double> result = converted(converter, input, 1, {44100, 22050}, [] { return 1000; });
-    result.erase(result.begin(), result.begin() + 1000);
+    result = {result.begin() + 1000, result.end()};
     return sine_fit::amplitude_decibels(result, 7050.0 / 22050.0);
   };
   EXPECT_GT(level(QVRESAMPLE_SINC), -1.0);
