@@ -55,7 +55,7 @@ constexpr size_t kWindowFrames = kChunkFrames + kSincRow / 2;
 template <class Sample>
 class SincRun {
 public:
-  SincRun(const ResampleBlock& block, const SincBank& bank) : block_(block), bank_(bank), product_(pair_product()) {}
+  SincRun(const ResampleBlock& block, const SincBank& bank) : block_(block), bank_(bank), products_(pair_products()) {}
 
   void run() {
     for (DWORD done = 0; done < block_.frames;) {
@@ -112,26 +112,22 @@ private:
     std::memset(at, 0, sizeof window_ - static_cast<size_t>(at - window_) * sizeof *at);
   }
 
-  void make_frames(DWORD done, DWORD count, const SourcePosition& first, DWORD channel) const {
+  void make_frames(DWORD done, DWORD count, const SourcePosition& first, DWORD channel) {
     const uint64_t denominator = block_.timeline->denominator();
     const uint64_t step = block_.timeline->step();
-    uint64_t ahead = 0; // whole frames from the first output's
-    uint64_t part = first.part;
-    alignas(64) double own_row[kSincRow];
-    for (DWORD k = 0; k < count; ++k) {
-      const double* row = own_row;
-      if (bank_.is_empty()) {
-        fill_row(own_row, static_cast<double>(part) / static_cast<double>(denominator));
-      } else {
-        row = bank_.row(part);
+    if (!bank_.is_empty()) {
+      products_({sums_, count, window_, bank_.row(0), first.part, step, denominator});
+    } else {
+      alignas(64) double own_row[kSincRow];
+      for (DWORD k = 0; k < count; ++k) {
+        const SourcePosition at = block_.timeline->position(done + k);
+        fill_row(own_row, static_cast<double>(at.part) / static_cast<double>(denominator));
+        products_({sums_ + 2 * k, 1, window_ + 2 * (at.frame - first.frame), own_row, 0, step, denominator});
       }
-      double sums[2];
-      product_(sums, window_ + 2 * ahead, row);
-      store(done + k, channel, sums[0]);
-      if (channel + 1 < block_.channels) store(done + k, channel + 1, sums[1]);
-      part += step % denominator;
-      ahead += step / denominator + (part >= denominator ? 1 : 0);
-      part -= part >= denominator ? denominator : 0;
+    }
+    for (DWORD k = 0; k < count; ++k) {
+      store(done + k, channel, sums_[2 * k]);
+      if (channel + 1 < block_.channels) store(done + k, channel + 1, sums_[2 * k + 1]);
     }
   }
 
@@ -142,8 +138,9 @@ private:
 
   const ResampleBlock& block_;
   const SincBank& bank_;
-  const PairProduct product_;
+  const PairProducts products_;
   double window_[2 * kWindowFrames];
+  double sums_[2 * kChunkFrames];
 };
 
 } // namespace

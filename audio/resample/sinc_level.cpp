@@ -4,11 +4,11 @@
 
 namespace qv::audio {
 
-PairProduct pair_product() {
+PairProducts pair_products() {
   switch (QvGetKernelLevel()) {
-  case QVKERNELLEVEL_AVX512: return pair_product_avx512;
-  case QVKERNELLEVEL_AVX2: return pair_product_avx2;
-  default: return pair_product_sse2;
+  case QVKERNELLEVEL_AVX512: return pair_products_avx512;
+  case QVKERNELLEVEL_AVX2: return pair_products_avx2;
+  default: return pair_products_sse2;
   }
 }
 

@@ -61,8 +61,21 @@ template <size_t kLeft>
 
 } // namespace
 
-void QV_SINC_NAMED(pair_product, QV_SINC_LEVEL)(double (&sums)[2], const double* frames, const double* row) {
-  add_all(sums, frames, row, kSincRow);
+void QV_SINC_NAMED(pair_products, QV_SINC_LEVEL)(const PairSpan& span) {
+  const double* frames = span.frames;
+  const uint64_t whole = span.step / span.denominator;
+  const uint64_t rest = span.step % span.denominator;
+  uint64_t part = span.part;
+  for (size_t k = 0; k < span.count; ++k) {
+    double sums[2];
+    add_all(sums, frames, span.rows + part * kSincRow, kSincRow);
+    span.sums[2 * k] = sums[0];
+    span.sums[2 * k + 1] = sums[1];
+    part += rest;
+    const uint64_t carry = part >= span.denominator ? 1 : 0;
+    part -= carry * span.denominator;
+    frames += 2 * (whole + carry);
+  }
 }
 
 double QV_SINC_NAMED(product, QV_SINC_LEVEL)(const double* frames, const double* row, size_t count) {

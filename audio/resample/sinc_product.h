@@ -2,17 +2,26 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 namespace qv::audio {
 
 /// The doubles of a row that goes with two channels side by side: a weight for each of 25 frames, twice, and zeros.
 inline constexpr size_t kSincRow = 56;
 
-/// Sums of the products of kSincRow doubles, of even and odd places.
-using PairProduct = void (*)(double (&sums)[2], const double* frames, const double* row);
-void pair_product_sse2(double (&sums)[2], const double* frames, const double* row);
-void pair_product_avx2(double (&sums)[2], const double* frames, const double* row);
-void pair_product_avx512(double (&sums)[2], const double* frames, const double* row);
+/// Outputs of two channels, one after the other: for each the sums of the products of kSincRow doubles, of even and odd
+/// places.
+struct PairSpan {
+  double* sums; ///< two for each output
+  size_t count;
+  const double* frames; ///< in pairs, from the first that the first output looks at
+  const double* rows;   ///< for each part of a frame
+  uint64_t part, step, denominator;
+};
+using PairProducts = void (*)(const PairSpan& span);
+void pair_products_sse2(const PairSpan& span);
+void pair_products_avx2(const PairSpan& span);
+void pair_products_avx512(const PairSpan& span);
 
 /// The sum of the products of `count` doubles, a multiple of 8.
 using Product = double (*)(const double* frames, const double* row, size_t count);
@@ -21,7 +30,7 @@ double product_avx2(const double* frames, const double* row, size_t count);
 double product_avx512(const double* frames, const double* row, size_t count);
 
 /// Those of the level in force.
-PairProduct pair_product();
+PairProducts pair_products();
 Product product();
 
 } // namespace qv::audio
