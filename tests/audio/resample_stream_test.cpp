@@ -225,6 +225,22 @@ TEST(ResampleStream, TheBestQuality) {
   }
 }
 
+TEST(ResampleStream, BothFiltersOfTheBestQualityAgree) {
+  for (const Rates& rates : {Rates{44100, 48000}, Rates{48000, 44100}, Rates{44100, 96000}, Rates{44100, 44099}}) {
+    std::vector<double> input = sine(rates.src, 997.0, 20'000);
+    const std::vector<double> higher = sine(rates.src, 14'500.0, input.size());
+    for (size_t k = 0; k < input.size(); ++k)
+      input[k] += higher[k];
+    const std::vector<double> default_filter = converted(input, rates.src, rates.dst, QVRESAMPLE2_BEST);
+    const std::vector<double> own = converted(input, rates.src, rates.dst, QVRESAMPLE2_BEST, true);
+    ASSERT_EQ(own.size(), default_filter.size());
+    double worst = 0.0;
+    for (size_t k = 1000; k + 1000 < own.size(); ++k)
+      worst = std::max(worst, std::fabs(own[k] - default_filter[k]));
+    EXPECT_LT(worst, 1e-5) << rates.src << " to " << rates.dst;
+  }
+}
+
 TEST(ResampleStream, IntegerTypesAndTheSourceStays) {
   for (const QVRESAMPLE2_QUALITY quality : kQualities) {
     Stream stream(QVSAMPLE_PCM16, 48000, 44100, 2, quality);
