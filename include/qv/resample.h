@@ -119,6 +119,9 @@ enum QVRESAMPLE2_QUALITY : DWORD {
 // twice as fast, with some 1,000 to 8,000 source frames of latency, and a few milliseconds for opening. Everywhere
 // else, and after a change of the rates, the library's own filter does: 89 frames of latency, or 89 times as many as
 // the rate falls. A caller to whom latency matters more sets the rates anew right after opening, to what they are.
+//
+// What is not finite in the source makes the frames around it so, with the best quality at most as far as the latency
+// to each side; a low-pass keeps it until it is reset.
 
 /// E_INVALIDARG, with a null handle: null `handle`, rates or channels of 0, rates more than 4,096 times apart, a sample
 /// type without kernels, another quality. E_OUTOFMEMORY, the same. Integer types work with every quality.

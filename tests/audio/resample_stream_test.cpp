@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <numbers>
 #include <random>
 #include <vector>
@@ -238,6 +239,21 @@ TEST(ResampleStream, BothFiltersOfTheBestQualityAgree) {
     for (size_t k = 1000; k + 1000 < own.size(); ++k)
       worst = std::max(worst, std::fabs(own[k] - default_filter[k]));
     EXPECT_LT(worst, 1e-5) << rates.src << " to " << rates.dst;
+  }
+}
+
+TEST(ResampleStream, WhatIsNotFiniteStaysWithinTheLatency) {
+  for (const bool own : {false, true}) {
+    std::vector<double> input(20'000, 0.25);
+    input[10'000] = std::numeric_limits<double>::quiet_NaN();
+    Stream stream(QVSAMPLE_FLOAT64, 48000, 44100, 1, QVRESAMPLE2_BEST);
+    const std::vector<double> result = converted(input, 48000, 44100, QVRESAMPLE2_BEST, own);
+    if (own) QvAudio_Resample2SetRates(stream, 48000, 44100);
+    const double latency = QvAudio_Resample2GetLatency(stream);
+    for (size_t k = 0; k < result.size(); ++k)
+      if (std::fabs(static_cast<double>(k) * 48000 / 44100 - 10'000) > latency) {
+        ASSERT_TRUE(std::isfinite(result[k])) << k;
+      }
   }
 }
 
