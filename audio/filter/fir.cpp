@@ -1,6 +1,8 @@
 // CQvFIR: state, and the way of samples through a filter.
 #include "audio/filter/chosen_channels.h"
 #include "audio/filter/fir_design.h"
+#include "audio/filter/fir_outputs.h"
+#include "audio/kernels/level.h"
 
 #include <algorithm>
 #include <cstring>
@@ -12,7 +14,7 @@ using namespace qv::audio;
 
 namespace {
 
-/// Frames that are filtered at a time.
+/// Frames that are filtered at a time, a multiple of 8.
 constexpr DWORD kPiece = 256;
 
 } // namespace
@@ -33,34 +35,20 @@ struct CQvFIR::Filter {
 
 namespace {
 
-/// `Outputs` values of the convolution from x on. Each is summed in the same order, however many there are.
-template <size_t Outputs, class Sample>
-void convolve(const double* coefficients, size_t taps, const double* x, Sample* dst, size_t stride) {
-  double sums[Outputs] = {};
-  for (size_t i = 0; i < taps; ++i) {
-    for (size_t k = 0; k < Outputs; ++k)
-      sums[k] += coefficients[i] * x[i + k];
-  }
-  for (size_t k = 0; k < Outputs; ++k)
-    dst[k * stride] = static_cast<Sample>(sums[k]);
-}
-
 /// One channel; `line` has the samples before the first.
 template <class Sample>
 void filter_channel(const double* coefficients, size_t taps, double* line, Sample* dst, const Sample* src,
                     size_t frames, size_t stride) {
-  constexpr size_t kTogether = 8;
+  const FirOutputs make_outputs = at_level(fir_outputs_sse2, fir_outputs_avx2, fir_outputs_avx512);
   const size_t history = taps - 1;
+  double outputs[kPiece];
   while (frames > 0) {
     const size_t count = std::min<size_t>(frames, kPiece);
     for (size_t k = 0; k < count; ++k)
       line[history + k] = static_cast<double>(src[k * stride]);
-    size_t k = 0;
-    for (; k + kTogether <= count; k += kTogether) {
-      convolve<kTogether>(coefficients, taps, line + k, dst + k * stride, stride);
-    }
-    for (; k < count; ++k)
-      convolve<1>(coefficients, taps, line + k, dst + k * stride, stride);
+    make_outputs(outputs, (count + 7) / 8 * 8, coefficients, taps, line); // up to seven more than are looked at
+    for (size_t k = 0; k < count; ++k)
+      dst[k * stride] = static_cast<Sample>(outputs[k]);
     std::memmove(line, line + count, history * sizeof *line);
     src += count * stride;
     dst += count * stride;

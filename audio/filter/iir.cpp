@@ -3,6 +3,7 @@
 #include "audio/filter/flush_to_zero.h"
 #include "audio/filter/iir_cascade.h"
 #include "audio/filter/parameter_range.h"
+#include "audio/kernels/level.h"
 
 #include "qv/cpu.h"
 
@@ -32,15 +33,6 @@ struct Cascade {
   template <class Sample>
   void process(Sample* dst, const Sample* src, DWORD frames, DWORD mask);
 };
-
-template <class Sample>
-RunCascade<Sample> run_cascade() {
-  switch (QvGetKernelLevel()) {
-  case QVKERNELLEVEL_AVX512: return run_cascade_avx512;
-  case QVKERNELLEVEL_AVX2: return run_cascade_avx2;
-  default: return run_cascade_sse2;
-  }
-}
 
 constexpr double kLeastGain = -200.0;
 constexpr double kMostGain = 100.0;
@@ -72,7 +64,7 @@ IirDesign make_design(QVIIR_TYPE type, QVIIR_DESIGN design, DWORD order, double 
 template <class Sample>
 void Cascade::process(Sample* dst, const Sample* src, DWORD frames, DWORD mask) {
   const FlushToZero flush;
-  const RunCascade<Sample> run = run_cascade<Sample>();
+  const auto run = at_level<RunCascade<Sample>>(run_cascade_sse2, run_cascade_avx2, run_cascade_avx512);
   last_mask = mask;
   for (DWORD channel = 0; channel < channels; ++channel) {
     if (!is_chosen(mask, channel)) {

@@ -1,13 +1,12 @@
 // A section's next state waits for its last one, some eight cycles; sections that follow each other wait for each other
 // too. So several run side by side in the lanes of vectors, each a few samples behind the one before it, which hides
 // the wait: the samples, and what is computed from them, are the same as section after section.
-//
-// Compiled with QV_IIR_LEVEL, the end of the functions' names, and QV_IIR_VECTOR, the bytes of a vector.
 #include "audio/filter/iir_cascade.h"
 
 #include "audio/kernels/double_pair.h"
+#include "audio/kernels/level_name.h"
 
-#if QV_IIR_VECTOR >= 32
+#if QV_VECTOR_BYTES >= 32
 #include <immintrin.h>
 #endif
 
@@ -20,7 +19,7 @@ namespace qv::audio {
 
 namespace {
 
-constexpr size_t kMostLanes = QV_IIR_VECTOR / sizeof(double);
+constexpr size_t kMostLanes = QV_VECTOR_BYTES / sizeof(double);
 constexpr size_t kMostVectors = 2; ///< of lanes; the states of more leave the registers
 constexpr size_t kBlockFrames = 1024;
 
@@ -44,12 +43,12 @@ QV_IIR_LANES(8)
 
 // With the pair in the lowest lanes, and anything in the others. As shuffles compilers send them through memory.
 [[gnu::always_inline]] inline void widen(PairOfDoubles pair, Lanes<2>::Vector& vector) { vector = pair; }
-#if QV_IIR_VECTOR >= 32
+#if QV_VECTOR_BYTES >= 32
 [[gnu::always_inline]] inline void widen(PairOfDoubles pair, Lanes<4>::Vector& vector) {
   vector = _mm256_castpd128_pd256(pair);
 }
 #endif
-#if QV_IIR_VECTOR >= 64
+#if QV_VECTOR_BYTES >= 64
 [[gnu::always_inline]] inline void widen(PairOfDoubles pair, Lanes<8>::Vector& vector) {
   vector = _mm512_castpd128_pd512(pair);
 }
@@ -247,16 +246,13 @@ void run_cascade(const IirRun& run, Sample* dst, const Sample* src, size_t frame
   }
 }
 
-#define QV_IIR_JOINED(level) run_cascade_##level
-#define QV_IIR_NAMED(level) QV_IIR_JOINED(level)
-
 } // namespace
 
-void QV_IIR_NAMED(QV_IIR_LEVEL)(const IirRun& run, float* dst, const float* src, size_t frames) {
+void QV_AT_LEVEL(run_cascade)(const IirRun& run, float* dst, const float* src, size_t frames) {
   (run.channels == 2 ? run_cascade<2, float> : run_cascade<1, float>)(run, dst, src, frames);
 }
 
-void QV_IIR_NAMED(QV_IIR_LEVEL)(const IirRun& run, double* dst, const double* src, size_t frames) {
+void QV_AT_LEVEL(run_cascade)(const IirRun& run, double* dst, const double* src, size_t frames) {
   (run.channels == 2 ? run_cascade<2, double> : run_cascade<1, double>)(run, dst, src, frames);
 }
 

@@ -1,23 +1,9 @@
+#include "audio/kernels/level.h"
 #include "audio/resample/sinc_product.h"
-
-#include "qv/cpu.h"
 
 namespace qv::audio {
 
-PairProducts pair_products() {
-  switch (QvGetKernelLevel()) {
-  case QVKERNELLEVEL_AVX512: return pair_products_avx512;
-  case QVKERNELLEVEL_AVX2: return pair_products_avx2;
-  default: return pair_products_sse2;
-  }
-}
-
-Product product() {
-  switch (QvGetKernelLevel()) {
-  case QVKERNELLEVEL_AVX512: return product_avx512;
-  case QVKERNELLEVEL_AVX2: return product_avx2;
-  default: return product_sse2;
-  }
-}
+PairProducts pair_products() { return at_level(pair_products_sse2, pair_products_avx2, pair_products_avx512); }
+Product product() { return at_level(product_sse2, product_avx2, product_avx512); }
 
 } // namespace qv::audio

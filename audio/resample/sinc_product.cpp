@@ -1,8 +1,8 @@
 // The innermost loop of a filter over frames, for the vectors that a processor has. So many sums run side by side,
 // at every level alike, that none waits for itself and the results are the same to the bit.
-//
-// Compiled with QV_SINC_LEVEL, the end of the functions' names, and QV_SINC_VECTOR, the bytes of a vector.
 #include "audio/resample/sinc_product.h"
+
+#include "audio/kernels/level_name.h"
 
 #include <cstring>
 
@@ -10,7 +10,7 @@ namespace qv::audio {
 
 namespace {
 
-using Vector = double __attribute__((vector_size(QV_SINC_VECTOR)));
+using Vector = double __attribute__((vector_size(QV_VECTOR_BYTES)));
 
 constexpr size_t kSums = 16;
 constexpr size_t kLanes = sizeof(Vector) / sizeof(double);
@@ -56,12 +56,9 @@ template <size_t kLeft>
     left[k] = values[k];
 }
 
-#define QV_SINC_JOINED(name, level) name##_##level
-#define QV_SINC_NAMED(name, level) QV_SINC_JOINED(name, level)
-
 } // namespace
 
-void QV_SINC_NAMED(pair_products, QV_SINC_LEVEL)(const PairSpan& span) {
+void QV_AT_LEVEL(pair_products)(const PairSpan& span) {
   const double* frames = span.frames;
   const uint64_t whole = span.step / span.denominator;
   const uint64_t rest = span.step % span.denominator;
@@ -78,7 +75,7 @@ void QV_SINC_NAMED(pair_products, QV_SINC_LEVEL)(const PairSpan& span) {
   }
 }
 
-double QV_SINC_NAMED(product, QV_SINC_LEVEL)(const double* frames, const double* row, size_t count) {
+double QV_AT_LEVEL(product)(const double* frames, const double* row, size_t count) {
   double sum[1];
   add_all(sum, frames, row, count);
   return sum[0];

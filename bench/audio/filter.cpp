@@ -1,7 +1,8 @@
-// Recursive filters over float stereo, against the filters of libavfilter.
+// Filters over float stereo: recursive ones against those of libavfilter, the other ones against a plain loop.
 #include "qv/filter.h"
 #include "bench/audio/groups.h"
 #include "bench/ratios.h"
+#include "qv/fir.h"
 
 #include <string>
 
@@ -12,9 +13,37 @@ constexpr DWORD kFrames = 65536;
 
 Buffer floats() { return make_samples(QVSAMPLE_FLOAT32, size_t{kFrames} * 2); }
 
+/// What anyone would write first.
+void convolve(float* dst, const float* src, size_t frames, const CQvFIR& filter) {
+  const size_t taps = filter.getTaps();
+  const double* const coefficients = filter.getCoefficients();
+  for (size_t k = taps - 1; k < frames; ++k)
+    for (size_t channel = 0; channel < 2; ++channel) {
+      double sum = 0.0;
+      for (size_t i = 0; i < taps; ++i)
+        sum += coefficients[i] * static_cast<double>(src[2 * (k - i) + channel]);
+      dst[2 * k + channel] = static_cast<float>(sum);
+    }
+}
+
+void add_fir() {
+  constexpr DWORD kFirFrames = 8192;
+  auto filter = std::make_shared<CQvFIR>();
+  if (filter->Design(QVFIR_LOWPASS, QVWINDOW_KAISER, 301, 0.1, 0.0, 8.0, 2, 0) != S_OK) std::abort();
+  const Buffer from = floats();
+  const Buffer to = floats();
+  const auto run = [=](auto process) {
+    return [=] { process(reinterpret_cast<float*>(to->data()), reinterpret_cast<const float*>(from->data())); };
+  };
+  add({"filter: FIR of 301 taps",
+       run([=](float* dst, const float* src) { filter->ProcessFloat(dst, src, kFirFrames, 0); }),
+       {{"a plain loop", run([=](float* dst, const float* src) { convolve(dst, src, kFirFrames, *filter); }), 5.0}}});
+}
+
 } // namespace
 
 void add_filters() {
+  add_fir();
   for (const DWORD order : {2u, 8u, 15u}) {
     auto filter = std::make_shared<CQvIIR>();
     if (filter->Design(QVIIR_LOWPASS, QVIIR_BUTTERWORTH, order, 0.1, 0.0, 0.0, 2, 0) != S_OK) std::abort();

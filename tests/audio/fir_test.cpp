@@ -1,4 +1,5 @@
 // CQvFIR, its windows and convolution.
+#include "qv/cpu.h"
 #include "qv/fir.h"
 
 #include "stream_checks.h"
@@ -153,19 +154,25 @@ TEST(Fir, KaisersRuleHolds) {
   }
 }
 
-TEST(Fir, IsAConvolution) {
+// Summed from the oldest sample on, at every level.
+TEST(Fir, IsAConvolutionToTheBit) {
   for (const DWORD taps : {3u, 101u, 601u}) {
     const CQvFIR filter = low_pass(taps, 1);
     const auto src = stream::noise<float>(stream::kFrames);
-    const std::vector<double> wide(src.begin(), src.end());
-    const auto doubles = stream::run(stream::running<double>(filter), wide, 1);
-    const auto floats = stream::run(stream::running<float>(filter), src, 1);
-    std::vector<double> expected(src.size() + taps - 1);
-    fnConvolution(expected.data(), wide.data(), DWORD{stream::kFrames}, filter.getCoefficients(), taps);
-    for (size_t k = 0; k < src.size(); ++k) {
-      ASSERT_NEAR(doubles[k], expected[k], 1e-14) << taps;
-      ASSERT_EQ(floats[k], static_cast<float>(doubles[k])) << taps;
+    std::vector<double> line(taps - 1);
+    line.insert(line.end(), src.begin(), src.end());
+    std::vector<double> expected(src.size());
+    for (size_t k = 0; k < src.size(); ++k)
+      for (size_t i = 0; i < taps; ++i)
+        expected[k] += filter.getCoefficients()[i] * line[k + i];
+    for (const QVKERNELLEVEL level : {QVKERNELLEVEL_SSE2, QVKERNELLEVEL_AVX2, QVKERNELLEVEL_AVX512}) {
+      QvLimitKernelLevel(level);
+      const auto doubles = stream::run(stream::running<double>(filter), {src.begin(), src.end()}, 1);
+      const auto floats = stream::run(stream::running<float>(filter), src, 1);
+      EXPECT_EQ(doubles, expected) << taps << " level " << level;
+      EXPECT_EQ(floats, std::vector<float>(expected.begin(), expected.end())) << taps << " level " << level;
     }
+    QvLimitKernelLevel(QVKERNELLEVEL_AVX512);
   }
 }
 
