@@ -34,6 +34,8 @@ struct Cascade {
   void process(Sample* dst, const Sample* src, DWORD frames, DWORD mask);
 };
 
+/// Below so many frames filling the lanes of wide vectors takes longer than they save.
+constexpr DWORD kShortBlock = 32;
 constexpr double kLeastGain = -200.0;
 constexpr double kMostGain = 100.0;
 constexpr double kLeastBandwidth = 0.001;
@@ -64,7 +66,9 @@ IirDesign make_design(QVIIR_TYPE type, QVIIR_DESIGN design, DWORD order, double 
 template <class Sample>
 void Cascade::process(Sample* dst, const Sample* src, DWORD frames, DWORD mask) {
   const FlushToZero flush;
-  const auto run = at_level<RunCascade<Sample>>(run_cascade_sse2, run_cascade_avx2, run_cascade_avx512);
+  const RunCascade<Sample> narrow = run_cascade_sse2;
+  const RunCascade<Sample> run =
+      frames < kShortBlock ? narrow : at_level<RunCascade<Sample>>(narrow, run_cascade_avx2, run_cascade_avx512);
   last_mask = mask;
   for (DWORD channel = 0; channel < channels; ++channel) {
     if (!is_chosen(mask, channel)) {

@@ -400,7 +400,7 @@ TEST_P(IirLevels, BlocksChannelsAndMasks) {
           const Filter filter = designed(shape, channels, gain, mask);
           const std::vector<double> input = noise(kFrames * channels);
           const std::vector<double> expected = model(filter, input, channels, mask);
-          for (const size_t block : {size_t{1}, size_t{7}, size_t{441}, kFrames}) {
+          for (const size_t block : {size_t{1}, size_t{7}, size_t{33}, size_t{441}, kFrames}) {
             Filter doubles(filter);
             Filter floats(filter);
             std::vector<double> in_place = input;
