@@ -1,11 +1,6 @@
-// CQvIIR: a design, the states of its channels, and blocks of samples through them.
-#include "audio/filter/chosen_channels.h"
-#include "audio/filter/flush_to_zero.h"
-#include "audio/filter/iir_cascade.h"
+// CQvIIR: a designed cascade.
+#include "audio/filter/cascade.h"
 #include "audio/filter/parameter_range.h"
-#include "audio/kernels/level.h"
-
-#include "qv/cpu.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,24 +13,6 @@ using namespace qv::audio;
 
 namespace {
 
-/// What an instance of CQvIIR holds.
-struct Cascade {
-  IirDesign design;
-  DWORD channels = 0;
-  double gain = 1.0; ///< of the cascade
-  double dry = 0.0;  ///< of the input beside it
-  DWORD last_mask = 0;
-  bool in_pairs = false;        ///< two channels side by side
-  std::vector<IirState> states; ///< those of a channel's sections, channel after channel
-
-  IirState* states_of(DWORD channel) { return states.data() + size_t{channel} * design.count; }
-
-  template <class Sample>
-  void process(Sample* dst, const Sample* src, DWORD frames, DWORD mask);
-};
-
-/// Below so many frames filling the lanes of wide vectors takes longer than they save.
-constexpr DWORD kShortBlock = 32;
 constexpr double kLeastGain = -200.0;
 constexpr double kMostGain = 100.0;
 constexpr double kLeastBandwidth = 0.001;
@@ -50,7 +27,7 @@ bool are_known(QVIIR_TYPE type, QVIIR_DESIGN design, DWORD order) {
   return design == QVIIR_RESONATOR ? is_band(type) : order >= 1 && order <= QVIIR_MAX_ORDER;
 }
 
-IirDesign make_design(QVIIR_TYPE type, QVIIR_DESIGN design, DWORD order, double frequency, double bandwidth) {
+IirSections make_design(QVIIR_TYPE type, QVIIR_DESIGN design, DWORD order, double frequency, double bandwidth) {
   const double center = clamped_edge(frequency);
   if (design == QVIIR_RESONATOR) return design_resonator(type, center, within(bandwidth, kLeastQ, kMostQ));
   if (type == QVIIR_LOWPASS) return design_lowpass(design, order, center);
@@ -63,29 +40,18 @@ IirDesign make_design(QVIIR_TYPE type, QVIIR_DESIGN design, DWORD order, double 
                                 : design_bandstop(design, order, lower, upper);
 }
 
-template <class Sample>
-void Cascade::process(Sample* dst, const Sample* src, DWORD frames, DWORD mask) {
-  const FlushToZero flush;
-  const RunCascade<Sample> narrow = run_cascade_sse2;
-  const RunCascade<Sample> run =
-      frames < kShortBlock ? narrow : at_level<RunCascade<Sample>>(narrow, run_cascade_avx2, run_cascade_avx512);
-  last_mask = mask;
-  for (DWORD channel = 0; channel < channels; ++channel) {
-    if (!is_chosen(mask, channel)) {
-      copy_channel(dst, src, frames, channels, channel);
-      continue;
-    }
-    const bool is_pair = in_pairs && channel + 1 < channels && is_chosen(mask, channel + 1);
-    run({design.sections.data(), design.count, is_pair ? 2u : 1u, states_of(channel), channels, gain, dry},
-        dst + channel, src + channel, frames);
-    if (is_pair) ++channel;
-  }
-}
-
 } // namespace
 
-/// In a namespace of its own, so that nothing of it is exported with the class.
-struct CQvIIR::Filter : Cascade {};
+struct CQvIIR::Filter {
+  Cascade cascade;
+  DWORD last_mask;
+
+  template <class Sample>
+  void process(Sample* dst, const Sample* src, DWORD frames, DWORD mask) {
+    last_mask = mask;
+    cascade.process(dst, src, frames, mask);
+  }
+};
 
 // ---- life ---------------------------------------------------------------------------------------------------------
 
@@ -113,18 +79,11 @@ HRESULT CQvIIR::Design(QVIIR_TYPE type, QVIIR_DESIGN design, DWORD order, double
   const double decibels = std::isnan(gain) ? 0.0 : within(gain, kLeastGain, kMostGain);
   const bool turns = type == QVIIR_BANDPASS && decibels != 0.0;
   try {
-    auto made = std::make_unique<Filter>();
-    made->design = make_design(turns ? QVIIR_BANDSTOP : type, design, order, frequency, bandwidth);
-    made->channels = channels;
-    made->states.resize(size_t{channels} * made->design.count);
-    if (decibels != 0.0) {
-      made->dry = 1.0;
-      made->gain = std::pow(10.0, (turns ? -decibels : decibels) / 20.0) - 1.0;
-    }
-    made->last_mask = channelMask;
-    const bool suits = channels != 2 || (channelMask & 1) == 0;
-    made->in_pairs = suits && (QvGetCPUSupport(0) & QVCPU_SSE2) != 0;
-    filter_ = made.release();
+    const bool in_pairs = channels != 2 || (channelMask & 1) == 0;
+    Cascade cascade(make_design(turns ? QVIIR_BANDSTOP : type, design, order, frequency, bandwidth), channels,
+                    in_pairs);
+    if (decibels != 0.0) cascade.set_gain(std::pow(10.0, (turns ? -decibels : decibels) / 20.0) - 1.0, 1.0);
+    filter_ = new Filter{std::move(cascade), channelMask};
   } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
   }
@@ -132,25 +91,25 @@ HRESULT CQvIIR::Design(QVIIR_TYPE type, QVIIR_DESIGN design, DWORD order, double
 }
 
 void CQvIIR::Reset(DWORD channel) {
-  if (filter_ == nullptr || channel >= filter_->channels) return;
-  std::fill_n(filter_->states_of(channel), filter_->design.count, IirState{});
+  if (filter_ != nullptr) filter_->cascade.reset(channel);
 }
 
 void CQvIIR::ResetAll() {
-  if (filter_ != nullptr) std::fill(filter_->states.begin(), filter_->states.end(), IirState{});
+  if (filter_ != nullptr) filter_->cascade.reset();
 }
 
 void CQvIIR::SetDelayElementsFrom(const CQvIIR& other) {
-  if (getChannels() != other.getChannels() || getNumBiquads() != other.getNumBiquads() || filter_ == nullptr) return;
-  std::copy(other.filter_->states.begin(), other.filter_->states.end(), filter_->states.begin());
+  if (filter_ != nullptr && other.filter_ != nullptr) filter_->cascade.take_states(other.filter_->cascade);
 }
 
-DWORD CQvIIR::getChannels() const { return filter_ == nullptr ? 0 : filter_->channels; }
-DWORD CQvIIR::getNumBiquads() const { return filter_ == nullptr ? 0 : filter_->design.count; }
+DWORD CQvIIR::getChannels() const { return filter_ == nullptr ? 0 : filter_->cascade.channels(); }
+DWORD CQvIIR::getNumBiquads() const {
+  return filter_ == nullptr ? 0 : static_cast<DWORD>(filter_->cascade.sections().size());
+}
 
 QVBIQUAD CQvIIR::getBiquad(DWORD index) const {
   if (index >= getNumBiquads()) return {1.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0};
-  const IirSection& section = filter_->design.sections[index];
+  const IirSection& section = filter_->cascade.sections()[index];
   return {section.b0, section.b1, section.b2, section.c1, section.c2, 0.0, 0.0};
 }
 
@@ -164,8 +123,8 @@ void CQvIIR::getPolynomial(DWORD index, double (&numerator)[3], double (&denomin
   denominator[2] = -section.c2;
 }
 
-double CQvIIR::getGain() const { return filter_ == nullptr ? 1.0 : filter_->gain; }
-double CQvIIR::getDry() const { return filter_ == nullptr ? 0.0 : filter_->dry; }
+double CQvIIR::getGain() const { return filter_ == nullptr ? 1.0 : filter_->cascade.gain(); }
+double CQvIIR::getDry() const { return filter_ == nullptr ? 0.0 : filter_->cascade.dry(); }
 DWORD CQvIIR::getLastChannelMask() const { return filter_ == nullptr ? 0 : filter_->last_mask; }
 
 void CQvIIR::ProcessFloat(float* dst, const float* src, DWORD frames, DWORD channelMask) {

@@ -15,7 +15,7 @@ struct IirState {
 /// What runs over one channel, or over two that lie side by side.
 struct IirRun {
   const IirSection* sections;
-  DWORD count;      ///< of sections, 1 to QVIIR_MAX_ORDER
+  DWORD count;      ///< of sections, at least 1
   DWORD channels;   ///< 1 or 2
   IirState* states; ///< those of the sections, then those of the second channel's
   size_t stride;    ///< samples from a frame to the next

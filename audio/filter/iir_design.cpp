@@ -85,19 +85,16 @@ void normalize(IirSection& section, double angle) {
 }
 
 /// The section whose poles are nearest to the unit circle comes last: what it makes large goes nowhere else.
-IirDesign ordered(std::vector<IirSection> sections) {
+IirSections ordered(IirSections sections) {
   std::stable_sort(sections.begin(), sections.end(),
                    [](const IirSection& a, const IirSection& b) { return std::fabs(a.c2) < std::fabs(b.c2); });
-  IirDesign design;
-  design.count = static_cast<DWORD>(sections.size());
-  std::copy(sections.begin(), sections.end(), design.sections.begin());
-  return design;
+  return sections;
 }
 
 /// Moves each pair to another place, gives each section its zeros at z = `zero`, and a gain of 1 at the angle.
 template <class Move>
-IirDesign design_edge(QVIIR_DESIGN design, DWORD order, double zero, double angle, Move move) {
-  std::vector<IirSection> sections;
+IirSections design_edge(QVIIR_DESIGN design, DWORD order, double zero, double angle, Move move) {
+  IirSections sections;
   for (const PolePair& pair : prototype(design, order)) {
     const PolePair moved = {move(pair.first), move(pair.second), pair.is_single};
     sections.push_back(pair.is_single ? section_of(moved, 1.0, -zero, 0.0) : section_of(moved, 1.0, -2.0 * zero, 1.0));
@@ -124,8 +121,8 @@ std::vector<PolePair> band_poles(QVIIR_DESIGN design, DWORD order, double center
   return poles;
 }
 
-IirDesign band_sections(const std::vector<PolePair>& poles, double b1, double b2, double angle) {
-  std::vector<IirSection> sections;
+IirSections band_sections(const std::vector<PolePair>& poles, double b1, double b2, double angle) {
+  IirSections sections;
   for (const PolePair& pair : poles) {
     sections.push_back(section_of(pair, 1.0, b1, b2));
     normalize(sections.back(), angle);
@@ -137,32 +134,32 @@ IirDesign band_sections(const std::vector<PolePair>& poles, double b1, double b2
 
 double clamped_edge(double frequency) { return frequency > kLeastEdge ? std::min(frequency, kMostEdge) : kLeastEdge; }
 
-IirDesign design_lowpass(QVIIR_DESIGN design, DWORD order, double edge) {
+IirSections design_lowpass(QVIIR_DESIGN design, DWORD order, double edge) {
   const double scale = prewarped(edge);
   return design_edge(design, order, -1.0, 0.0, [=](Complex s) { return s * scale; });
 }
 
-IirDesign design_highpass(QVIIR_DESIGN design, DWORD order, double edge) {
+IirSections design_highpass(QVIIR_DESIGN design, DWORD order, double edge) {
   const double scale = prewarped(edge);
   // A single pole's partner is 0 and not looked at.
   return design_edge(design, order, 1.0, pi, [=](Complex s) { return s == 0.0 ? s : scale / s; });
 }
 
-IirDesign design_bandpass(QVIIR_DESIGN design, DWORD order, double lower, double upper) {
+IirSections design_bandpass(QVIIR_DESIGN design, DWORD order, double lower, double upper) {
   const double half = (prewarped(upper) - prewarped(lower)) / 2.0;
   const double center = std::sqrt(prewarped(upper) * prewarped(lower));
   const auto poles = band_poles(design, order, center, [=](Complex s) { return s * half; });
   return band_sections(poles, 0.0, -1.0, 2.0 * std::atan(center / 2.0));
 }
 
-IirDesign design_bandstop(QVIIR_DESIGN design, DWORD order, double lower, double upper) {
+IirSections design_bandstop(QVIIR_DESIGN design, DWORD order, double lower, double upper) {
   const double half = (prewarped(upper) - prewarped(lower)) / 2.0;
   const double center = std::sqrt(prewarped(upper) * prewarped(lower));
   const auto poles = band_poles(design, order, center, [=](Complex s) { return half / s; });
   return band_sections(poles, -2.0 * std::cos(2.0 * std::atan(center / 2.0)), 1.0, 0.0);
 }
 
-IirDesign design_resonator(QVIIR_TYPE type, double frequency, double q) {
+IirSections design_resonator(QVIIR_TYPE type, double frequency, double q) {
   const double angle = 2.0 * pi * frequency;
   const double radius = std::exp(-angle / (2.0 * q));
   const bool is_pass = type == QVIIR_BANDPASS;

@@ -2,6 +2,7 @@
 #include "qv/filter.h"
 #include "bench/audio/groups.h"
 #include "bench/ratios.h"
+#include "qv/equalizer.h"
 #include "qv/fir.h"
 
 #include <string>
@@ -40,10 +41,32 @@ void add_fir() {
        {{"a plain loop", run([=](float* dst, const float* src) { convolve(dst, src, kFirFrames, *filter); }), 5.0}}});
 }
 
+void add_equalizer() {
+  std::vector<QVEQBAND> bands;
+  for (double frequency = 31.25; frequency < 20'000.0; frequency *= 2.0)
+    bands.push_back({frequency, bands.size() % 2 == 0 ? 3.0 : -3.0, 1.0});
+  HQVEQ handle = nullptr;
+  const auto count = static_cast<DWORD>(bands.size());
+  if (QvEq_Init(&handle, 48000, 2, bands.data(), count) != S_OK) std::abort();
+  const std::shared_ptr<QVEQ> eq(handle, QvEq_Close);
+  const Buffer from = floats();
+  const Buffer to = floats();
+  Group group{"filter: equaliser of " + std::to_string(count) + " bands",
+              [=] {
+                QvEq_ProcessFloat(eq.get(), reinterpret_cast<float*>(to->data()),
+                                  reinterpret_cast<const float*>(from->data()), kFrames);
+              },
+              {}};
+  if (Conversion theirs = avfilter_lowpass(count, kFrames, from))
+    group.others.push_back({"as many of avfilter's lowpass", std::move(theirs), 2.5});
+  add(std::move(group));
+}
+
 } // namespace
 
 void add_filters() {
   add_fir();
+  add_equalizer();
   for (const DWORD order : {2u, 8u, 15u}) {
     auto filter = std::make_shared<CQvIIR>();
     if (filter->Design(QVIIR_LOWPASS, QVIIR_BUTTERWORTH, order, 0.1, 0.0, 0.0, 2, 0) != S_OK) std::abort();

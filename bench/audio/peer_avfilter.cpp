@@ -32,6 +32,7 @@ struct Graph {
   }
 
   bool connect(const std::string& filters) {
+    graph->nb_threads = 1; // otherwise a thread for each channel
     const char* const from = "sample_rate=48000:sample_fmt=fltp:channel_layout=stereo:time_base=1/48000";
     if (avfilter_graph_create_filter(&source, avfilter_get_by_name("abuffer"), "in", from, nullptr, graph) < 0 ||
         avfilter_graph_create_filter(&sink, avfilter_get_by_name("abuffersink"), "out", nullptr, nullptr, graph) < 0)

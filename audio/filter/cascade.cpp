@@ -1,0 +1,54 @@
+#include "audio/filter/cascade.h"
+
+#include "audio/filter/chosen_channels.h"
+#include "audio/filter/flush_to_zero.h"
+#include "audio/kernels/level.h"
+
+#include <algorithm>
+
+namespace qv::audio {
+
+namespace {
+
+/// Below so many frames filling the lanes of wide vectors takes longer than they save.
+constexpr DWORD kShortBlock = 32;
+
+} // namespace
+
+Cascade::Cascade(std::vector<IirSection> sections, DWORD channels, bool in_pairs)
+    : sections_(std::move(sections)), states_(sections_.size() * channels), channels_(channels),
+      in_pairs_(in_pairs && (QvGetCPUSupport(0) & QVCPU_SSE2) != 0) {}
+
+template <class Sample>
+void Cascade::process(Sample* dst, const Sample* src, DWORD frames, DWORD mask) {
+  const FlushToZero flush;
+  const RunCascade<Sample> narrow = run_cascade_sse2;
+  const RunCascade<Sample> run =
+      frames < kShortBlock ? narrow : at_level<RunCascade<Sample>>(narrow, run_cascade_avx2, run_cascade_avx512);
+  const auto count = static_cast<DWORD>(sections_.size());
+  for (DWORD channel = 0; channel < channels_; ++channel) {
+    if (count == 0 || !is_chosen(mask, channel)) {
+      copy_channel(dst, src, frames, channels_, channel);
+      continue;
+    }
+    const bool is_pair = in_pairs_ && channel + 1 < channels_ && is_chosen(mask, channel + 1);
+    run({sections_.data(), count, is_pair ? 2u : 1u, states_of(channel), channels_, gain_, dry_}, dst + channel,
+        src + channel, frames);
+    if (is_pair) ++channel;
+  }
+}
+
+template void Cascade::process(float* dst, const float* src, DWORD frames, DWORD mask);
+template void Cascade::process(double* dst, const double* src, DWORD frames, DWORD mask);
+
+void Cascade::reset(DWORD channel) {
+  if (channel < channels_) std::fill_n(states_of(channel), sections_.size(), IirState{});
+}
+
+void Cascade::reset() { std::fill(states_.begin(), states_.end(), IirState{}); }
+
+void Cascade::take_states(const Cascade& other) {
+  if (channels_ == other.channels_ && sections_.size() == other.sections_.size()) states_ = other.states_;
+}
+
+} // namespace qv::audio
