@@ -4,10 +4,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
-#include <memory>
 #include <new>
-#include <vector>
+#include <utility>
 
 using namespace qv::audio;
 
@@ -45,12 +43,6 @@ IirSections make_design(QVIIR_TYPE type, QVIIR_DESIGN design, DWORD order, doubl
 struct CQvIIR::Filter {
   Cascade cascade;
   DWORD last_mask;
-
-  template <class Sample>
-  void process(Sample* dst, const Sample* src, DWORD frames, DWORD mask) {
-    last_mask = mask;
-    cascade.process(dst, src, frames, mask);
-  }
 };
 
 // ---- life ---------------------------------------------------------------------------------------------------------
@@ -128,9 +120,13 @@ double CQvIIR::getDry() const { return filter_ == nullptr ? 0.0 : filter_->casca
 DWORD CQvIIR::getLastChannelMask() const { return filter_ == nullptr ? 0 : filter_->last_mask; }
 
 void CQvIIR::ProcessFloat(float* dst, const float* src, DWORD frames, DWORD channelMask) {
-  if (filter_ != nullptr) filter_->process(dst, src, frames, channelMask);
+  if (filter_ == nullptr) return;
+  filter_->last_mask = channelMask;
+  filter_->cascade.process(dst, src, frames, channelMask);
 }
 
 void CQvIIR::ProcessDouble(double* dst, const double* src, DWORD frames, DWORD channelMask) {
-  if (filter_ != nullptr) filter_->process(dst, src, frames, channelMask);
+  if (filter_ == nullptr) return;
+  filter_->last_mask = channelMask;
+  filter_->cascade.process(dst, src, frames, channelMask);
 }
