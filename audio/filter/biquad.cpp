@@ -1,9 +1,12 @@
-// Biquad sections from musical parameters.
-#include "audio/filter/biquad_step.h"
+// Biquad sections from musical parameters, and samples through them.
 #include "audio/filter/parameter_range.h"
 
+#include "qv/filter.h"
+
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <numbers>
 
 using namespace qv::audio;
@@ -81,6 +84,23 @@ bool coefficients_of(const QVBIQUADPARAMS& params, Coefficients& result) {
   case QVBIQUAD_HIGHSHELF: result = shelf(design, -1.0); return true;
   default: return false;
   }
+}
+
+/// 0 for a state below 2^-32 in magnitude: what decays would otherwise become denormal.
+double without_denormals(double state) {
+  constexpr uint64_t kExponent = 0x7FF00000;
+  constexpr uint64_t kLeast = 0x3DF00000; // of 2^-32
+  return (std::bit_cast<uint64_t>(state) >> 32 & kExponent) < kLeast ? 0.0 : state;
+}
+
+/// A step of direct form II.
+double biquad_step(double x, QVBIQUAD& biquad) {
+  const double w1 = without_denormals(biquad.w1);
+  const double w2 = without_denormals(biquad.w2);
+  const double w = x + biquad.c1 * w1 + biquad.c2 * w2;
+  biquad.w2 = w1;
+  biquad.w1 = w;
+  return biquad.b0 * w + biquad.b1 * w1 + biquad.b2 * w2;
 }
 
 template <class Sample>
