@@ -63,8 +63,9 @@ void SoxrFilter::take(double* frames, DWORD count) {
     if (pull(frames, std::min<uint64_t>(count, silent_ - taken_)) == 0) break;
   for (DWORD made = 0; made < count;) {
     const size_t more = pull(frames + size_t{made} * channels_, count - made);
-    if (more == 0) { // it never waited so long: silence rather than what stood there
+    if (more == 0) { // it never waited so long: silence, and what comes late is dropped
       std::fill_n(frames + size_t{made} * channels_, size_t{count - made} * channels_, 0.0);
+      silent_ = std::max(silent_, taken_) + (count - made);
       break;
     }
     made += static_cast<DWORD>(more);

@@ -40,7 +40,7 @@ private:
   DWORD ahead_ = 0;
   uint64_t given_ = 0; ///< of the silence before the first frame
   uint64_t taken_ = 0;
-  uint64_t silent_ = 0; ///< frames that come before the first one
+  uint64_t silent_ = 0; ///< up to here frames are dropped: those of the silence
 
   size_t pull(double* frames, size_t count);
   void prime(const Timeline& timeline);

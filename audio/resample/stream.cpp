@@ -22,6 +22,7 @@ namespace {
 constexpr DWORD kChunkFrames = 256;        ///< taken or made at a time
 constexpr DWORD kSpare = 3 * kChunkFrames; ///< room, so that frames that wait are seldom moved
 constexpr DWORD kMostRatio = 4096;
+static_assert(kChunkFrames <= SoxrFilter::kMostFrames && kChunkFrames + kSpare <= SoxrFilter::kMostSpare / 2);
 
 } // namespace
 
