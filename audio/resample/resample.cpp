@@ -1,5 +1,6 @@
 // Converters: opened, driven block by block, asked where they stand.
 #include "audio/resample/format_pair.h"
+#include "audio/resample/handle.h"
 #include "audio/resample/sinc.h"
 
 #include "qv/audio_kernels.h"
@@ -8,8 +9,6 @@
 
 #include <cmath>
 #include <cstring>
-#include <memory>
-#include <new>
 #include <vector>
 
 using namespace qv::audio;
@@ -149,16 +148,8 @@ DWORD QVRESAMPLE::process(void* dst, void* src, DWORD count) {
 
 HRESULT QvAudio_ResampleOpen(HQVRESAMPLE* handle, QVSAMPLETYPE type, DWORD srcRate, DWORD dstRate, DWORD channels,
                              DWORD flags) {
-  if (handle == nullptr) return E_INVALIDARG;
-  *handle = nullptr;
-  try {
-    auto converter = std::make_unique<QVRESAMPLE>();
-    const HRESULT result = set_up(*converter, type, srcRate, dstRate, channels, flags);
-    if (SUCCEEDED(result)) *handle = converter.release();
-    return result;
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  }
+  return open_converter(handle,
+                        [=](QVRESAMPLE& made) { return set_up(made, type, srcRate, dstRate, channels, flags); });
 }
 
 HRESULT QvAudio_ResampleOpenEx(HQVRESAMPLE* handle, const WAVEFORMATEX* dstFormat, const WAVEFORMATEX* srcFormat,
@@ -169,13 +160,8 @@ HRESULT QvAudio_ResampleOpenEx(HQVRESAMPLE* handle, const WAVEFORMATEX* dstForma
 
 HRESULT QvAudio_ResampleReset(HQVRESAMPLE handle, QVSAMPLETYPE type, DWORD srcRate, DWORD dstRate, DWORD channels,
                               DWORD flags) {
-  if (handle == nullptr) return E_INVALIDARG;
-  HQVRESAMPLE fresh = nullptr;
-  const HRESULT result = QvAudio_ResampleOpen(&fresh, type, srcRate, dstRate, channels, flags);
-  if (FAILED(result)) return result;
-  *handle = std::move(*fresh);
-  QvAudio_ResampleClose(fresh);
-  return S_OK;
+  return renew(handle,
+               [=](HQVRESAMPLE* made) { return QvAudio_ResampleOpen(made, type, srcRate, dstRate, channels, flags); });
 }
 
 HRESULT QvAudio_ResampleResetEx(HQVRESAMPLE handle, const WAVEFORMATEX* dstFormat, const WAVEFORMATEX* srcFormat,

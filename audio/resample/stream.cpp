@@ -1,6 +1,7 @@
 // Streaming converters: frames wait as doubles until all that an output looks at are there.
 #include "audio/resample/block.h"
 #include "audio/resample/format_pair.h"
+#include "audio/resample/handle.h"
 #include "audio/resample/sinc_product.h"
 #include "audio/resample/soxr_filter.h"
 #include "audio/resample/tap_rows.h"
@@ -12,7 +13,6 @@
 #include <cmath>
 #include <cstring>
 #include <memory>
-#include <new>
 #include <vector>
 
 using namespace qv::audio;
@@ -184,29 +184,12 @@ void QVRESAMPLE2::pad() {
   append(count);
 }
 
-namespace {
-
-HRESULT open_stream(HQVRESAMPLE2* handle, QVSAMPLETYPE type, DWORD src_rate, DWORD dst_rate, DWORD channels,
-                    QVRESAMPLE2_QUALITY quality, const QVRESAMPLE2* old) {
-  if (handle == nullptr) return E_INVALIDARG;
-  *handle = nullptr;
-  try {
-    auto converter = std::make_unique<QVRESAMPLE2>();
-    const HRESULT result = converter->set_up(type, src_rate, dst_rate, channels, quality, old);
-    if (SUCCEEDED(result)) *handle = converter.release();
-    return result;
-  } catch (const std::exception&) { // no memory, or more than there can be
-    return E_OUTOFMEMORY;
-  }
-}
-
-} // namespace
-
 // ---- interface ----------------------------------------------------------------------------------------------------
 
 HRESULT QvAudio_Resample2Open(HQVRESAMPLE2* handle, QVSAMPLETYPE type, DWORD srcRate, DWORD dstRate, DWORD channels,
                               QVRESAMPLE2_QUALITY quality) {
-  return open_stream(handle, type, srcRate, dstRate, channels, quality, nullptr);
+  return open_converter(
+      handle, [=](QVRESAMPLE2& made) { return made.set_up(type, srcRate, dstRate, channels, quality, nullptr); });
 }
 
 HRESULT QvAudio_Resample2OpenEx(HQVRESAMPLE2* handle, const WAVEFORMATEX* dstFormat, const WAVEFORMATEX* srcFormat,
@@ -217,13 +200,9 @@ HRESULT QvAudio_Resample2OpenEx(HQVRESAMPLE2* handle, const WAVEFORMATEX* dstFor
 
 HRESULT QvAudio_Resample2Reset(HQVRESAMPLE2 handle, QVSAMPLETYPE type, DWORD srcRate, DWORD dstRate, DWORD channels,
                                QVRESAMPLE2_QUALITY quality) {
-  if (handle == nullptr) return E_INVALIDARG;
-  HQVRESAMPLE2 fresh = nullptr;
-  const HRESULT result = QvAudio_Resample2Open(&fresh, type, srcRate, dstRate, channels, quality);
-  if (FAILED(result)) return result;
-  *handle = std::move(*fresh);
-  QvAudio_Resample2Close(fresh);
-  return S_OK;
+  return renew(handle, [=](HQVRESAMPLE2* made) {
+    return QvAudio_Resample2Open(made, type, srcRate, dstRate, channels, quality);
+  });
 }
 
 HRESULT QvAudio_Resample2ResetEx(HQVRESAMPLE2 handle, const WAVEFORMATEX* dstFormat, const WAVEFORMATEX* srcFormat,
@@ -235,14 +214,14 @@ HRESULT QvAudio_Resample2ResetEx(HQVRESAMPLE2 handle, const WAVEFORMATEX* dstFor
 void QvAudio_Resample2Close(HQVRESAMPLE2 handle) { delete handle; }
 
 HRESULT QvAudio_Resample2SetRates(HQVRESAMPLE2 handle, DWORD srcRate, DWORD dstRate) {
-  if (handle == nullptr) return E_INVALIDARG;
-  HQVRESAMPLE2 fresh = nullptr;
-  const HRESULT result = open_stream(&fresh, handle->type, srcRate, dstRate, handle->channels, handle->quality, handle);
-  if (FAILED(result)) return result;
-  fresh->take_over(*handle);
-  *handle = std::move(*fresh);
-  QvAudio_Resample2Close(fresh);
-  return S_OK;
+  return renew(handle, [=](HQVRESAMPLE2* renewed) {
+    return open_converter(renewed, [=](QVRESAMPLE2& made) {
+      const QVRESAMPLE2& old = *handle;
+      const HRESULT result = made.set_up(old.type, srcRate, dstRate, old.channels, old.quality, &old);
+      if (SUCCEEDED(result)) made.take_over(old);
+      return result;
+    });
+  });
 }
 
 HRESULT QvAudio_Resample2Process(HQVRESAMPLE2 handle, void* dst, DWORD dstCapacity, DWORD* written, const void* src,
