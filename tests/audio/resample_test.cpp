@@ -211,7 +211,9 @@ TEST(Resample, TheSincByItsFormula) {
 /// The same at all levels.
 template <class Sample>
 void expect_equal_levels(QVSAMPLETYPE type, Rates rates, DWORD channels, DWORD flags) {
-  const std::vector<double> values = noise(3000);
+  std::vector<double> values = noise(3000);
+  for (size_t k = 0; k < values.size(); k += 7)
+    values[k] *= 1e20; // beside it others are lost: which of two frames an output stands at is seen
   const std::vector<Sample> input(values.begin(), values.end());
   std::vector<Sample> expected;
   for (const QVKERNELLEVEL level : {QVKERNELLEVEL_SSE2, QVKERNELLEVEL_AVX2, QVKERNELLEVEL_AVX512}) {
