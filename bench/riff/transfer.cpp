@@ -1,10 +1,10 @@
 // Whole files through the program's reader and writer.
 #include "bench/ratios.h"
 #include "bench/riff/groups.h"
-#include "tools/qv/block_size.h"
-#include "tools/qv/sample_conversion.h"
-#include "tools/qv/wave_input.h"
-#include "tools/qv/wave_output.h"
+#include "tools/qv/file/block_size.h"
+#include "tools/qv/file/sample_conversion.h"
+#include "tools/qv/file/wave_input.h"
+#include "tools/qv/file/wave_output.h"
 
 #include <cmath>
 #include <memory>

@@ -4,7 +4,7 @@
 #include "fuzz/riff/memory_file.h"
 #include "qv/wave_file.h"
 #include "tools/qv/failure.h"
-#include "tools/qv/repair_plan.h"
+#include "tools/qv/repair/repair_plan.h"
 
 #include <string>
 

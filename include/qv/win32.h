@@ -31,10 +31,10 @@
 #include <objidl.h>
 // clang-format on
 #else
-#include "qv/win32_posix.h"
+#include "qv/win32/win32_posix.h"
 
-#include "qv/win32_posix_com.h"
-#include "qv/win32_posix_registry.h"
+#include "qv/win32/win32_posix_com.h"
+#include "qv/win32/win32_posix_registry.h"
 #endif
 
 namespace qv {

@@ -1,7 +1,7 @@
 // Formats in words: the English texts, the translations' arguments, and buffers of every size.
 #include "qv/audio.h"
-#include "tests/kernel/formatted.h"
-#include "tests/kernel/locale_fixture.h"
+#include "tests/kernel/text/formatted.h"
+#include "tests/kernel/text/locale_fixture.h"
 
 #include <algorithm>
 #include <cstring>

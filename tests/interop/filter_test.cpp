@@ -1,5 +1,5 @@
 // qv and sox filter and resample alike.
-#include "tests/audio/sine_fit.h"
+#include "tests/audio/resample/sine_fit.h"
 #include "tests/interop/material.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
-#include "tests/kernel/formatted.h"
-#include "tests/kernel/locale_fixture.h"
+#include "tests/kernel/text/formatted.h"
+#include "tests/kernel/text/locale_fixture.h"
 
 namespace {
 

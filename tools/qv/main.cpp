@@ -1,5 +1,5 @@
 // qv: the library's families at work on files.
-#include "tools/qv/command.h"
+#include "tools/qv/command/command.h"
 #include "tools/qv/failure.h"
 #include "tools/qv/interruption.h"
 #include "tools/qv/program_arguments.h"

@@ -1,0 +1,102 @@
+// The items of heap-item lists.
+#include "kernel/list/list_item_memory.h"
+
+#include "kernel/list/list_gate.h"
+#include "kernel/list/list_slots.h"
+
+#include <cstring>
+
+using namespace qv::kernel;
+
+HRESULT QvList_AllocItem(tQVLIST* list, ULONGLONG size, void** item) {
+  const ListGate gate(list);
+  if (item == nullptr) return E_FAIL;
+  *item = nullptr;
+  if (!gate || !is_heap_list(list) || list->pendingItem != nullptr) return E_FAIL;
+  list->pendingItem = allocate_item(list, size);
+  *item = list->pendingItem;
+  return *item == nullptr ? E_OUTOFMEMORY : S_OK;
+}
+
+HRESULT QvList_AllocAndInsertItem(tQVLIST* list, const void* src, ULONGLONG size, LONG index, LONG* outIndex) {
+  if (outIndex != nullptr) *outIndex = -1;
+  if (list == nullptr) return E_FAIL;
+  const ListGate whole(list);
+  if (!whole) return E_FAIL;
+  if (index < 0 || index > list->count) index = list->count;
+  void* item = nullptr;
+  HRESULT result = QvList_AllocItem(list, size, &item);
+  if (SUCCEEDED(result)) {
+    if (src != nullptr) std::memcpy(item, src, size);
+    result = QvList_InsertList(list, index, nullptr, -1);
+  }
+  if (FAILED(result)) {
+    // Its own item, or one that was pending before: a failure leaves none.
+    free_item(list, list->pendingItem);
+    list->pendingItem = nullptr;
+    return result;
+  }
+  if (outIndex != nullptr) *outIndex = index;
+  return S_OK;
+}
+
+HRESULT QvList_ReAllocItem(tQVLIST* list, LONG index, ULONGLONG size) {
+  const ListGate gate(list);
+  if (!gate || !is_heap_list(list) || index < 0 || index >= list->count) return E_FAIL;
+  void* item = reallocate_item(list, slot_value(list, index), size);
+  if (item == nullptr) return E_OUTOFMEMORY;
+  slot_value(list, index) = item;
+  return S_OK;
+}
+
+ULONGLONG QvList_AllocSize(tQVLIST* list, LONG index) {
+  const ListGate gate(list);
+  if (!gate) return ~ULONGLONG{0};
+  if (index >= 0 && is_array(list)) return list->itemSize;
+  if (index >= 0) return index < list->count ? item_bytes(list, slot_value(list, index)) : 0;
+  ULONGLONG bytes = slot_block_bytes(list) + sizeof *list;
+  if (!is_array(list))
+    for (LONG i = 0; i < list->count; ++i)
+      bytes += item_bytes(list, slot_value(list, i));
+  return bytes;
+}
+
+namespace {
+
+/// Takes a list's items for the client's while it lives, so that deleting a slot leaves its item alone.
+class BorrowedItems {
+public:
+  explicit BorrowedItems(tQVLIST* list) : options_(list->options) {
+    options_.fetch_and(~QVLIST_OPT_HEAPITEMS, std::memory_order_relaxed);
+  }
+  BorrowedItems(const BorrowedItems&) = delete;
+  BorrowedItems& operator=(const BorrowedItems&) = delete;
+  ~BorrowedItems() { options_.fetch_or(QVLIST_OPT_HEAPITEMS, std::memory_order_relaxed); }
+
+private:
+  std::atomic_ref<DWORD> options_;
+};
+
+} // namespace
+
+HRESULT QvList_MoveItemsBetweenHeapLists(tQVLIST* dest, LONG destIndex, tQVLIST* src, LONG srcIndex, LONG n) {
+  if (dest == nullptr || src == nullptr || dest == src) return E_FAIL;
+  const ListGate dest_gate(dest);
+  const ListGate src_gate(src);
+  if (!dest_gate || !src_gate || !is_heap_list(dest) || !is_heap_list(src) || dest->pendingItem != nullptr)
+    return E_FAIL;
+  if (destIndex < 0 || destIndex > dest->count) destIndex = dest->count;
+  const int64_t moved = n < 0 ? src->count : n;
+  if (moved == 0) return S_OK;
+  if (srcIndex < 0 || srcIndex + moved > src->count) return E_FAIL;
+  const BorrowedItems borrowed(src);
+  HRESULT result = S_OK;
+  // Backwards, always to the same place: the items keep their order.
+  for (int64_t i = srcIndex + moved - 1; i >= srcIndex && SUCCEEDED(result); --i) {
+    dest->pendingItem = slot_value(src, i);
+    result = QvList_InsertList(dest, destIndex, nullptr, -1);
+    if (SUCCEEDED(result)) result = QvList_DeleteList(src, static_cast<LONG>(i), 1, 0);
+  }
+  dest->pendingItem = nullptr;
+  return result;
+}

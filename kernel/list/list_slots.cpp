@@ -1,0 +1,113 @@
+#include "kernel/list/list_slots.h"
+
+#include "kernel/list/list_gate.h"
+
+#include <algorithm>
+#include <bit>
+#include <climits>
+#include <cstring>
+
+namespace qv::kernel {
+
+void* allocate_slots(uint64_t slots, uint64_t slot_bytes) {
+  static_assert(sizeof(SIZE_T) == sizeof(uint64_t), "a LONG of slots of 4 GiB each has a size below 2^63");
+  const HGLOBAL block = GlobalAlloc(GMEM_FIXED | GMEM_ZEROINIT, slots * slot_bytes);
+  return block == nullptr ? nullptr : GlobalLock(block);
+}
+
+void free_slots(void* items) {
+  const HGLOBAL block = GlobalHandle(items);
+  GlobalUnlock(block);
+  GlobalFree(block);
+}
+
+uint64_t slot_block_bytes(const tQVLIST* list) { return GlobalSize(GlobalHandle(list->items)); }
+
+int64_t whole_steps(const tQVLIST* list, int64_t n) {
+  const int64_t rounded = n + list->growBy - 1;
+  return rounded - rounded % list->growBy;
+}
+
+namespace {
+
+/// Changes the size of the slot block, which GMEM_MOVEABLE allows to move; what is new is zeroed. False: as it was.
+bool resize_block(tQVLIST* list, uint64_t bytes, UINT may_move) {
+  const HGLOBAL block = GlobalHandle(list->items);
+  GlobalUnlock(block);
+  const HGLOBAL resized = GlobalReAlloc(block, bytes, GMEM_ZEROINIT | may_move);
+  list->items = GlobalLock(resized == nullptr ? block : resized);
+  return resized != nullptr;
+}
+
+} // namespace
+
+HRESULT grow(tQVLIST* list, int64_t n) {
+  const int64_t allocated = list->allocated + whole_steps(list, n < 1 ? list->growBy : n);
+  if (allocated > INT_MAX) return E_OUTOFMEMORY;
+  if (!resize_block(list, static_cast<uint64_t>(allocated) * list->itemSize, GMEM_MOVEABLE)) return E_OUTOFMEMORY;
+  // The block of a list that was shrunk to nothing kept the bytes of one slot.
+  if (list->allocated == 0) std::memset(list->items, 0, list->itemSize);
+  list->allocated = static_cast<LONG>(allocated);
+  return S_OK;
+}
+
+HRESULT shrink(tQVLIST* list, int64_t n) {
+  const int64_t slack = list->allocated - list->count;
+  int64_t fewer = whole_steps(list, n < 0 ? slack : std::min(n, slack));
+  if (fewer > slack) fewer -= list->growBy;
+  if (fewer <= 0) return S_OK;
+  const uint64_t bytes = std::max(static_cast<uint64_t>(list->allocated - fewer) * list->itemSize, list->itemSize);
+  if (!resize_block(list, bytes, 0)) return E_OUTOFMEMORY;
+  list->allocated = static_cast<LONG>(list->allocated - fewer);
+  return S_OK;
+}
+
+namespace {
+
+/// Fills a gap of `bytes` bytes at `gap`, which moved what was behind it up, from `offset` of the same block as it was
+/// before.
+void fill_from_own(BYTE* items, uint64_t gap, uint64_t bytes, uint64_t offset) {
+  const uint64_t below = offset < gap ? std::min(bytes, gap - offset) : 0;
+  std::memcpy(items + gap, items + offset, below);
+  std::memcpy(items + gap + below, items + offset + below + bytes, bytes - below);
+}
+
+} // namespace
+
+HRESULT insert_slots(tQVLIST* list, int64_t index, const void* source, int64_t slots) {
+  const int64_t count = list->count;
+  const int64_t position = index < 0 || index > count ? count : index;
+  const uint64_t slot_bytes = list->itemSize;
+  const uint64_t bytes = static_cast<uint64_t>(slots) * slot_bytes;
+  const uint64_t offset = std::bit_cast<uintptr_t>(source) - std::bit_cast<uintptr_t>(list->items);
+  const bool from_own = offset < static_cast<uint64_t>(count) * slot_bytes;
+  if (count + slots > INT_MAX) return E_OUTOFMEMORY;
+  if (count + slots > list->allocated) {
+    const HRESULT result = grow(list, slots);
+    if (FAILED(result)) return result;
+  }
+  BYTE* gap = slot_address(list, position);
+  if (position < count) std::memmove(gap + bytes, gap, static_cast<uint64_t>(count - position) * slot_bytes);
+  if (from_own) {
+    fill_from_own(static_cast<BYTE*>(list->items), static_cast<uint64_t>(position) * slot_bytes, bytes, offset);
+  } else {
+    std::memcpy(gap, source, bytes);
+  }
+  list->count = static_cast<LONG>(count + slots);
+  list->pendingItem = nullptr;
+  return S_OK;
+}
+
+} // namespace qv::kernel
+
+using namespace qv::kernel;
+
+HRESULT QvList_GrowAllocated(tQVLIST* list, LONG n) {
+  const ListGate gate(list);
+  return gate ? grow(list, n) : E_FAIL;
+}
+
+HRESULT QvList_ShrinkAllocated(tQVLIST* list, LONG n) {
+  const ListGate gate(list);
+  return gate ? shrink(list, n) : E_FAIL;
+}

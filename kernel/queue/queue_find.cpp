@@ -1,0 +1,90 @@
+#include "kernel/queue/queue_links.h"
+#include "kernel/queue/queue_users.h"
+
+using namespace qv::kernel;
+
+namespace {
+
+/// Finds the first match and does `then` with it, inside the queue.
+template <class Then>
+tQVQELM* find_and(tQVQHEAD* head, Direction direction, QVQUEUEMATCH match, LONGLONG context, Then then) {
+  if (match == nullptr) return nullptr;
+  const InsideQueue inside(head);
+  if (!inside) return nullptr;
+  tQVQELM* found = find_element(head, direction, [=](const tQVQELM* each) { return match(each, context) != 0; });
+  if (found != nullptr) then(inside, found);
+  return found;
+}
+
+tQVQELM* find(tQVQHEAD* head, Direction direction, QVQUEUEMATCH match, LONGLONG context) {
+  return find_and(head, direction, match, context, [](const InsideQueue&, tQVQELM*) {});
+}
+
+tQVQELM* find_and_remove(tQVQHEAD* head, Direction direction, QVQUEUEMATCH match, LONGLONG context) {
+  return find_and(head, direction, match, context, [head](const InsideQueue& inside, tQVQELM* found) {
+    unlink(found);
+    if (is_empty(head)) ResetEvent(inside.event());
+  });
+}
+
+/// To the head for kForward: where a walk in that direction begins. False when it is there already.
+bool move_to_end(tQVQHEAD* head, tQVQELM* element, Direction end) {
+  if (step(head, end) == element) return false;
+  unlink(element);
+  link_before(end == Direction::kForward ? head->next : head, element);
+  return true;
+}
+
+tQVQELM* find_and_move(tQVQHEAD* head, QVQUEUEMATCH match, LONGLONG context, Direction end) {
+  return find_and(head, Direction::kForward, match, context,
+                  [=](const InsideQueue&, tQVQELM* found) { move_to_end(head, found, end); });
+}
+
+/// The queue is walked: links alone would take an element that a flush dropped for a queued one.
+bool holds(tQVQHEAD* head, const tQVQELM* element) {
+  return find_element(head, Direction::kForward, [=](const tQVQELM* each) { return each == element; }) != nullptr;
+}
+
+bool is_linked(const tQVQELM* element) {
+  return element != nullptr && element->next != nullptr && element->prev != nullptr;
+}
+
+LONG move(tQVQHEAD* head, tQVQELM* element, Direction end) {
+  const InsideQueue inside(head);
+  return inside && is_linked(element) && holds(head, element) && move_to_end(head, element, end) ? 1 : 0;
+}
+
+} // namespace
+
+tQVQELM* QvQueueFind(tQVQHEAD* head, QVQUEUEMATCH match, LONGLONG context) {
+  return find(head, Direction::kForward, match, context);
+}
+
+tQVQELM* QvQueueFindRev(tQVQHEAD* head, QVQUEUEMATCH match, LONGLONG context) {
+  return find(head, Direction::kBackward, match, context);
+}
+
+tQVQELM* QvQueueFindAndRemove(tQVQHEAD* head, QVQUEUEMATCH match, LONGLONG context) {
+  return find_and_remove(head, Direction::kForward, match, context);
+}
+
+tQVQELM* QvQueueFindAndRemoveRev(tQVQHEAD* head, QVQUEUEMATCH match, LONGLONG context) {
+  return find_and_remove(head, Direction::kBackward, match, context);
+}
+
+tQVQELM* QvQueueFindAndMoveToHead(tQVQHEAD* head, QVQUEUEMATCH match, LONGLONG context) {
+  return find_and_move(head, match, context, Direction::kForward);
+}
+
+tQVQELM* QvQueueFindAndMoveToTail(tQVQHEAD* head, QVQUEUEMATCH match, LONGLONG context) {
+  return find_and_move(head, match, context, Direction::kBackward);
+}
+
+LONG QvQueueMoveToHead(tQVQHEAD* head, tQVQELM* element) { return move(head, element, Direction::kForward); }
+
+LONG QvQueueMoveToTail(tQVQHEAD* head, tQVQELM* element) { return move(head, element, Direction::kBackward); }
+
+LONG IsInQvQueue(tQVQHEAD* head, const tQVQELM* element) {
+  const InsideQueue inside(head);
+  return inside && is_linked(element) && holds(head, element) ? 1 : 0;
+}

@@ -1,0 +1,136 @@
+#include "kernel/text/user_locale.h"
+
+#include "kernel/shared_value.h"
+#include "kernel/text/number_writer.h"
+#include "qv/list.h"
+#include "qv/text.h"
+
+#include <algorithm>
+#include <atomic>
+#include <iterator>
+#include <string_view>
+
+using namespace qv::kernel;
+
+namespace {
+
+// What holds where the system does not answer.
+constexpr QVUSERLOCALE kEnglish = {QV_TEXT("en-US"), QV_TEXT(":"), QV_TEXT("."),
+                                   QV_TEXT(","),     QV_TEXT(","), QV_TEXT("3;0")};
+
+constexpr ClockSeparators kEnglishClock = {QV_TEXT(":"), QV_TEXT(".")};
+
+// Copies of what the list below holds, for readers that take no lock.
+constinit SharedValue<QVUSERLOCALE> locale_in_force(kEnglish);
+constinit SharedValue<ClockSeparators> clock_in_force(kEnglishClock);
+constinit std::atomic<bool> locale_is_read = false;
+
+uint32_t packed(const ClockSeparators& clock) {
+  const bool are_characters =
+      clock.time[0] != 0 && clock.time[1] == 0 && clock.decimal[0] != 0 && clock.decimal[1] == 0;
+  return are_characters ? uint32_t{clock.time[0]} << 16 | clock.decimal[0] : 0;
+}
+
+/// The process's list of the locale in force, its only item, which is read and replaced behind the list's lock. Null
+/// when there was no memory for it.
+tQVLIST* locale_list() {
+  static tQVLIST* const list = [] {
+    tQVLIST* made = nullptr;
+    QvList_CreateExZ(&made, sizeof(QVUSERLOCALE), 4, 4, QVLIST_OPT_ARRAY | QVLIST_OPT_THREADSAFE, 0, 0, 0);
+    return made;
+  }();
+  return list;
+}
+
+class LocaleLock {
+public:
+  LocaleLock() : list_(locale_list()) {
+    if (list_ != nullptr) EnterCriticalSection(&list_->lock);
+  }
+  LocaleLock(const LocaleLock&) = delete;
+  LocaleLock& operator=(const LocaleLock&) = delete;
+  ~LocaleLock() {
+    if (list_ != nullptr) LeaveCriticalSection(&list_->lock);
+  }
+
+private:
+  tQVLIST* list_;
+};
+
+template <size_t Capacity>
+void read_value(LCTYPE type, WCHAR (&field)[Capacity]) {
+  WCHAR text[96]; // the longest locale name has 85 characters
+  const int count = GetLocaleInfoW(LOCALE_USER_DEFAULT, type, text, static_cast<int>(std::size(text)));
+  if (count <= 0) return;
+  size_t i = 0;
+  for (; i + 1 < Capacity && text[i] != 0; ++i)
+    field[i] = text[i];
+  field[i] = 0;
+}
+
+QVUSERLOCALE user_settings() {
+  QVUSERLOCALE locale = kEnglish;
+  read_value(LOCALE_SNAME, locale.name);
+  read_value(LOCALE_STIME, locale.time);
+  read_value(LOCALE_SDECIMAL, locale.decimal);
+  read_value(LOCALE_STHOUSAND, locale.thousand);
+  read_value(LOCALE_SLIST, locale.list);
+  read_value(LOCALE_SGROUPING, locale.grouping);
+  return locale;
+}
+
+template <size_t Capacity>
+void terminate(WCHAR (&field)[Capacity]) {
+  field[Capacity - 1] = 0;
+}
+
+QVUSERLOCALE terminated(QVUSERLOCALE locale) {
+  terminate(locale.name);
+  terminate(locale.time);
+  terminate(locale.decimal);
+  terminate(locale.thousand);
+  terminate(locale.list);
+  terminate(locale.grouping);
+  return locale;
+}
+
+/// Behind the lock.
+void put_in_force(const QVUSERLOCALE& locale) {
+  if (tQVLIST* list = locale_list()) {
+    QvList_DeleteList(list, 0, -1, 0);
+    QvList_InsertList(list, 0, &locale, 1);
+  }
+  ClockSeparators clock = {};
+  std::copy_n(locale.time, std::size(clock.time), clock.time);
+  std::basic_string_view<WCHAR>(decimal_separator(locale)).copy(clock.decimal, std::size(clock.decimal) - 1);
+  locale_in_force.update([&](QVUSERLOCALE& value) { value = locale; });
+  clock_in_force.update([&](ClockSeparators& value) { value = clock; });
+  packed_clock_characters.store(packed(clock), std::memory_order_relaxed);
+  locale_is_read.store(true, std::memory_order_release);
+}
+
+} // namespace
+
+constinit std::atomic<uint32_t> qv::kernel::packed_clock_characters = 0;
+
+void qv::kernel::read_locale_once() {
+  if (locale_is_read.load(std::memory_order_acquire)) return;
+  const LocaleLock lock;
+  if (!locale_is_read.load(std::memory_order_relaxed)) put_in_force(user_settings());
+}
+
+ClockSeparators qv::kernel::clock_separators() {
+  read_locale_once();
+  return clock_in_force.load();
+}
+
+void QvText_GetUserLocale(QVUSERLOCALE* locale) {
+  if (!locale) return;
+  read_locale_once();
+  *locale = locale_in_force.load();
+}
+
+void QvText_SetUserLocale(const QVUSERLOCALE* locale) {
+  const LocaleLock lock;
+  put_in_force(locale ? terminated(*locale) : user_settings());
+}

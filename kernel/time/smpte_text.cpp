@@ -1,0 +1,99 @@
+#include "kernel/time/smpte_text.h"
+
+#include "kernel/time/digit_runs.h"
+#include "kernel/time/smpte_rates.h"
+
+namespace qv::kernel {
+
+namespace {
+
+constexpr int kMostNumbers = 4;
+constexpr int kFourPairs = 11; ///< characters of four pairs with separators between them
+
+const WCHAR* end_without_spaces(const WCHAR* text) {
+  const WCHAR* end = text;
+  for (; *text != 0; ++text)
+    if (!is_white(*text)) end = text + 1;
+  return end;
+}
+
+void shift_in(_smpteval* label, DWORD number) {
+  label->hours = label->minutes;
+  label->minutes = label->seconds;
+  label->seconds = label->frames;
+  label->frames = number;
+}
+
+/// Moves what fills `limit` from one field to the next. Most fields do not: they are spared the division.
+void carry(DWORD& field, uint32_t limit, DWORD& next) {
+  if (field < limit) return;
+  next += field / limit;
+  field %= limit;
+}
+
+void normalise(_smpteval* label) {
+  if (is_smpte_format(label->format)) carry(label->frames, kSmpteRates[label->format - 1].counted, label->seconds);
+  carry(label->seconds, 60, label->minutes);
+  carry(label->minutes, 60, label->hours);
+  label->hours %= 24;
+}
+
+/// The texts that are written most, "01:02:03:04" with any separators and nothing around them, at one look. False when
+/// the text is none of them.
+bool read_four_pairs(const WCHAR* text, _smpteval* label) {
+  constexpr int kPair = 3;
+  DWORD numbers[kMostNumbers];
+  for (int i = 0; i < kMostNumbers; ++i) {
+    const WCHAR* const pair = text + i * kPair;
+    const bool is_last = i + 1 == kMostNumbers;
+    if (!is_digit(pair[0]) || !is_digit(pair[1]) || is_digit(pair[2]) || (pair[2] == 0) != is_last) return false;
+    numbers[i] = (pair[0] - QV_TEXT('0')) * 10u + (pair[1] - QV_TEXT('0'));
+  }
+  label->hours = numbers[0];
+  label->minutes = numbers[1];
+  label->seconds = numbers[2];
+  label->frames = numbers[3];
+  label->reserved = 0;
+  return true;
+}
+
+} // namespace
+
+SmpteReading read_smpte(const WCHAR* text, _smpteval* label) {
+  if (read_four_pairs(text, label)) {
+    normalise(label);
+    return {text + kFourPairs, 0};
+  }
+  const DWORD format = label->format;
+  *label = {};
+  label->format = format;
+  const WCHAR* const end = end_without_spaces(text);
+  const WCHAR* at = text;
+  const WCHAR* run_end = text;
+  int numbers = 0;
+  while (numbers < kMostNumbers) {
+    while (at != end && !is_digit(*at))
+      ++at;
+    if (at == end) break;
+    // Pairs from the right: only the first number of a run can have a single digit.
+    const WCHAR* const run = skip_digits(at);
+    for (; at != run && numbers < kMostNumbers; ++numbers) {
+      const WCHAR* const pair = at + ((run - at) % 2 != 0 ? 1 : 2);
+      shift_in(label, static_cast<DWORD>(digits_value(at, pair)));
+      at = pair;
+    }
+    run_end = at;
+  }
+  if (numbers < kMostNumbers) {
+    if (end != text && !is_digit(end[-1])) shift_in(label, 0);
+    at = end;
+  }
+  normalise(label);
+  return {run_end, at == end ? WCHAR{0} : *at};
+}
+
+} // namespace qv::kernel
+
+WCHAR QVSMPTE_TextToSMPTE(const WCHAR* text, _smpteval* label) {
+  return qv::kernel::read_smpte(text, label).stopped_at;
+}

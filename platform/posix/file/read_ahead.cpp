@@ -1,0 +1,59 @@
+#include "platform/posix/file/read_ahead.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <unistd.h>
+
+namespace qv::platform {
+
+namespace {
+
+ssize_t read_once(int descriptor, void* buffer, size_t bytes, int64_t position) {
+  ssize_t got = -1;
+  do {
+    got = pread(descriptor, buffer, bytes, position);
+  } while (got < 0 && errno == EINTR);
+  return got;
+}
+
+} // namespace
+
+ssize_t read_fully(int descriptor, void* buffer, size_t bytes, int64_t position) {
+  size_t done = 0;
+  while (done < bytes) {
+    const ssize_t got =
+        read_once(descriptor, static_cast<char*>(buffer) + done, bytes - done, position + static_cast<int64_t>(done));
+    if (got < 0) return done > 0 ? static_cast<ssize_t>(done) : -1;
+    if (got == 0) break;
+    done += static_cast<size_t>(got);
+  }
+  return static_cast<ssize_t>(done);
+}
+
+ssize_t ReadAhead::fill(int descriptor, int64_t position) {
+  // Passing over a little, as a walk over small chunks does, is going on.
+  const int64_t passed_over = position - (start_ + static_cast<int64_t>(length_));
+  const bool goes_on = passed_over >= 0 && passed_over < static_cast<int64_t>(kLargest);
+  if (!goes_on) next_size_ = kSmallest;
+  if (!window_) window_ = std::make_unique_for_overwrite<unsigned char[]>(kLargest);
+  // Once: a window that the file's end cuts short need not ask again where it ends.
+  const ssize_t got = read_once(descriptor, window_.get(), next_size_, position);
+  start_ = position;
+  length_ = got > 0 ? static_cast<size_t>(got) : 0;
+  next_size_ = std::min(next_size_ * 4, kLargest);
+  return got;
+}
+
+ssize_t ReadAhead::read_behind(int descriptor, void* buffer, size_t bytes, int64_t position, size_t ready) {
+  char* const rest = static_cast<char*>(buffer) + ready;
+  const size_t wanted = bytes - ready;
+  const int64_t from = position + static_cast<int64_t>(ready);
+  if (wanted < kSmallest) {
+    if (fill(descriptor, from) < 0) return ready == 0 ? -1 : static_cast<ssize_t>(ready);
+    if (copy_out(rest, wanted, from) == wanted) return static_cast<ssize_t>(bytes);
+  }
+  const ssize_t got = read_fully(descriptor, rest, wanted, from);
+  return got < 0 && ready == 0 ? -1 : static_cast<ssize_t>(ready) + std::max<ssize_t>(got, 0);
+}
+
+} // namespace qv::platform

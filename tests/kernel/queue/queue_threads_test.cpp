@@ -1,0 +1,204 @@
+// Producers, consumers and deletion on many threads.
+#include "tests/kernel/queue/queue_fixture.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <cstring>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <random>
+#include <thread>
+
+using namespace kernel_test;
+
+namespace {
+
+TEST(QueueThreads, NothingIsLostOrTakenTwice) {
+  constexpr int kThreads = 4;
+  constexpr int kEach = 250'000;
+  Queue queue;
+  std::vector<Number> numbers(kThreads * kEach);
+  std::vector<std::atomic<uint8_t>> taken(numbers.size());
+  std::atomic<int> left = kThreads * kEach;
+  std::vector<std::thread> threads;
+  for (int producer = 0; producer < kThreads; ++producer) {
+    threads.emplace_back([&, producer] {
+      for (int i = producer * kEach; i < (producer + 1) * kEach; ++i) {
+        numbers[i].value = i;
+        i % 3 == 0 ? QvQueueInsertHead(queue, &numbers[i].link) : QvQueueInsert(queue, &numbers[i].link);
+      }
+    });
+  }
+  for (int consumer = 0; consumer < kThreads; ++consumer) {
+    threads.emplace_back([&, consumer] {
+      while (left.load() > 0) {
+        const tQVQELM* element = consumer == 0   ? QvQueueRemoveTail(queue, INFINITE)
+                                 : consumer == 1 ? QvQueueRemoveAlertable(queue, INFINITE)
+                                                 : QvQueueRemove(queue, INFINITE);
+        if (element == nullptr) continue;
+        taken[value_of(element)].fetch_add(1);
+        if (left.fetch_sub(1) == 1) QvQueueDelete(queue); // releases the other consumers
+      }
+    });
+  }
+  for (std::thread& thread : threads)
+    thread.join();
+  for (size_t i = 0; i < taken.size(); ++i)
+    ASSERT_EQ(taken[i], 1) << i;
+}
+
+/// Consumers that wait in every way there is.
+tQVQELM* wait_somehow(tQVQHEAD* head, int way, HANDLE never) {
+  const HANDLE handles[] = {never};
+  switch (way % 4) {
+  case 0: return QvQueueRemove(head, INFINITE);
+  case 1: return QvQueueRemoveEx(head, handles, 1, 0, INFINITE, nullptr);
+  case 2: return QvQueueRemoveTail(head, INFINITE);
+  default: return QvQueueRemoveEx(head, handles, 1, QVQUEUE_RETRY, INFINITE, nullptr);
+  }
+}
+
+/// A number that threads raise and wait for.
+class Counter {
+public:
+  void raise() {
+    {
+      const std::lock_guard guard(lock_);
+      ++value_;
+    }
+    raised_.notify_all();
+  }
+  void wait_for(int value) {
+    std::unique_lock guard(lock_);
+    raised_.wait(guard, [=, this] { return value_ >= value; });
+  }
+  int value() {
+    const std::lock_guard guard(lock_);
+    return value_;
+  }
+
+private:
+  std::mutex lock_;
+  std::condition_variable raised_;
+  int value_ = 0;
+};
+
+/// Runs `consumers` threads that wait on each of `rounds` queues in turn, while `release` is called once per queue
+/// without knowing how far they are. It gets the queue, how many waits are over, and how many will be.
+template <class Release>
+void race(int consumers, int rounds, Release release) {
+  std::deque<tQVQHEAD> queues(rounds);
+  for (tQVQHEAD& queue : queues)
+    ASSERT_EQ(QvQueueInitialize(&queue), 1);
+  const HANDLE never = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  Counter begun, back;
+  std::atomic<int> found = 0;
+  std::vector<std::thread> threads;
+  for (int consumer = 0; consumer < consumers; ++consumer) {
+    threads.emplace_back([&, consumer] {
+      for (int i = 0; i < rounds; ++i) {
+        begun.wait_for(i + 1);
+        if (wait_somehow(&queues[i], consumer, never) != nullptr) ++found;
+        back.raise();
+      }
+    });
+  }
+  std::mt19937 random(7);
+  for (int i = 0; i < rounds; ++i) {
+    begun.raise();
+    for (unsigned spins = random() % (i % 2 == 0 ? 10 : 30'000); spins > 0; --spins)
+      std::atomic_signal_fence(std::memory_order_seq_cst);
+    release(&queues[i], back, consumers * (i + 1));
+    back.wait_for(consumers * (i + 1));
+  }
+  for (std::thread& thread : threads)
+    thread.join();
+  EXPECT_EQ(found, 0);
+  for (tQVQHEAD& queue : queues)
+    QvQueueDelete(&queue);
+  CloseHandle(never);
+}
+
+TEST(QueueThreads, DeletionReleasesConsumersHoweverTheRaceFalls) {
+  race(4, 2000, [](tQVQHEAD* queue, Counter&, int) {
+    QvQueueDelete(queue);
+    // Nobody may look at the lock any more. (The event says to those who come late that there is no queue.)
+    std::memset(&queue->lock, 0xDD, sizeof queue->lock);
+  });
+}
+
+/// Stays inside the queue until its deletion has begun; answers no match.
+LONG CALLBACK stay_until_deletion(const tQVQELM*, LONGLONG context) {
+  auto* queue = reinterpret_cast<tQVQHEAD*>(context);
+  while (std::atomic_ref(queue->event).load() != nullptr)
+    std::this_thread::yield();
+  return 0;
+}
+
+TEST(QueueThreads, DeletionWaitsForThoseWhoAreInside) {
+  constexpr int kVisitors = 6;
+  for (int round = 0; round < 300; ++round) {
+    tQVQHEAD queue = {};
+    ASSERT_EQ(QvQueueInitialize(&queue), 1);
+    tQVQELM element = {};
+    QvQueueInsert(&queue, &element);
+    // The first to enter keeps the lock from the others and from the deletion, which then compete for it.
+    std::atomic<int> begun = 0;
+    std::vector<std::thread> visitors;
+    for (int i = 0; i < kVisitors; ++i) {
+      visitors.emplace_back([&] {
+        ++begun;
+        QvQueueFind(&queue, stay_until_deletion, reinterpret_cast<LONGLONG>(&queue));
+      });
+    }
+    while (begun != kVisitors)
+      std::this_thread::yield();
+    QvQueueDelete(&queue);
+    std::memset(&queue.lock, 0xDD, sizeof queue.lock);
+    for (std::thread& visitor : visitors)
+      visitor.join();
+  }
+}
+
+TEST(QueueThreads, DeletingFromTwoThreadsDeletesOnce) {
+  race(2, 1000, [](tQVQHEAD* queue, Counter&, int) {
+    std::thread other([=] { QvQueueDelete(queue); });
+    QvQueueDelete(queue);
+    other.join();
+  });
+}
+
+TEST(QueueThreads, AFlushReleasesEveryoneWhoWaits) {
+  // Those who come after the flush wait for the next one. Without retry alone: with it they would wait on.
+  race(3, 1000, [](tQVQHEAD* queue, Counter& back, int all) {
+    while (back.value() != all) {
+      QvQueueFlush(queue);
+      std::this_thread::yield();
+    }
+  });
+}
+
+TEST(QueueThreads, AWaitForAllHandlesOutlivesTheQueue) {
+  auto queue = std::make_unique<tQVQHEAD>();
+  ASSERT_EQ(QvQueueInitialize(queue.get()), 1);
+  const HANDLE last = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  std::atomic<bool> called = false;
+  DWORD result = 77;
+  const tQVQELM* element = nullptr;
+  std::thread consumer([&] {
+    const HANDLE handles[] = {last};
+    called = true;
+    // On Windows such a wait wants input besides, which does not come: there it ends by its time.
+    element = QvQueueRemoveEx(queue.get(), handles, 1, QVQUEUE_WAITALL, 100, &result);
+  });
+  while (!called)
+    std::this_thread::yield();
+  QvQueueDelete(queue.get());
+  SetEvent(last);
+  consumer.join();
+  EXPECT_EQ(element, nullptr);
+  CloseHandle(last);
+}
+
+} // namespace

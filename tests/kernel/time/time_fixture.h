@@ -1,0 +1,39 @@
+// A position format for tests, and times as text and back.
+#pragma once
+
+#include "qv/time.h"
+
+#include "tests/kernel/text/formatted.h"
+#include "tests/kernel/text/locale_fixture.h"
+
+#include <string>
+
+inline _qvposfmt shown_as(DWORD format) {
+  _qvposfmt shown = {};
+  shown.format = format;
+  shown.sampleRate = 48'000;
+  shown.frameRate = 24.0;
+  shown.tempo = 120.0;
+  shown.beatUnit = 4;
+  shown.beatsPerMeasure = 4;
+  shown.ticksPerBeat = 960;
+  return shown;
+}
+
+inline std::string text_of(const _qvposfmt& shown, QVNANOTIME time, DWORD flags = 0) {
+  WCHAR text[QVTIME_TEXT_CHARS];
+  const int length = QvNanoTimeToTextEx(text, &shown, time, flags);
+  EXPECT_EQ(length, static_cast<int>(std::char_traits<WCHAR>::length(text)));
+  return utf8(text);
+}
+
+inline std::string text_with(const _qvposfmt& shown, QVNANOTIME time, const WCHAR* format, DWORD flags = 0) {
+  WCHAR text[4096];
+  const int length = QvNanoTimeToTextFormat(text, &shown, time, format, flags);
+  EXPECT_EQ(length, static_cast<int>(std::char_traits<WCHAR>::length(text)));
+  return utf8(text);
+}
+
+inline constexpr QVNANOTIME kSecond = QVNANOTIME_SECOND;
+inline constexpr QVNANOTIME kHour = 3600 * kSecond;
+inline constexpr QVNANOTIME kDay = 24 * kHour;

@@ -1,0 +1,121 @@
+#include "tests/riff/summary/summary_text.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+using namespace riff_test;
+
+namespace {
+
+TEST(SummaryItems, AreSetAddedAndRemoved) {
+  struct Case {
+    const char* name;
+    const char* before;
+    const char* id;
+    std::optional<std::string> text;
+    HRESULT result;
+    const char* after;
+  };
+  const Case cases[] = {
+      {"first", "", "INAM", "a", S_OK, "INAM=a"},
+      {"another", "INAM=a", "IART", "b", S_OK, "INAM=a;IART=b"},
+      {"replaced by a longer one", "INAM=a;IART=b", "INAM", "longer", S_OK, "INAM=longer;IART=b"},
+      {"replaced by an empty one", "INAM=a;IART=b", "IART", "", S_OK, "INAM=a;IART="},
+      {"a text where there was none", "INAM;IART=b", "INAM", "a", S_OK, "INAM=a;IART=b"},
+      {"the first of two", "INAM=a;INAM=b", "INAM", "c", S_OK, "INAM=c;INAM=b"},
+      {"removed first", "INAM=a;IART=b;ICMT=c", "INAM", {}, S_OK, "IART=b;ICMT=c"},
+      {"removed in the middle", "INAM=a;IART=b;ICMT=c", "IART", {}, S_OK, "INAM=a;ICMT=c"},
+      {"removed last", "INAM=a;IART=b;ICMT=c", "ICMT", {}, S_OK, "INAM=a;IART=b"},
+      {"removed without a text", "INAM=a;IART", "IART", {}, S_OK, "INAM=a"},
+      {"the first of two removed", "INAM=a;INAM=b", "INAM", {}, S_OK, "INAM=b"},
+      {"the only one removed", "INAM=a", "INAM", {}, S_OK, ""},
+      {"removing what is not there adds it", "INAM=a", "IART", {}, S_OK, "INAM=a;IART"},
+      {"also to an empty list", "", "IART", {}, S_OK, "IART"},
+      {"no id", "INAM=a", "....", "x", E_INVALIDARG, "INAM=a"},
+      {"no id, removed", "....=a", "....", {}, E_INVALIDARG, "....=a"},
+  };
+  for (const Case& row : cases) {
+    SCOPED_TRACE(row.name);
+    SummaryList list(row.before);
+    const DWORD old_count = list.count;
+    const qv::WString text = wide(row.text.value_or(""));
+    EXPECT_EQ(QvSummary_SetItem(&list, id_of(row.id), row.text ? text.c_str() : nullptr), row.result);
+    EXPECT_EQ(describe(list), row.after);
+    if (list.count != 0 && list.count < old_count) { // the vacated record
+      EXPECT_EQ(list.items[list.count].id, 0u);
+      EXPECT_EQ(list.items[list.count].text, nullptr);
+    }
+  }
+  EXPECT_EQ(QvSummary_SetItem(nullptr, id_of("INAM"), QV_TEXT("a")), E_INVALIDARG);
+}
+
+TEST(SummaryItems, ATextMayComeFromTheListItself) {
+  SummaryList list("INAM=title;IART=b");
+  EXPECT_EQ(QvSummary_SetItem(&list, id_of("INAM"), list.items[0].text + 2), S_OK);
+  EXPECT_EQ(QvSummary_SetItem(&list, id_of("ICMT"), list.items[0].text), S_OK);
+  EXPECT_EQ(describe(list), "INAM=tle;IART=b;ICMT=tle");
+}
+
+TEST(SummaryItems, AreFoundByTheFirstWithTheId) {
+  const SummaryList list("INAM=a;IART;ICMT=;INAM=b");
+  struct Case {
+    const char* id;
+    HRESULT index;
+    const WCHAR* text;
+  };
+  const Case cases[] = {{"INAM", 0, list.items[0].text},
+                        {"IART", 1, nullptr},
+                        {"ICMT", 2, list.items[2].text},
+                        {"inam", static_cast<HRESULT>(0x8004E00A), nullptr},
+                        {"....", QVERR_RIFF_NOTFOUND, nullptr}};
+  for (const Case& row : cases) {
+    SCOPED_TRACE(row.id);
+    EXPECT_EQ(QvSummary_GetItemIndex(&list, id_of(row.id)), row.index);
+    EXPECT_EQ(QvSummary_GetItemText(&list, id_of(row.id)), row.text);
+  }
+  const SummaryList empty;
+  for (const _summarylisttag* none :
+       {static_cast<const _summarylisttag*>(&empty), static_cast<const _summarylisttag*>(nullptr)}) {
+    EXPECT_EQ(QvSummary_GetItemIndex(none, id_of("INAM")), QVERR_RIFF_NOTFOUND);
+    EXPECT_EQ(QvSummary_GetItemText(none, id_of("INAM")), nullptr);
+  }
+}
+
+TEST(SummaryItems, AreFreedOnceAndAgain) {
+  SummaryList list("INAM=a;IART;ICMT=");
+  for (int time = 0; time < 2; ++time) {
+    EXPECT_EQ(QvSummary_Free(&list), S_OK);
+    EXPECT_EQ(describe(list), "");
+  }
+  EXPECT_EQ(QvSummary_Free(nullptr), S_OK);
+}
+
+/// The same edit on a vector.
+void edit(Model& model, const ModelItem& item) {
+  for (auto at = model.begin(); at != model.end(); ++at) {
+    if (at->id != item.id) continue;
+    if (item.text) {
+      at->text = item.text;
+    } else {
+      model.erase(at);
+    }
+    return;
+  }
+  model.push_back(item);
+}
+
+TEST(SummaryItems, LongEditingFollowsAVector) {
+  std::mt19937 random(36);
+  Model model;
+  SummaryList list;
+  for (int step = 0; step < 5000; ++step) {
+    ModelItem item{"I00" + std::to_string(random() % 10), {}};
+    if (random() % 3 != 0) item.text = wide(std::string(random() % 20, static_cast<char>('a' + random() % 26)));
+    edit(model, item);
+    ASSERT_EQ(QvSummary_SetItem(&list, id_of(item.id), item.text ? item.text->c_str() : nullptr), S_OK);
+    ASSERT_EQ(describe(list), describe(model)) << step;
+  }
+}
+
+} // namespace

@@ -1,0 +1,155 @@
+// qv convert: another sample type, level, rate or arrangement of channels.
+#include "tools/qv/command/command.h"
+#include "tools/qv/failure.h"
+#include "tools/qv/file/block_size.h"
+#include "tools/qv/file/double_output.h"
+#include "tools/qv/file/rate_conversion.h"
+#include "tools/qv/file/sample_conversion.h"
+#include "tools/qv/file/sample_type_names.h"
+#include "tools/qv/file/wave_input.h"
+#include "tools/qv/file/wave_output.h"
+#include "tools/qv/interruption.h"
+#include "tools/qv/progress.h"
+
+#include <cmath>
+#include <memory>
+#include <optional>
+
+namespace qv::tool {
+
+namespace {
+
+constexpr double kMostDecibels = 200.0;
+
+struct Options {
+  std::string in;
+  std::string out;
+  std::string type;
+  double gain_db = 0.0;
+  std::string channels;
+  bool mono = false;
+  std::optional<DWORD> rate;
+  std::string quality = "best";
+  std::string dither = "none";
+};
+
+ChannelPlan make_plan(const Options& options) {
+  ChannelPlan plan;
+  if (options.mono) plan.kind = ChannelPlan::Kind::kMono;
+  if (!options.channels.empty()) plan = *parse_channel_plan(options.channels);
+  return plan;
+}
+
+_qvwaveformat output_format(const WaveInput& input, QVSAMPLETYPE type, const ChannelPlan& plan, DWORD rate) {
+  const _qvwaveformat& source = input.format();
+  const DWORD channels = plan.channels(source.channels);
+  if (channels * QvAudio_BytesFromSampleType(type) > 0xFFFF) {
+    throw Failure(input.name(), std::to_string(channels) + " channels of this sample type do not fit a wave file");
+  }
+  _qvwaveformat format;
+  format.Init(rate, type, static_cast<WORD>(channels), channels == source.channels ? source.channelMask : 0,
+              sizeof format);
+  return format;
+}
+
+/// Block by block from the source's samples to the file's.
+void convert_directly(WaveInput& input, WaveOutput& output, SampleConversion& conversion, DWORD block_frames) {
+  Progress progress("converting", input.frames());
+  for_each_block(input.frames(), block_frames, [&](DWORD frames) {
+    check_interruption();
+    input.read_frames(conversion.input(), frames);
+    output.write_frames(conversion.run(frames), frames);
+    progress.advance(frames);
+  });
+}
+
+/// The same with doubles between, at another rate or with dither. `conversion` makes doubles.
+void convert_by_doubles(WaveInput& input, DoubleOutput& output, SampleConversion& conversion,
+                        std::optional<RateConversion>& rate, DWORD block_frames) {
+  Progress progress("converting", input.frames());
+  const auto write = [&](double* samples, DWORD frames) { output.write(samples, frames); };
+  for_each_block(input.frames(), block_frames, [&](DWORD frames) {
+    check_interruption();
+    input.read_frames(conversion.input(), frames);
+    auto* const samples = static_cast<double*>(conversion.output());
+    conversion.run(samples, conversion.input(), frames);
+    if (rate) {
+      rate->process(samples, frames, write);
+    } else {
+      write(samples, frames);
+    }
+    progress.advance(frames);
+  });
+  if (rate) rate->process(nullptr, 0, write);
+}
+
+int convert(const Options& options) {
+  WaveInput input(options.in);
+  input.require_samples();
+  const ChannelPlan plan = make_plan(options);
+  if (const auto objection = plan.objection(input.format().channels)) throw Failure(input.name(), *objection);
+  const QVSAMPLETYPE type = output_type(options.type, input.format().sampleType);
+  const DWORD source_rate = input.format().samplesPerSec;
+  const _qvwaveformat format = output_format(input, type, plan, options.rate.value_or(source_rate));
+  const DWORD block_frames = frames_per_block(std::max(input.format().channels, format.channels));
+  const float gain = static_cast<float>(std::pow(10.0, options.gain_db / 20.0));
+  const bool by_doubles = format.samplesPerSec != source_rate || options.dither != "none";
+  SampleConversion conversion(input.format(), by_doubles ? QVSAMPLE_FLOAT64 : type, plan, gain, block_frames);
+  std::optional<RateConversion> rate;
+  if (format.samplesPerSec != source_rate)
+    rate.emplace(input.name(), source_rate, format.samplesPerSec, format.channels, options.quality);
+
+  watch_interruption();
+  WaveOutput output(options.out, options.in, format,
+                    RateConversion::frames_at(input.frames(), source_rate, format.samplesPerSec));
+  if (by_doubles) {
+    DoubleOutput doubles(output, options.out, format, options.dither);
+    convert_by_doubles(input, doubles, conversion, rate, block_frames);
+  } else {
+    convert_directly(input, output, conversion, block_frames);
+  }
+  check_interruption();
+  output.commit();
+  return kSuccess;
+}
+
+std::string check_gain(const std::string& text) {
+  double gain_db = 0.0;
+  // Written so that a NaN is refused too.
+  const bool fits = CLI::detail::lexical_cast(text, gain_db) && std::fabs(gain_db) <= kMostDecibels;
+  return fits ? "" : "\"" + text + "\" is not a number of dB from -200 to 200";
+}
+
+std::string check_channels(const std::string& text) {
+  return parse_channel_plan(text) ? "" : "\"" + text + "\" is neither a number of channels nor a list like 2,1";
+}
+
+} // namespace
+
+void add_convert(CLI::App& app, Work& chosen) {
+  auto options = std::make_shared<Options>();
+  CLI::App* command =
+      app.add_subcommand("convert", "Write a wave file with another sample type, level, rate or channels");
+  command->add_option("IN", options->in, "File to read: RIFF wave, Wave64, AIFF or AIFF-C")->required();
+  command->add_option("OUT", options->out, "Wave file to write, Wave64 for .w64; it appears whole or not at all")
+      ->required();
+  command->add_option("--type", options->type, "Sample type: pcm8, pcm16, pcm24, pcm32, float32 or float64")
+      ->check(CLI::IsMember(type_names()));
+  command->add_option("--gain-db", options->gain_db, "Change of level in dB, from -200 to 200")
+      ->check(CLI::Validator(check_gain, "G"));
+  CLI::Option* channels =
+      command->add_option("--channels", options->channels,
+                          "A number of channels, or for each channel the source channel (from 1; 0 is silence): 2,1");
+  channels->check(CLI::Validator(check_channels, "N|A,B,..."));
+  CLI::Option* rate = command->add_option("--rate", options->rate, "Sample rate in Hz; the samples are resampled");
+  rate->check(CLI::Range(DWORD{1}, DWORD{10'000'000}));
+  command->add_option("--quality", options->quality, "Of the resampling: linear, filtered, sinc or best (as it is)")
+      ->check(CLI::IsMember(RateConversion::quality_names()))
+      ->needs(rate);
+  command->add_option("--dither", options->dither, "For integer types: none (as it is), rect, tri or shaped")
+      ->check(CLI::IsMember(DoubleOutput::dither_names()));
+  command->add_flag("--mono", options->mono, "Average all channels to one")->excludes(channels);
+  command->callback([options, &chosen] { chosen = [options] { return convert(*options); }; });
+}
+
+} // namespace qv::tool

@@ -1,0 +1,107 @@
+// qv filter: a recursive filter over a file, and pictures of what it does.
+#include "tools/qv/command/command.h"
+#include "tools/qv/failure.h"
+#include "tools/qv/file/block_size.h"
+#include "tools/qv/file/double_output.h"
+#include "tools/qv/file/sample_conversion.h"
+#include "tools/qv/file/sample_type_names.h"
+#include "tools/qv/file/wave_input.h"
+#include "tools/qv/filter/filter_chain.h"
+#include "tools/qv/filter/response_file.h"
+#include "tools/qv/interruption.h"
+#include "tools/qv/progress.h"
+
+#include <cstdio>
+#include <memory>
+
+namespace qv::tool {
+
+namespace {
+
+struct Options {
+  std::string in;
+  std::string out;
+  FilterOptions filter;
+  std::string sample_type;
+  std::string response;
+};
+
+/// "lowpass, chebyshev of order 6, 2000 Hz at 48000 Hz".
+std::string title_of(const FilterOptions& options, DWORD rate) {
+  const bool is_designed = options.type.find("pass") != std::string::npos || options.type == "bandstop";
+  const bool has_order = options.design != "resonator";
+  char numbers[96];
+  std::snprintf(numbers, sizeof numbers, ", %g Hz at %u Hz", options.frequency, static_cast<unsigned>(rate));
+  return options.type + (is_designed ? ", " + options.design : "") +
+         (is_designed && has_order ? " of order " + std::to_string(options.order) : "") + numbers;
+}
+
+int filter(const Options& options) {
+  WaveInput input(options.in);
+  input.require_samples();
+  const _qvwaveformat& source = input.format();
+  FilterChain chain(input.name(), options.filter, source.samplesPerSec, source.channels);
+  _qvwaveformat format;
+  format.Init(source.samplesPerSec, output_type(options.sample_type, source.sampleType), source.channels,
+              source.channelMask, sizeof format);
+  const DWORD block_frames = frames_per_block(source.channels);
+  SampleConversion conversion(source, QVSAMPLE_FLOAT64, {}, 1.0f, block_frames);
+
+  watch_interruption();
+  WaveOutput output(options.out, options.in, format, input.frames());
+  DoubleOutput doubles(output, options.out, format, "none");
+  Progress progress("filtering", input.frames());
+  for_each_block(input.frames(), block_frames, [&](DWORD frames) {
+    check_interruption();
+    input.read_frames(conversion.input(), frames);
+    auto* const samples = static_cast<double*>(conversion.output());
+    conversion.run(samples, conversion.input(), frames);
+    chain.process(samples, frames);
+    doubles.write(samples, frames);
+    progress.advance(frames);
+  });
+  check_interruption();
+  if (!options.response.empty())
+    write_response(options.response, title_of(options.filter, source.samplesPerSec), chain);
+  output.commit();
+  return kSuccess;
+}
+
+} // namespace
+
+void add_filter(CLI::App& app, Work& chosen) {
+  auto options = std::make_shared<Options>();
+  FilterOptions& filter_options = options->filter;
+  CLI::App* command = app.add_subcommand("filter", "Write a wave file through a filter");
+  command->add_option("IN", options->in, "File to read: RIFF wave, Wave64, AIFF or AIFF-C")->required();
+  command->add_option("OUT", options->out, "Wave file to write, Wave64 for .w64; it appears whole or not at all")
+      ->required();
+  command->add_option("--type", filter_options.type, "lowpass, highpass, bandpass, bandstop, peak, lowshelf, highshelf")
+      ->check(CLI::IsMember(FilterChain::type_names()))
+      ->required();
+  command->add_option("--freq", filter_options.frequency, "Edge, or middle of a band, in Hz (1000)")
+      ->check(CLI::Range(0.001, 10'000'000.0));
+  command
+      ->add_option("--design", filter_options.design,
+                   "Of a pass or stop: butterworth (as it is), chebyshev, bessel or resonator")
+      ->check(CLI::IsMember(FilterChain::design_names()));
+  command->add_option("--order", filter_options.order, "Of a pass or stop: 1 to 15 (2)")
+      ->check(CLI::Range(DWORD{1}, DWORD{QVIIR_MAX_ORDER}));
+  command->add_option("--bandwidth", filter_options.bandwidth, "Octaves of a band or a peak (1)")
+      ->check(CLI::Range(0.001, 20.0));
+  command->add_option("--q", filter_options.q, "Of a resonator (5)")->check(CLI::Range(0.05, 100'000.0));
+  command->add_option("--slope", filter_options.slope, "Of a shelf, 0.1 to 1 (1)")->check(CLI::Range(0.1, 1.0));
+  command
+      ->add_option("--gain", filter_options.gain,
+                   "dB, -100 to 25, of peak and shelves; a pass or stop with a gain is added to the input")
+      ->check(CLI::Range(-100.0, 25.0));
+  command->add_option("--sample-type", options->sample_type, "Of OUT: pcm8, pcm16, pcm24, pcm32, float32 or float64")
+      ->check(CLI::IsMember(type_names()));
+  command
+      ->add_option("--response", options->response,
+                   "Also draw the response into a .svg or .png file, or list it in a .csv")
+      ->check(CLI::Validator(check_response_name, "FILE"));
+  command->callback([options, &chosen] { chosen = [options] { return filter(*options); }; });
+}
+
+} // namespace qv::tool

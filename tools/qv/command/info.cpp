@@ -1,0 +1,154 @@
+// qv info: what a wave file holds.
+#include "tools/qv/command/command.h"
+#include "tools/qv/failure.h"
+#include "tools/qv/file/markers.h"
+#include "tools/qv/file/wave_input.h"
+#include "tools/qv/text.h"
+
+#include "qv/riff.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cstdio>
+#include <iostream>
+#include <memory>
+
+namespace qv::tool {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr int kTextCapacity = 256;
+
+struct Options {
+  std::vector<std::string> files;
+  bool json = false;
+};
+
+std::string sample_type_text(QVSAMPLETYPE type) {
+  WCHAR text[kTextCapacity] = {};
+  QvAudio_GetSampleTypeText(type, text, kTextCapacity);
+  return utf8(text);
+}
+
+Json chunk_json(const ChunkEntry& chunk) {
+  Json json = {{"id", code_text(chunk.id)}, {"offset", chunk.offset}, {"size", chunk.size}};
+  if (chunk.list_type != 0) json["list_type"] = code_text(chunk.list_type);
+  return json;
+}
+
+Json info_json(const WaveInput& input) {
+  const _qvwaveformat& format = input.format();
+  Json chunks = Json::array();
+  for (const ChunkEntry& chunk : input.chunks())
+    chunks.push_back(chunk_json(chunk));
+  Json summary = Json::object();
+  for (const auto& [id, text] : input.summary())
+    if (!summary.contains(code_text(id))) summary[code_text(id)] = text; // the first counts
+  Json markers = Json::array();
+  for (const Marker& marker : read_markers(input))
+    markers.push_back({{"id", marker.id}, {"position", marker.position}, {"name", marker.name}});
+  return {{"file", input.name()},
+          {"container", input.container()},
+          {"format_text", format_text(input.format().FormatTag(), input.header())},
+          {"sample_type", static_cast<uint32_t>(format.sampleType)},
+          {"sample_type_text", sample_type_text(format.sampleType)},
+          {"format_tag", format.FormatTag()},
+          {"sample_rate", format.samplesPerSec},
+          {"channels", format.channels},
+          {"channel_mask", format.channelMask},
+          {"bits", format.BitsPerSample()},
+          {"block_align", format.blockAlign},
+          {"frames", input.frames()},
+          {"duration_100ns", input.duration()},
+          {"chunks", chunks},
+          {"summary", summary},
+          {"markers", markers}};
+}
+
+std::string duration_text(uint64_t duration) {
+  const uint64_t milliseconds = duration / 10'000;
+  char text[48];
+  std::snprintf(text, sizeof text, "%02llu:%02u:%02u.%03u", static_cast<unsigned long long>(milliseconds / 3'600'000),
+                static_cast<unsigned>(milliseconds / 60'000 % 60), static_cast<unsigned>(milliseconds / 1000 % 60),
+                static_cast<unsigned>(milliseconds % 1000));
+  return text;
+}
+
+std::string mask_text(DWORD mask) {
+  char text[16];
+  std::snprintf(text, sizeof text, "0x%X", static_cast<unsigned>(mask));
+  return mask == 0 ? "default" : text;
+}
+
+void print_line(const char* label, const std::string& value) {
+  char line[32];
+  std::snprintf(line, sizeof line, "  %-14s", label);
+  std::cout << line << value << "\n";
+}
+
+void print_chunk(const ChunkEntry& chunk) {
+  char place[64];
+  std::snprintf(place, sizeof place, " at %llu, %llu bytes", static_cast<unsigned long long>(chunk.offset),
+                static_cast<unsigned long long>(chunk.size));
+  const std::string type = chunk.list_type == 0 ? "" : " of type \"" + printable_code(chunk.list_type) + "\"";
+  print_line("chunk", "\"" + printable_code(chunk.id) + "\"" + type + place);
+}
+
+void print_info(const WaveInput& input) {
+  const _qvwaveformat& format = input.format();
+  const std::string type = format.IsCompressed() ? "none" : sample_type_text(format.sampleType);
+  std::cout << input.name() << "\n";
+  print_line("container", input.container());
+  print_line("format", format_text(input.format().FormatTag(), input.header()));
+  print_line("format tag", std::to_string(format.FormatTag()));
+  print_line("sample type", std::to_string(format.sampleType) + " (" + type + ")");
+  print_line("sample rate", std::to_string(format.samplesPerSec) + " Hz");
+  print_line("channels", std::to_string(format.channels) + ", mask " + mask_text(format.channelMask));
+  print_line("bits", std::to_string(format.BitsPerSample()));
+  print_line("block align", std::to_string(format.blockAlign) + " bytes");
+  print_line("frames", std::to_string(input.frames()));
+  print_line("duration", duration_text(input.duration()));
+  for (const ChunkEntry& chunk : input.chunks())
+    print_chunk(chunk);
+  for (const auto& [id, text] : input.summary())
+    print_line("summary", printable_code(id) + ": " + printable(text));
+  for (const Marker& marker : read_markers(input))
+    print_line("marker", std::to_string(marker.id) + " at frame " + std::to_string(marker.position) +
+                             (marker.name.empty() ? "" : ": " + printable(marker.name)));
+}
+
+/// Every file gets its turn, also behind one that cannot be read.
+int info(const Options& options) {
+  int exit_code = kSuccess;
+  Json all = Json::array();
+  for (const std::string& name : options.files) {
+    try {
+      const WaveInput input(name);
+      if (options.json) {
+        all.push_back(info_json(input));
+      } else {
+        print_info(input);
+      }
+    } catch (const Failure& failure) {
+      print_error(failure.what());
+      exit_code = kWorkFailed;
+    }
+  }
+  if (!options.json || (options.files.size() == 1 && all.empty())) return exit_code;
+  std::cout << (options.files.size() == 1 ? all[0] : all).dump(2) << "\n";
+  return exit_code;
+}
+
+} // namespace
+
+void add_info(CLI::App& app, Work& chosen) {
+  auto options = std::make_shared<Options>();
+  CLI::App* command = app.add_subcommand("info", "Show format, length and chunks of wave files");
+  command->add_option("FILE", options->files, "Wave files")->required();
+  command->add_flag("--json", options->json, "Print JSON: an object for one file, an array for several");
+  command->callback([options, &chosen] { chosen = [options] { return info(*options); }; });
+}
+
+} // namespace qv::tool

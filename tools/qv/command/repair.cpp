@@ -1,0 +1,156 @@
+// qv repair: a new or mended header for a damaged wave file.
+#include "tools/qv/command/command.h"
+#include "tools/qv/failure.h"
+#include "tools/qv/file/existing_file.h"
+#include "tools/qv/file/output_file.h"
+#include "tools/qv/file/sample_type_names.h"
+#include "tools/qv/interruption.h"
+#include "tools/qv/repair/repair_plan.h"
+#include "tools/qv/text.h"
+
+#include "qv/wave_file.h"
+
+#include <filesystem>
+#include <iostream>
+#include <memory>
+
+namespace qv::tool {
+
+namespace {
+
+struct Options {
+  std::string file;
+  DWORD rate = 44'100;
+  WORD channels = 2;
+  std::string type = "pcm16";
+  std::optional<uint64_t> limit;
+  bool dry_run = false;
+  bool backup = false;
+};
+
+RepairHint hint_from(const Options& options) {
+  const QVSAMPLETYPE type = row_of(kTypeNames, options.type).type;
+  RepairHint hint = {{}, options.limit};
+  hint.format.nSamplesPerSec = options.rate;
+  hint.format.nChannels = options.channels;
+  hint.format.wFormatTag = static_cast<WORD>(QvAudio_FormatTagFromSampleType(type));
+  hint.format.wBitsPerSample = static_cast<WORD>(QvAudio_BitsFromSampleType(type));
+  return hint;
+}
+
+void print_line(const char* label, const std::string& text) {
+  std::cout << "  " << label << std::string(14 - std::string(label).size(), ' ') << text << "\n";
+}
+
+/// Where an edit goes, as "4 to 7: ".
+std::string place(const Edit& edit) {
+  if (edit.bytes.empty()) return {};
+  return "at " + std::to_string(edit.offset) + " to " + std::to_string(edit.offset + edit.bytes.size() - 1) + ": ";
+}
+
+void print(const std::string& name, const RepairPlan& plan) {
+  std::cout << name << "\n";
+  for (const std::string& line : plan.found)
+    print_line("found", line);
+  if (plan.is_sound()) print_line("to write", "nothing: the header is sound");
+  if (plan.way == RepairPlan::Way::kNewFile)
+    print_line("to write", "a new file: " +
+                               (plan.kept_front == 0 ? std::string()
+                                                     : "its first " + std::to_string(plan.kept_front) + " bytes, ") +
+                               std::to_string(plan.new_header.size()) + " bytes of header, and what stands from " +
+                               std::to_string(plan.kept_from) + " on");
+  for (const Edit& edit : plan.edits)
+    print_line("to write", place(edit) + edit.what);
+  std::cout.flush(); // before anything is written
+}
+
+void apply(HANDLE file, const std::string& name, const std::vector<Edit>& edits) {
+  for (const Edit& edit : edits) {
+    DWORD done = 0;
+    const auto bytes = static_cast<DWORD>(edit.bytes.size());
+    if (!move_to(file, edit.offset) || !WriteFile(file, edit.bytes.data(), bytes, &done, nullptr) || done != bytes)
+      throw Failure(name, "cannot be written: " + system_error_text(GetLastError()));
+  }
+}
+
+void back_up(const std::string& name) {
+  const std::string backup = name + ".bak";
+  std::error_code error;
+  if (std::filesystem::exists(path_from(backup), error)) throw Failure(backup, "is there already: nothing was written");
+  const OpenFile from = open_existing(name, GENERIC_READ);
+  OutputFile to(backup);
+  to.append(from, name, 0, size_of(from));
+  to.commit(size_of(from));
+}
+
+void write_new_file(const std::string& name, const RepairPlan& plan) {
+  OutputFile to(name);
+  uint64_t bytes = 0;
+  {
+    const OpenFile from = open_existing(name, GENERIC_READ);
+    to.append(from, name, 0, plan.kept_front);
+    to.append(plan.new_header.data(), static_cast<DWORD>(plan.new_header.size()));
+    to.append(from, name, plan.kept_from, size_of(from) - plan.kept_from);
+    bytes = plan.kept_front + plan.new_header.size() + (size_of(from) - plan.kept_from);
+  }
+  apply(to, name, plan.edits);
+  to.commit(bytes);
+}
+
+void write_in_place(const std::string& name, const RepairPlan& plan, const RepairHint& hint) {
+  OpenFile file = open_existing(name, GENERIC_READ | GENERIC_WRITE);
+  if (plan.way == RepairPlan::Way::kLibrary) {
+    const HRESULT result = plan.is_wave64 ? QvFixTrashedW64(file, &hint.format, plan.limit)
+                                          : QvFixTrashedWav(file, &hint.format, static_cast<DWORD>(plan.limit));
+    if (FAILED(result)) throw Failure(name, QvResultText(result));
+  } else {
+    apply(file, name, plan.edits);
+  }
+  if (!FlushFileBuffers(file) || !file.close())
+    throw Failure(name, "cannot be written: " + system_error_text(GetLastError()));
+}
+
+int repair(const Options& options) {
+  const RepairHint hint = hint_from(options);
+  const RepairPlan plan = plan_repair(options.file, open_existing(options.file, GENERIC_READ), hint);
+  print(options.file, plan);
+  if (plan.is_sound()) return kSuccess;
+  if (options.dry_run) {
+    print_line("dry run", "nothing was written");
+    return kSuccess;
+  }
+  watch_interruption();
+  if (options.backup) back_up(options.file);
+  if (plan.way == RepairPlan::Way::kNewFile) {
+    write_new_file(options.file, plan);
+  } else {
+    write_in_place(options.file, plan, hint);
+  }
+  print_line("mended", options.backup ? "as it was it is in " + options.file + ".bak" : "no copy was kept");
+  return kSuccess;
+}
+
+} // namespace
+
+void add_repair(CLI::App& app, Work& chosen) {
+  auto options = std::make_shared<Options>();
+  CLI::App* command = app.add_subcommand("repair", "Mend the header of a damaged wave file; its audio stays as it is");
+  command->add_option("FILE", options->file, "A RIFF wave or Wave64 file")->required();
+  command->add_option("--rate", options->rate, "Sample rate where the header says none that makes sense (44100)")
+      ->check(CLI::Range(DWORD{1}, DWORD{10'000'000}));
+  command->add_option("--channels", options->channels, "The same for channels (2)")->check(CLI::Range(1, 1024));
+  command
+      ->add_option("--type", options->type,
+                   "The same for the sample type: pcm8, pcm16 (as it is), pcm24, pcm32, "
+                   "float32 or float64")
+      ->check(CLI::IsMember(type_names()));
+  command
+      ->add_option("--limit", options->limit,
+                   "Look for a header up to this byte (65536); where there is none, the audio starts there")
+      ->check(CLI::NonNegativeNumber);
+  command->add_flag("--dry-run", options->dry_run, "Say what is to be done, and write nothing");
+  command->add_flag("--backup", options->backup, "Keep the file as it is in FILE.bak");
+  command->callback([options, &chosen] { chosen = [options] { return repair(*options); }; });
+}
+
+} // namespace qv::tool

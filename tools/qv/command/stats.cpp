@@ -1,0 +1,123 @@
+// qv stats: peaks and RMS of every channel.
+#include "tools/qv/command/command.h"
+#include "tools/qv/failure.h"
+#include "tools/qv/file/block_size.h"
+#include "tools/qv/file/wave_input.h"
+#include "tools/qv/progress.h"
+
+#include "qv/audio_kernels.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <cstdio>
+#include <iostream>
+#include <memory>
+
+namespace qv::tool {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+struct Options {
+  std::string file;
+  bool json = false;
+};
+
+struct ChannelStats {
+  float peak_min = 0.0f;
+  float peak_max = 0.0f;
+  double squares = 0.0; ///< sum of the squared samples
+
+  double peak() const { return std::max(std::fabs(double{peak_min}), std::fabs(double{peak_max})); }
+};
+
+/// The formats whose kernels do not measure are big-endian: no wave file has them.
+void check(const WaveInput& input, HRESULT result) {
+  if (FAILED(result)) throw Failure(input.name(), QvResultText(result));
+}
+
+std::vector<ChannelStats> measure(WaveInput& input) {
+  const DWORD channels = input.format().channels;
+  const DWORD block_frames = frames_per_block(channels);
+  std::vector<ChannelStats> stats(channels);
+  std::vector<BYTE> block(size_t{block_frames} * input.format().blockAlign);
+  std::vector<float> peaks(2 * size_t{channels});
+  std::vector<double> mean_squares(channels);
+  WAVEFORMATEX format;
+  QvAudio_InitWfx(&format, input.format().samplesPerSec, input.format().sampleType, input.format().channels);
+  Progress progress("measuring", input.frames());
+  bool first = true;
+  for_each_block(input.frames(), block_frames, [&](DWORD frames) {
+    input.read_frames(block.data(), frames);
+    check(input, QvAudio_FindPeaks(&format, 0, block.data(), frames, peaks.data()));
+    check(input, QvAudio_CalcPreRMS(&format, block.data(), frames, mean_squares.data()));
+    for (DWORD channel = 0; channel < channels; ++channel) {
+      ChannelStats& each = stats[channel];
+      each.peak_min = first ? peaks[2 * channel] : std::min(each.peak_min, peaks[2 * channel]);
+      each.peak_max = first ? peaks[2 * channel + 1] : std::max(each.peak_max, peaks[2 * channel + 1]);
+      each.squares += mean_squares[channel] * frames;
+    }
+    first = false;
+    progress.advance(frames);
+  });
+  return stats;
+}
+
+double rms(const ChannelStats& stats, uint64_t frames) {
+  return frames == 0 ? 0.0 : std::sqrt(stats.squares / static_cast<double>(frames));
+}
+
+double decibels(double level) { return 20.0 * std::log10(level); }
+
+Json decibels_json(double level) { return level == 0.0 ? Json(nullptr) : Json(decibels(level)); }
+
+std::string decibels_text(double level) {
+  if (level == 0.0) return "-inf";
+  char text[32];
+  std::snprintf(text, sizeof text, "%.2f", decibels(level));
+  return text;
+}
+
+void print_json(const WaveInput& input, const std::vector<ChannelStats>& stats) {
+  Json channels = Json::array();
+  for (size_t k = 0; k < stats.size(); ++k) {
+    channels.push_back({{"channel", k + 1},
+                        {"peak_min", stats[k].peak_min},
+                        {"peak_max", stats[k].peak_max},
+                        {"peak_dbfs", decibels_json(stats[k].peak())},
+                        {"rms_dbfs", decibels_json(rms(stats[k], input.frames()))}});
+  }
+  std::cout << Json{{"file", input.name()}, {"channels", channels}}.dump(2) << "\n";
+}
+
+void print_table(const WaveInput& input, const std::vector<ChannelStats>& stats) {
+  std::cout << input.name() << "\n";
+  std::printf("  %7s %11s %11s %10s %10s\n", "channel", "minimum", "maximum", "peak dBFS", "RMS dBFS");
+  for (size_t k = 0; k < stats.size(); ++k) {
+    std::printf("  %7zu %11.6f %11.6f %10s %10s\n", k + 1, static_cast<double>(stats[k].peak_min),
+                static_cast<double>(stats[k].peak_max), decibels_text(stats[k].peak()).c_str(),
+                decibels_text(rms(stats[k], input.frames())).c_str());
+  }
+}
+
+int show_stats(const Options& options) {
+  WaveInput input(options.file);
+  input.require_samples();
+  const std::vector<ChannelStats> stats = measure(input);
+  options.json ? print_json(input, stats) : print_table(input, stats);
+  return kSuccess;
+}
+
+} // namespace
+
+void add_stats(CLI::App& app, Work& chosen) {
+  auto options = std::make_shared<Options>();
+  CLI::App* command = app.add_subcommand("stats", "Measure the peaks and the RMS of every channel");
+  command->add_option("FILE", options->file, "Wave file")->required();
+  command->add_flag("--json", options->json, "Print JSON; levels of silence are null");
+  command->callback([options, &chosen] { chosen = [options] { return show_stats(*options); }; });
+}
+
+} // namespace qv::tool

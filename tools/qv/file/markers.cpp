@@ -1,0 +1,133 @@
+#include "tools/qv/file/markers.h"
+
+#include "tools/qv/text.h"
+
+#include "qv/iff.h"
+#include "qv/riff.h"
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+
+namespace qv::tool {
+
+namespace {
+
+constexpr DWORD kMarkId = QvFourCC("MARK");
+constexpr DWORD kCueId = QvFourCC("cue ");
+constexpr DWORD kLabelListType = QvFourCC("adtl");
+constexpr DWORD kLabelId = QvFourCC("labl");
+
+/// A point of a "cue " chunk, of the Multimedia Data Standards Update of 1994.
+struct CuePoint {
+  DWORD id;
+  DWORD play_order;
+  DWORD chunk;
+  DWORD chunk_start;
+  DWORD block_start;
+  DWORD frame;
+};
+
+/// Reads within a chunk's data.
+class ChunkBytes {
+public:
+  ChunkBytes(HANDLE file, uint64_t start, uint64_t size) : file_(file), left_(move_to(file, start) ? size : 0) {}
+
+  bool read(void* buffer, DWORD bytes) {
+    DWORD done = 0;
+    if (bytes > left_ || !ReadFile(file_, buffer, bytes, &done, nullptr) || done != bytes) return false;
+    left_ -= bytes;
+    return true;
+  }
+  template <class Word>
+  bool read_word(HRESULT (*swapped)(HANDLE, Word*), Word& value) {
+    if (left_ < sizeof value || FAILED(swapped(file_, &value))) return false;
+    left_ -= sizeof value;
+    return true;
+  }
+
+private:
+  HANDLE file_;
+  uint64_t left_;
+};
+
+/// From the ANSI code page, up to the first 0.
+std::string text_from(std::string bytes) {
+  bytes.resize(std::min(bytes.size(), bytes.find('\0')));
+  WString wide(bytes.size(), WCHAR{0});
+  const int count = bytes.empty() ? 0
+                                  : MultiByteToWideChar(CP_ACP, 0, bytes.data(), static_cast<int>(bytes.size()),
+                                                        wide.data(), static_cast<int>(wide.size()));
+  wide.resize(static_cast<size_t>(count));
+  return utf8(wide);
+}
+
+std::vector<Marker> aiff_markers(HANDLE file, const ChunkEntry& chunk) {
+  std::vector<Marker> markers;
+  ChunkBytes bytes(file, chunk.offset + 8, chunk.size);
+  WORD count = 0;
+  WORD id = 0;
+  DWORD position = 0;
+  BYTE length = 0;
+  for (bool more = bytes.read_word(iff_ReadWORD, count); more && count > 0; --count) {
+    char name[256];
+    // The name's length and characters are an even number of bytes.
+    more = bytes.read_word(iff_ReadWORD, id) && bytes.read_word(iff_ReadDWORD, position) && bytes.read(&length, 1) &&
+           bytes.read(name, length + (length % 2 == 0 ? 1u : 0u));
+    if (more) markers.push_back({id, position, text_from({name, length})});
+  }
+  return markers;
+}
+
+std::map<DWORD, std::string> labels(HANDLE file, const ChunkEntry& list) {
+  std::map<DWORD, std::string> texts;
+  const uint64_t end = list.offset + 8 + list.size;
+  DWORD header[3]; // id, size, and of a label the point's id
+  for (uint64_t at = list.offset + 12; at + sizeof header <= end;) {
+    ChunkBytes bytes(file, at, end - at);
+    if (!bytes.read(header, sizeof header)) break;
+    if (header[0] == kLabelId && header[1] >= 4) {
+      std::string text(std::min<DWORD>(header[1] - 4, 0xFFFF), '\0');
+      if (bytes.read(text.data(), static_cast<DWORD>(text.size()))) texts.emplace(header[2], text_from(text));
+    }
+    at += 8 + uint64_t{header[1]} + header[1] % 2;
+  }
+  return texts;
+}
+
+std::vector<Marker> cue_markers(HANDLE file, const ChunkEntry& chunk) {
+  std::vector<Marker> markers;
+  ChunkBytes bytes(file, chunk.offset + 8, chunk.size);
+  DWORD count = 0;
+  CuePoint point;
+  for (bool more = bytes.read(&count, sizeof count); more && count > 0; --count) {
+    more = bytes.read(&point, sizeof point);
+    if (more) markers.push_back({point.id, point.frame, {}});
+  }
+  return markers;
+}
+
+const ChunkEntry* find(const std::vector<ChunkEntry>& chunks, DWORD id, DWORD list_type) {
+  const auto found = std::find_if(chunks.begin(), chunks.end(), [=](const ChunkEntry& chunk) {
+    return chunk.id == id && chunk.list_type == list_type;
+  });
+  return found == chunks.end() ? nullptr : &*found;
+}
+
+} // namespace
+
+std::vector<Marker> read_markers(const WaveInput& input) {
+  const bool is_riff = std::strcmp(input.container(), "RIFF") == 0;
+  const ChunkEntry* chunk = find(input.chunks(), is_riff ? kCueId : kMarkId, 0);
+  if (chunk == nullptr) return {};
+  if (!is_riff) return aiff_markers(input.handle(), *chunk);
+  std::vector<Marker> markers = cue_markers(input.handle(), *chunk);
+  const ChunkEntry* const list = find(input.chunks(), QVRIFF_ID_LIST, kLabelListType);
+  if (list == nullptr) return markers;
+  const std::map<DWORD, std::string> texts = labels(input.handle(), *list);
+  for (Marker& marker : markers)
+    if (const auto text = texts.find(marker.id); text != texts.end()) marker.name = text->second;
+  return markers;
+}
+
+} // namespace qv::tool

@@ -1,0 +1,64 @@
+#include "tools/qv/file/sample_conversion.h"
+
+#include "qv/result.h"
+
+#include <stdexcept>
+
+namespace qv::tool {
+
+namespace {
+
+QVSAMPLETYPE arranged_type(const _qvwaveformat& source, const ChannelPlan& plan) {
+  // An average in the source's integers would be rounded twice.
+  return plan.kind == ChannelPlan::Kind::kMono ? QVSAMPLE_FLOAT64 : source.sampleType;
+}
+
+size_t block_bytes(const WAVEFORMATEX& format, DWORD frames) { return size_t{format.nBlockAlign} * frames; }
+
+} // namespace
+
+SampleConversion::SampleConversion(const _qvwaveformat& source, QVSAMPLETYPE type, const ChannelPlan& plan, float gain,
+                                   DWORD block_frames)
+    : plan_(plan), gain_(gain), copy_(QvAudio_GetCopyFunction2(type, arranged_type(source, plan))) {
+  if (copy_ == nullptr) throw std::runtime_error("there is no conversion between the two sample types");
+  const WORD channels = static_cast<WORD>(plan.channels(source.channels));
+  WAVEFORMATEX result;
+  QvAudio_InitWfx(&source_, source.samplesPerSec, source.sampleType, source.channels);
+  QvAudio_InitWfx(&arranged_, source.samplesPerSec, arranged_type(source, plan), channels);
+  QvAudio_InitWfx(&result, source.samplesPerSec, type, channels);
+  input_.resize(block_bytes(source_, block_frames));
+  if (plan.kind != ChannelPlan::Kind::kKeep) between_.resize(block_bytes(arranged_, block_frames));
+  output_.resize(block_bytes(result, block_frames));
+}
+
+HRESULT SampleConversion::apply_map(const void* samples, DWORD frames) {
+  HRESULT result = QvAudio_FillSilence(&arranged_, between_.data(), frames);
+  for (DWORD channel = 0; channel < plan_.map.size() && SUCCEEDED(result); ++channel) {
+    if (plan_.map[channel] == 0) continue;
+    result = QvAudio_CopyChannelToChannel(&arranged_, between_.data(), channel, &source_, samples,
+                                          plan_.map[channel] - 1, frames);
+  }
+  return result;
+}
+
+const void* SampleConversion::arrange(const void* samples, DWORD frames) {
+  HRESULT result = S_OK;
+  switch (plan_.kind) {
+  case ChannelPlan::Kind::kKeep: return samples;
+  case ChannelPlan::Kind::kCount:
+    result = QvAudio_ChannelChange(&arranged_, between_.data(), &source_, samples, frames);
+    break;
+  case ChannelPlan::Kind::kMono:
+    result = QvAudio_ChannelChangeAvg(&arranged_, between_.data(), &source_, samples, frames);
+    break;
+  case ChannelPlan::Kind::kMap: result = apply_map(samples, frames); break;
+  }
+  if (FAILED(result)) throw std::runtime_error(QvResultText(result));
+  return between_.data();
+}
+
+void SampleConversion::run(void* converted, const void* samples, DWORD frames) {
+  copy_(converted, arrange(samples, frames), static_cast<LONG>(frames * arranged_.nChannels), gain_);
+}
+
+} // namespace qv::tool
