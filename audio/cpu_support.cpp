@@ -1,5 +1,6 @@
 // The processor-support word and the level that kernels run on.
 #include "audio/kernel_level.h"
+
 #include "qv/cpu.h"
 
 #include <algorithm>
@@ -60,9 +61,8 @@ Detected detect() {
   constexpr uint32_t kAvx512 = bit(16) | bit(17) | bit(28) | bit(30) | bit(31); // F, DQ, CD, BW, VL
   Detected found;
   const Registers leaf1 = cpuid(1);
-  for (const FeatureBit& row : kLeaf1) {
+  for (const FeatureBit& row : kLeaf1)
     if ((leaf1.*row.source & row.mask) == row.mask) found.features |= row.feature;
-  }
   const uint64_t state = saved_state(leaf1);
   // 64-bit systems always save the SSE state.
   found.system = QVCPU_SSE | QVCPU_SSE2 | QVCPU_SSE3 | QVCPU_SSSE3 | QVCPU_SSE41 | QVCPU_SSE42;

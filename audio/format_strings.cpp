@@ -313,9 +313,8 @@ constexpr const WCHAR* next_argument(const WCHAR* text) {
 
 constexpr bool take_the_same_arguments(const WCHAR* a, const WCHAR* b) {
   for (a = next_argument(a), b = next_argument(b); *a != 0 && *b != 0;
-       a = next_argument(a + 2), b = next_argument(b + 2)) {
+       a = next_argument(a + 2), b = next_argument(b + 2))
     if (a[0] != b[0] || a[1] != b[1]) return false;
-  }
   return *a == *b;
 }
 

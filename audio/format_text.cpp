@@ -1,5 +1,6 @@
 // Audio formats in words.
 #include "audio/format_strings.h"
+
 #include "qv/audio.h"
 #include "qv/text.h"
 
@@ -96,9 +97,8 @@ HRESULT put_compressed_text(const WAVEFORMATEX* format, WCHAR* dst, int dst_char
   details.dwFormatTag = format->wFormatTag;
   details.pwfx = const_cast<WAVEFORMATEX*>(format); // only read
   details.cbwfx = is_bare ? 16 : DWORD{format->cbSize} + 18;
-  if (acmFormatDetailsW(nullptr, &details, ACM_FORMATDETAILSF_FORMAT) != MMSYSERR_NOERROR) {
+  if (acmFormatDetailsW(nullptr, &details, ACM_FORMATDETAILSF_FORMAT) != MMSYSERR_NOERROR)
     return put_unknown(dst, dst_chars);
-  }
   put_text(dst, dst_chars, details.szFormat);
   return S_OK;
 }
@@ -114,9 +114,8 @@ HRESULT QvAudio_GetTagText(uint32_t formatTag, WCHAR* dst, int dstChars) {
   ACMFORMATTAGDETAILSW details = {};
   details.cbStruct = sizeof details;
   details.dwFormatTag = formatTag;
-  if (acmFormatTagDetailsW(nullptr, &details, ACM_FORMATTAGDETAILSF_FORMATTAG) != MMSYSERR_NOERROR) {
+  if (acmFormatTagDetailsW(nullptr, &details, ACM_FORMATTAGDETAILSF_FORMATTAG) != MMSYSERR_NOERROR)
     return put_unknown(dst, dstChars);
-  }
   put_text(dst, dstChars, details.szFormatTag);
   return S_OK;
 }

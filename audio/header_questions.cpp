@@ -1,5 +1,6 @@
 // Questions about wave format headers, and the mending of bad ones.
 #include "audio/sub_format.h"
+
 #include "qv/audio.h"
 
 using qv::audio::equal_guid;

@@ -1,5 +1,6 @@
 #include "audio/sample_type_table.h"
 #include "audio/sub_format.h"
+
 #include "qv/audio.h"
 
 using qv::audio::kSampleTypes;
@@ -8,9 +9,8 @@ using qv::audio::SampleTypeRow;
 namespace {
 
 const SampleTypeRow* row_of(QVSAMPLETYPE type) {
-  for (const SampleTypeRow& row : kSampleTypes) {
+  for (const SampleTypeRow& row : kSampleTypes)
     if (row.type == type) return &row;
-  }
   return nullptr;
 }
 
@@ -48,30 +48,28 @@ constexpr TagBits kTypesOfTags[] = {
 
 uint32_t QvAudio_BitsFromSampleType(QVSAMPLETYPE type) {
   const SampleTypeRow* row = row_of(type);
-  return row == nullptr ? 0 : row->bits;
+  return row ? row->bits : 0;
 }
 
 uint32_t QvAudio_BytesFromSampleType(QVSAMPLETYPE type) {
   const SampleTypeRow* row = row_of(type);
-  return row == nullptr ? 0 : row->bytes;
+  return row ? row->bytes : 0;
 }
 
 uint32_t QvAudio_FormatTagFromSampleType(QVSAMPLETYPE type) {
   const SampleTypeRow* row = row_of(type);
-  return row == nullptr ? 0 : row->tag;
+  return row ? row->tag : 0;
 }
 
 QVSAMPLETYPE QvAudio_GetSampleType2(uint32_t formatTag, uint32_t bitsPerSample) {
-  for (const TagBits& row : kTypesOfTags) {
+  for (const TagBits& row : kTypesOfTags)
     if (row.tag == formatTag && row.bits == bitsPerSample) return row.type;
-  }
   return QVSAMPLE_NONE;
 }
 
 QVSAMPLETYPE QvAudio_GetSampleType(const WAVEFORMATEX* format) {
-  if (format->wFormatTag != WAVE_FORMAT_EXTENSIBLE) {
+  if (format->wFormatTag != WAVE_FORMAT_EXTENSIBLE)
     return QvAudio_GetSampleType2(format->wFormatTag, format->wBitsPerSample);
-  }
   const GUID sub_format = qv::audio::sub_format_of(*format);
   if (!qv::audio::names_format_tag(sub_format)) return QVSAMPLE_NONE;
   const QVSAMPLETYPE type = QvAudio_GetSampleType2(sub_format.Data1 & 0xFFFF, format->wBitsPerSample);

@@ -34,9 +34,8 @@ inline constexpr int kMixedSampleTypes = 8;
 
 /// The row's index, or -1.
 constexpr int sample_type_index(QVSAMPLETYPE type) {
-  for (size_t i = 0; i < kSampleTypes.size(); ++i) {
+  for (size_t i = 0; i < kSampleTypes.size(); ++i)
     if (kSampleTypes[i].type == type) return static_cast<int>(i);
-  }
   return -1;
 }
 

@@ -1,6 +1,7 @@
 // The compact format record: how it is filled, what it says, and when two are equal.
 #include "audio/channel_mask.h"
 #include "audio/sub_format.h"
+
 #include "qv/audio.h"
 
 #include <algorithm>

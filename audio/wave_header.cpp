@@ -1,6 +1,7 @@
 // Wave format headers written from records, from other headers, and from parts.
 #include "audio/channel_mask.h"
 #include "audio/sub_format.h"
+
 #include "qv/audio.h"
 
 #include <algorithm>
@@ -86,9 +87,8 @@ DWORD draft_tagged(Draft& draft, DWORD size, const _qvwaveformat& record, QVWAVE
   header.nBlockAlign = record.blockAlign;
   header.nAvgBytesPerSec = record.avgBytesPerSec;
   const bool masked = !is_default_mask(record.channels, record.channelMask);
-  if (masked && size >= kExtensibleBytes && asks_extensible(record, dest)) {
+  if (masked && size >= kExtensibleBytes && asks_extensible(record, dest))
     make_extensible(draft.header, record.formatTag, record.channelMask);
-  }
   return append_extra(draft, record, size);
 }
 
@@ -106,7 +106,7 @@ DWORD draft_uncompressed(Draft& draft, DWORD size, const _qvwaveformat& record, 
 WAVEFORMATEX* allocate_locked(DWORD bytes, DWORD tag) {
   const DWORD room = tag == WAVE_FORMAT_EXTENSIBLE ? std::max(bytes, kExtensibleBytes) : bytes;
   const HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, room);
-  return block == nullptr ? nullptr : static_cast<WAVEFORMATEX*>(GlobalLock(block));
+  return block ? static_cast<WAVEFORMATEX*>(GlobalLock(block)) : nullptr;
 }
 
 } // namespace
@@ -208,14 +208,14 @@ WAVEFORMATEX* QvAudio_AllocAndCopyWfx(const WAVEFORMATEX* src, QVWAVEFORMAT_COPY
   }
   const DWORD bytes = kHeaderBytes + src->cbSize;
   WAVEFORMATEX* copy = allocate_locked(bytes, src->wFormatTag);
-  if (copy != nullptr) std::memcpy(static_cast<void*>(copy), src, bytes);
+  if (copy) std::memcpy(static_cast<void*>(copy), src, bytes);
   return copy;
 }
 
 WAVEFORMATEX* QvAudio_AllocAndCopyWfx(const _qvwaveformat& src, QVWAVEFORMAT_COPY_DEST dest) {
   const DWORD bytes = (asks_extensible(src, dest) ? kExtensibleBytes : kHeaderBytes) + src.ExtraCount();
   WAVEFORMATEX* copy = allocate_locked(bytes, src.FormatTag());
-  return copy == nullptr ? nullptr : QvAudio_GeneralCopyWfx(copy, bytes, src, dest);
+  return copy ? QvAudio_GeneralCopyWfx(copy, bytes, src, dest) : nullptr;
 }
 
 WAVEFORMATEX* QvAudio_AllocAndCopyWfx(const _qvwaveformat* src, QVWAVEFORMAT_COPY_DEST dest) {

@@ -1,8 +1,7 @@
 #include "bench/ratios.h"
 
-#include <benchmark/benchmark.h>
-
 #include <algorithm>
+#include <benchmark/benchmark.h>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -29,11 +28,9 @@ class MedianCollector final : public benchmark::BenchmarkReporter {
 public:
   bool ReportContext(const Context&) override { return true; }
   void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) {
-      if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median") {
+    for (const Run& run : runs)
+      if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median")
         nanoseconds[run.run_name.function_name] = run.GetAdjustedRealTime();
-      }
-    }
   }
   std::map<std::string, double> nanoseconds;
 };
@@ -41,19 +38,20 @@ public:
 std::string full_name(const Group& group, const std::string& contender) { return group.name + "/" + contender; }
 
 void register_contender(const Group& group, const std::string& name, const std::function<void()>& run) {
-  benchmark::RegisterBenchmark(full_name(group, name).c_str(),
-                               [run, prepare = group.prepare](benchmark::State& state) {
-                                 for (auto unused : state) {
-                                   (void)unused;
-                                   if (prepare) {
-                                     state.PauseTiming();
-                                     prepare();
-                                     state.ResumeTiming();
-                                   }
-                                   run();
-                                   benchmark::ClobberMemory();
-                                 }
-                               })
+  benchmark::RegisterBenchmark(
+      full_name(group, name).c_str(),
+      [run, prepare = group.prepare](benchmark::State& state) {
+        for (auto unused : state) {
+          (void)unused;
+          if (prepare) {
+            state.PauseTiming();
+            prepare();
+            state.ResumeTiming();
+          }
+          run();
+          benchmark::ClobberMemory();
+        }
+      })
       ->UseRealTime()
       ->Repetitions(kRepetitions)
       ->ReportAggregatesOnly(true)
@@ -86,9 +84,8 @@ bool report_summary(const Summary& summary, const std::map<std::string, double>&
   good &= report_value("median", ratios[ratios.size() / 2].first, summary.median);
   good &= report_value("geometric mean", std::exp(logarithms / count), summary.geometric_mean);
   std::printf("  slowest:");
-  for (size_t i = 0; i < std::min<size_t>(6, ratios.size()); ++i) {
+  for (size_t i = 0; i < std::min<size_t>(6, ratios.size()); ++i)
     std::printf(" %s %.2f", ratios[i].second.c_str() + summary.prefix.size(), ratios[i].first);
-  }
   std::printf("\n");
   return good;
 }

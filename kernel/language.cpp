@@ -36,9 +36,8 @@ constexpr WCHAR lower(WCHAR character) {
 QVLANGUAGE language_of_locale(const WCHAR* name) {
   if (name[0] == 0 || name[1] == 0) return QVLANGUAGE_ENGLISH;
   if (name[2] != 0 && name[2] != QV_TEXT('-') && name[2] != QV_TEXT('_')) return QVLANGUAGE_ENGLISH;
-  for (const LanguageName& row : kLanguages) {
+  for (const LanguageName& row : kLanguages)
     if (row.code[0] == lower(name[0]) && row.code[1] == lower(name[1])) return row.language;
-  }
   return QVLANGUAGE_ENGLISH;
 }
 

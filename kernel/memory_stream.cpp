@@ -37,7 +37,7 @@ public:
   MemoryStream& operator=(const MemoryStream&) = delete;
 
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
-    if (object == nullptr) return E_POINTER;
+    if (!object) return E_POINTER;
     const bool known = iid == IID_IUnknown || iid == IID_ISequentialStream || iid == IID_IStream;
     *object = known ? static_cast<IStream*>(this) : nullptr;
     if (!known) return E_NOINTERFACE;
@@ -52,18 +52,18 @@ public:
   }
 
   HRESULT STDMETHODCALLTYPE Read(void* buffer, ULONG count, ULONG* read) override {
-    if (read != nullptr) *read = 0;
-    if (buffer == nullptr) return STG_E_INVALIDPOINTER;
+    if (read) *read = 0;
+    if (!buffer) return STG_E_INVALIDPOINTER;
     const auto taken = static_cast<ULONG>(std::min<ULONGLONG>(count, left()));
     if (taken != 0) std::memcpy(buffer, bytes_->data() + position_, taken);
     position_ += taken;
-    if (read != nullptr) *read = taken;
+    if (read) *read = taken;
     return taken < count ? S_FALSE : S_OK;
   }
 
   HRESULT STDMETHODCALLTYPE Write(const void* buffer, ULONG count, ULONG* written) override {
-    if (written != nullptr) *written = 0;
-    if (buffer == nullptr) return STG_E_INVALIDPOINTER;
+    if (written) *written = 0;
+    if (!buffer) return STG_E_INVALIDPOINTER;
     if (count == 0) return S_OK;
     if (position_ > kMostBytes - count) return STG_E_MEDIUMFULL;
     if (position_ + count > bytes_->size()) {
@@ -72,7 +72,7 @@ public:
     }
     std::memcpy(bytes_->data() + position_, buffer, count);
     position_ += count;
-    if (written != nullptr) *written = count;
+    if (written) *written = count;
     return S_OK;
   }
 
@@ -84,7 +84,7 @@ public:
     const auto target = static_cast<LONGLONG>(base + static_cast<ULONGLONG>(move.QuadPart));
     if (target < 0) return STG_E_INVALIDFUNCTION;
     position_ = static_cast<ULONGLONG>(target);
-    if (position != nullptr) position->QuadPart = position_;
+    if (position) position->QuadPart = position_;
     return S_OK;
   }
 
@@ -92,9 +92,9 @@ public:
 
   HRESULT STDMETHODCALLTYPE CopyTo(IStream* stream, ULARGE_INTEGER count, ULARGE_INTEGER* read,
                                    ULARGE_INTEGER* written) override {
-    if (read != nullptr) read->QuadPart = 0;
-    if (written != nullptr) written->QuadPart = 0;
-    if (stream == nullptr) return STG_E_INVALIDPOINTER;
+    if (read) read->QuadPart = 0;
+    if (written) written->QuadPart = 0;
+    if (!stream) return STG_E_INVALIDPOINTER;
     // Through a buffer, and no further than the end is now: the other stream may share the bytes.
     BYTE block[4096];
     HRESULT result = S_OK;
@@ -103,8 +103,8 @@ public:
       ULONG put = 0;
       Read(block, static_cast<ULONG>(std::min<ULONGLONG>(rest, sizeof block)), &taken);
       result = stream->Write(block, taken, &put);
-      if (read != nullptr) read->QuadPart += taken;
-      if (written != nullptr) written->QuadPart += put;
+      if (read) read->QuadPart += taken;
+      if (written) written->QuadPart += put;
       if (SUCCEEDED(result) && put < taken) result = STG_E_MEDIUMFULL;
       rest -= taken;
     }
@@ -119,7 +119,7 @@ public:
   }
 
   HRESULT STDMETHODCALLTYPE Stat(STATSTG* status, DWORD) override {
-    if (status == nullptr) return STG_E_INVALIDPOINTER;
+    if (!status) return STG_E_INVALIDPOINTER;
     *status = {};
     status->type = STGTY_STREAM;
     status->cbSize.QuadPart = bytes_->size();
@@ -127,9 +127,9 @@ public:
   }
 
   HRESULT STDMETHODCALLTYPE Clone(IStream** stream) override {
-    if (stream == nullptr) return STG_E_INVALIDPOINTER;
+    if (!stream) return STG_E_INVALIDPOINTER;
     *stream = new (std::nothrow) MemoryStream(bytes_, position_);
-    return *stream == nullptr ? E_OUTOFMEMORY : S_OK;
+    return *stream ? S_OK : E_OUTOFMEMORY;
   }
 
 private:
@@ -146,9 +146,9 @@ private:
 } // namespace qv::kernel
 
 HRESULT QvCreateMemoryStream(const void* bytes, ULONGLONG size, IStream** stream) {
-  if (stream == nullptr) return E_POINTER;
+  if (!stream) return E_POINTER;
   *stream = nullptr;
-  if (bytes == nullptr && size != 0) return E_POINTER;
+  if (!bytes && size != 0) return E_POINTER;
   if (size > qv::kernel::kMostBytes) return E_OUTOFMEMORY;
   try {
     const auto* first = static_cast<const BYTE*>(bytes);

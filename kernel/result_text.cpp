@@ -22,8 +22,7 @@ constexpr ResultText kTexts[] = {{S_OK, "success"},
 } // namespace
 
 const char* QvResultText(HRESULT result) {
-  for (const ResultText& row : kTexts) {
+  for (const ResultText& row : kTexts)
     if (row.result == result) return row.text;
-  }
   return "unknown result";
 }

@@ -1,5 +1,6 @@
 // One-shot operations on a buffer in place: silence, mono, swapping, filling, reversing.
 #include "audio/channels/channel_average.h"
+
 #include "qv/audio_channels.h"
 
 #include <algorithm>
@@ -29,15 +30,15 @@ using namespace qv::audio;
 
 HRESULT QvAudio_FillSilence(const WAVEFORMATEX* format, void* buffer, DWORD frames) {
   const StridedType* type = strided_type(QvAudio_GetSampleType(format));
-  if (type == nullptr) return E_FAIL;
+  if (!type) return E_FAIL;
   if (frames == 0) return S_OK;
-  if (buffer == nullptr) return E_INVALIDARG;
+  if (!buffer) return E_INVALIDARG;
   std::memset(buffer, type->silence, size_t{format->nBlockAlign} * frames);
   return S_OK;
 }
 
 HRESULT QvAudio_FillSilenceChannel(const WAVEFORMATEX* format, void* buffer, DWORD channel, DWORD frames) {
-  if (strided_type(QvAudio_GetSampleType(format)) == nullptr) return E_FAIL;
+  if (!strided_type(QvAudio_GetSampleType(format))) return E_FAIL;
   return silence_one(ChannelView(format, buffer), channel, frames);
 }
 

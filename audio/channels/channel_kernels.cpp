@@ -2,6 +2,7 @@
 #include "audio/channels/channel_view.h"
 #include "audio/kernels/reference_mix.h"
 #include "audio/kernels/table_builder.h"
+
 #include "qv/audio_channels.h"
 
 namespace qv::audio {

@@ -1,6 +1,7 @@
 // One-shot operations between buffers of one sample type and different channel counts.
 #include "audio/channels/channel_view.h"
 #include "audio/kernels/direct.h"
+
 #include "qv/audio_channels.h"
 
 namespace qv::audio {
@@ -20,8 +21,8 @@ HRESULT copy_range(const ChannelView& dst, DWORD dst_first, const ChannelView& s
 template <class Kernel, class... Buffers>
 HRESULT run_stereo(Kernel kernel, DWORD frames, Buffers... buffers) {
   if (frames == 0) return S_OK;
-  if (kernel == nullptr) return E_NOTIMPL;
-  if (((buffers == nullptr) || ...) || frames > kMostKernelCount) return E_INVALIDARG;
+  if (!kernel) return E_NOTIMPL;
+  if ((!buffers || ...) || frames > kMostKernelCount) return E_INVALIDARG;
   kernel(buffers..., static_cast<LONG>(frames));
   return S_OK;
 }

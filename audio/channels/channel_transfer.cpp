@@ -1,6 +1,7 @@
 // One-shot operations between the channels of two buffers.
 #include "audio/channels/channel_average.h"
 #include "audio/kernels/direct.h"
+
 #include "qv/audio_channels.h"
 #include "qv/audio_kernels.h"
 
@@ -30,15 +31,13 @@ void average_into(const ChannelView& dst, DWORD i, const ChannelView& src, size_
 HRESULT change_channels(const ChannelView& dst, const ChannelView& src, DWORD frames, bool average) {
   if (const HRESULT result = check_views(dst, src); result != S_OK) return result;
   const bool surplus = average && src.channels > dst.channels;
-  for (DWORD i = 0; i < dst.channels; ++i) {
-    if (surplus) {
+  for (DWORD i = 0; i < dst.channels; ++i)
+    if (surplus)
       average_into(dst, i, src, frames);
-    } else if (src.channels == 1 || i < src.channels) {
+    else if (src.channels == 1 || i < src.channels)
       copy_channel(dst.channel(i), src.channel(src.channels == 1 ? 0 : i), frames);
-    } else {
+    else
       silence_channel(dst.channel(i), frames);
-    }
-  }
   return S_OK;
 }
 
@@ -59,9 +58,8 @@ HRESULT channel_change(const WAVEFORMATEX* dstFormat, void* dst, const WAVEFORMA
   if (frames == 0) return S_OK;
   const ChannelView to(dstFormat, dst);
   const ChannelView from(srcFormat, src);
-  if (dst != nullptr && dst == src && to.type == from.type && to.channels <= from.channels) {
+  if (dst && dst == src && to.type == from.type && to.channels <= from.channels)
     return change_channels_in_place(to, from.channels, frames, average);
-  }
   return change_channels(to, from, frames, average);
 }
 
@@ -72,16 +70,14 @@ using namespace qv::audio;
 
 HRESULT QvAudio_CopyChannels(const WAVEFORMATEX* dstFormat, void* dst, const WAVEFORMATEX* srcFormat, const void* src,
                              DWORD frames, const LONG* map) {
-  if (map == nullptr) return QvAudio_Copy(dstFormat, dst, srcFormat, src, frames, 1.0f);
+  if (!map) return QvAudio_Copy(dstFormat, dst, srcFormat, src, frames, 1.0f);
   if (frames == 0) return S_OK;
   const ChannelView to(dstFormat, dst);
   const ChannelView from(srcFormat, src);
   if (const HRESULT result = check_views(to, from); result != S_OK) return result;
-  for (DWORD i = 0; i < from.channels; ++i) {
-    if (map[i] >= 0 && to.has(static_cast<DWORD>(map[i]))) {
+  for (DWORD i = 0; i < from.channels; ++i)
+    if (map[i] >= 0 && to.has(static_cast<DWORD>(map[i])))
       copy_channel(to.channel(static_cast<DWORD>(map[i])), from.channel(i), frames);
-    }
-  }
   return S_OK;
 }
 
@@ -89,15 +85,15 @@ HRESULT QvAudio_MixChannels(const WAVEFORMATEX* dstFormat, void* dst, const WAVE
                             DWORD frames, const LONG* map, const double* gains) {
   if (frames == 0) return S_OK;
   const auto kernel = QvAudio_GetMixChannelsFunction(dstFormat, srcFormat);
-  if (kernel == nullptr) return E_NOTIMPL;
-  if (dst == nullptr || src == nullptr || frames > kMostKernelCount) return E_INVALIDARG;
+  if (!kernel) return E_NOTIMPL;
+  if (!dst || !src || frames > kMostKernelCount) return E_INVALIDARG;
   const DWORD dst_channels = dstFormat->nChannels;
   const DWORD src_channels = srcFormat->nChannels;
   for (DWORD i = 0; i < src_channels; ++i) {
-    const int64_t target = map != nullptr ? map[i] : int64_t{i};
+    const int64_t target = map ? map[i] : int64_t{i};
     if (target < 0 || target >= dst_channels) continue;
     kernel(dst, dst_channels, static_cast<DWORD>(target), src, src_channels, i, static_cast<LONG>(frames),
-           gains != nullptr ? gains[i] : 1.0);
+           gains ? gains[i] : 1.0);
   }
   return S_OK;
 }
@@ -122,9 +118,9 @@ HRESULT QvAudio_CopyChannelToChannel(const WAVEFORMATEX* dstFormat, void* dst, D
 HRESULT QvAudio_CopyChannelToMultiMono(const WAVEFORMATEX* dstFormat, void* const* dsts, DWORD count,
                                        const WAVEFORMATEX* srcFormat, const void* src, DWORD srcChannel, DWORD frames) {
   if (frames == 0) return S_OK;
-  if (dsts == nullptr) return E_INVALIDARG;
+  if (!dsts) return E_INVALIDARG;
   for (DWORD i = 0; i < count; ++i) {
-    if (dsts[i] == nullptr) continue;
+    if (!dsts[i]) continue;
     const HRESULT result =
         copy_one(ChannelView::mono(dstFormat, dsts[i]), 0, ChannelView(srcFormat, src), srcChannel, frames);
     if (result != S_OK) return result;
@@ -136,7 +132,7 @@ HRESULT QvAudio_CopyChannelToMultiMono2(const WAVEFORMATEX* dstFormat, void* con
                                         const WAVEFORMATEX* srcFormat, const void* src, DWORD firstChannel,
                                         DWORD frames) {
   if (frames == 0) return S_OK;
-  if (dsts == nullptr || uint64_t{firstChannel} + count > srcFormat->nChannels) return E_INVALIDARG;
+  if (!dsts || uint64_t{firstChannel} + count > srcFormat->nChannels) return E_INVALIDARG;
   for (DWORD i = 0; i < count; ++i) {
     const HRESULT result =
         QvAudio_CopyChannelToMultiMono(dstFormat, dsts + i, 1, srcFormat, src, firstChannel + i, frames);

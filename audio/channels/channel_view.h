@@ -29,8 +29,8 @@ struct ChannelView {
 /// What keeps an operation on these buffers from running: E_NOTIMPL, E_INVALIDARG, or S_OK.
 template <class... Views>
 HRESULT check_views(const Views&... views) {
-  if (((views.type == nullptr) || ...)) return E_NOTIMPL;
-  if (((views.buffer == nullptr) || ...)) return E_INVALIDARG;
+  if ((!views.type || ...)) return E_NOTIMPL;
+  if ((!views.buffer || ...)) return E_INVALIDARG;
   return S_OK;
 }
 

@@ -60,9 +60,8 @@ void copy_channel(const Channel& dst, const Channel& src, size_t frames) {
 }
 
 void silence_channel(const Channel& channel, size_t frames) {
-  for (size_t i = 0; i < frames; ++i) {
+  for (size_t i = 0; i < frames; ++i)
     std::memset(channel.first + i * channel.stride_bytes, channel.type->silence, channel.type->bytes);
-  }
 }
 
 } // namespace qv::audio

@@ -116,7 +116,7 @@ void filter_channel(Sample* dst, const Sample* src, DWORD frames, DWORD stride, 
 } // namespace
 
 HRESULT QvMakeBiquad(const QVBIQUADPARAMS* params, QVBIQUAD* biquad) {
-  if (params == nullptr || biquad == nullptr) return E_INVALIDARG;
+  if (!params || !biquad) return E_INVALIDARG;
   *biquad = {1.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0};
   Coefficients made;
   if (!coefficients_of(*params, made)) return E_NOTIMPL;

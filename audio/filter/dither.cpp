@@ -90,9 +90,8 @@ struct CQvDither::State {
   std::unique_ptr<DitherChannel[]> each;
 
   void reset() {
-    for (DWORD channel = 0; channel < channels; ++channel) {
+    for (DWORD channel = 0; channel < channels; ++channel)
       each[channel] = {Pcg32(start_of(seed, channel), channel), 0.0};
-    }
   }
 };
 
@@ -100,16 +99,14 @@ namespace {
 
 template <class State, class Sample>
 void dither_buffer(State* state, Sample* dst, const Sample* src, DWORD frames, DWORD mask, DWORD most_bits) {
-  if (state == nullptr || frames == 0) return;
+  if (!state || frames == 0) return;
   const double scale = std::ldexp(1.0, static_cast<int>(std::min(state->bits, most_bits)) - 1);
   const auto dither = ditherer<Sample>(state->type);
-  for (DWORD channel = 0; channel < state->channels; ++channel) {
-    if (is_chosen(mask, channel)) {
+  for (DWORD channel = 0; channel < state->channels; ++channel)
+    if (is_chosen(mask, channel))
       dither(dst + channel, src + channel, frames, state->channels, scale, state->each[channel]);
-    } else {
+    else
       copy_channel(dst, src, frames, state->channels, channel);
-    }
-  }
 }
 
 } // namespace
@@ -117,7 +114,7 @@ void dither_buffer(State* state, Sample* dst, const Sample* src, DWORD frames, D
 CQvDither::CQvDither() noexcept : state_(nullptr) {}
 
 CQvDither::CQvDither(const CQvDither& other) : state_(nullptr) {
-  if (other.state_ == nullptr) return;
+  if (!other.state_) return;
   const State& from = *other.state_;
   auto copy = std::make_unique<State>(State{from.type, from.bits, from.channels, from.seed, nullptr});
   copy->each = std::make_unique<DitherChannel[]>(from.channels);
@@ -144,9 +141,9 @@ CQvDither::~CQvDither() { delete state_; }
 HRESULT CQvDither::Init(QVDITHER type, DWORD bits, DWORD channels, ULONGLONG seed) {
   if (type > QVDITHER_SHAPED || bits < kLeastBits || bits > kMostBits || channels == 0) return E_INVALIDARG;
   std::unique_ptr<State> made(new (std::nothrow) State{type, bits, channels, seed, nullptr});
-  if (made == nullptr) return E_OUTOFMEMORY;
+  if (!made) return E_OUTOFMEMORY;
   made->each.reset(new (std::nothrow) DitherChannel[channels]);
-  if (made->each == nullptr) return E_OUTOFMEMORY;
+  if (!made->each) return E_OUTOFMEMORY;
   made->reset();
   delete std::exchange(state_, made.release());
   return S_OK;
@@ -161,8 +158,8 @@ void CQvDither::ProcessDouble(double* dst, const double* src, DWORD frames, DWOR
 }
 
 void CQvDither::Reset() {
-  if (state_ != nullptr) state_->reset();
+  if (state_) state_->reset();
 }
 
-DWORD CQvDither::getBits() const { return state_ == nullptr ? 0 : state_->bits; }
-DWORD CQvDither::getChannels() const { return state_ == nullptr ? 0 : state_->channels; }
+DWORD CQvDither::getBits() const { return state_ ? state_->bits : 0; }
+DWORD CQvDither::getChannels() const { return state_ ? state_->channels : 0; }

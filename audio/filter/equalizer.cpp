@@ -38,9 +38,9 @@ IirSections make_sections(DWORD sampleRate, const QVEQBAND* bands, DWORD count) 
 
 template <class Sample>
 HRESULT equalize(HQVEQ eq, Sample* dst, const Sample* src, DWORD frames) {
-  if (eq == nullptr) return E_INVALIDARG;
+  if (!eq) return E_INVALIDARG;
   if (frames == 0) return S_OK;
-  if (dst == nullptr || src == nullptr) return E_INVALIDARG;
+  if (!dst || !src) return E_INVALIDARG;
   eq->cascade.process(dst, src, frames, 0);
   return S_OK;
 }
@@ -48,9 +48,9 @@ HRESULT equalize(HQVEQ eq, Sample* dst, const Sample* src, DWORD frames) {
 } // namespace
 
 HRESULT QvEq_Init(HQVEQ* eq, DWORD sampleRate, DWORD channels, const QVEQBAND* bands, DWORD count) {
-  if (eq == nullptr) return E_INVALIDARG;
+  if (!eq) return E_INVALIDARG;
   *eq = nullptr;
-  if (bands == nullptr || count == 0 || channels == 0 || sampleRate == 0) return E_INVALIDARG;
+  if (!bands || count == 0 || channels == 0 || sampleRate == 0) return E_INVALIDARG;
   if (count > kMostStates / channels) return E_OUTOFMEMORY;
   try {
     *eq = new QVEQ{Cascade(make_sections(sampleRate, bands, count), channels, true)};
@@ -69,7 +69,7 @@ HRESULT QvEq_ProcessDouble(HQVEQ eq, double* dst, const double* src, DWORD frame
 }
 
 HRESULT QvEq_Reset(HQVEQ eq) {
-  if (eq == nullptr) return E_INVALIDARG;
+  if (!eq) return E_INVALIDARG;
   eq->cascade.reset();
   return S_OK;
 }

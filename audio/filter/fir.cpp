@@ -58,7 +58,7 @@ void filter_channel(const double* coefficients, size_t taps, double* line, Sampl
 
 template <class Filter, class Sample>
 void filter_buffer(Filter* filter, Sample* dst, const Sample* src, DWORD frames, DWORD mask) {
-  if (filter == nullptr) return;
+  if (!filter) return;
   filter->last_mask = mask;
   if (frames == 0) return;
   for (DWORD channel = 0; channel < filter->channels; ++channel) {
@@ -76,7 +76,7 @@ void filter_buffer(Filter* filter, Sample* dst, const Sample* src, DWORD frames,
 CQvFIR::CQvFIR() noexcept : filter_(nullptr) {}
 
 CQvFIR::CQvFIR(const CQvFIR& other) : filter_(nullptr) {
-  if (other.filter_ == nullptr) return;
+  if (!other.filter_) return;
   const Filter& from = *other.filter_;
   auto copy = std::make_unique<Filter>(Filter{from.taps, from.channels, from.last_mask, nullptr});
   copy->numbers = std::make_unique<double[]>(copy->count());
@@ -105,9 +105,9 @@ HRESULT CQvFIR::Design(QVFIR_TYPE type, QVWINDOW window, DWORD taps, double freq
   const FirParameters parameters{type, window, taps, frequency, upperFrequency, kaiserBeta};
   if (channels == 0 || !is_fir(parameters)) return E_INVALIDARG;
   std::unique_ptr<Filter> made(new (std::nothrow) Filter{taps, channels, channelMask, nullptr});
-  if (made == nullptr) return E_OUTOFMEMORY;
+  if (!made) return E_OUTOFMEMORY;
   made->numbers.reset(new (std::nothrow) double[made->count()]());
-  if (made->numbers == nullptr) return E_OUTOFMEMORY;
+  if (!made->numbers) return E_OUTOFMEMORY;
   if (!design_fir(parameters, made->numbers.get())) return E_INVALIDARG;
   delete std::exchange(filter_, made.release());
   return S_OK;
@@ -130,8 +130,8 @@ void CQvFIR::ResetAll() {
     filter_->reset(channel);
 }
 
-DWORD CQvFIR::getChannels() const { return filter_ == nullptr ? 0 : filter_->channels; }
-DWORD CQvFIR::getTaps() const { return filter_ == nullptr ? 0 : filter_->taps; }
+DWORD CQvFIR::getChannels() const { return filter_ ? filter_->channels : 0; }
+DWORD CQvFIR::getTaps() const { return filter_ ? filter_->taps : 0; }
 DWORD CQvFIR::getLatency() const { return getTaps() / 2; }
-const double* CQvFIR::getCoefficients() const { return filter_ == nullptr ? nullptr : filter_->numbers.get(); }
-DWORD CQvFIR::getLastChannelMask() const { return filter_ == nullptr ? 0 : filter_->last_mask; }
+const double* CQvFIR::getCoefficients() const { return filter_ ? filter_->numbers.get() : nullptr; }
+DWORD CQvFIR::getLastChannelMask() const { return filter_ ? filter_->last_mask : 0; }

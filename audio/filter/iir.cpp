@@ -48,7 +48,7 @@ struct CQvIIR::Filter {
 // ---- life ---------------------------------------------------------------------------------------------------------
 
 CQvIIR::CQvIIR() noexcept : filter_(nullptr) {}
-CQvIIR::CQvIIR(const CQvIIR& other) : filter_(other.filter_ == nullptr ? nullptr : new Filter(*other.filter_)) {}
+CQvIIR::CQvIIR(const CQvIIR& other) : filter_(other.filter_ ? new Filter(*other.filter_) : nullptr) {}
 CQvIIR::~CQvIIR() { delete filter_; }
 
 CQvIIR& CQvIIR::operator=(const CQvIIR& other) {
@@ -83,21 +83,19 @@ HRESULT CQvIIR::Design(QVIIR_TYPE type, QVIIR_DESIGN design, DWORD order, double
 }
 
 void CQvIIR::Reset(DWORD channel) {
-  if (filter_ != nullptr) filter_->cascade.reset(channel);
+  if (filter_) filter_->cascade.reset(channel);
 }
 
 void CQvIIR::ResetAll() {
-  if (filter_ != nullptr) filter_->cascade.reset();
+  if (filter_) filter_->cascade.reset();
 }
 
 void CQvIIR::SetDelayElementsFrom(const CQvIIR& other) {
-  if (filter_ != nullptr && other.filter_ != nullptr) filter_->cascade.take_states(other.filter_->cascade);
+  if (filter_ && other.filter_) filter_->cascade.take_states(other.filter_->cascade);
 }
 
-DWORD CQvIIR::getChannels() const { return filter_ == nullptr ? 0 : filter_->cascade.channels(); }
-DWORD CQvIIR::getNumBiquads() const {
-  return filter_ == nullptr ? 0 : static_cast<DWORD>(filter_->cascade.sections().size());
-}
+DWORD CQvIIR::getChannels() const { return filter_ ? filter_->cascade.channels() : 0; }
+DWORD CQvIIR::getNumBiquads() const { return filter_ ? static_cast<DWORD>(filter_->cascade.sections().size()) : 0; }
 
 QVBIQUAD CQvIIR::getBiquad(DWORD index) const {
   if (index >= getNumBiquads()) return {1.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0};
@@ -115,18 +113,18 @@ void CQvIIR::getPolynomial(DWORD index, double (&numerator)[3], double (&denomin
   denominator[2] = -section.c2;
 }
 
-double CQvIIR::getGain() const { return filter_ == nullptr ? 1.0 : filter_->cascade.gain(); }
-double CQvIIR::getDry() const { return filter_ == nullptr ? 0.0 : filter_->cascade.dry(); }
-DWORD CQvIIR::getLastChannelMask() const { return filter_ == nullptr ? 0 : filter_->last_mask; }
+double CQvIIR::getGain() const { return filter_ ? filter_->cascade.gain() : 1.0; }
+double CQvIIR::getDry() const { return filter_ ? filter_->cascade.dry() : 0.0; }
+DWORD CQvIIR::getLastChannelMask() const { return filter_ ? filter_->last_mask : 0; }
 
 void CQvIIR::ProcessFloat(float* dst, const float* src, DWORD frames, DWORD channelMask) {
-  if (filter_ == nullptr) return;
+  if (!filter_) return;
   filter_->last_mask = channelMask;
   filter_->cascade.process(dst, src, frames, channelMask);
 }
 
 void CQvIIR::ProcessDouble(double* dst, const double* src, DWORD frames, DWORD channelMask) {
-  if (filter_ == nullptr) return;
+  if (!filter_) return;
   filter_->last_mask = channelMask;
   filter_->cascade.process(dst, src, frames, channelMask);
 }

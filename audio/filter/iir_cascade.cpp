@@ -72,12 +72,11 @@ template <int kChannels, class Sample>
 template <int kChannels, class Sample>
 [[gnu::always_inline]] inline void store(const Output<Sample>& output, size_t frame, PairOfDoubles value) {
   const size_t at = frame * output.stride;
-  if (output.dry_src != nullptr) value = load<kChannels>(output.dry_src + at) * output.dry + value * output.gain;
-  if constexpr (kChannels == 2) {
+  if (output.dry_src) value = load<kChannels>(output.dry_src + at) * output.dry + value * output.gain;
+  if constexpr (kChannels == 2)
     store_pair(output.dst + at, value);
-  } else {
+  else
     output.dst[at] = static_cast<Sample>(value[0]);
-  }
 }
 
 /// Up to kSections sections of kChannels channels. Lane after lane: the channels of the first section, of the second...
@@ -144,7 +143,8 @@ public:
 
   /// Each section takes what the one before it made kDelay steps ago, the first one `x`.
   [[gnu::always_inline]] void step(PairOfDoubles x) {
-    advance(x, [](size_t, Vector fresh, Vector) { return fresh; });
+    advance(
+        x, [](size_t, Vector fresh, Vector) { return fresh; });
   }
 
   /// The same near both ends: at step t section s works on frame t - s * kDelay, if there is one.
@@ -241,7 +241,7 @@ void run_cascade(const IirRun& run, Sample* dst, const Sample* src, size_t frame
       run_group<kChannels>(run, at, kMost, block, kChannels, to_block, count);
     Output<Sample> rest = output;
     rest.dst += start * run.stride;
-    if (rest.dry_src != nullptr) rest.dry_src += start * run.stride;
+    if (rest.dry_src) rest.dry_src += start * run.stride;
     run_group<kChannels>(run, at, run.count - at, block, kChannels, rest, count);
   }
 }

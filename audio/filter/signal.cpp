@@ -32,33 +32,33 @@ HRESULT make_shelf(double a, double factor, double side, QVBIQUAD* biquad) {
 } // namespace
 
 HRESULT QvSig_FindLowShelfBoostCoeffs(double frequency, double gain, QVBIQUAD* biquad) {
-  if (biquad == nullptr) return E_INVALIDARG;
+  if (!biquad) return E_INVALIDARG;
   const double t = tangent(frequency, kLeastFrequency);
   return make_shelf((t - 1.0) / (t + 1.0), factor(gain, 1.0), 1.0, biquad);
 }
 
 HRESULT QvSig_FindLowShelfCutCoeffs(double frequency, double gain, QVBIQUAD* biquad) {
-  if (biquad == nullptr) return E_INVALIDARG;
+  if (!biquad) return E_INVALIDARG;
   const double t = tangent(frequency, kLeastFrequency);
   const double v = factor(gain, -1.0);
   return make_shelf((t - v) / (t + v), v, 1.0, biquad);
 }
 
 HRESULT QvSig_FindHiShelfBoostCoeffs(double frequency, double gain, QVBIQUAD* biquad) {
-  if (biquad == nullptr) return E_INVALIDARG;
+  if (!biquad) return E_INVALIDARG;
   const double t = tangent(frequency, kLeastFrequency);
   return make_shelf((t - 1.0) / (t + 1.0), factor(gain, 1.0), -1.0, biquad);
 }
 
 HRESULT QvSig_FindHiShelfCutCoeffs(double frequency, double gain, QVBIQUAD* biquad) {
-  if (biquad == nullptr) return E_INVALIDARG;
+  if (!biquad) return E_INVALIDARG;
   const double t = tangent(frequency, kLeastFrequency);
   const double v = factor(gain, -1.0);
   return make_shelf((v * t - 1.0) / (v * t + 1.0), v, -1.0, biquad);
 }
 
 HRESULT QvSig_FindBandPassCoeffs(double frequency, double bandwidth, QVBIQUAD* biquad) {
-  if (biquad == nullptr) return E_INVALIDARG;
+  if (!biquad) return E_INVALIDARG;
   const double t = tangent(bandwidth, kLeastBandwidth);
   const double c = (t - 1.0) / (t + 1.0);
   const double d = -std::cos(2.0 * std::numbers::pi * within(frequency, kLeastFrequency, kMostFrequency));

@@ -1,5 +1,6 @@
 // Windows of symmetric shape.
 #include "audio/filter/parameter_range.h"
+
 #include "qv/fir.h"
 
 #include <cmath>
@@ -51,7 +52,7 @@ double kaiser(double beta, double from_left, double from_right) {
 } // namespace
 
 HRESULT makewindows(double* window, DWORD n, QVWINDOW shape, double kaiserBeta) {
-  if (window == nullptr || n == 0 || shape > QVWINDOW_KAISER) return E_INVALIDARG;
+  if (!window || n == 0 || shape > QVWINDOW_KAISER) return E_INVALIDARG;
   const double beta = within(kaiserBeta, 0.0, kMostBeta);
   const DWORD last = n - 1;
   for (DWORD left = 0; left <= last / 2; ++left) {

@@ -68,7 +68,7 @@ HRESULT mix_at_unity(const WAVEFORMATEX* dstFormat, void* dst, const WAVEFORMATE
 using namespace qv::audio;
 
 HRESULT QvAudio_ASRReCook(QVAUDIO_ASR* envelope) {
-  if (envelope == nullptr) return E_INVALIDARG;
+  if (!envelope) return E_INVALIDARG;
   constexpr DWORD kSegments = std::size(QVAUDIO_ASR{}.segments);
   envelope->position = 0;
   while (envelope->next < kSegments && envelope->segments[envelope->next].length == 0)
@@ -95,10 +95,10 @@ QVAUDIO_MIXEXFUNC QvAudio_GetMixExFunction(const WAVEFORMATEX* dstFormat, const 
 
 HRESULT QvAudio_MixEx(const WAVEFORMATEX* dstFormat, void* dst, const WAVEFORMATEX* srcFormat, const void* src,
                       DWORD frames, QVAUDIO_ASR* envelope) {
-  if (envelope == nullptr) return mix_at_unity(dstFormat, dst, srcFormat, src, frames);
+  if (!envelope) return mix_at_unity(dstFormat, dst, srcFormat, src, frames);
   const auto kernel = QvAudio_GetMixExFunction(dstFormat, srcFormat);
   if (uint64_t{frames} * srcFormat->nChannels == 0) return S_OK;
-  if (kernel == nullptr) return E_NOTIMPL;
+  if (!kernel) return E_NOTIMPL;
   if (uint64_t{frames} * srcFormat->nChannels > kMostKernelCount) return E_INVALIDARG;
   auto* to = static_cast<uint8_t*>(dst);
   const auto* from = static_cast<const uint8_t*>(src);

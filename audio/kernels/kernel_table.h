@@ -2,6 +2,7 @@
 #pragma once
 
 #include "audio/sample_type_table.h"
+
 #include "qv/audio_kernels.h"
 
 #include <array>

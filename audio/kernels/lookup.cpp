@@ -2,6 +2,7 @@
 #include "audio/kernel_level.h"
 #include "audio/kernels/direct.h"
 #include "audio/kernels/kernel_table.h"
+
 #include "qv/audio_kernels.h"
 
 #include <utility>
@@ -96,7 +97,7 @@ HRESULT QvAudio_Copy(const WAVEFORMATEX* dstFormat, void* dst, const WAVEFORMATE
   const uint64_t count = uint64_t{frames} * srcFormat->nChannels;
   if (count == 0) return S_OK;
   const auto kernel = QvAudio_GetCopyFunction(dstFormat, srcFormat);
-  if (kernel == nullptr) return E_NOTIMPL;
+  if (!kernel) return E_NOTIMPL;
   if (count > kMostKernelCount) return E_INVALIDARG;
   kernel(dst, src, static_cast<LONG>(count), gain);
   return S_OK;
@@ -107,7 +108,7 @@ HRESULT QvAudio_Mix(const WAVEFORMATEX* dstFormat, void* dst, const WAVEFORMATEX
   const uint64_t count = uint64_t{frames} * srcFormat->nChannels;
   if (count == 0) return S_OK;
   const auto kernel = QvAudio_GetMixFunction(dstFormat, srcFormat);
-  if (kernel == nullptr) return E_NOTIMPL;
+  if (!kernel) return E_NOTIMPL;
   if (count > kMostKernelCount) return E_INVALIDARG;
   kernel(dst, src, static_cast<LONG>(count), srcFormat->nChannels, gains);
   return S_OK;

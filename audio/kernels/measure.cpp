@@ -51,22 +51,19 @@ template <class Layout>
 void calc_rms(int channels, const void* buffer, int frames, float* results) {
   const auto* first = static_cast<const uint8_t*>(buffer);
   const size_t stride = static_cast<size_t>(channels < 0 ? 0 : channels) * Layout::bytes;
-  for (int channel = 0; channel < channels; ++channel, first += Layout::bytes) {
-    if constexpr (Layout::type == QVSAMPLE_PCM16) {
+  for (int channel = 0; channel < channels; ++channel, first += Layout::bytes)
+    if constexpr (Layout::type == QVSAMPLE_PCM16)
       results[channel] = root_mean_square_16(first, stride, frames);
-    } else {
+    else
       results[channel] = static_cast<float>(std::sqrt(mean_square<Layout>(first, stride, frames)));
-    }
-  }
 }
 
 template <class Layout>
 void calc_pre_rms(int channels, const void* buffer, int frames, double* results) {
   const auto* first = static_cast<const uint8_t*>(buffer);
   const size_t stride = static_cast<size_t>(channels < 0 ? 0 : channels) * Layout::bytes;
-  for (int channel = 0; channel < channels; ++channel, first += Layout::bytes) {
+  for (int channel = 0; channel < channels; ++channel, first += Layout::bytes)
     results[channel] = mean_square<Layout>(first, stride, frames);
-  }
 }
 
 template <class Layout>
@@ -113,7 +110,7 @@ MeasureRow row_for(const WAVEFORMATEX* format) {
 /// Runs a kernel, or answers why not.
 template <class Kernel, class... Arguments>
 HRESULT measure(Kernel kernel, const WAVEFORMATEX* format, DWORD frames, Arguments... arguments) {
-  if (kernel == nullptr) return E_NOTIMPL;
+  if (!kernel) return E_NOTIMPL;
   if (frames > kMostKernelCount) return E_INVALIDARG;
   kernel(format->nChannels, arguments...);
   return S_OK;

@@ -23,13 +23,12 @@ void reference_copy(void* dst, const void* src, LONG count, float gain) {
   auto* to = static_cast<uint8_t*>(dst);
   const auto* from = static_cast<const uint8_t*>(src);
   const auto samples = static_cast<size_t>(count);
-  if (gain != 1.0f) {
+  if (gain != 1.0f)
     reference_copy_run<Dst, Src, false>(to, from, samples, static_cast<double>(gain));
-  } else if constexpr (Dst::type == Src::type) {
+  else if constexpr (Dst::type == Src::type)
     std::memmove(to, from, samples * Dst::bytes);
-  } else {
+  else
     reference_copy_run<Dst, Src, true>(to, from, samples, 1.0);
-  }
 }
 
 } // namespace

@@ -42,11 +42,10 @@ void reference_mix_run(uint8_t* dst, const uint8_t* src, size_t first, size_t co
   for (size_t i = first; i < count; ++i) {
     uint8_t* to = dst + i * Dst::bytes;
     const uint8_t* from = src + i * Src::bytes;
-    if (Dst::bytes == 4 && Src::bytes == 4 && Dst::is_float && Src::is_float && channels > 2) {
+    if (Dst::bytes == 4 && Src::bytes == 4 && Dst::is_float && Src::is_float && channels > 2)
       reference_mix_single(to, from, static_cast<float>(gains[channel]));
-    } else {
+    else
       reference_mix_sample<Dst, Src>(to, from, gains[channel]);
-    }
     if (kPerChannel && ++channel == channels) channel = 0;
   }
 }

@@ -99,13 +99,12 @@ void store_integer(uint8_t* memory, int32_t value) {
 /// The sample in double precision; integers are divided by their full scale.
 template <class Layout>
 double load_normalised(const uint8_t* memory) {
-  if constexpr (Layout::bytes == 8) {
+  if constexpr (Layout::bytes == 8)
     return read_as<double>(memory);
-  } else if constexpr (Layout::is_float) {
+  else if constexpr (Layout::is_float)
     return static_cast<double>(read_as<float>(memory));
-  } else {
+  else
     return load_integer<Layout>(memory) * (1.0 / Layout::full_scale);
-  }
 }
 
 /// value x full scale, clamped to what the integer holds and rounded to nearest, ties to even. A NaN becomes 0.
@@ -127,13 +126,12 @@ int32_t integer_from_normalised(double value) {
 
 template <class Layout>
 void store_normalised(uint8_t* memory, double value) {
-  if constexpr (Layout::bytes == 8) {
+  if constexpr (Layout::bytes == 8)
     write_as<double>(memory, value);
-  } else if constexpr (Layout::is_float) {
+  else if constexpr (Layout::is_float)
     write_as<float>(memory, static_cast<float>(value));
-  } else {
+  else
     store_integer<Layout>(memory, integer_from_normalised<Layout>(value));
-  }
 }
 
 /// Samples run from the last to the first where that lets a buffer be widened in place.

@@ -77,9 +77,8 @@ void sse2_copy(void* dst, const void* src, LONG count, float gain) {
   };
   if constexpr (runs_backward<Dst, Src>()) {
     rest();
-    for (size_t i = whole; i > 0; i -= kLanes) {
+    for (size_t i = whole; i > 0; i -= kLanes)
       Step::step(to + (i - kLanes) * Dst::bytes, from + (i - kLanes) * Src::bytes);
-    }
   } else {
     for (size_t i = 0; i < whole; i += kLanes)
       Step::step(to + i * Dst::bytes, from + i * Src::bytes);
@@ -89,9 +88,8 @@ void sse2_copy(void* dst, const void* src, LONG count, float gain) {
 
 /// Float into float. One and two channels: sums in double. More: single precision, by the reference.
 void sse2_mix_floats(void* dst, const void* src, LONG count, UINT channels, const double* gains) {
-  if (count <= 0 || channels == 0 || channels > 2) {
+  if (count <= 0 || channels == 0 || channels > 2)
     return reference_mix<Float32, Float32>(dst, src, count, channels, gains);
-  }
   auto* to = static_cast<float*>(dst);
   const auto* from = static_cast<const float*>(src);
   const auto samples = static_cast<size_t>(count);

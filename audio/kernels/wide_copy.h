@@ -38,11 +38,10 @@ template <class Dst, class Src, bool kUnity, bool kBackward>
 void wide_copy_run(uint8_t* dst, const uint8_t* src, size_t count, double gain) {
   const Doubles factor = same_factor(gain / Src::full_scale * Dst::full_scale);
   const auto step = [&](size_t i) HWY_ATTR {
-    if constexpr (kUnity) {
+    if constexpr (kUnity)
       copy_step_unity<Dst, Src>(dst + i * Dst::bytes, src + i * Src::bytes);
-    } else {
+    else
       copy_step_scaled<Dst, Src>(dst + i * Dst::bytes, src + i * Src::bytes, factor);
-    }
   };
   const size_t whole = count - count % kLanes;
   const auto rest = [&] {
@@ -81,11 +80,10 @@ void stream_copy(uint8_t* dst, const uint8_t* src, size_t count, double gain) {
 template <class Dst, class Src, bool kUnity>
 void wide_copy_samples(uint8_t* dst, const uint8_t* src, size_t count, double gain) {
   const bool large = worth_streaming(dst, count * Dst::bytes, src, count * Src::bytes);
-  if (large && samples_to_line(dst, Dst::bytes) < kLineBytes) {
+  if (large && samples_to_line(dst, Dst::bytes) < kLineBytes)
     stream_copy<Dst, Src, kUnity>(dst, src, count, gain);
-  } else {
+  else
     wide_copy_run<Dst, Src, kUnity, runs_backward<Dst, Src>()>(dst, src, count, gain);
-  }
 }
 
 template <class Dst, class Src>
@@ -94,13 +92,12 @@ void wide_copy(void* dst, const void* src, LONG count, float gain) {
   auto* to = static_cast<uint8_t*>(dst);
   const auto* from = static_cast<const uint8_t*>(src);
   const auto samples = static_cast<size_t>(count);
-  if (gain != 1.0f) {
+  if (gain != 1.0f)
     wide_copy_samples<Dst, Src, false>(to, from, samples, static_cast<double>(gain));
-  } else if constexpr (Dst::type == Src::type) {
+  else if constexpr (Dst::type == Src::type)
     std::memmove(to, from, samples * Dst::bytes);
-  } else {
+  else
     wide_copy_samples<Dst, Src, true>(to, from, samples, 1.0);
-  }
 }
 
 } // namespace

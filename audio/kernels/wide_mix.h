@@ -103,7 +103,7 @@ struct GainPattern {
 };
 
 template <class Dst, class Src>
-inline constexpr bool kFloatIntoFloat = Dst::type == QVSAMPLE_FLOAT32&& Src::type == QVSAMPLE_FLOAT32;
+inline constexpr bool kFloatIntoFloat = (Dst::type == QVSAMPLE_FLOAT32) && (Src::type == QVSAMPLE_FLOAT32);
 
 /// Float into float with three or more channels: products and sums in single precision.
 HWY_INLINE size_t mix_floats_single(uint8_t* dst, const uint8_t* src, size_t count, UINT channels,
@@ -139,9 +139,8 @@ HWY_INLINE size_t mix_shorts(uint8_t* dst, const uint8_t* src, size_t count) {
   const size_t whole = count - count % kStep;
   const auto* from = reinterpret_cast<const int16_t*>(src);
   auto* to = reinterpret_cast<int16_t*>(dst);
-  for (size_t i = 0; i < whole; i += kStep) {
+  for (size_t i = 0; i < whole; i += kStep)
     hn::StoreU(hn::SaturatedAdd(hn::LoadU(kShorts, to + i), hn::LoadU(kShorts, from + i)), kShorts, to + i);
-  }
   return whole;
 }
 
@@ -169,11 +168,10 @@ void wide_mix(void* dst, const void* src, LONG count, UINT channels, const doubl
   if constexpr (!Dst::is_float && !Src::is_float) {
     done = mix_integers<Dst, Src>(to, from, samples, gains[0]);
   } else if (channels <= kMostMixChannels) {
-    if (kFloatIntoFloat<Dst, Src> && channels > 2) {
+    if (kFloatIntoFloat<Dst, Src> && channels > 2)
       done = mix_floats_single(to, from, samples, channels, gains);
-    } else {
+    else
       done = mix_per_channel<Dst, Src>(to, from, samples, channels, gains);
-    }
   }
   reference_mix_run<Dst, Src>(to, from, done, samples, channels, gains);
 }

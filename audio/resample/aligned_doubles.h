@@ -17,7 +17,7 @@ public:
       : memory_(static_cast<double*>(::operator new(count * sizeof(double), kAlignment))) {}
 
   double* data() const { return memory_.get(); }
-  bool is_empty() const { return memory_ == nullptr; }
+  bool is_empty() const { return !memory_; }
 
 private:
   struct Free {

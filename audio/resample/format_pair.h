@@ -13,7 +13,7 @@ struct FormatPair {
   DWORD channels = 0;
 
   FormatPair(const WAVEFORMATEX* dst, const WAVEFORMATEX* src) {
-    if (dst == nullptr || src == nullptr) return;
+    if (!dst || !src) return;
     type = QvAudio_GetSampleType(src);
     if (QvAudio_GetSampleType(dst) != type || dst->nChannels != src->nChannels) return;
     src_rate = src->nSamplesPerSec;

@@ -12,7 +12,7 @@ namespace qv::audio {
 /// Makes a converter that `set_up` (of the converter, answers a result, may throw) fills; the handle is null without.
 template <class Converter, class SetUp>
 HRESULT open_converter(Converter** handle, SetUp set_up) {
-  if (handle == nullptr) return E_INVALIDARG;
+  if (!handle) return E_INVALIDARG;
   *handle = nullptr;
   try {
     auto made = std::make_unique<Converter>();
@@ -27,7 +27,7 @@ HRESULT open_converter(Converter** handle, SetUp set_up) {
 /// Puts what `open` makes in the place of what is behind the handle; a failure changes nothing.
 template <class Converter, class Open>
 HRESULT renew(Converter* handle, Open open) {
-  if (handle == nullptr) return E_INVALIDARG;
+  if (!handle) return E_INVALIDARG;
   Converter* made = nullptr;
   const HRESULT result = open(&made);
   if (FAILED(result)) return result;

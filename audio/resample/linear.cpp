@@ -82,11 +82,10 @@ DWORD first_output_at(const ResampleBlock& block, int64_t frame) {
   DWORD above = block.frames;
   while (below < above) {
     const DWORD middle = below + (above - below) / 2;
-    if (block.timeline->position(middle).frame < frame) {
+    if (block.timeline->position(middle).frame < frame)
       below = middle + 1;
-    } else {
+    else
       above = middle;
-    }
   }
   return below;
 }

@@ -1,11 +1,12 @@
 // Converters: opened, driven block by block, asked where they stand.
+#include "qv/resample.h"
+
 #include "audio/resample/format_pair.h"
 #include "audio/resample/handle.h"
 #include "audio/resample/sinc.h"
 
 #include "qv/audio_kernels.h"
 #include "qv/filter.h"
-#include "qv/resample.h"
 
 #include <cmath>
 #include <cstring>
@@ -65,7 +66,7 @@ DWORD lowpass_order(DWORD flags) {
 }
 
 HRESULT set_up(QVRESAMPLE& converter, QVSAMPLETYPE type, DWORD src_rate, DWORD dst_rate, DWORD channels, DWORD flags) {
-  if (src_rate == 0 || dst_rate == 0 || channels == 0 || linear_kernel(type) == nullptr) return E_INVALIDARG;
+  if (src_rate == 0 || dst_rate == 0 || channels == 0 || !linear_kernel(type)) return E_INVALIDARG;
   converter.type = type;
   converter.channels = channels;
   converter.flags = usable_flags(type, flags);
@@ -100,11 +101,10 @@ void QVRESAMPLE::keep_history(const void* src, DWORD counted) {
 
 void QVRESAMPLE::convert(void* dst, DWORD frames, void* src, DWORD readable, DWORD counted) {
   if (has_filter && timeline.is_falling() && quality() >= QVRESAMPLE_FILTERED) {
-    if (type == QVSAMPLE_FLOAT32) {
+    if (type == QVSAMPLE_FLOAT32)
       filter.ProcessFloat(static_cast<float*>(src), static_cast<const float*>(src), readable, 0);
-    } else {
+    else
       filter.ProcessDouble(static_cast<double*>(src), static_cast<const double*>(src), readable, 0);
-    }
   }
   const ResampleBlock block = {static_cast<uint8_t*>(dst),
                                frames,
@@ -114,11 +114,10 @@ void QVRESAMPLE::convert(void* dst, DWORD frames, void* src, DWORD readable, DWO
                                &timeline,
                                history.data(),
                                history_frames};
-  if (is_sinc()) {
+  if (is_sinc())
     run_sinc(block, type, bank);
-  } else {
+  else
     linear(block);
-  }
   keep_history(src, counted);
   timeline.advance(frames, counted);
 }
@@ -148,8 +147,8 @@ DWORD QVRESAMPLE::process(void* dst, void* src, DWORD count) {
 
 HRESULT QvAudio_ResampleOpen(HQVRESAMPLE* handle, QVSAMPLETYPE type, DWORD srcRate, DWORD dstRate, DWORD channels,
                              DWORD flags) {
-  return open_converter(handle,
-                        [=](QVRESAMPLE& made) { return set_up(made, type, srcRate, dstRate, channels, flags); });
+  return open_converter(
+      handle, [=](QVRESAMPLE& made) { return set_up(made, type, srcRate, dstRate, channels, flags); });
 }
 
 HRESULT QvAudio_ResampleOpenEx(HQVRESAMPLE* handle, const WAVEFORMATEX* dstFormat, const WAVEFORMATEX* srcFormat,
@@ -160,8 +159,8 @@ HRESULT QvAudio_ResampleOpenEx(HQVRESAMPLE* handle, const WAVEFORMATEX* dstForma
 
 HRESULT QvAudio_ResampleReset(HQVRESAMPLE handle, QVSAMPLETYPE type, DWORD srcRate, DWORD dstRate, DWORD channels,
                               DWORD flags) {
-  return renew(handle,
-               [=](HQVRESAMPLE* made) { return QvAudio_ResampleOpen(made, type, srcRate, dstRate, channels, flags); });
+  return renew(
+      handle, [=](HQVRESAMPLE* made) { return QvAudio_ResampleOpen(made, type, srcRate, dstRate, channels, flags); });
 }
 
 HRESULT QvAudio_ResampleResetEx(HQVRESAMPLE handle, const WAVEFORMATEX* dstFormat, const WAVEFORMATEX* srcFormat,
@@ -173,11 +172,11 @@ HRESULT QvAudio_ResampleResetEx(HQVRESAMPLE handle, const WAVEFORMATEX* dstForma
 void QvAudio_ResampleClose(HQVRESAMPLE handle) { delete handle; }
 
 DWORD QvAudio_ResampleEx(HQVRESAMPLE handle, void* dst, void* src, DWORD count) {
-  return handle == nullptr ? 0 : handle->process(dst, src, count);
+  return handle ? handle->process(dst, src, count) : 0;
 }
 
 HRESULT QvAudio_Resample(const WAVEFORMATEX* format, void* dst, DWORD dstFrames, void* src, DWORD srcFrames) {
-  if (format == nullptr || srcFrames == 0) return S_OK;
+  if (!format || srcFrames == 0) return S_OK;
   const ULONGLONG rate = ULONGLONG{format->nSamplesPerSec} * dstFrames / srcFrames;
   if (rate > 0xFFFFFFFF) return S_OK;
   HQVRESAMPLE converter = nullptr;
@@ -189,7 +188,7 @@ HRESULT QvAudio_Resample(const WAVEFORMATEX* format, void* dst, DWORD dstFrames,
 }
 
 DWORD QvAudio_ResampleStupid(HQVRESAMPLE handle, void* dst, DWORD dstFrames, const void* src, DWORD srcFrames) {
-  if (handle == nullptr || handle->linear == nullptr) return kUnserved;
+  if (!handle || !handle->linear) return kUnserved;
   if (dstFrames == srcFrames) {
     if (dst != src) std::memcpy(dst, src, size_t{srcFrames} * handle->frame_bytes());
     return dstFrames;
@@ -203,7 +202,7 @@ DWORD QvAudio_ResampleStupid(HQVRESAMPLE handle, void* dst, DWORD dstFrames, con
 
 DWORD QvAudio_Resample_Sinc(QVSAMPLETYPE type, DWORD channels, void* dst, DWORD dstFrames, const void* src,
                             DWORD srcFrames, HQVRESAMPLE handle) {
-  if (handle == nullptr || !handle->is_sinc() || handle->type != type || handle->channels != channels) return 0;
+  if (!handle || !handle->is_sinc() || handle->type != type || handle->channels != channels) return 0;
   const DWORD readable = srcFrames + (handle->is_driven_by_output() && handle->timeline.is_rising() ? 1 : 0);
   run_sinc({static_cast<uint8_t*>(dst), dstFrames, static_cast<const uint8_t*>(src), readable, channels,
             &handle->timeline, handle->history.data(), handle->history_frames},

@@ -159,11 +159,10 @@ SincBank::SincBank(const Timeline& timeline) {
 }
 
 void run_sinc(const ResampleBlock& block, QVSAMPLETYPE type, const SincBank& bank) {
-  if (type == QVSAMPLE_FLOAT32) {
+  if (type == QVSAMPLE_FLOAT32)
     SincRun<float>(block, bank).run();
-  } else {
+  else
     SincRun<double>(block, bank).run();
-  }
 }
 
 } // namespace qv::audio

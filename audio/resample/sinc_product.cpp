@@ -34,9 +34,8 @@ template <size_t kLeft>
 #pragma GCC unroll 16
     for (size_t k = 0; k < kParts; ++k)
       add_products(parts[k], frames + at + k * kLanes, row + at + k * kLanes);
-      // The rest, with bounds that are known, so that the sums stay in registers.
 #pragma GCC unroll 16
-  for (size_t k = 0; k < kParts; ++k)
+  for (size_t k = 0; k < kParts; ++k) // the rest, with bounds that are known, so that the sums stay in registers
     if (at + k * kLanes < count) add_products(parts[k], frames + at + k * kLanes, row + at + k * kLanes);
 #pragma GCC unroll 4
   for (size_t half = kParts / 2; half > 0; half /= 2)
@@ -50,9 +49,8 @@ template <size_t kLeft>
 #pragma GCC unroll 4
     for (size_t k = 0; k < half; ++k)
       values[k] += values[k + half];
-      // One by one: a wide load of what was just stored in parts would wait for memory.
 #pragma GCC unroll 2
-  for (size_t k = 0; k < kLeft; ++k)
+  for (size_t k = 0; k < kLeft; ++k) // one by one: a wide load of what was just stored in parts would wait for memory
     left[k] = values[k];
 }
 

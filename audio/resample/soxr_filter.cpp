@@ -34,7 +34,7 @@ std::unique_ptr<SoxrFilter> SoxrFilter::make(const Timeline& timeline, DWORD cha
   soxr_error_t error = nullptr;
   filter->soxr_ =
       soxr_create(static_cast<double>(src), static_cast<double>(dst), channels, &error, &samples, &quality, &runtime);
-  if (filter->soxr_ == nullptr) throw std::bad_alloc();
+  if (!filter->soxr_) throw std::bad_alloc();
   filter->channels_ = channels;
   filter->prime(timeline);
   return filter;

@@ -55,7 +55,7 @@ struct QVRESAMPLE2 {
   double* line(DWORD channel) { return frames.data() + channel * line_size(); }
   const double* line(DWORD channel) const { return frames.data() + channel * line_size(); }
   /// Frames behind an output that it waits for.
-  DWORD ahead() const { return soxr != nullptr ? soxr->ahead() : rows.ahead(); }
+  DWORD ahead() const { return soxr ? soxr->ahead() : rows.ahead(); }
 
   HRESULT set_up(QVSAMPLETYPE new_type, DWORD src_rate, DWORD dst_rate, DWORD new_channels,
                  QVRESAMPLE2_QUALITY new_quality, const QVRESAMPLE2* old);
@@ -74,17 +74,17 @@ HRESULT QVRESAMPLE2::set_up(QVSAMPLETYPE new_type, DWORD src_rate, DWORD dst_rat
   if (src_rate == 0 || dst_rate == 0 || new_channels == 0 || new_quality > QVRESAMPLE2_BEST) return E_INVALIDARG;
   if (src_rate / kMostRatio > dst_rate || dst_rate / kMostRatio > src_rate) return E_INVALIDARG;
   load = load_frames(new_type);
-  if (load == nullptr) return E_INVALIDARG;
+  if (!load) return E_INVALIDARG;
   type = new_type;
   channels = new_channels;
   quality = new_quality;
   store = QvAudio_GetCopyFunction2(type, QVSAMPLE_FLOAT64);
   sum_of_products = product();
   timeline = Timeline(src_rate, dst_rate);
-  if (old != nullptr && old->timeline.position(0).part != 0) timeline.refine();
+  if (old && old->timeline.position(0).part != 0) timeline.refine();
   rows = TapRows(quality, timeline);
-  if (quality == QVRESAMPLE2_BEST && old == nullptr) soxr = SoxrFilter::make(timeline, channels);
-  if (soxr == nullptr) rows.make_table();
+  if (quality == QVRESAMPLE2_BEST && !old) soxr = SoxrFilter::make(timeline, channels);
+  if (!soxr) rows.make_table();
   const bool filters = quality == QVRESAMPLE2_FILTERED || quality == QVRESAMPLE2_SINC;
   if (filters && timeline.is_falling()) {
     const DWORD order = quality == QVRESAMPLE2_SINC ? 6 : 4;
@@ -94,7 +94,7 @@ HRESULT QVRESAMPLE2::set_up(QVSAMPLETYPE new_type, DWORD src_rate, DWORD dst_rat
     has_filter = true;
   }
   capacity = rows.before() + ahead() + static_cast<DWORD>(timeline.inverse()) + 2 + kChunkFrames + kSpare +
-             (old == nullptr ? 0 : old->waiting);
+             (old ? old->waiting : 0);
   frames.resize(channels * line_size());
   chunk.resize(size_t{kChunkFrames} * channels);
   own_row.resize(rows.row_size());
@@ -129,7 +129,7 @@ uint64_t QVRESAMPLE2::ready() const {
 
 /// The next outputs, at most kChunkFrames.
 void QVRESAMPLE2::make(uint8_t* dst, DWORD count) {
-  if (soxr != nullptr) {
+  if (soxr) {
     soxr->take(chunk.data(), count);
   } else {
     for (DWORD k = 0; k < count; ++k) {
@@ -159,7 +159,7 @@ void QVRESAMPLE2::discard() {
 
 /// What is in the chunk.
 void QVRESAMPLE2::append(DWORD count) {
-  if (soxr != nullptr) soxr->give(chunk.data(), count);
+  if (soxr) soxr->give(chunk.data(), count);
   for (DWORD channel = 0; channel < channels; ++channel)
     for (DWORD k = 0; k < count; ++k)
       line(channel)[waiting + k] = chunk[size_t{k} * channels + channel];
@@ -200,9 +200,9 @@ HRESULT QvAudio_Resample2OpenEx(HQVRESAMPLE2* handle, const WAVEFORMATEX* dstFor
 
 HRESULT QvAudio_Resample2Reset(HQVRESAMPLE2 handle, QVSAMPLETYPE type, DWORD srcRate, DWORD dstRate, DWORD channels,
                                QVRESAMPLE2_QUALITY quality) {
-  return renew(handle, [=](HQVRESAMPLE2* made) {
-    return QvAudio_Resample2Open(made, type, srcRate, dstRate, channels, quality);
-  });
+  return renew(
+      handle,
+      [=](HQVRESAMPLE2* made) { return QvAudio_Resample2Open(made, type, srcRate, dstRate, channels, quality); });
 }
 
 HRESULT QvAudio_Resample2ResetEx(HQVRESAMPLE2 handle, const WAVEFORMATEX* dstFormat, const WAVEFORMATEX* srcFormat,
@@ -214,22 +214,26 @@ HRESULT QvAudio_Resample2ResetEx(HQVRESAMPLE2 handle, const WAVEFORMATEX* dstFor
 void QvAudio_Resample2Close(HQVRESAMPLE2 handle) { delete handle; }
 
 HRESULT QvAudio_Resample2SetRates(HQVRESAMPLE2 handle, DWORD srcRate, DWORD dstRate) {
-  return renew(handle, [=](HQVRESAMPLE2* renewed) {
-    return open_converter(renewed, [=](QVRESAMPLE2& made) {
-      const QVRESAMPLE2& old = *handle;
-      const HRESULT result = made.set_up(old.type, srcRate, dstRate, old.channels, old.quality, &old);
-      if (SUCCEEDED(result)) made.take_over(old);
-      return result;
-    });
-  });
+  return renew(
+      handle,
+      [=](HQVRESAMPLE2* renewed) {
+        return open_converter(
+            renewed,
+            [=](QVRESAMPLE2& made) {
+              const QVRESAMPLE2& old = *handle;
+              const HRESULT result = made.set_up(old.type, srcRate, dstRate, old.channels, old.quality, &old);
+              if (SUCCEEDED(result)) made.take_over(old);
+              return result;
+            });
+      });
 }
 
 HRESULT QvAudio_Resample2Process(HQVRESAMPLE2 handle, void* dst, DWORD dstCapacity, DWORD* written, const void* src,
                                  DWORD srcFrames, DWORD* used) {
-  if (handle == nullptr || dst == nullptr || written == nullptr || used == nullptr) return E_INVALIDARG;
+  if (!handle || !dst || !written || !used) return E_INVALIDARG;
   *written = *used = 0;
-  if (src != nullptr && handle->is_flushing) return E_INVALIDARG;
-  if (src == nullptr && !handle->is_flushing) {
+  if (src && handle->is_flushing) return E_INVALIDARG;
+  if (!src && !handle->is_flushing) {
     handle->is_flushing = true;
     handle->end = handle->waiting;
   }
@@ -244,7 +248,7 @@ HRESULT QvAudio_Resample2Process(HQVRESAMPLE2 handle, void* dst, DWORD dstCapaci
     }
     handle->discard();
     if (*written == dstCapacity) break;
-    if (src == nullptr) {
+    if (!src) {
       if (handle->timeline.outputs_within(handle->end) == 0) break;
       handle->pad();
     } else {

@@ -50,13 +50,12 @@ public:
     // count x ratio - phase, truncated.
     Wide frames = (count * denominator * denominator - Wide{phase_} * step_) / (Wide{step_} * denominator);
     const Wide last = (count - 1) * denominator - phase_; // where the block's last frame stands behind the phase
-    if (!is_falling()) {
+    if (!is_falling())
       frames = std::min(frames, floor_of(last, step_));
-    } else if (source > 1) {
+    else if (source > 1)
       frames = std::max(frames, -floor_of(-last, step_)); // up to the last frame or behind it
-    } else {
+    else
       frames = std::max(frames, floor_of(last - denominator, step_) + 1); // the same truncated: behind frame -1
-    }
     return static_cast<DWORD>(std::clamp<Wide>(frames, 0, 0xFFFFFFFF));
   }
 

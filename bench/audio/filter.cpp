@@ -1,7 +1,9 @@
 // Filters over float stereo: recursive ones against those of libavfilter, the other ones against a plain loop.
 #include "qv/filter.h"
+
 #include "bench/audio/groups.h"
 #include "bench/ratios.h"
+
 #include "qv/equalizer.h"
 #include "qv/fir.h"
 

@@ -3,6 +3,7 @@
 //     bench_audio [FILTER [generic|sse2|avx2|avx512]]   the groups whose name has it, at that level at most
 #include "bench/audio/groups.h"
 #include "bench/ratios.h"
+
 #include "qv/cpu.h"
 
 #include <algorithm>

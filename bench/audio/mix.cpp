@@ -3,6 +3,7 @@
 #include "audio/kernels/kernel_table.h"
 #include "bench/audio/groups.h"
 #include "bench/ratios.h"
+
 #include "qv/cpu.h"
 
 #include <bit>

@@ -56,14 +56,14 @@ std::shared_ptr<MemoryFile> open(QVSAMPLETYPE type, int mode, size_t count, cons
   if (format_of(type) == 0) return nullptr;
   auto memory = std::make_shared<MemoryFile>();
   memory->bytes.resize(count * QvAudio_BytesFromSampleType(type) + 64);
-  if (samples != nullptr) std::memcpy(memory->bytes.data(), samples, memory->bytes.size() - 64);
+  if (samples) std::memcpy(memory->bytes.data(), samples, memory->bytes.size() - 64);
   SF_INFO info{};
   info.samplerate = 48000;
   info.channels = 2;
   info.format = format_of(type);
   SF_VIRTUAL_IO io{MemoryFile::length, MemoryFile::seek, MemoryFile::read, MemoryFile::write, MemoryFile::tell};
   memory->file = sf_open_virtual(&io, mode, &info, memory.get());
-  if (memory->file == nullptr) return nullptr;
+  if (!memory->file) return nullptr;
   sf_command(memory->file, SFC_SET_CLIPPING, nullptr, SF_TRUE);
   return memory;
 }

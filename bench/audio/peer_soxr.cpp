@@ -10,7 +10,7 @@ Conversion soxr_conversion(bool best, DWORD src_rate, DWORD dst_rate, DWORD fram
   const soxr_runtime_spec_t runtime = soxr_runtime_spec(1);
   const std::shared_ptr<soxr> state(soxr_create(src_rate, dst_rate, 2, &error, nullptr, &quality, &runtime),
                                     soxr_delete);
-  if (error != nullptr) return nullptr;
+  if (error) return nullptr;
   return [=] {
     size_t used = 0;
     size_t made = 0;

@@ -27,7 +27,7 @@ Conversion swresample_conversion(QVSAMPLETYPE dst, QVSAMPLETYPE src, Buffer to, 
   AVChannelLayout stereo = AV_CHANNEL_LAYOUT_STEREO;
   SwrContext* context = nullptr;
   swr_alloc_set_opts2(&context, &stereo, format_of(dst), 48000, &stereo, format_of(src), 48000, 0, nullptr);
-  if (context == nullptr || swr_init(context) < 0) return nullptr;
+  if (!context || swr_init(context) < 0) return nullptr;
   const std::shared_ptr<SwrContext> owner(context, [](SwrContext* c) { swr_free(&c); });
   return [=] {
     uint8_t* out[] = {to->data()};

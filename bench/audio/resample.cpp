@@ -1,7 +1,9 @@
 // Resampling of float stereo, against libsamplerate and soxr.
 #include "qv/resample.h"
+
 #include "bench/audio/groups.h"
 #include "bench/ratios.h"
+
 #include "qv/cpu.h"
 
 #include <string>

@@ -1,6 +1,7 @@
 // A repair reads and writes the header; the audio behind it costs nothing.
 #include "bench/ratios.h"
 #include "bench/riff/groups.h"
+
 #include "qv/riff.h"
 #include "qv/wave_file.h"
 

@@ -1,6 +1,7 @@
 // Walking to the last of 50 chunks, against libsndfile's open and close of the same file.
 #include "bench/ratios.h"
 #include "bench/riff/groups.h"
+
 #include "qv/riff.h"
 
 #include <cstdlib>
@@ -52,7 +53,7 @@ void add_walk(const ScratchFolder& folder) {
                           [name = path.string()] {
                             SF_INFO info{};
                             SNDFILE* file = sf_open(name.c_str(), SFM_READ, &info);
-                            if (file == nullptr || info.frames != 1000) std::abort();
+                            if (!file || info.frames != 1000) std::abort();
                             sf_close(file);
                           },
                           18.0});

@@ -1,14 +1,13 @@
 // Converts two stereo frames of 16-bit audio to float, and describes what they became.
-#include <qv/qv.h>
-
 #include <cstdint>
 #include <cstdio>
+#include <qv/qv.h>
 
 int main() {
   const int16_t recorded[] = {16384, -16384, -32768, 32767};
   float samples[4];
   const QVAUDIO_COPYFUNC copy = QvAudio_GetCopyFunction2(QVSAMPLE_FLOAT32, QVSAMPLE_PCM16);
-  if (copy == nullptr) return 1;
+  if (!copy) return 1;
   copy(samples, recorded, 4, 1.0f);
 
   WAVEFORMATEX format;

@@ -49,7 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     require(bare || sizeof(WAVEFORMATEX) + written->cbSize <= capacity);
   }
   WAVEFORMATEX* copy = QvAudio_AllocAndCopyWfx(*record, mode);
-  require(copy != nullptr);
+  require(copy);
   // The "RA" types have no tag to be written with.
   const bool has_tag = QvAudio_FormatTagFromSampleType(record->sampleType) != 0;
   if (has_tag) require(QvAudio_GetSampleType(copy) == record->sampleType);
@@ -59,6 +59,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   QvAudio_FixBadWfx(copy);
   const HGLOBAL handle = GlobalHandle(copy);
   GlobalUnlock(handle);
-  require(GlobalFree(handle) == nullptr);
+  require(!GlobalFree(handle));
   return 0;
 }

@@ -1,7 +1,7 @@
 // The RIFF functions on any bytes: every walk ends, none leaves the file longer, deletion takes away what it says.
-#include "qv/riff.h"
-
 #include "fuzz/riff/memory_file.h"
+
+#include "qv/riff.h"
 
 using namespace fuzz;
 
@@ -11,7 +11,7 @@ constexpr DWORD kIds[] = {QVRIFF_ID_FMT, QVRIFF_ID_DATA, QVRIFF_ID_LIST, QvFourC
 
 void read_data(const MemoryFile& file, DWORD size) {
   QVRIFFDATA data = {size, nullptr};
-  if (FAILED(riff_ReadDataAlloc(file.handle, &data)) || data.data == nullptr) return;
+  if (FAILED(riff_ReadDataAlloc(file.handle, &data)) || !data.data) return;
   require(data.size <= file.size());
   const HGLOBAL block = GlobalHandle(data.data);
   GlobalUnlock(block);

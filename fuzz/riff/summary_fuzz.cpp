@@ -1,9 +1,9 @@
 // Summary lists out of any bytes: every load, fetch and stream ends within what is there, what was loaded survives
 // being saved, and a merge keeps the texts that it promises to keep.
+#include "fuzz/riff/memory_file.h"
+
 #include "qv/memory_stream.h"
 #include "qv/summary.h"
-
-#include "fuzz/riff/memory_file.h"
 
 #include <algorithm>
 
@@ -23,10 +23,10 @@ using Loader = HRESULT (*)(HANDLE, _summarylisttag*, DWORD*);
 using Saver = HRESULT (*)(HANDLE, const _summarylisttag*, DWORD*);
 
 void check_fields(const List& list, size_t most_items) {
-  require((list.count == 0) == (list.items == nullptr) && list.count <= most_items);
+  require((list.count == 0) == (!list.items) && list.count <= most_items);
   for (DWORD k = 0; k < list.count; ++k) {
     const WCHAR* const text = list.items[k].text;
-    if (text == nullptr) continue;
+    if (!text) continue;
     const size_t bytes = (std::char_traits<WCHAR>::length(text) + 1) * sizeof(WCHAR);
     require(bytes <= GlobalSize(GlobalHandle(text)));
   }

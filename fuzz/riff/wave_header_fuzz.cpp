@@ -2,11 +2,11 @@
 // a header, deletion takes away what it says.
 //
 // Input: a byte that says what is done, one for the limit of the repairs, and the file.
+#include "fuzz/riff/memory_file.h"
+
 #include "qv/iff.h"
 #include "qv/riff64.h"
 #include "qv/wave_file.h"
-
-#include "fuzz/riff/memory_file.h"
 
 using namespace fuzz;
 
@@ -19,7 +19,7 @@ void walk_wave64(const MemoryFile& file) {
     if (SUCCEEDED(riff64_FindChunkHeaderInRIFF(file.handle, id, &size, &left))) {
       require(file.position() >= 64 && file.position() <= file.size());
       QVRIFF64DATA data = {size, nullptr};
-      if (SUCCEEDED(riff64_ReadDataAlloc(file.handle, &data)) && data.data != nullptr) {
+      if (SUCCEEDED(riff64_ReadDataAlloc(file.handle, &data)) && data.data) {
         require(data.size <= static_cast<ULONGLONG>(file.size()));
         const HGLOBAL block = GlobalHandle(data.data);
         GlobalUnlock(block);

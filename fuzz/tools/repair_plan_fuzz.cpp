@@ -2,9 +2,10 @@
 //
 // Input: a byte that says whether the file is a Wave64 file by its name, and the file.
 #include "fuzz/riff/memory_file.h"
-#include "qv/wave_file.h"
 #include "tools/qv/failure.h"
 #include "tools/qv/repair/repair_plan.h"
+
+#include "qv/wave_file.h"
 
 #include <string>
 

@@ -32,7 +32,6 @@
 // clang-format on
 #else
 #include "qv/win32/win32_posix.h"
-
 #include "qv/win32/win32_posix_com.h"
 #include "qv/win32/win32_posix_registry.h"
 #endif

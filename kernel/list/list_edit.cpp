@@ -11,8 +11,8 @@ using namespace qv::kernel;
 HRESULT QvList_InsertList(tQVLIST* list, LONG index, const void* src, LONG n) {
   const ListGate gate(list);
   if (!gate) return E_FAIL;
-  if (src == nullptr) {
-    if (n != -1 || list->pendingItem == nullptr) return E_FAIL;
+  if (!src) {
+    if (n != -1 || !list->pendingItem) return E_FAIL;
     const void* pending = list->pendingItem;
     return insert_slots(list, index, &pending, 1);
   }
@@ -23,7 +23,7 @@ HRESULT QvList_InsertList(tQVLIST* list, LONG index, const void* src, LONG n) {
 namespace {
 
 HRESULT delete_pending(tQVLIST* list) {
-  if (list->pendingItem == nullptr) return E_FAIL;
+  if (!list->pendingItem) return E_FAIL;
   free_item(list, list->pendingItem);
   list->pendingItem = nullptr;
   return S_OK;
@@ -78,7 +78,7 @@ public:
   Scratch(const Scratch&) = delete;
   Scratch& operator=(const Scratch&) = delete;
   ~Scratch() {
-    if (block_ != nullptr) GlobalFree(block_);
+    if (block_) GlobalFree(block_);
   }
   void* memory() { return memory_; }
 
@@ -91,7 +91,7 @@ private:
 HRESULT move_slots(tQVLIST* list, int64_t from, int64_t to, int64_t n) {
   const uint64_t bytes = static_cast<uint64_t>(n) * list->itemSize;
   Scratch scratch(bytes);
-  if (scratch.memory() == nullptr) return E_OUTOFMEMORY;
+  if (!scratch.memory()) return E_OUTOFMEMORY;
   std::memcpy(scratch.memory(), slot_address(list, from), bytes);
   // What lies between the two places makes room by n slots.
   if (from < to) {

@@ -13,12 +13,12 @@ std::atomic_ref<LONGLONG> user_data(tQVLIST* list) { return std::atomic_ref<LONG
 
 LONGLONG QvList_GetSortCriteria(tQVLIST* list) {
   const ListGate gate(list);
-  return list == nullptr ? 0 : list->sortCriteria;
+  return list ? list->sortCriteria : 0;
 }
 
 DWORD QvList_GetCreateOptions(tQVLIST* list) {
   const ListGate gate(list);
-  return list == nullptr ? 0 : options_of(list);
+  return list ? options_of(list) : 0;
 }
 
 LONGLONG QvList_SetUserData(tQVLIST* list, LONGLONG value) {
@@ -31,10 +31,10 @@ LONGLONG QvList_GetUserData(tQVLIST* list) {
   return gate ? user_data(list).load() : kRefusedUserData;
 }
 
-DWORD QvList_GetThreadOwner(tQVLIST* list) { return list == nullptr ? 0 : list->ownerThread; }
+DWORD QvList_GetThreadOwner(tQVLIST* list) { return list ? list->ownerThread : 0; }
 
 HRESULT QvList_SetThreadOwner(tQVLIST* list, DWORD threadId) {
-  if (list == nullptr) return E_FAIL;
+  if (!list) return E_FAIL;
   list->ownerThread = threadId != 0 ? threadId : GetCurrentThreadId();
   return S_OK;
 }
@@ -44,7 +44,7 @@ LONG QvList_IsList(const void* list, ULONGLONG bytes) {
 }
 
 LONG QvList_IsListFast(const void* list) {
-  return list != nullptr && static_cast<const tQVLIST*>(list)->signature == QVLIST_SIGNATURE ? 1 : 0;
+  return list && static_cast<const tQVLIST*>(list)->signature == QVLIST_SIGNATURE ? 1 : 0;
 }
 
 LONG QvList_IsValidIndexSlow(tQVLIST* list, LONG index) {
@@ -53,6 +53,6 @@ LONG QvList_IsValidIndexSlow(tQVLIST* list, LONG index) {
 }
 
 LONG QvList_GetFileAndLine(tQVLIST*, WCHAR* text) {
-  if (text != nullptr) *text = 0;
+  if (text) *text = 0;
   return -1;
 }

@@ -18,7 +18,7 @@ inline bool has_option(const tQVLIST* list, DWORD option) { return (options_of(l
 class ListGate {
 public:
   explicit ListGate(tQVLIST* list) : list_(list) {
-    if (list == nullptr) return;
+    if (!list) return;
     const DWORD options = options_of(list);
     if ((options & QVLIST_OPT_THREADSAFE) != 0) {
       EnterCriticalSection(&list->lock);

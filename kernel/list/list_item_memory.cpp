@@ -25,7 +25,7 @@ uint64_t check_of(const void* block, uint64_t bytes) {
 }
 
 void* with_note(void* block, uint64_t bytes) {
-  if (block == nullptr) return nullptr;
+  if (!block) return nullptr;
   const SizeNote note{bytes, check_of(block, bytes)};
   std::memcpy(static_cast<BYTE*>(block) + _msize(block) - sizeof note, &note, sizeof note);
   return block;
@@ -50,22 +50,21 @@ void* allocate_item(const tQVLIST* list, uint64_t bytes) {
 }
 
 void* reallocate_item(const tQVLIST* list, void* item, uint64_t bytes) {
-  if (item == nullptr) return allocate_item(list, bytes);
+  if (!item) return allocate_item(list, bytes);
   if (has_private_heap(list)) return HeapReAlloc(list->itemHeap, list->heapAllocFlags, item, bytes);
   return bytes > kLargest ? nullptr : with_note(std::realloc(item, bytes + sizeof(SizeNote)), bytes);
 }
 
 void free_item(const tQVLIST* list, void* item) {
-  if (item == nullptr) return;
-  if (has_private_heap(list)) {
+  if (!item) return;
+  if (has_private_heap(list))
     HeapFree(list->itemHeap, list->heapFreeFlags, item);
-  } else {
+  else
     std::free(item);
-  }
 }
 
 uint64_t item_bytes(const tQVLIST* list, void* item) {
-  if (item == nullptr) return 0;
+  if (!item) return 0;
   return has_private_heap(list) ? HeapSize(list->itemHeap, list->heapFreeFlags, item) : noted_bytes(item);
 }
 

@@ -1,7 +1,6 @@
 // The items of heap-item lists.
-#include "kernel/list/list_item_memory.h"
-
 #include "kernel/list/list_gate.h"
+#include "kernel/list/list_item_memory.h"
 #include "kernel/list/list_slots.h"
 
 #include <cstring>
@@ -10,24 +9,24 @@ using namespace qv::kernel;
 
 HRESULT QvList_AllocItem(tQVLIST* list, ULONGLONG size, void** item) {
   const ListGate gate(list);
-  if (item == nullptr) return E_FAIL;
+  if (!item) return E_FAIL;
   *item = nullptr;
-  if (!gate || !is_heap_list(list) || list->pendingItem != nullptr) return E_FAIL;
+  if (!gate || !is_heap_list(list) || list->pendingItem) return E_FAIL;
   list->pendingItem = allocate_item(list, size);
   *item = list->pendingItem;
-  return *item == nullptr ? E_OUTOFMEMORY : S_OK;
+  return *item ? S_OK : E_OUTOFMEMORY;
 }
 
 HRESULT QvList_AllocAndInsertItem(tQVLIST* list, const void* src, ULONGLONG size, LONG index, LONG* outIndex) {
-  if (outIndex != nullptr) *outIndex = -1;
-  if (list == nullptr) return E_FAIL;
+  if (outIndex) *outIndex = -1;
+  if (!list) return E_FAIL;
   const ListGate whole(list);
   if (!whole) return E_FAIL;
   if (index < 0 || index > list->count) index = list->count;
   void* item = nullptr;
   HRESULT result = QvList_AllocItem(list, size, &item);
   if (SUCCEEDED(result)) {
-    if (src != nullptr) std::memcpy(item, src, size);
+    if (src) std::memcpy(item, src, size);
     result = QvList_InsertList(list, index, nullptr, -1);
   }
   if (FAILED(result)) {
@@ -36,7 +35,7 @@ HRESULT QvList_AllocAndInsertItem(tQVLIST* list, const void* src, ULONGLONG size
     list->pendingItem = nullptr;
     return result;
   }
-  if (outIndex != nullptr) *outIndex = index;
+  if (outIndex) *outIndex = index;
   return S_OK;
 }
 
@@ -44,7 +43,7 @@ HRESULT QvList_ReAllocItem(tQVLIST* list, LONG index, ULONGLONG size) {
   const ListGate gate(list);
   if (!gate || !is_heap_list(list) || index < 0 || index >= list->count) return E_FAIL;
   void* item = reallocate_item(list, slot_value(list, index), size);
-  if (item == nullptr) return E_OUTOFMEMORY;
+  if (!item) return E_OUTOFMEMORY;
   slot_value(list, index) = item;
   return S_OK;
 }
@@ -80,11 +79,10 @@ private:
 } // namespace
 
 HRESULT QvList_MoveItemsBetweenHeapLists(tQVLIST* dest, LONG destIndex, tQVLIST* src, LONG srcIndex, LONG n) {
-  if (dest == nullptr || src == nullptr || dest == src) return E_FAIL;
+  if (!dest || !src || dest == src) return E_FAIL;
   const ListGate dest_gate(dest);
   const ListGate src_gate(src);
-  if (!dest_gate || !src_gate || !is_heap_list(dest) || !is_heap_list(src) || dest->pendingItem != nullptr)
-    return E_FAIL;
+  if (!dest_gate || !src_gate || !is_heap_list(dest) || !is_heap_list(src) || dest->pendingItem) return E_FAIL;
   if (destIndex < 0 || destIndex > dest->count) destIndex = dest->count;
   const int64_t moved = n < 0 ? src->count : n;
   if (moved == 0) return S_OK;

@@ -27,7 +27,7 @@ HRESULT give_up(tQVLIST** list, tQVLIST* header, bool in_place) {
 }
 
 void free_items(tQVLIST* list) {
-  if (list->itemHeap != nullptr) {
+  if (list->itemHeap) {
     HeapDestroy(list->itemHeap); // and every item with it
     list->itemHeap = nullptr;
     return;
@@ -42,24 +42,24 @@ HRESULT QvList_CreateExZ(tQVLIST** list, DWORD itemSize, LONG initialCount, LONG
                          ULONG_PTR, ULONG_PTR) {
   options |= QVLIST_OPT_ANYTHREAD;
   const bool in_place = (options & QVLIST_OPT_INPLACE) != 0;
-  if (list == nullptr) return E_FAIL;
+  if (!list) return E_FAIL;
   tQVLIST* header = *list;
   if (in_place) {
-    if (header == nullptr) return E_FAIL;
+    if (!header) return E_FAIL;
     std::memset(static_cast<void*>(header), 0, sizeof *header);
   } else {
     *list = nullptr;
   }
   if ((options & QVLIST_OPT_HEAPITEMS) != 0 && (options & QVLIST_OPT_ARRAY) != 0) return E_FAIL;
   if (!in_place) header = static_cast<tQVLIST*>(std::calloc(1, sizeof *header));
-  if (header == nullptr) return E_OUTOFMEMORY;
+  if (!header) return E_OUTOFMEMORY;
 
   header->signature = QVLIST_SIGNATURE;
   header->itemSize = (options & QVLIST_OPT_ARRAY) != 0 ? (uint64_t{itemSize} + 3) / 4 * 4 : sizeof(void*);
   header->growBy = std::clamp(growBy <= 0 ? kDefaultSlots : growBy, kFewestSlots, kMostGrowth);
   const int64_t slots = whole_steps(header, std::max(initialCount <= 0 ? kDefaultSlots : initialCount, kFewestSlots));
   if (slots <= INT_MAX) header->items = allocate_slots(static_cast<uint64_t>(slots), header->itemSize);
-  if (header->items == nullptr) return give_up(list, header, in_place);
+  if (!header->items) return give_up(list, header, in_place);
   header->allocated = static_cast<LONG>(slots);
 
   if ((options & QVLIST_OPT_THREADSAFE) != 0 && !InitializeCriticalSectionAndSpinCount(&header->lock, 0)) {
@@ -72,7 +72,7 @@ HRESULT QvList_CreateExZ(tQVLIST** list, DWORD itemSize, LONG initialCount, LONG
   if ((options & QVLIST_OPT_HEAPITEMS) != 0) {
     if ((options & QVLIST_OPT_PRIVATEHEAP) != 0) {
       header->itemHeap = HeapCreate(HEAP_NO_SERIALIZE, kPrivateHeapBytes, 0);
-      if (header->itemHeap == nullptr) {
+      if (!header->itemHeap) {
         QvList_Destroy(header);
         return E_OUTOFMEMORY;
       }
@@ -85,7 +85,7 @@ HRESULT QvList_CreateExZ(tQVLIST** list, DWORD itemSize, LONG initialCount, LONG
 }
 
 HRESULT QvList_Destroy(tQVLIST* list) {
-  if (list == nullptr) return S_OK;
+  if (!list) return S_OK;
   if (list->signature != QVLIST_SIGNATURE) return E_FAIL;
   {
     const ListGate gate(list);
@@ -102,8 +102,7 @@ HRESULT QvList_Destroy(tQVLIST* list) {
 }
 
 HRESULT QvList_ConvertToInPlace(tQVLIST** list, void* storage) {
-  if (list == nullptr || storage == nullptr || *list == nullptr || (*list)->signature != QVLIST_SIGNATURE)
-    return E_INVALIDARG;
+  if (!list || !storage || !*list || (*list)->signature != QVLIST_SIGNATURE) return E_INVALIDARG;
   if (has_option(*list, QVLIST_OPT_INPLACE)) return E_FAIL;
   std::memcpy(storage, *list, sizeof **list);
   static_cast<tQVLIST*>(storage)->options |= QVLIST_OPT_INPLACE;

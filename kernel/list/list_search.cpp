@@ -31,10 +31,11 @@ Probed probe(LONGLONG criteria, const void* key, int64_t low, uint64_t left, QVL
 Probed probe(const tQVLIST* list, const void* key, int64_t low, int64_t count, QVLISTCOMPARE compare) {
   const auto left = static_cast<uint64_t>(count);
   if (is_array(list))
-    return probe(list->sortCriteria, key, low, left, compare,
-                 [items = slot_address(list, 0), bytes = list->itemSize](int64_t index) {
-                   return items + static_cast<uint64_t>(index) * bytes;
-                 });
+    return probe(
+        list->sortCriteria, key, low, left, compare,
+        [items = slot_address(list, 0), bytes = list->itemSize](int64_t index) {
+          return items + static_cast<uint64_t>(index) * bytes;
+        });
   return probe(list->sortCriteria, key, low, left, compare,
                [items = &slot_value(list, 0)](int64_t index) { return items[index]; });
 }
@@ -43,7 +44,7 @@ Probed probe(const tQVLIST* list, const void* key, int64_t low, int64_t count, Q
 
 LONG QvList_FindItemRange(tQVLIST* list, LONG start, LONG n, LONGLONG context, QVLISTMATCH match) {
   const ListGate gate(list);
-  if (!gate || match == nullptr) return -1;
+  if (!gate || !match) return -1;
   const int64_t first = std::max<LONG>(start, 0);
   const int64_t end = first + cut_range(list, first, n);
   for (int64_t i = first; i < end; ++i)
@@ -55,7 +56,7 @@ LONG QvList_FindSpecificItemRange(tQVLIST* list, LONG start, LONG n, const void*
   const ListGate gate(list);
   if (!gate) return -1;
   const bool array = is_array(list);
-  if (array && item == nullptr) return -1;
+  if (array && !item) return -1;
   const int64_t first = std::max<LONG>(start, 0);
   const int64_t end = first + cut_range(list, first, n);
   for (int64_t i = first; i < end; ++i) {
@@ -68,7 +69,7 @@ LONG QvList_FindSpecificItemRange(tQVLIST* list, LONG start, LONG n, const void*
 
 LONG QvList_FindSortedItemRange(tQVLIST* list, const void* key, LONG start, LONG n, QVLISTCOMPARE compare) {
   const ListGate gate(list);
-  if (!gate || compare == nullptr) return -1;
+  if (!gate || !compare) return -1;
   const int64_t first = std::max<LONG>(start, 0);
   const int64_t left = cut_range(list, first, n);
   if (left == 0) return -1;
@@ -78,7 +79,7 @@ LONG QvList_FindSortedItemRange(tQVLIST* list, const void* key, LONG start, LONG
 
 LONG QvList_FindSortedInsertIndexRange(tQVLIST* list, const void* key, LONG start, LONG n, QVLISTCOMPARE compare) {
   const ListGate gate(list);
-  if (!gate || compare == nullptr) return -1;
+  if (!gate || !compare) return -1;
   const int64_t first = std::max<LONG>(start, 0);
   if (first > list->count) return -1;
   const int64_t left = cut_range(list, first, n);

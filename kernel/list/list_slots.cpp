@@ -12,7 +12,7 @@ namespace qv::kernel {
 void* allocate_slots(uint64_t slots, uint64_t slot_bytes) {
   static_assert(sizeof(SIZE_T) == sizeof(uint64_t), "a LONG of slots of 4 GiB each has a size below 2^63");
   const HGLOBAL block = GlobalAlloc(GMEM_FIXED | GMEM_ZEROINIT, slots * slot_bytes);
-  return block == nullptr ? nullptr : GlobalLock(block);
+  return block ? GlobalLock(block) : nullptr;
 }
 
 void free_slots(void* items) {
@@ -35,7 +35,7 @@ bool resize_block(tQVLIST* list, uint64_t bytes, UINT may_move) {
   const HGLOBAL block = GlobalHandle(list->items);
   GlobalUnlock(block);
   const HGLOBAL resized = GlobalReAlloc(block, bytes, GMEM_ZEROINIT | may_move);
-  list->items = GlobalLock(resized == nullptr ? block : resized);
+  list->items = GlobalLock(resized ? resized : block);
   return resized != nullptr;
 }
 
@@ -88,11 +88,10 @@ HRESULT insert_slots(tQVLIST* list, int64_t index, const void* source, int64_t s
   }
   BYTE* gap = slot_address(list, position);
   if (position < count) std::memmove(gap + bytes, gap, static_cast<uint64_t>(count - position) * slot_bytes);
-  if (from_own) {
+  if (from_own)
     fill_from_own(static_cast<BYTE*>(list->items), static_cast<uint64_t>(position) * slot_bytes, bytes, offset);
-  } else {
+  else
     std::memcpy(gap, source, bytes);
-  }
   list->count = static_cast<LONG>(count + slots);
   list->pendingItem = nullptr;
   return S_OK;

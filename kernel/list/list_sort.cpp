@@ -40,7 +40,7 @@ HRESULT QvList_Sort(tQVLIST* list, LONGLONG criteria, QVLISTCOMPARE compare) {
   const ListGate gate(list);
   if (!gate) return E_FAIL;
   list->sortCriteria = criteria;
-  if (compare == nullptr) return S_OK;
+  if (!compare) return S_OK;
   for (int64_t end = int64_t{list->count} - 1; end >= 1; --end) {
     int64_t best = 0;
     for (int64_t i = 1; i <= end; ++i)
@@ -54,7 +54,7 @@ HRESULT QvList_HeapSort(tQVLIST* list, LONGLONG criteria, QVLISTCOMPARE compare)
   const ListGate gate(list);
   if (!gate) return E_FAIL;
   list->sortCriteria = criteria;
-  if (compare == nullptr) return S_OK;
+  if (!compare) return S_OK;
   const int64_t count = list->count;
   for (int64_t i = count / 2; i >= 2; --i)
     sift_down(list, compare, i, count);
@@ -67,10 +67,10 @@ HRESULT QvList_HeapSort(tQVLIST* list, LONGLONG criteria, QVLISTCOMPARE compare)
 
 HRESULT QvList_SortTo(tQVLIST* dest, tQVLIST* src, LONGLONG criteria, QVLISTCOMPARE compare) {
   const ListGate gate(src);
-  if (!gate || dest == nullptr || dest == src) return E_FAIL;
+  if (!gate || !dest || dest == src) return E_FAIL;
   if (dest->itemSize != src->itemSize && !is_heap_list(dest)) return E_INVALIDARG;
   dest->sortCriteria = criteria;
-  if (compare == nullptr) return S_OK;
+  if (!compare) return S_OK;
   for (LONG i = 0; i < src->count; ++i) {
     const LONG index = QvList_FindSortedInsertIndexRange(dest, callback_item(src, i), 0, -1, compare);
     QvList_InsertList(dest, index, slot_address(src, i), 1);

@@ -42,7 +42,7 @@ LONG delete_tree(HKEY root, const WCHAR* top) {
 } // namespace
 
 LONG QvRegDeleteKey(HKEY root, const WCHAR* path) {
-  if (path == nullptr || *path == 0) return ERROR_INVALID_PARAMETER;
+  if (!path || *path == 0) return ERROR_INVALID_PARAMETER;
   try {
     return delete_tree(root, path);
   } catch (const std::exception&) {

@@ -39,7 +39,7 @@ MetricName::MetricName(LONG n, DWORD type) { write_metric_name(n, prefix_of(type
 using namespace qv::kernel;
 
 HRESULT QvMetricGetName(LONG n, DWORD type, WCHAR* name) {
-  if (name == nullptr) return E_POINTER;
+  if (!name) return E_POINTER;
   // "D" here and no letter in the accessors: both are in use, here for display.
   write_metric_name(n, type == REG_DWORD ? WCHAR{'D'} : prefix_of(type), name);
   return S_OK;

@@ -14,7 +14,7 @@ constexpr const WCHAR* kCompany = QV_TEXT("QvKernel");
 
 std::atomic<HQVMETRIC> default_handle{nullptr};
 
-bool is_empty(const WCHAR* text) { return text == nullptr || *text == 0; }
+bool is_empty(const WCHAR* text) { return !text || *text == 0; }
 
 size_t length_of(const WCHAR* text) { return std::char_traits<WCHAR>::length(text); }
 
@@ -57,8 +57,8 @@ private:
 constexpr const WCHAR* kMetrics = QV_TEXT("\\Metrics");
 
 void close_keys(HQVMETRIC handle) {
-  if (handle->furtherKey != nullptr) RegCloseKey(handle->furtherKey);
-  if (handle->key != nullptr) RegCloseKey(handle->key);
+  if (handle->furtherKey) RegCloseKey(handle->furtherKey);
+  if (handle->key) RegCloseKey(handle->key);
 }
 
 /// From both roots, or the user's alone. Whatever cannot be deleted stays.
@@ -76,7 +76,7 @@ HRESULT QvMetric_Open(HQVMETRIC* handle, const WCHAR* application, DWORD version
 
 HRESULT QvMetric_OpenRegHiveAndVersion(HQVMETRIC* handle, const WCHAR* application, DWORD version, const WCHAR* company,
                                        const WCHAR* subKey) {
-  if (handle == nullptr) return E_INVALIDARG;
+  if (!handle) return E_INVALIDARG;
   *handle = nullptr;
   if (is_empty(application) || is_empty(company)) return E_INVALIDARG;
   KeyPath path;
@@ -86,11 +86,11 @@ HRESULT QvMetric_OpenRegHiveAndVersion(HQVMETRIC* handle, const WCHAR* applicati
 }
 
 HRESULT QvMetric_OpenAppVersion(HQVMETRIC* handle, const WCHAR* path, const WCHAR* subKey) {
-  if (handle == nullptr) return E_INVALIDARG;
+  if (!handle) return E_INVALIDARG;
   *handle = nullptr;
-  if (path == nullptr) return E_INVALIDARG;
+  if (!path) return E_INVALIDARG;
   auto* opened = new (std::nothrow) QVMETRIC{};
-  if (opened == nullptr) return E_OUTOFMEMORY;
+  if (!opened) return E_OUTOFMEMORY;
   *handle = opened;
   KeyPath key;
   if (is_empty(path) || !key.append(path) || !key.append_sub_key(subKey)) return result_of(ERROR_FILENAME_EXCED_RANGE);
@@ -101,10 +101,10 @@ HRESULT QvMetric_OpenAppVersion(HQVMETRIC* handle, const WCHAR* path, const WCHA
 }
 
 HRESULT QvMetric_OpenSubKey(HQVMETRIC* handle, HQVMETRIC parent, const WCHAR* subKey) {
-  if (handle == nullptr) return E_INVALIDARG;
+  if (!handle) return E_INVALIDARG;
   *handle = nullptr;
   if (parent == QVMETRIC_DEFAULT) parent = default_handle.load();
-  if (parent == nullptr) return E_FAIL;
+  if (!parent) return E_FAIL;
   const std::basic_string_view<WCHAR> whole = parent->path;
   KeyPath path;
   const size_t cut = whole.find(kMetrics);
@@ -116,14 +116,14 @@ HRESULT QvMetric_OpenSubKey(HQVMETRIC* handle, HQVMETRIC parent, const WCHAR* su
 }
 
 HRESULT QvMetric_Close(HQVMETRIC handle) {
-  if (handle == nullptr || handle == QVMETRIC_DEFAULT) return S_OK;
+  if (!handle || handle == QVMETRIC_DEFAULT) return S_OK;
   close_keys(handle);
   delete handle;
   return S_OK;
 }
 
 HRESULT QvMetric_CloseAndDeleteKey(HQVMETRIC handle) {
-  if (handle == nullptr || handle == QVMETRIC_DEFAULT) return E_FAIL;
+  if (!handle || handle == QVMETRIC_DEFAULT) return E_FAIL;
   close_keys(handle);
   QvRegDeleteKey(HKEY_CURRENT_USER, handle->path);
   delete handle;
@@ -136,7 +136,7 @@ HQVMETRIC QvMetric_SetDefault(HQVMETRIC handle) {
 
 HKEY qv::kernel::metric_key(HQVMETRIC handle, DefaultHandle rule) {
   if (handle == QVMETRIC_DEFAULT) handle = rule == DefaultHandle::kAccepted ? default_handle.load() : nullptr;
-  return handle == nullptr ? nullptr : handle->key;
+  return handle ? handle->key : nullptr;
 }
 
 HRESULT QvMetric_DeleteAll(const WCHAR* application, DWORD version) {

@@ -11,10 +11,10 @@ namespace {
 /// Reads a value of `type` into a buffer of characters, of which the last `terminators` are kept zero, and zeroes the
 /// rest. Answers the bytes stored; 0, with a zeroed buffer, when there is no such value or it is larger.
 DWORD read_characters(HKEY key, LONG n, DWORD type, WCHAR* buffer, DWORD capacity, DWORD terminators) {
-  if (buffer == nullptr || capacity == 0) return 0;
+  if (!buffer || capacity == 0) return 0;
   const uint64_t room = uint64_t{capacity} * sizeof(WCHAR);
   MetricRead read{ERROR_FILE_NOT_FOUND, REG_NONE, 0};
-  if (key != nullptr)
+  if (key)
     read = read_metric(key, MetricName(n, type).text, buffer, static_cast<DWORD>(std::min<uint64_t>(room, 0xFFFFFFFE)));
   const DWORD bytes = read.is(type) ? read.bytes : 0;
   // An odd byte is half of a character.
@@ -25,7 +25,7 @@ DWORD read_characters(HKEY key, LONG n, DWORD type, WCHAR* buffer, DWORD capacit
 }
 
 DWORD copy_default(const WCHAR* text, WCHAR* buffer, DWORD capacity) {
-  if (text == nullptr || buffer == nullptr || capacity == 0) return 0;
+  if (!text || !buffer || capacity == 0) return 0;
   DWORD length = 0;
   for (; length + 1 < capacity && text[length] != 0; ++length)
     buffer[length] = text[length];
@@ -48,7 +48,7 @@ DWORD QvGetMetricStringEx(HQVMETRIC handle, LONG n, WCHAR* buffer, DWORD capacit
 }
 
 HRESULT QvSetMetricString(HQVMETRIC handle, LONG n, const WCHAR* text) {
-  if (text == nullptr) return E_FAIL;
+  if (!text) return E_FAIL;
   const size_t bytes = (std::char_traits<WCHAR>::length(text) + 1) * sizeof(WCHAR);
   if (bytes > 0xFFFFFFFF) return E_FAIL;
   const HKEY key = metric_key(handle, DefaultHandle::kRefused);
@@ -62,7 +62,7 @@ DWORD QvGetMetricMultiStringEx(HQVMETRIC handle, LONG n, WCHAR* buffer, DWORD ca
 }
 
 HRESULT QvSetMetricMultiString(HQVMETRIC handle, LONG n, const WCHAR* texts, DWORD count) {
-  if (texts == nullptr || count > 0xFFFFFFFF / sizeof(WCHAR)) return E_FAIL;
+  if (!texts || count > 0xFFFFFFFF / sizeof(WCHAR)) return E_FAIL;
   const HKEY key = metric_key(handle, DefaultHandle::kRefused);
   return write_metric(key, MetricName(n, REG_MULTI_SZ).text, REG_MULTI_SZ, texts,
                       count * static_cast<DWORD>(sizeof(WCHAR)));

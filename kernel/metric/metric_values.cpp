@@ -13,20 +13,20 @@ MetricRead read_metric(HKEY key, const WCHAR* name, void* buffer, DWORD capacity
   // A null buffer asks for the size, which is not what a buffer of 0 bytes does.
   BYTE nothing = 0;
   MetricRead read{ERROR_SUCCESS, REG_NONE, capacity};
-  BYTE* data = buffer == nullptr ? &nothing : static_cast<BYTE*>(buffer);
-  if (buffer == nullptr) read.bytes = 0;
+  BYTE* data = buffer ? static_cast<BYTE*>(buffer) : &nothing;
+  if (!buffer) read.bytes = 0;
   read.error = RegQueryValueExW(key, name, nullptr, &read.type, data, &read.bytes);
   if (read.error != ERROR_SUCCESS && read.error != ERROR_MORE_DATA) read.bytes = 0;
   return read;
 }
 
 HRESULT write_metric(HKEY key, const WCHAR* name, DWORD type, const void* data, DWORD bytes) {
-  if (key == nullptr || name == nullptr) return E_FAIL;
+  if (!key || !name) return E_FAIL;
   return RegSetValueExW(key, name, 0, type, static_cast<const BYTE*>(data), bytes) == ERROR_SUCCESS ? S_OK : E_FAIL;
 }
 
 HRESULT delete_metric(HKEY key, const WCHAR* name) {
-  if (key == nullptr || name == nullptr) return E_FAIL;
+  if (!key || !name) return E_FAIL;
   return RegDeleteValueW(key, name) == ERROR_SUCCESS ? S_OK : E_FAIL;
 }
 
@@ -36,7 +36,7 @@ namespace {
 
 /// Whether there is a value of 4 bytes, and it.
 bool read_number(HKEY key, const WCHAR* name, DWORD& value) {
-  if (key == nullptr || name == nullptr) return false;
+  if (!key || !name) return false;
   DWORD stored = 0;
   const MetricRead read = read_metric(key, name, &stored, sizeof stored);
   if (read.error != ERROR_SUCCESS || read.bytes != sizeof stored) return false;
@@ -87,18 +87,18 @@ HRESULT QvSetMetricUsingName(HQVMETRIC handle, const WCHAR* name, DWORD value) {
 
 DWORD QvGetMetricBinary(HQVMETRIC handle, LONG n, void* buffer, DWORD size) {
   DWORD bytes = 0;
-  if (buffer == nullptr) return 0;
+  if (!buffer) return 0;
   if (QvGetMetricBinaryEx(handle, n, buffer, size, &bytes) == S_OK) return bytes;
   std::memset(buffer, 0, size);
   return 0;
 }
 
 HRESULT QvGetMetricBinaryEx(HQVMETRIC handle, LONG n, void* buffer, DWORD size, DWORD* bytes) {
-  if (bytes == nullptr) return E_INVALIDARG;
+  if (!bytes) return E_INVALIDARG;
   *bytes = 0;
   const HKEY key = metric_key(handle, DefaultHandle::kAccepted);
-  if (key == nullptr) return QVERR_RIFF_NOTFOUND;
-  if (buffer == nullptr) size = 0;
+  if (!key) return QVERR_RIFF_NOTFOUND;
+  if (!buffer) size = 0;
   const MetricRead read = read_metric(key, MetricName(n, REG_BINARY).text, buffer, size);
   const bool larger = read.error == ERROR_MORE_DATA && read.type == REG_BINARY;
   const DWORD filled = read.is(REG_BINARY) ? read.bytes : 0;
@@ -108,18 +108,18 @@ HRESULT QvGetMetricBinaryEx(HQVMETRIC handle, LONG n, void* buffer, DWORD size, 
 }
 
 HRESULT QvSetMetricBinary(HQVMETRIC handle, LONG n, const void* data, DWORD size) {
-  if (data == nullptr) return E_FAIL;
+  if (!data) return E_FAIL;
   const MetricName name(n, REG_BINARY);
   return write_metric(metric_key(handle, DefaultHandle::kRefused), name.text, REG_BINARY, data, size);
 }
 
 HRESULT QvGetMetricStream(HQVMETRIC handle, LONG n, IStream* stream) {
-  if (stream == nullptr) return E_POINTER;
+  if (!stream) return E_POINTER;
   DWORD bytes = 0;
   QvGetMetricBinaryEx(handle, n, nullptr, 0, &bytes);
   if (bytes == 0) return E_UNEXPECTED;
   const HGLOBAL block = GlobalAlloc(GMEM_FIXED, bytes);
-  if (block == nullptr) return E_OUTOFMEMORY;
+  if (!block) return E_OUTOFMEMORY;
   // Another process may have replaced the value meanwhile.
   HRESULT result = QvGetMetricBinaryEx(handle, n, block, bytes, &bytes) == S_OK && bytes != 0 ? S_OK : E_UNEXPECTED;
   ULONG written = 0;
@@ -149,9 +149,9 @@ HRESULT read_whole(IStream* stream, std::vector<BYTE>& bytes) {
 } // namespace
 
 HRESULT QvSetMetricStream(HQVMETRIC handle, LONG n, IStream* stream) {
-  if (stream == nullptr) return E_POINTER;
+  if (!stream) return E_POINTER;
   const HKEY key = metric_key(handle, DefaultHandle::kRefused);
-  if (key == nullptr) return E_FAIL;
+  if (!key) return E_FAIL;
   try {
     std::vector<BYTE> bytes;
     bytes.reserve(1);
@@ -165,11 +165,11 @@ HRESULT QvSetMetricStream(HQVMETRIC handle, LONG n, IStream* stream) {
 }
 
 HRESULT QvGetMetricAny(HQVMETRIC handle, LONG n, DWORD* type, void* buffer, DWORD* size) {
-  if (type == nullptr || size == nullptr) return E_INVALIDARG;
-  const DWORD capacity = buffer == nullptr ? 0 : *size;
+  if (!type || !size) return E_INVALIDARG;
+  const DWORD capacity = buffer ? *size : 0;
   *size = 0;
   const HKEY key = metric_key(handle, DefaultHandle::kAccepted);
-  if (key == nullptr) return QVERR_RIFF_NOTFOUND;
+  if (!key) return QVERR_RIFF_NOTFOUND;
   const MetricRead read = read_metric(key, MetricName(n, *type).text, buffer, capacity);
   if (read.error != ERROR_SUCCESS && read.error != ERROR_MORE_DATA) return S_FALSE;
   *type = read.type;
@@ -179,7 +179,7 @@ HRESULT QvGetMetricAny(HQVMETRIC handle, LONG n, DWORD* type, void* buffer, DWOR
 
 HRESULT QvDoesMetricExist(HQVMETRIC handle, LONG n, DWORD type) {
   const HKEY key = metric_key(handle, DefaultHandle::kAccepted);
-  if (key == nullptr) return S_FALSE;
+  if (!key) return S_FALSE;
   const MetricRead read = read_metric(key, MetricName(n, type).text, nullptr, 0);
   const bool exists = read.error == ERROR_SUCCESS || read.error == ERROR_MORE_DATA;
   return exists && read.type == type ? S_OK : S_FALSE;

@@ -8,23 +8,26 @@ namespace {
 /// Finds the first match and does `then` with it, inside the queue.
 template <class Then>
 tQVQELM* find_and(tQVQHEAD* head, Direction direction, QVQUEUEMATCH match, LONGLONG context, Then then) {
-  if (match == nullptr) return nullptr;
+  if (!match) return nullptr;
   const InsideQueue inside(head);
   if (!inside) return nullptr;
   tQVQELM* found = find_element(head, direction, [=](const tQVQELM* each) { return match(each, context) != 0; });
-  if (found != nullptr) then(inside, found);
+  if (found) then(inside, found);
   return found;
 }
 
 tQVQELM* find(tQVQHEAD* head, Direction direction, QVQUEUEMATCH match, LONGLONG context) {
-  return find_and(head, direction, match, context, [](const InsideQueue&, tQVQELM*) {});
+  return find_and(
+      head, direction, match, context, [](const InsideQueue&, tQVQELM*) {});
 }
 
 tQVQELM* find_and_remove(tQVQHEAD* head, Direction direction, QVQUEUEMATCH match, LONGLONG context) {
-  return find_and(head, direction, match, context, [head](const InsideQueue& inside, tQVQELM* found) {
-    unlink(found);
-    if (is_empty(head)) ResetEvent(inside.event());
-  });
+  return find_and(
+      head, direction, match, context,
+      [head](const InsideQueue& inside, tQVQELM* found) {
+        unlink(found);
+        if (is_empty(head)) ResetEvent(inside.event());
+      });
 }
 
 /// To the head for kForward: where a walk in that direction begins. False when it is there already.
@@ -36,18 +39,18 @@ bool move_to_end(tQVQHEAD* head, tQVQELM* element, Direction end) {
 }
 
 tQVQELM* find_and_move(tQVQHEAD* head, QVQUEUEMATCH match, LONGLONG context, Direction end) {
-  return find_and(head, Direction::kForward, match, context,
-                  [=](const InsideQueue&, tQVQELM* found) { move_to_end(head, found, end); });
+  return find_and(
+      head, Direction::kForward, match, context,
+      [=](const InsideQueue&, tQVQELM* found) { move_to_end(head, found, end); });
 }
 
 /// The queue is walked: links alone would take an element that a flush dropped for a queued one.
 bool holds(tQVQHEAD* head, const tQVQELM* element) {
-  return find_element(head, Direction::kForward, [=](const tQVQELM* each) { return each == element; }) != nullptr;
+  return find_element(
+             head, Direction::kForward, [=](const tQVQELM* each) { return each == element; }) != nullptr;
 }
 
-bool is_linked(const tQVQELM* element) {
-  return element != nullptr && element->next != nullptr && element->prev != nullptr;
-}
+bool is_linked(const tQVQELM* element) { return element && element->next && element->prev; }
 
 LONG move(tQVQHEAD* head, tQVQELM* element, Direction end) {
   const InsideQueue inside(head);

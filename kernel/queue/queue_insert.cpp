@@ -13,25 +13,24 @@ void insert_before(tQVQHEAD* head, HANDLE event, tQVQELM* position, tQVQELM* ele
 }
 
 void insert_matching(tQVQHEAD* head, Direction direction, QVQUEUEMATCH match, LONGLONG context, tQVQELM* element) {
-  if (element == nullptr) return;
+  if (!element) return;
   const InsideQueue inside(head);
   if (!inside) return;
   tQVQELM* position = nullptr;
-  if (match != nullptr)
-    position = find_element(head, direction, [=](const tQVQELM* each) { return match(each, context) != 0; });
-  insert_before(head, inside.event(), position != nullptr ? position : head, element);
+  if (match) position = find_element(head, direction, [=](const tQVQELM* each) { return match(each, context) != 0; });
+  insert_before(head, inside.event(), position ? position : head, element);
 }
 
 } // namespace
 
 void QvQueueInsert(tQVQHEAD* head, tQVQELM* element) {
-  if (element == nullptr) return;
+  if (!element) return;
   const InsideQueue inside(head);
   if (inside) insert_before(head, inside.event(), head, element);
 }
 
 void QvQueueInsertHead(tQVQHEAD* head, tQVQELM* element) {
-  if (element == nullptr) return;
+  if (!element) return;
   const InsideQueue inside(head);
   if (inside) insert_before(head, inside.event(), head->next, element);
 }

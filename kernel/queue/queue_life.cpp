@@ -4,14 +4,14 @@
 using namespace qv::kernel;
 
 LONG QvQueueInitialize(tQVQHEAD* head) {
-  if (head == nullptr) return 0;
+  if (!head) return 0;
   if (const InsideQueue inside(head); inside) {
     clear_ring(head);
     ResetEvent(inside.event());
     return 1;
   }
   const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  if (event == nullptr) return 0;
+  if (!event) return 0;
   if (!InitializeCriticalSectionAndSpinCount(&head->lock, 0)) {
     CloseHandle(event);
     return 0;
@@ -22,9 +22,9 @@ LONG QvQueueInitialize(tQVQHEAD* head) {
 }
 
 void QvQueueDelete(tQVQHEAD* head) {
-  if (head == nullptr) return;
+  if (!head) return;
   const HANDLE event = event_of(head).exchange(nullptr);
-  if (event == nullptr) return;
+  if (!event) return;
   SetEvent(event);
   EnterCriticalSection(&head->lock);
   const bool inherited = QueueWait::orphan_all(head);

@@ -20,7 +20,7 @@ class Waiting {
 public:
   explicit Waiting(DWORD milliseconds) : Waiting(nullptr, 0, 0, milliseconds, nullptr) {}
   Waiting(const HANDLE* handles, DWORD count, DWORD flags, DWORD milliseconds, DWORD* result)
-      : count_(handles == nullptr ? 0 : count), wake_mask_(flags & 0xFFFF), wait_flags_(flags >> 16 & 3),
+      : count_(handles ? count : 0), wake_mask_(flags & 0xFFFF), wait_flags_(flags >> 16 & 3),
         retry_((flags & QVQUEUE_RETRY) != 0), milliseconds_(milliseconds), result_(result) {
     if (retry_) wake_mask_ |= QS_SENDMESSAGE;
     if ((flags & QVQUEUE_INPUTAVAILABLE) != 0) wait_flags_ |= MWMO_INPUTAVAILABLE;
@@ -34,7 +34,7 @@ public:
   Woken wait(HANDLE event) {
     objects_[0] = event;
     const DWORD result = block();
-    if (result_ != nullptr) *result_ = result;
+    if (result_) *result_ = result;
     if (result == WAIT_OBJECT_0) return Woken::kByEvent;
     if (!retry_) return Woken::kToReturn;
     if (result == WAIT_IO_COMPLETION) return Woken::kInVain;
@@ -79,7 +79,7 @@ tQVQELM* take_waiting(tQVQHEAD* head, Waiting waiting, Take take) {
     const InsideQueue inside(head);
     if (!inside) return nullptr;
     tQVQELM* taken = take(inside.event());
-    if (taken != nullptr || !waiting.wanted()) return taken;
+    if (taken || !waiting.wanted()) return taken;
     wait.emplace(head, inside.event());
   }
   for (;;) {
@@ -88,7 +88,7 @@ tQVQELM* take_waiting(tQVQHEAD* head, Waiting waiting, Take take) {
     const InsideQueue inside(*wait);
     if (!inside) return nullptr;
     tQVQELM* taken = take(inside.event());
-    if (taken != nullptr) return taken;
+    if (taken) return taken;
     wait.reset();
     if (woken == Woken::kByEvent) settle_event(head, inside.event());
     if (!waiting.retry()) return nullptr;
@@ -116,18 +116,18 @@ tQVQELM* QvQueueRemoveAlertable(tQVQHEAD* head, DWORD milliseconds) {
 
 tQVQELM* QvQueueRemoveEx(tQVQHEAD* head, const HANDLE* handles, DWORD handleCount, DWORD flags, DWORD milliseconds,
                          DWORD* waitResult) {
-  if (handles != nullptr && handleCount > kMostHandles) return nullptr;
+  if (handles && handleCount > kMostHandles) return nullptr;
   return take_waiting(head, Waiting(handles, handleCount, flags, milliseconds, waitResult),
                       [head](HANDLE event) { return take_end(head, event, Direction::kForward); });
 }
 
 tQVQELM* QvQueueRemoveTail(tQVQHEAD* head, DWORD milliseconds) {
-  return take_waiting(head, Waiting(milliseconds),
-                      [head](HANDLE event) { return take_end(head, event, Direction::kBackward); });
+  return take_waiting(
+      head, Waiting(milliseconds), [head](HANDLE event) { return take_end(head, event, Direction::kBackward); });
 }
 
 LONG QvQueueWait(tQVQHEAD* head, DWORD milliseconds) {
   const tQVQELM* first =
       take_waiting(head, Waiting(milliseconds), [head](HANDLE) { return is_empty(head) ? nullptr : head->next; });
-  return first != nullptr ? 1 : 0;
+  return first ? 1 : 0;
 }

@@ -47,7 +47,7 @@ void wait_until_nobody(const Stripe& stripe, uint32_t which) {
 } // namespace
 
 QueueVisit::QueueVisit(tQVQHEAD* head) {
-  if (head == nullptr || event_of(head).load(std::memory_order_relaxed) == nullptr) return;
+  if (!head || !event_of(head).load(std::memory_order_relaxed)) return;
   count_in(head);
   event_ = event_of(head).load();
 }
@@ -64,7 +64,7 @@ void QueueVisit::count_in(const tQVQHEAD* head) {
 }
 
 QueueVisit::~QueueVisit() {
-  if (count_ != nullptr) count_->fetch_sub(1);
+  if (count_) count_->fetch_sub(1);
 }
 
 void drain_visits(tQVQHEAD* head) {

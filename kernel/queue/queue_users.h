@@ -57,7 +57,7 @@ private:
     if (!visit_) return;
     EnterCriticalSection(&head_->lock);
     inside_ = true;
-    if (event_of(head_).load(std::memory_order_relaxed) == nullptr) leave();
+    if (!event_of(head_).load(std::memory_order_relaxed)) leave();
   }
   void leave() {
     LeaveCriticalSection(&head_->lock);

@@ -18,16 +18,16 @@ constinit QueueWait* first_wait = nullptr;
 QueueWait::QueueWait(tQVQHEAD* head, HANDLE event) : head_(head), event_(event) {
   const std::lock_guard guard(waits_lock());
   next_ = first_wait;
-  if (next_ != nullptr) next_->prev_ = this;
+  if (next_) next_->prev_ = this;
   first_wait = this;
 }
 
 QueueWait::~QueueWait() {
   const std::lock_guard guard(waits_lock());
-  (prev_ == nullptr ? first_wait : prev_->next_) = next_;
-  if (next_ != nullptr) next_->prev_ = prev_;
+  (prev_ ? prev_->next_ : first_wait) = next_;
+  if (next_) next_->prev_ = prev_;
   if (!orphaned_) return;
-  for (const QueueWait* other = first_wait; other != nullptr; other = other->next_)
+  for (const QueueWait* other = first_wait; other; other = other->next_)
     if (other->event_ == event_) return;
   CloseHandle(event_);
 }
@@ -40,7 +40,7 @@ bool QueueWait::queue_exists() const {
 bool QueueWait::orphan_all(const tQVQHEAD* head) {
   const std::lock_guard guard(waits_lock());
   bool any = false;
-  for (QueueWait* wait = first_wait; wait != nullptr; wait = wait->next_) {
+  for (QueueWait* wait = first_wait; wait; wait = wait->next_) {
     if (wait->head_ != head || wait->orphaned_) continue;
     wait->orphaned_ = true;
     any = true;
@@ -50,13 +50,13 @@ bool QueueWait::orphan_all(const tQVQHEAD* head) {
 
 void QueueWait::release_all(const tQVQHEAD* head) {
   const std::lock_guard guard(waits_lock());
-  for (QueueWait* wait = first_wait; wait != nullptr; wait = wait->next_)
+  for (QueueWait* wait = first_wait; wait; wait = wait->next_)
     if (wait->head_ == head) wait->released_ = true;
 }
 
 bool QueueWait::any_released(const tQVQHEAD* head) {
   const std::lock_guard guard(waits_lock());
-  for (const QueueWait* wait = first_wait; wait != nullptr; wait = wait->next_)
+  for (const QueueWait* wait = first_wait; wait; wait = wait->next_)
     if (wait->head_ == head && !wait->orphaned_ && wait->released_) return true;
   return false;
 }

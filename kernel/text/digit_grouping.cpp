@@ -22,9 +22,8 @@ bool DigitGrouping::separates(int digits_that_follow) const {
   if (count_ == 0) return false;
   const int last = ends_[count_ - 1];
   if (digits_that_follow > last) return repeat_ != 0 && (digits_that_follow - last) % repeat_ == 0;
-  for (int i = 0; i < count_; ++i) {
+  for (int i = 0; i < count_; ++i)
     if (ends_[i] == digits_that_follow) return true;
-  }
   return false;
 }
 

@@ -4,6 +4,7 @@
 #include "kernel/text/printf_conversion.h"
 #include "kernel/text/printf_number.h"
 #include "kernel/text/printf_sink.h"
+
 #include "qv/text.h"
 
 namespace qv::kernel {

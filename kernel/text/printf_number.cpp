@@ -9,13 +9,12 @@ namespace qv::kernel {
 namespace {
 
 void add_sign(const Conversion& conversion, bool negative, NumberText& number) {
-  if (negative) {
+  if (negative)
     number.prefix[number.prefix_length++] = '-';
-  } else if (conversion.plus) {
+  else if (conversion.plus)
     number.prefix[number.prefix_length++] = '+';
-  } else if (conversion.space) {
+  else if (conversion.space)
     number.prefix[number.prefix_length++] = ' ';
-  }
 }
 
 void add_hexadecimal_mark(bool upper, NumberText& number) {
@@ -24,9 +23,8 @@ void add_hexadecimal_mark(bool upper, NumberText& number) {
 }
 
 void make_upper(NumberText& number) {
-  for (int i = 0; i < number.length; ++i) {
+  for (int i = 0; i < number.length; ++i)
     if (number.digits[i] >= 'a' && number.digits[i] <= 'z') number.digits[i] = static_cast<char>(number.digits[i] - 32);
-  }
 }
 
 int base_of(WCHAR type) {
@@ -51,9 +49,8 @@ int decimal_exponent(double value, int precision) {
 char* write_general_with_zeros(double value, int precision, char* begin, char* end) {
   const int significant = std::max(precision, 1);
   const int exponent = decimal_exponent(value, significant - 1);
-  if (exponent < -4 || exponent >= significant) {
+  if (exponent < -4 || exponent >= significant)
     return std::to_chars(begin, end, value, std::chars_format::scientific, significant - 1).ptr;
-  }
   return std::to_chars(begin, end, value, std::chars_format::fixed, significant - 1 - exponent).ptr;
 }
 

@@ -1,6 +1,7 @@
 #include "kernel/text/separator_token.h"
 
 #include "kernel/shared_value.h"
+
 #include "qv/text.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 #include "kernel/text/text_formatter.h"
+
 #include "qv/text.h"
 
 #include <climits>

@@ -64,11 +64,10 @@ const WCHAR* TextFormatter::write_directive(const WCHAR* format) {
 
 void TextFormatter::write_clock_separator(WCHAR ClockCharacters::*character, WCHAR (ClockSeparators::*text)[8]) {
   const ClockCharacters characters = clock_characters();
-  if (characters.*character != 0) {
+  if (characters.*character != 0)
     sink_.put(characters.*character);
-  } else {
+  else
     sink_.write_terminated(clock_separators().*text);
-  }
 }
 
 const WCHAR* TextFormatter::write_token(const WCHAR* format) {
@@ -119,9 +118,7 @@ void TextFormatter::take_fields(Conversion& conversion) {
     // Clamped before the sign goes: the most negative number has no positive twin.
     conversion.width = std::abs(std::clamp(width, -kFieldLimit, kFieldLimit));
   }
-  if (conversion.precision_is_argument) {
-    conversion.precision = std::clamp(arguments_.next_int(), -1, kFieldLimit);
-  }
+  if (conversion.precision_is_argument) conversion.precision = std::clamp(arguments_.next_int(), -1, kFieldLimit);
 }
 
 void TextFormatter::take_number(const Conversion& conversion, NumberText& number) {

@@ -7,6 +7,7 @@
 #include "kernel/text/printf_sink.h"
 #include "kernel/text/separator_token.h"
 #include "kernel/text/user_locale.h"
+
 #include "qv/text.h"
 
 namespace qv::kernel {

@@ -2,6 +2,7 @@
 
 #include "kernel/shared_value.h"
 #include "kernel/text/number_writer.h"
+
 #include "qv/list.h"
 #include "qv/text.h"
 
@@ -45,12 +46,12 @@ tQVLIST* locale_list() {
 class LocaleLock {
 public:
   LocaleLock() : list_(locale_list()) {
-    if (list_ != nullptr) EnterCriticalSection(&list_->lock);
+    if (list_) EnterCriticalSection(&list_->lock);
   }
   LocaleLock(const LocaleLock&) = delete;
   LocaleLock& operator=(const LocaleLock&) = delete;
   ~LocaleLock() {
-    if (list_ != nullptr) LeaveCriticalSection(&list_->lock);
+    if (list_) LeaveCriticalSection(&list_->lock);
   }
 
 private:

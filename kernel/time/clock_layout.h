@@ -66,7 +66,7 @@ inline bool ClockLayout::write(Sink& sink, uint32_t first, uint32_t second, uint
   constexpr size_t kMost = 12;
   WCHAR* const start = sink.room_for(kMost);
   const uint32_t last_limit = last_digits_ == 3 ? 1000 : 100;
-  if (start == nullptr || first >= 100 || second >= 100 || third >= 100) return false;
+  if (!start || first >= 100 || second >= 100 || third >= 100) return false;
   if (last_digits_ != 0 && last >= last_limit) return false;
 
   const ClockCharacters locale = clock_characters();

@@ -1,6 +1,7 @@
 // Measures, beats and ticks as text, and back.
 #include "kernel/time/digit_runs.h"
 #include "kernel/time/time_rounding.h"
+
 #include "qv/text.h"
 #include "qv/time.h"
 
@@ -73,9 +74,9 @@ LONGLONG QvTextToMeasuresBeatsTicks(const WCHAR* text, const _qvposfmt* shown, B
   }
   if (negative) measures = -measures;
   ticks = saturated_long(ticks * tickMultiplier);
-  if (measure != nullptr) *measure = static_cast<LONG>(measures);
-  if (beat != nullptr) *beat = static_cast<LONG>(beats);
-  if (tick != nullptr) *tick = static_cast<LONG>(ticks);
+  if (measure) *measure = static_cast<LONG>(measures);
+  if (beat) *beat = static_cast<LONG>(beats);
+  if (tick) *tick = static_cast<LONG>(ticks);
   const int64_t all_beats = shown->beatsPerMeasure * measures + beats;
   const int64_t whole = saturated_product(magnitude(all_beats), shown->ticksPerBeat);
   return saturated_sum(all_beats < 0 ? -whole : whole, ticks);

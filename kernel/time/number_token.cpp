@@ -24,11 +24,10 @@ class DecimalText {
 public:
   void add_whole(WCHAR digit) {
     if (length_ == 0 && digit == QV_TEXT('0')) return;
-    if (length_ == kMostWhole) {
+    if (length_ == kMostWhole)
       is_infinite_ = true;
-    } else {
+    else
       put(static_cast<char>(digit));
-    }
   }
   void start_fraction() { put('.'); }
   void add_fraction(WCHAR digit) {
@@ -62,7 +61,7 @@ void NumberReader::whole_part(Take take) {
     for (; is_digit(*at_); ++at_)
       take(*at_);
     const WCHAR* next = behind(at_, locale_.thousand);
-    if (next == nullptr) return;
+    if (!next) return;
     at_ = next;
   }
 }

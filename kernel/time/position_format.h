@@ -2,6 +2,7 @@
 #pragma once
 
 #include "kernel/time/clock_layout.h"
+
 #include "qv/time.h"
 
 #include <array>

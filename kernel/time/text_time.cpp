@@ -43,7 +43,7 @@ struct FieldRuns {
 };
 
 void store(const WCHAR** end, const WCHAR* value) {
-  if (end != nullptr) *end = value;
+  if (end) *end = value;
 }
 
 /// What stands before it is raised, then lowered: the bounds of negative rates stand the wrong way round.

@@ -30,7 +30,7 @@ QVNANOTIME QvHMSFToNanoTime(const _smpteval* fields, double frameRate) {
 
 void QvNanoTimeToMeasures(QVNANOTIME time, const _qvposfmt* shown, DWORD* measure, DWORD* beat, DWORD* tick) {
   const MusicalPosition position = musical_position(seconds_of(std::max<QVNANOTIME>(time, 0)), *shown);
-  if (measure != nullptr) *measure = position.measure;
-  if (beat != nullptr) *beat = position.beat;
-  if (tick != nullptr) *tick = position.tick;
+  if (measure) *measure = position.measure;
+  if (beat) *beat = position.beat;
+  if (tick) *tick = position.tick;
 }

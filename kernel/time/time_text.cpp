@@ -25,7 +25,7 @@ constexpr std::basic_string_view<WCHAR> kWholeUnits = QV_TEXT("$.0f");
 /// Where a format string comes from: the table's have layouts, a caller's has none.
 struct Form {
   explicit Form(const TextForm& form) : format(form.format), layout(form.layout.is_usable() ? &form.layout : nullptr) {}
-  explicit Form(const WCHAR* text) : format(text == nullptr ? QV_TEXT("") : text) {}
+  explicit Form(const WCHAR* text) : format(text ? text : QV_TEXT("")) {}
   bool shows_whole_units() const { return format == kWholeUnits; }
 
   const WCHAR* format;
@@ -50,7 +50,7 @@ void write_real(Sink& sink, const Form& form, double value, int64_t (*whole)(dou
 }
 
 void write_fields(Sink& sink, const Form& form, uint32_t first, uint32_t second, uint32_t third, uint32_t last) {
-  if (form.layout != nullptr && form.layout->write(sink, first, second, third, last)) return;
+  if (form.layout && form.layout->write(sink, first, second, third, last)) return;
   const Number numbers[] = {Number::of(int64_t{first}), Number::of(int64_t{second}), Number::of(int64_t{third}),
                             Number::of(int64_t{last})};
   write_numbers(sink, form, numbers);
@@ -139,7 +139,7 @@ void write_position(Sink& sink, const Form& form, const _qvposfmt& shown, QVNANO
 }
 
 int write_time(WCHAR* out, int capacity, const _qvposfmt& shown, QVNANOTIME time, const Form& form, DWORD flags) {
-  if (out == nullptr || capacity < 1) return 0;
+  if (!out || capacity < 1) return 0;
   Sink sink(out, static_cast<size_t>(capacity) - 1);
   if ((flags & QVTIME_ABSOLUTE) == 0) time = saturated_difference(time, shown.offset);
   if (time < 0) sink.put(QV_TEXT('-'));

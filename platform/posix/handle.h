@@ -32,19 +32,18 @@ private:
 /// which a walk over chunks would pay twice per chunk.
 template <class T>
 T* object_as(KernelObject* object) {
-  if constexpr (std::is_final_v<T>) {
+  if constexpr (std::is_final_v<T>)
     return typeid(*object) == typeid(T) ? static_cast<T*>(object) : nullptr;
-  } else {
+  else
     return dynamic_cast<T*>(object);
-  }
 }
 
 /// The object behind a handle as a T, or null with ERROR_INVALID_HANDLE.
 template <class T>
 T* object_of(HANDLE handle) {
   T* object = nullptr;
-  if (handle != nullptr && handle != INVALID_HANDLE_VALUE) object = object_as<T>(static_cast<KernelObject*>(handle));
-  if (object == nullptr) SetLastError(ERROR_INVALID_HANDLE);
+  if (handle && handle != INVALID_HANDLE_VALUE) object = object_as<T>(static_cast<KernelObject*>(handle));
+  if (!object) SetLastError(ERROR_INVALID_HANDLE);
   return object;
 }
 

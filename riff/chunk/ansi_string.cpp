@@ -22,7 +22,7 @@ HRESULT read_text(HANDLE file, WCHAR* buffer, DWORD length, DWORD bytes) {
   ULONGLONG left = 0;
   if (!bytes_left(file, left) || bytes > left) return QVERR_RIFF_READ;
   const Scratch ansi(bytes);
-  if (ansi.get() == nullptr) return E_OUTOFMEMORY;
+  if (!ansi.get()) return E_OUTOFMEMORY;
   if (!read_exact(file, ansi.get(), bytes)) return QVERR_RIFF_READ;
   ansi.get()[bytes - 1] = 0;
   const int limit = static_cast<int>(std::min<DWORD>(length, 0x7FFFFFFF));
@@ -36,23 +36,23 @@ HRESULT read_text(HANDLE file, WCHAR* buffer, DWORD length, DWORD bytes) {
 } // namespace
 
 HRESULT riff_WriteANSIString(HANDLE file, const WCHAR* text, DWORD* written) {
-  if (text == nullptr) return E_INVALIDARG;
+  if (!text) return E_INVALIDARG;
   const SIZE_T characters = length_of(text) + 1;
   if (characters > 0x7FFFFFFE) return E_INVALIDARG;
   const DWORD bytes = static_cast<DWORD>(padded(characters));
   const Scratch ansi(bytes);
-  if (ansi.get() == nullptr) return E_OUTOFMEMORY;
+  if (!ansi.get()) return E_OUTOFMEMORY;
   const int count = static_cast<int>(characters);
   WideCharToMultiByte(CP_ACP, 0, text, count, ansi.get(), count, nullptr, nullptr);
   // Where the system's code page takes several bytes for a character, the text is cut at as many as it has characters.
   ansi.get()[characters - 1] = 0;
   if (!write_exact(file, ansi.get(), bytes)) return QVERR_RIFF_WRITE;
-  if (written != nullptr) *written = bytes;
+  if (written) *written = bytes;
   return S_OK;
 }
 
 HRESULT riff_ReadANSIString(HANDLE file, WCHAR* buffer, DWORD length, DWORD* size) {
-  if (buffer == nullptr || size == nullptr) return E_INVALIDARG;
+  if (!buffer || !size) return E_INVALIDARG;
   LONGLONG start = 0;
   if (!tell(file, start)) return QVERR_RIFF_READ;
   const HRESULT result = read_text(file, buffer, length, std::min(*size, length));

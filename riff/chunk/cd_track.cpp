@@ -12,7 +12,7 @@ DWORD start_in_frames(const QVCDDAFMT& descriptor) {
 }
 
 HRESULT read_descriptor_file(const WCHAR* name, QVCDDAFMT& descriptor) {
-  if (name == nullptr) return E_INVALIDARG;
+  if (!name) return E_INVALIDARG;
   const HANDLE file = CreateFileW(name, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                   FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
   if (file == INVALID_HANDLE_VALUE) return QVERR_FILE_OPEN;
@@ -22,13 +22,13 @@ HRESULT read_descriptor_file(const WCHAR* name, QVCDDAFMT& descriptor) {
 }
 
 void report(DWORD* out, DWORD value) {
-  if (out != nullptr) *out = value;
+  if (out) *out = value;
 }
 
 } // namespace
 
 HRESULT riff_ReadRIFFCDDA(HANDLE file, QVCDDAFMT* descriptor) {
-  if (descriptor == nullptr) return E_INVALIDARG;
+  if (!descriptor) return E_INVALIDARG;
   if (!seek(file, 0)) return QVERR_RIFF_READ;
   DWORD remaining = 0;
   DWORD form = 0;

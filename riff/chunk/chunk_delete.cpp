@@ -26,6 +26,6 @@ HRESULT riff_DeleteChunk(HANDLE file, DWORD id, DWORD* removed, LONG isList) {
   ULONGLONG length = 0;
   const HRESULT result =
       isList != 0 ? remove_list<RiffLayout>(file, id, length) : remove_chunk<RiffLayout>(file, id, length);
-  if (length != 0 && removed != nullptr) *removed = static_cast<DWORD>(length);
+  if (length != 0 && removed) *removed = static_cast<DWORD>(length);
   return result;
 }

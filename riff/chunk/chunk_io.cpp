@@ -4,7 +4,7 @@
 using namespace qv::riff;
 
 HRESULT riff_ReadChunkHeader(HANDLE file, DWORD* id, DWORD* size) {
-  if (id == nullptr || size == nullptr) return E_INVALIDARG;
+  if (!id || !size) return E_INVALIDARG;
   DWORD header[2];
   if (!read_exact(file, header, 8)) return QVERR_RIFF_READ;
   *id = header[0];
@@ -23,7 +23,7 @@ HRESULT riff_ValidateChunkHeader(HANDLE, DWORD, LONG size) {
 }
 
 HRESULT riff_ReadListHeader(HANDLE file, DWORD* listType, DWORD* size) {
-  if (listType == nullptr || size == nullptr) return E_INVALIDARG;
+  if (!listType || !size) return E_INVALIDARG;
   DWORD id = 0;
   DWORD list_size = 0;
   const HRESULT result = riff_ReadChunkHeader(file, &id, &list_size);
@@ -42,22 +42,22 @@ HRESULT riff_WriteListHeader(HANDLE file, DWORD listType, DWORD size) {
 }
 
 HRESULT riff_WriteChunk(HANDLE file, DWORD id, const void* data, DWORD size, DWORD* written) {
-  if (data == nullptr && size != 0) return E_INVALIDARG;
+  if (!data && size != 0) return E_INVALIDARG;
   const HRESULT result = riff_WriteChunkHeader(file, id, size);
   if (FAILED(result)) return result;
   const BYTE pad = 0;
   if (!write_exact(file, data, size) || !write_exact(file, &pad, size & 1)) return QVERR_RIFF_WRITE;
-  if (written != nullptr) *written = static_cast<DWORD>(padded(size) + 8);
+  if (written) *written = static_cast<DWORD>(padded(size) + 8);
   return S_OK;
 }
 
 HRESULT riff_ReadData(HANDLE file, void* buffer, DWORD size) {
-  if (buffer == nullptr && size != 0) return E_INVALIDARG;
+  if (!buffer && size != 0) return E_INVALIDARG;
   return read_exact(file, buffer, size) && skip(file, size & 1) ? S_OK : QVERR_RIFF_READ;
 }
 
 HRESULT riff_ReadDataBounded(HANDLE file, void* buffer, DWORD bufferSize, DWORD chunkSize) {
-  if (buffer == nullptr && bufferSize != 0) return E_INVALIDARG;
+  if (!buffer && bufferSize != 0) return E_INVALIDARG;
   const DWORD bytes = bufferSize < chunkSize ? bufferSize : chunkSize;
   if (!read_exact(file, buffer, bytes)) return QVERR_RIFF_READ;
   // The skip goes by the buffer: readers of fixed-size headers depend on where it leaves the file.
@@ -66,7 +66,7 @@ HRESULT riff_ReadDataBounded(HANDLE file, void* buffer, DWORD bufferSize, DWORD 
 }
 
 HRESULT riff_ReadDataAlloc(HANDLE file, QVRIFFDATA* data) {
-  if (data == nullptr) return E_INVALIDARG;
+  if (!data) return E_INVALIDARG;
   data->data = nullptr;
   if (data->size == 0) return S_OK;
   return read_block(file, data->size, riff_ReadData, data->data);
@@ -78,7 +78,7 @@ DWORD riff_SkipChunk(HANDLE file, DWORD size) {
 }
 
 HRESULT riff_SaveLocation(HANDLE file, DWORD* location) {
-  if (location == nullptr) return E_INVALIDARG;
+  if (!location) return E_INVALIDARG;
   LONGLONG position = 0;
   if (!tell(file, position)) return QVERR_RIFF_READ;
   *location = static_cast<DWORD>(position);

@@ -23,9 +23,9 @@ class Remaining {
 public:
   explicit Remaining(Count* count) : count_(count) {}
 
-  bool below(ULONGLONG bytes) const { return count_ != nullptr && *count_ < bytes; }
+  bool below(ULONGLONG bytes) const { return count_ && *count_ < bytes; }
   void take(ULONGLONG bytes) {
-    if (count_ != nullptr) *count_ = bytes < *count_ ? static_cast<Count>(*count_ - bytes) : 0;
+    if (count_) *count_ = bytes < *count_ ? static_cast<Count>(*count_ - bytes) : 0;
   }
 
 private:
@@ -114,8 +114,8 @@ struct ChunkWalk {
     count = 0;
     const KeptPosition kept(file);
     if (!kept.known()) return QVERR_RIFF_READ;
-    Count left = remaining == nullptr ? 0 : *remaining;
-    Left bound(remaining == nullptr ? nullptr : &left);
+    Count left = remaining ? *remaining : 0;
+    Left bound(remaining ? &left : nullptr);
     HRESULT result = S_OK;
     while (SUCCEEDED(result)) {
       Id id{};

@@ -12,9 +12,9 @@ HRESULT read_block(HANDLE file, Size size, HRESULT (*read)(HANDLE file, void* bu
   ULONGLONG left = 0;
   if (!bytes_left(file, left) || size > left) return QVERR_RIFF_READ;
   const HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, size);
-  if (block == nullptr) return E_OUTOFMEMORY;
+  if (!block) return E_OUTOFMEMORY;
   void* const memory = GlobalLock(block);
-  const HRESULT result = memory == nullptr ? E_OUTOFMEMORY : read(file, memory, size);
+  const HRESULT result = memory ? read(file, memory, size) : E_OUTOFMEMORY;
   if (SUCCEEDED(result)) {
     data = memory;
     return result;

@@ -15,7 +15,7 @@ bool move(HANDLE file, LONGLONG distance, DWORD method, LONGLONG* position) {
   LARGE_INTEGER reached;
   to.QuadPart = distance;
   if (!SetFilePointerEx(file, to, &reached, method)) return false;
-  if (position != nullptr) *position = reached.QuadPart;
+  if (position) *position = reached.QuadPart;
   return true;
 }
 

@@ -40,8 +40,8 @@ HRESULT riff_ReadFileID(HANDLE file, DWORD* size, DWORD* formType) {
   const HRESULT result = read_riff_size(file, riff_size);
   if (FAILED(result)) return result;
   if (!read_exact(file, &form, sizeof form)) return QVERR_RIFF_READ;
-  if (size != nullptr) *size = riff_size < 4 ? 0 : riff_size - 4;
-  if (formType != nullptr) *formType = form;
+  if (size) *size = riff_size < 4 ? 0 : riff_size - 4;
+  if (formType) *formType = form;
   return S_OK;
 }
 
@@ -58,7 +58,7 @@ HRESULT riff_GetFileSize(HANDLE file, DWORD* size) {
   if (!seek(file, 0)) return QVERR_RIFF_READ;
   DWORD riff_size = 0;
   const HRESULT result = read_riff_size(file, riff_size);
-  if (SUCCEEDED(result) && size != nullptr) *size = riff_size + 4;
+  if (SUCCEEDED(result) && size) *size = riff_size + 4;
   return result;
 }
 

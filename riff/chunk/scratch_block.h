@@ -10,7 +10,7 @@ class Scratch {
 public:
   explicit Scratch(SIZE_T bytes) : memory_(static_cast<char*>(GlobalAlloc(GPTR, bytes))) {}
   ~Scratch() {
-    if (memory_ != nullptr) GlobalFree(memory_);
+    if (memory_) GlobalFree(memory_);
   }
   Scratch(const Scratch&) = delete;
   Scratch& operator=(const Scratch&) = delete;

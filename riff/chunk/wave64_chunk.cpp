@@ -28,7 +28,7 @@ bool seek_unsigned(HANDLE file, ULONGLONG position) { return seek(file, static_c
 } // namespace
 
 HRESULT riff64_ReadChunkHeader(HANDLE file, GUID* id, ULONGLONG* size) {
-  if (id == nullptr || size == nullptr) return E_INVALIDARG;
+  if (!id || !size) return E_INVALIDARG;
   struct Header {
     GUID id;
     ULONGLONG stored;
@@ -41,7 +41,7 @@ HRESULT riff64_ReadChunkHeader(HANDLE file, GUID* id, ULONGLONG* size) {
 }
 
 HRESULT riff64_WriteChunkHeader(HANDLE file, const GUID* id, ULONGLONG size) {
-  if (id == nullptr) return E_INVALIDARG;
+  if (!id) return E_INVALIDARG;
   const ULONGLONG stored = size + QVW64_HEADER_BYTES;
   return write_exact(file, id, sizeof *id) && write_exact(file, &stored, sizeof stored) ? S_OK : QVERR_RIFF_WRITE;
 }
@@ -53,7 +53,7 @@ HRESULT riff64_ValidateChunkHeader(HANDLE, const GUID*, ULONGLONG size) {
 }
 
 HRESULT riff64_ReadListHeader(HANDLE file, GUID* type, ULONGLONG* size) {
-  if (type == nullptr || size == nullptr) return E_INVALIDARG;
+  if (!type || !size) return E_INVALIDARG;
   GUID id;
   ULONGLONG list_size = 0;
   const HRESULT result = riff64_ReadChunkHeader(file, &id, &list_size);
@@ -67,17 +67,17 @@ HRESULT riff64_ReadListHeader(HANDLE file, GUID* type, ULONGLONG* size) {
 }
 
 HRESULT riff64_WriteListHeader(HANDLE file, const GUID* type, ULONGLONG size) {
-  if (type == nullptr) return E_INVALIDARG;
+  if (!type) return E_INVALIDARG;
   const HRESULT result = riff64_WriteChunkHeader(file, &QVW64_LIST, size);
   if (FAILED(result)) return result;
   return write_exact(file, type, sizeof *type) ? S_OK : QVERR_RIFF_WRITE;
 }
 
 HRESULT riff64_WriteChunk(HANDLE file, const GUID* id, const void* data, ULONGLONG size, ULONGLONG* written) {
-  if (data == nullptr && size != 0) return E_INVALIDARG;
+  if (!data && size != 0) return E_INVALIDARG;
   HRESULT result = riff64_WriteChunkHeader(file, id, size);
   if (SUCCEEDED(result)) result = riff64_WriteData(file, data, size, nullptr);
-  if (SUCCEEDED(result) && written != nullptr) *written = Walk::padded(size) + QVW64_HEADER_BYTES;
+  if (SUCCEEDED(result) && written) *written = Walk::padded(size) + QVW64_HEADER_BYTES;
   return result;
 }
 
@@ -85,22 +85,22 @@ HRESULT riff64_WriteData(HANDLE file, const void* data, ULONGLONG size, ULONGLON
   const HRESULT result = riff64_WriteToFile(file, data, size);
   if (FAILED(result)) return result;
   if (!write_padding(file, size)) return QVERR_RIFF_WRITE;
-  if (written != nullptr) *written = Walk::padded(size);
+  if (written) *written = Walk::padded(size);
   return S_OK;
 }
 
 HRESULT riff64_WriteToFile(HANDLE file, const void* data, ULONGLONG size) {
-  if (data == nullptr && size != 0) return E_INVALIDARG;
+  if (!data && size != 0) return E_INVALIDARG;
   return write_exact(file, data, size) ? S_OK : QVERR_RIFF_WRITE;
 }
 
 HRESULT riff64_ReadData(HANDLE file, void* buffer, ULONGLONG size) {
-  if (buffer == nullptr && size != 0) return E_INVALIDARG;
+  if (!buffer && size != 0) return E_INVALIDARG;
   return read_exact(file, buffer, size) && skip_forward(file, Walk::padded(size) - size) ? S_OK : QVERR_RIFF_READ;
 }
 
 HRESULT riff64_ReadDataBounded(HANDLE file, void* buffer, ULONGLONG bufferSize, ULONGLONG chunkSize) {
-  if (buffer == nullptr && bufferSize != 0) return E_INVALIDARG;
+  if (!buffer && bufferSize != 0) return E_INVALIDARG;
   const ULONGLONG bytes = std::min(bufferSize, chunkSize);
   if (!read_exact(file, buffer, bytes)) return QVERR_RIFF_READ;
   const ULONGLONG rest = bufferSize - bytes + chunkSize % Wave64Layout::kAlignment;
@@ -108,7 +108,7 @@ HRESULT riff64_ReadDataBounded(HANDLE file, void* buffer, ULONGLONG bufferSize, 
 }
 
 HRESULT riff64_ReadDataAlloc(HANDLE file, QVRIFF64DATA* data) {
-  if (data == nullptr) return E_INVALIDARG;
+  if (!data) return E_INVALIDARG;
   data->data = nullptr;
   if (data->size == 0) return S_OK;
   return read_block(file, data->size, riff64_ReadData, data->data);
@@ -120,7 +120,7 @@ ULONGLONG riff64_SkipChunk(HANDLE file, ULONGLONG size) {
 }
 
 HRESULT riff64_SaveLocation(HANDLE file, ULONGLONG* location) {
-  if (location == nullptr) return E_INVALIDARG;
+  if (!location) return E_INVALIDARG;
   return tell_unsigned(file, *location) ? S_OK : QVERR_RIFF_READ;
 }
 
@@ -140,12 +140,12 @@ HRESULT riff64_Pad(HANDLE file, ULONGLONG start) {
 }
 
 HRESULT riff64_PrepareChunk(HANDLE file, const GUID* id, ULONGLONG* start) {
-  if (start == nullptr) return E_INVALIDARG;
+  if (!start) return E_INVALIDARG;
   return tell_unsigned(file, *start) ? riff64_WriteChunkHeader(file, id, 0) : QVERR_RIFF_WRITE;
 }
 
 HRESULT riff64_PrepareList(HANDLE file, const GUID* type, ULONGLONG* start) {
-  if (start == nullptr) return E_INVALIDARG;
+  if (!start) return E_INVALIDARG;
   return tell_unsigned(file, *start) ? riff64_WriteListHeader(file, type, 0) : QVERR_RIFF_WRITE;
 }
 
@@ -160,7 +160,7 @@ HRESULT riff64_CompleteChunk(HANDLE file, ULONGLONG start) {
 }
 
 HRESULT riff64_WriteChunkToFile(HANDLE file, const GUID* id, const void* data, ULONGLONG size) {
-  if (data == nullptr && size != 0) return E_INVALIDARG;
+  if (!data && size != 0) return E_INVALIDARG;
   ULONGLONG start = 0;
   HRESULT result = riff64_PrepareChunk(file, id, &start);
   if (SUCCEEDED(result)) result = riff64_WriteToFile(file, data, size);

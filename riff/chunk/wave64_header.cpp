@@ -36,13 +36,13 @@ HRESULT riff64_ReadFileID(HANDLE file, ULONGLONG* size, GUID* form) {
   if (FAILED(result)) return result;
   GUID type;
   if (!read_exact(file, &type, sizeof type)) return QVERR_RIFF_READ;
-  if (size != nullptr) *size = data_size_of(stored) - sizeof type;
-  if (form != nullptr) *form = type;
+  if (size) *size = data_size_of(stored) - sizeof type;
+  if (form) *form = type;
   return S_OK;
 }
 
 HRESULT riff64_WriteFileID(HANDLE file, const GUID* form, ULONGLONG size) {
-  if (form == nullptr) return E_INVALIDARG;
+  if (!form) return E_INVALIDARG;
   // Callers count on the result being that of the last write alone.
   const ULONGLONG stored = size + QVW64_HEADER_BYTES;
   if (write_exact(file, &QVW64_RIFF, sizeof(GUID))) write_exact(file, &stored, sizeof stored);

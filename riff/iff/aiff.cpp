@@ -68,7 +68,7 @@ HRESULT find_sound(HANDLE file, ULONGLONG& start, ULONGLONG& bytes) {
 
 template <class Value, class Result>
 void store(Value* out, Result value) {
-  if (out != nullptr) *out = static_cast<Value>(value);
+  if (out) *out = static_cast<Value>(value);
 }
 
 } // namespace
@@ -93,7 +93,7 @@ LONG iff_IsAIFFFileEx(HANDLE file, DWORD* formSize, LONG* isAifc, LONG* isLittle
 }
 
 HRESULT iff_GetAIFFWfx(HANDLE file, WAVEFORMATEX* format, DWORD* frames, ULONGLONG* dataStart, ULONGLONG* dataBytes) {
-  if (format == nullptr) return E_INVALIDARG;
+  if (!format) return E_INVALIDARG;
   LONG little_endian = 0;
   if (iff_IsAIFFFileEx(file, nullptr, nullptr, &little_endian) == 0) return QVERR_RIFF_WRONGFORM;
   WAVEFORMATEX described;

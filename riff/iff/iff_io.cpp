@@ -27,7 +27,7 @@ void swap_words(void* buffer, DWORD count) {
 
 template <class Word>
 HRESULT read_word(HANDLE file, Word* value) {
-  if (value == nullptr) return E_INVALIDARG;
+  if (!value) return E_INVALIDARG;
   Word stored;
   if (!read_exact(file, &stored, sizeof stored)) return QVERR_RIFF_READ;
   *value = swapped(stored);
@@ -53,7 +53,7 @@ HRESULT iff_WriteDWORD(HANDLE file, DWORD value) { return write_word(file, value
 HRESULT iff_WriteWORD(HANDLE file, WORD value) { return write_word(file, value); }
 
 HRESULT iff_ReadChunkHdr(HANDLE file, QVIFFCHUNK* header) {
-  if (header == nullptr) return E_INVALIDARG;
+  if (!header) return E_INVALIDARG;
   QVIFFCHUNK stored;
   if (!read_exact(file, &stored, sizeof stored)) return QVERR_RIFF_READ;
   *header = {swapped(stored.id), swapped(stored.size)};
@@ -61,7 +61,7 @@ HRESULT iff_ReadChunkHdr(HANDLE file, QVIFFCHUNK* header) {
 }
 
 HRESULT iff_WriteChunk(HANDLE file, const QVIFFCHUNK* header) {
-  if (header == nullptr) return E_INVALIDARG;
+  if (!header) return E_INVALIDARG;
   const QVIFFCHUNK stored = {swapped(header->id), swapped(header->size)};
   return write_exact(file, &stored, sizeof stored) ? S_OK : QVERR_RIFF_WRITE;
 }
@@ -80,8 +80,8 @@ HRESULT iff_ReadFormType(HANDLE file, QVIFFCHUNK* header, DWORD* formType) {
   DWORD type = 0;
   result = iff_ReadDWORD(file, &type);
   if (FAILED(result)) return result;
-  if (header != nullptr) *header = form;
-  if (formType != nullptr) *formType = type;
+  if (header) *header = form;
+  if (formType) *formType = type;
   return S_OK;
 }
 

@@ -58,7 +58,7 @@ HRESULT read_marker(ChunkReader& reader, QVIFFMARKER& marker) {
 HRESULT iff_FindChunkHeader(HANDLE file, DWORD id, DWORD* size, DWORD* remaining) {
   DWORD found = 0;
   const HRESULT result = Walk::find_chunk(file, id, found, Walk::Left(remaining));
-  if (SUCCEEDED(result) && size != nullptr) *size = found;
+  if (SUCCEEDED(result) && size) *size = found;
   return result;
 }
 
@@ -67,13 +67,13 @@ HRESULT iff_SeekChunkHeader(HANDLE file, DWORD id, DWORD* size) { return iff_Fin
 HRESULT iff_FindChunkFromStart(HANDLE file, DWORD id, DWORD* size, DWORD* remaining) {
   Walk::Found found;
   const HRESULT result = Walk::find_top_level(file, id, found, Walk::find_chunk);
-  if (SUCCEEDED(result) && size != nullptr) *size = found.size;
-  if (remaining != nullptr) *remaining = found.remaining;
+  if (SUCCEEDED(result) && size) *size = found.size;
+  if (remaining) *remaining = found.remaining;
   return result;
 }
 
 HRESULT iff_FindMarker(HANDLE file, QVIFFMARKER* marker, WORD id) {
-  if (marker == nullptr) return E_INVALIDARG;
+  if (!marker) return E_INVALIDARG;
   DWORD size = 0;
   HRESULT result = iff_FindChunkFromStart(file, QVIFF_ID_MARK, &size, nullptr);
   if (FAILED(result)) return result;
@@ -93,6 +93,6 @@ HRESULT iff_FindMarker(HANDLE file, QVIFFMARKER* marker, WORD id) {
 HRESULT iff_DeleteChunk(HANDLE file, DWORD id, DWORD* removed) {
   ULONGLONG length = 0;
   const HRESULT result = remove_chunk<IffLayout>(file, id, length);
-  if (length != 0 && removed != nullptr) *removed = static_cast<DWORD>(length);
+  if (length != 0 && removed) *removed = static_cast<DWORD>(length);
   return result;
 }

@@ -55,10 +55,10 @@ HRESULT find_in_list(HANDLE file, DWORD id, DWORD& list_bytes) {
 
 /// The text is converted whole and then cut: a conversion into too small a buffer leaves it as it likes.
 HRESULT copy_out(const char* ansi, WCHAR* text, DWORD capacity) {
-  if (text == nullptr || capacity == 0) return S_OK;
+  if (!text || capacity == 0) return S_OK;
   const SIZE_T characters = std::strlen(ansi) + 1;
   const Scratch whole(characters * sizeof(WCHAR));
-  if (whole.get() == nullptr) return E_OUTOFMEMORY;
+  if (!whole.get()) return E_OUTOFMEMORY;
   auto* const converted = reinterpret_cast<WCHAR*>(whole.get());
   convert_ansi(ansi, converted, characters);
   std::copy_n(converted, std::min<SIZE_T>(text_length(converted) + 1, capacity), text);
@@ -70,16 +70,16 @@ HRESULT read_text(HANDLE file, DWORD bytes, WCHAR* text, DWORD capacity) {
   ULONGLONG left = 0;
   if (!bytes_left(file, left) || bytes > left) return QVERR_RIFF_READ;
   const Scratch ansi(SIZE_T{bytes} + 2);
-  if (ansi.get() == nullptr) return E_OUTOFMEMORY;
+  if (!ansi.get()) return E_OUTOFMEMORY;
   if (!read_exact(file, ansi.get(), bytes)) return QVERR_RIFF_READ;
   return copy_out(ansi.get(), text, capacity);
 }
 
 HRESULT fetch(HANDLE file, DWORD id, WCHAR* text, DWORD capacity, DWORD* remaining) {
-  DWORD left = remaining == nullptr ? 0 : *remaining;
+  DWORD left = remaining ? *remaining : 0;
   DWORD list_bytes = 0;
-  HRESULT result = find_info(file, remaining == nullptr ? nullptr : &left, list_bytes);
-  if (result == QVERR_RIFF_NOTFOUND && remaining != nullptr) *remaining = left;
+  HRESULT result = find_info(file, remaining ? &left : nullptr, list_bytes);
+  if (result == QVERR_RIFF_NOTFOUND && remaining) *remaining = left;
   if (SUCCEEDED(result)) result = find_in_list(file, id, list_bytes);
   if (SUCCEEDED(result)) result = read_text(file, list_bytes, text, capacity);
   return result;

@@ -21,15 +21,15 @@ void remove_item(_summarylisttag& list, DWORD index) {
 } // namespace
 
 HRESULT QvSummary_SetItem(_summarylisttag* list, DWORD id, const WCHAR* text) {
-  if (list == nullptr || id == 0) return E_INVALIDARG;
+  if (!list || id == 0) return E_INVALIDARG;
   const DWORD index = find_item(*list, id, list->count);
   const bool found = index < list->count;
-  if (found && text == nullptr) {
+  if (found && !text) {
     remove_item(*list, index);
     return S_OK;
   }
-  WCHAR* const copy = text == nullptr ? nullptr : copy_text(text);
-  if (text != nullptr && copy == nullptr) return E_OUTOFMEMORY;
+  WCHAR* const copy = text ? copy_text(text) : nullptr;
+  if (text && !copy) return E_OUTOFMEMORY;
   if (found) {
     free_block(list->items[index].text);
     list->items[index].text = copy;
@@ -44,19 +44,19 @@ HRESULT QvSummary_SetItem(_summarylisttag* list, DWORD id, const WCHAR* text) {
 }
 
 const WCHAR* QvSummary_GetItemText(const _summarylisttag* list, DWORD id) {
-  if (list == nullptr) return nullptr;
+  if (!list) return nullptr;
   const DWORD index = find_item(*list, id, list->count);
   return index < list->count ? list->items[index].text : nullptr;
 }
 
 HRESULT QvSummary_GetItemIndex(const _summarylisttag* list, DWORD id) {
-  if (list == nullptr) return QVERR_RIFF_NOTFOUND;
+  if (!list) return QVERR_RIFF_NOTFOUND;
   const DWORD index = find_item(*list, id, list->count);
   return index < list->count ? static_cast<HRESULT>(index) : QVERR_RIFF_NOTFOUND;
 }
 
 HRESULT QvSummary_Free(_summarylisttag* list) {
-  if (list == nullptr) return S_OK;
+  if (!list) return S_OK;
   for (DWORD index = 0; index < list->count; ++index)
     free_block(list->items[index].text);
   free_block(list->items);

@@ -32,12 +32,12 @@ bool is_there(HANDLE file, DWORD size) {
 HRESULT read_ansi(HANDLE file, DWORD size, WCHAR*& text) {
   if (!is_there(file, size)) return QVERR_RIFF_READ;
   const Scratch ansi(SIZE_T{size} + 2);
-  if (ansi.get() == nullptr) return E_OUTOFMEMORY;
+  if (!ansi.get()) return E_OUTOFMEMORY;
   const HRESULT result = riff_ReadData(file, ansi.get(), size);
   if (FAILED(result)) return result;
   const ULONGLONG capacity = ULONGLONG{size} + 1;
   text = new_text(capacity);
-  if (text == nullptr) return E_OUTOFMEMORY;
+  if (!text) return E_OUTOFMEMORY;
   convert_ansi(ansi.get(), text, capacity);
   return S_OK;
 }
@@ -45,7 +45,7 @@ HRESULT read_ansi(HANDLE file, DWORD size, WCHAR*& text) {
 HRESULT read_utf16(HANDLE file, DWORD size, WCHAR*& text) {
   if (!is_there(file, size)) return QVERR_RIFF_READ;
   text = static_cast<WCHAR*>(new_block(ULONGLONG{size} + 2));
-  if (text == nullptr) return E_OUTOFMEMORY;
+  if (!text) return E_OUTOFMEMORY;
   const HRESULT result = riff_ReadData(file, text, size);
   text[size / 2] = 0; // where the half character of an odd size is
   return result;
@@ -82,7 +82,7 @@ HRESULT load(HANDLE file, _summarylisttag& list, DWORD remaining, TextReader rea
 } // namespace
 
 HRESULT QvSummary_Load(HANDLE file, _summarylisttag* list, DWORD* remaining) {
-  if (list == nullptr || remaining == nullptr) return E_INVALIDARG;
+  if (!list || !remaining) return E_INVALIDARG;
   return load(file, *list, *remaining, read_ansi);
 }
 

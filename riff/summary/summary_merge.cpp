@@ -16,7 +16,7 @@ HRESULT merge_copies(_summarylisttag& dst, const _summarylisttag& src, bool over
 }
 
 /// A record whose contents have gone over.
-bool is_cleared(const _summaryitemtag& item) { return item.id == 0 && item.text == nullptr; }
+bool is_cleared(const _summaryitemtag& item) { return item.id == 0 && !item.text; }
 
 void move_over_shared(_summarylisttag& dst, _summarylisttag& src) {
   for (DWORD index = 0; index < src.count; ++index) {
@@ -60,7 +60,7 @@ HRESULT merge_by_moving(_summarylisttag& dst, _summarylisttag& src, bool overwri
 }
 
 bool same_text(const WCHAR* a, const WCHAR* b) {
-  if (a == nullptr || b == nullptr) return a == b;
+  if (!a || !b) return a == b;
   const SIZE_T length = text_length(a);
   return text_length(b) == length && std::char_traits<WCHAR>::compare(a, b, length) == 0;
 }
@@ -68,14 +68,14 @@ bool same_text(const WCHAR* a, const WCHAR* b) {
 } // namespace
 
 HRESULT QvSummary_Merge(_summarylisttag* dst, _summarylisttag* src, BOOL overwrite, BOOL move) {
-  if (dst == nullptr || src == nullptr) return E_INVALIDARG;
+  if (!dst || !src) return E_INVALIDARG;
   if (src->count == 0 || src == dst) return S_OK;
   if (move) return merge_by_moving(*dst, *src, overwrite != 0);
   return merge_copies(*dst, *src, overwrite != 0);
 }
 
 HRESULT QvSummary_Copy(_summarylisttag* dst, const _summarylisttag* src) {
-  if (dst == nullptr || src == nullptr) return E_INVALIDARG;
+  if (!dst || !src) return E_INVALIDARG;
   if (dst == src) return S_OK;
   QvSummary_Free(dst);
   if (src->count == 0) return S_OK;
@@ -83,9 +83,9 @@ HRESULT QvSummary_Copy(_summarylisttag* dst, const _summarylisttag* src) {
   dst->count = src->count;
   for (DWORD index = 0; index < src->count; ++index) {
     const _summaryitemtag& item = src->items[index];
-    WCHAR* const text = item.text == nullptr ? nullptr : copy_text(item.text);
+    WCHAR* const text = item.text ? copy_text(item.text) : nullptr;
     dst->items[index] = {item.id, text};
-    if (text != nullptr || item.text == nullptr) continue;
+    if (text || !item.text) continue;
     QvSummary_Free(dst);
     return E_OUTOFMEMORY;
   }
@@ -93,7 +93,7 @@ HRESULT QvSummary_Copy(_summarylisttag* dst, const _summarylisttag* src) {
 }
 
 BOOL QvSummary_Compare(const _summarylisttag* a, const _summarylisttag* b) {
-  if (a == nullptr || b == nullptr || a->count != b->count) return FALSE;
+  if (!a || !b || a->count != b->count) return FALSE;
   for (DWORD index = 0; index < a->count; ++index)
     if (!same_text(a->items[index].text, b->items[index].text)) return FALSE;
   return TRUE;

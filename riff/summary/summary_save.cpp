@@ -29,7 +29,7 @@ HRESULT write_ansi(HANDLE file, const _summaryitemtag& item, DWORD index, ULONGL
   const DWORD size = static_cast<DWORD>(std::max(needed, 1));
   if (!take(list_bytes, size)) return QVERR_RIFF_TOOBIG;
   const Scratch ansi(padded(size));
-  if (ansi.get() == nullptr) return E_OUTOFMEMORY;
+  if (!ansi.get()) return E_OUTOFMEMORY;
   WideCharToMultiByte(CP_ACP, 0, item.text, -1, ansi.get(), static_cast<int>(size), nullptr, nullptr);
   if ((size & 1) != 0) ansi.get()[size] = static_cast<char>(index); // readers look at no pad byte
   const HRESULT result = riff_WriteChunkHeader(file, item.id, size);
@@ -48,7 +48,7 @@ HRESULT write_utf16(HANDLE file, const _summaryitemtag& item, DWORD, ULONGLONG& 
 
 HRESULT write_items(HANDLE file, const _summarylisttag& list, ItemWriter write_item, ULONGLONG& list_bytes) {
   for (DWORD index = 0; index < list.count; ++index) {
-    if (list.items[index].text == nullptr) continue;
+    if (!list.items[index].text) continue;
     const HRESULT result = write_item(file, list.items[index], index, list_bytes);
     if (FAILED(result)) return result;
   }
@@ -56,8 +56,8 @@ HRESULT write_items(HANDLE file, const _summarylisttag& list, ItemWriter write_i
 }
 
 HRESULT save(HANDLE file, const _summarylisttag* list, DWORD* written, DWORD form, ItemWriter write_item) {
-  if (written != nullptr) *written = 0;
-  if (list == nullptr) return E_INVALIDARG;
+  if (written) *written = 0;
+  if (!list) return E_INVALIDARG;
   if (list->count == 0) return S_OK;
   HRESULT result = riff_WriteListHeader(file, form, 0);
   LONGLONG body = 0;
@@ -69,7 +69,7 @@ HRESULT save(HANDLE file, const _summarylisttag* list, DWORD* written, DWORD for
   if (!seek(file, body - kFormBytes - LONGLONG{sizeof size}) || !write_exact(file, &size, sizeof size) ||
       !seek(file, body - kFormBytes + LONGLONG{size}))
     return QVERR_RIFF_WRITE;
-  if (written != nullptr) *written = size + kHeaderBytes;
+  if (written) *written = size + kHeaderBytes;
   return S_OK;
 }
 

@@ -14,14 +14,14 @@ constexpr ULONGLONG kMostCharacters = 0x7FFFFFFF;
 
 void* new_block(ULONGLONG bytes) {
   const HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, bytes);
-  if (block == nullptr) return nullptr;
+  if (!block) return nullptr;
   void* const memory = GlobalLock(block);
-  if (memory == nullptr) GlobalFree(block);
+  if (!memory) GlobalFree(block);
   return memory;
 }
 
 void free_block(void* memory) {
-  if (memory == nullptr) return;
+  if (!memory) return;
   const HGLOBAL block = GlobalHandle(memory);
   GlobalUnlock(block);
   GlobalFree(block);
@@ -32,13 +32,13 @@ WCHAR* new_text(ULONGLONG characters) { return static_cast<WCHAR*>(new_block(cha
 WCHAR* copy_text(const WCHAR* text) {
   const SIZE_T characters = text_length(text) + 1;
   WCHAR* const copy = new_text(characters);
-  if (copy != nullptr) std::copy_n(text, characters, copy);
+  if (copy) std::copy_n(text, characters, copy);
   return copy;
 }
 
 bool resize_array(_summarylisttag& list, ULONGLONG capacity) {
   auto* const items = static_cast<_summaryitemtag*>(new_block(capacity * sizeof(_summaryitemtag)));
-  if (items == nullptr) return false;
+  if (!items) return false;
   std::copy_n(list.items, list.count, items);
   free_block(list.items);
   list.items = items;

@@ -38,7 +38,7 @@ HRESULT write_all(IStream* stream, const void* buffer, ULONGLONG bytes) {
 }
 
 HRESULT write_item(IStream* stream, const _summaryitemtag& item) {
-  const ULONGLONG length = item.text == nullptr ? 0 : text_length(item.text) + ULONGLONG{1};
+  const ULONGLONG length = item.text ? text_length(item.text) + ULONGLONG{1} : 0;
   if (length > 0xFFFFFFFF) return E_INVALIDARG;
   const DWORD header[2] = {item.id, static_cast<DWORD>(length)};
   const HRESULT result = write_all(stream, header, sizeof header);
@@ -50,7 +50,7 @@ HRESULT read_text(IStream* stream, ULONGLONG length, WCHAR*& text) {
   for (ULONGLONG have = 0; have < length;) {
     const ULONGLONG room = std::min(length, have == 0 ? kFirstCharacters : 2 * have);
     WCHAR* const larger = new_text(room);
-    if (larger == nullptr) return E_OUTOFMEMORY;
+    if (!larger) return E_OUTOFMEMORY;
     std::copy_n(text, have, larger);
     free_block(text);
     text = larger;
@@ -82,7 +82,7 @@ HRESULT read_items(IStream* stream, DWORD count, _summarylisttag& list) {
 } // namespace
 
 HRESULT _summarylisttag::Persist(IStream* stream) const {
-  if (stream == nullptr) return E_INVALIDARG;
+  if (!stream) return E_INVALIDARG;
   HRESULT result = write_all(stream, &count, sizeof count);
   for (DWORD index = 0; SUCCEEDED(result) && index < count; ++index)
     result = write_item(stream, items[index]);
@@ -90,7 +90,7 @@ HRESULT _summarylisttag::Persist(IStream* stream) const {
 }
 
 HRESULT _summarylisttag::Create(IStream* stream) {
-  if (stream == nullptr) return E_INVALIDARG;
+  if (!stream) return E_INVALIDARG;
   QvSummary_Free(this);
   DWORD stored = 0;
   HRESULT result = read_all(stream, &stored, sizeof stored);

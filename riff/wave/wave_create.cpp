@@ -24,7 +24,7 @@ DWORD disposition_of(DWORD creation) {
 /// Creates the file and has `write` fill it.
 template <class Write>
 HRESULT create(const WCHAR* name, const WAVEFORMATEX* format, DWORD creation, Write write) {
-  if (name == nullptr || format == nullptr) return E_INVALIDARG;
+  if (!name || !format) return E_INVALIDARG;
   const HRESULT accepted = check_format(*format);
   if (FAILED(accepted)) return accepted;
   const HANDLE file = CreateFileW(name, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr,
@@ -44,7 +44,7 @@ bool has_room(HANDLE file, ULONGLONG data_start, DWORD plain, DWORD junked) {
 /// Does `write` and goes back to the position.
 template <class Write>
 HRESULT insert(HANDLE file, const WAVEFORMATEX* format, Write write) {
-  if (format == nullptr) return E_INVALIDARG;
+  if (!format) return E_INVALIDARG;
   const KeptPosition kept(file);
   if (!kept.known()) return QVERR_RIFF_READ;
   HRESULT result = check_format(*format);
@@ -55,9 +55,9 @@ HRESULT insert(HANDLE file, const WAVEFORMATEX* format, Write write) {
 } // namespace
 
 HRESULT QvInitializeWav(const WCHAR* name, const WAVEFORMATEX* format, DWORD creation) {
-  return create(name, format, creation, [format](HANDLE file) {
-    return write_wave_header(file, *format, kWaveHeaderBytes - 8, 0, kWaveHeaderBytes);
-  });
+  return create(
+      name, format, creation,
+      [format](HANDLE file) { return write_wave_header(file, *format, kWaveHeaderBytes - 8, 0, kWaveHeaderBytes); });
 }
 
 HRESULT QvInitializeWavWithJunk(const WCHAR* name, const WAVEFORMATEX* format, DWORD creation, DWORD headerSize) {
@@ -69,9 +69,9 @@ HRESULT QvInitializeWavWithJunk(const WCHAR* name, const WAVEFORMATEX* format, D
 }
 
 HRESULT QvInitializeWav64(const WCHAR* name, const WAVEFORMATEX* format, DWORD creation) {
-  return create(name, format, creation, [format](HANDLE file) {
-    return write_wave64_header(file, *format, kEmptyWave64Size, 0, kWave64HeaderBytes);
-  });
+  return create(
+      name, format, creation,
+      [format](HANDLE file) { return write_wave64_header(file, *format, kEmptyWave64Size, 0, kWave64HeaderBytes); });
 }
 
 HRESULT QvInitializeWav64WithJunk(const WCHAR* name, const WAVEFORMATEX* format, DWORD creation, LONGLONG headerSize) {
@@ -83,17 +83,22 @@ HRESULT QvInitializeWav64WithJunk(const WCHAR* name, const WAVEFORMATEX* format,
 }
 
 HRESULT QvInsertWavHeader(HANDLE file, const WAVEFORMATEX* format, DWORD dataSize, DWORD dataStart) {
-  return insert(file, format, [=]() -> HRESULT {
-    if (dataStart % 2 != 0 || !has_room(file, dataStart, kWaveHeaderBytes, kWaveJunkedBytes)) return QVERR_RIFF_BADSIZE;
-    const ULONGLONG riff_size = std::min(ULONGLONG{dataStart} - 8 + dataSize, kMost32);
-    return write_wave_header(file, *format, static_cast<DWORD>(riff_size), dataSize, dataStart);
-  });
+  return insert(
+      file, format,
+      [=]() -> HRESULT {
+        if (dataStart % 2 != 0 || !has_room(file, dataStart, kWaveHeaderBytes, kWaveJunkedBytes))
+          return QVERR_RIFF_BADSIZE;
+        const ULONGLONG riff_size = std::min(ULONGLONG{dataStart} - 8 + dataSize, kMost32);
+        return write_wave_header(file, *format, static_cast<DWORD>(riff_size), dataSize, dataStart);
+      });
 }
 
 HRESULT QvInsertW64Header(HANDLE file, const WAVEFORMATEX* format, ULONGLONG dataSize, ULONGLONG dataStart) {
-  return insert(file, format, [=]() -> HRESULT {
-    if (dataStart % 8 != 0 || !has_room(file, dataStart, kWave64HeaderBytes, kWave64JunkedBytes))
-      return QVERR_RIFF_BADSIZE;
-    return write_wave64_header(file, *format, dataStart + dataSize, dataSize, dataStart);
-  });
+  return insert(
+      file, format,
+      [=]() -> HRESULT {
+        if (dataStart % 8 != 0 || !has_room(file, dataStart, kWave64HeaderBytes, kWave64JunkedBytes))
+          return QVERR_RIFF_BADSIZE;
+        return write_wave64_header(file, *format, dataStart + dataSize, dataSize, dataStart);
+      });
 }

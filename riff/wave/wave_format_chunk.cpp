@@ -28,7 +28,7 @@ namespace {
 /// Whether the file can be opened and is what `test` asks for.
 template <class Test>
 LONG file_passes(const WCHAR* name, Test test) {
-  if (name == nullptr) return 0;
+  if (!name) return 0;
   const HANDLE file =
       CreateFileW(name, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE) return 0;
@@ -68,17 +68,19 @@ HRESULT with_format_chunk(HANDLE file, Then then) {
 } // namespace
 
 LONG QvFileIsWave(const WCHAR* name, BOOL allowCompressed) {
-  return file_passes(name, [=](HANDLE file) { return is_wave(file, allowCompressed != 0); });
+  return file_passes(
+      name, [=](HANDLE file) { return is_wave(file, allowCompressed != 0); });
 }
 
 LONG QvFileIsAiff(const WCHAR* name) {
-  return file_passes(name, [](HANDLE file) { return iff_IsAIFFFile(file, nullptr) != 0; });
+  return file_passes(
+      name, [](HANDLE file) { return iff_IsAIFFFile(file, nullptr) != 0; });
 }
 
 LONG QvFileIsWave64(const WCHAR* name) { return file_passes(name, is_wave64); }
 
 HRESULT QvGetFileWfx(HANDLE file, WAVEFORMATEX* format) {
-  if (format == nullptr) return E_INVALIDARG;
+  if (!format) return E_INVALIDARG;
   return with_format_chunk(file, [=](DWORD size) {
     WAVEFORMATEX record;
     const HRESULT result = read_format(file, size, record);
@@ -88,7 +90,7 @@ HRESULT QvGetFileWfx(HANDLE file, WAVEFORMATEX* format) {
 }
 
 HRESULT QvSetFileWfx(HANDLE file, const WAVEFORMATEX* format) {
-  if (format == nullptr) return E_INVALIDARG;
+  if (!format) return E_INVALIDARG;
   return with_format_chunk(file, [=](DWORD size) -> HRESULT {
     const bool fits = size == kWaveRecordBytes || (size == kLeastFormatBytes && format->cbSize == 0);
     if (!fits) return QVERR_RIFF_BADSIZE;

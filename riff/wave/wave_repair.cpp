@@ -21,7 +21,7 @@ struct Defaults {
   WORD bits = 16;
 
   explicit Defaults(const WAVEFORMATEX* hint) {
-    if (hint == nullptr) return;
+    if (!hint) return;
     rate = hint->nSamplesPerSec;
     channels = hint->nChannels;
     tag = hint->wFormatTag;

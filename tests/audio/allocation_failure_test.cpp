@@ -1,5 +1,6 @@
 // What allocates answers null when memory is short.
 #include "platform/posix/seams.h"
+
 #include "qv/audio.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,8 @@
 // Formats in words: the English texts, the translations' arguments, and buffers of every size.
-#include "qv/audio.h"
 #include "tests/kernel/text/formatted.h"
 #include "tests/kernel/text/locale_fixture.h"
+
+#include "qv/audio.h"
 
 #include <algorithm>
 #include <cstring>

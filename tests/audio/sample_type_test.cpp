@@ -29,9 +29,8 @@ TEST(SampleType, FromTagAndBits) {
        {0u, 1u, 2u, 3u, 0x55u, 0xFDFFu, 0xFE00u, 0xFE01u, 0xFE02u, 0xFE03u, 0xFE04u, 0xFFFEu, 0x10001u}) {
     for (uint32_t bits = 0; bits <= 70; ++bits) {
       uint32_t expected = 0;
-      for (const auto& row : rows) {
+      for (const auto& row : rows)
         if (row.tag == tag && row.bits == bits) expected = row.type;
-      }
       EXPECT_EQ(QvAudio_GetSampleType2(tag, bits), expected) << tag << " with " << bits;
     }
   }

@@ -1,9 +1,8 @@
 // The format record: filling it, and equality.
 #include "qv/audio.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
+#include <gtest/gtest.h>
 #include <vector>
 
 namespace {
@@ -16,9 +15,8 @@ public:
   _qvwaveformat* operator->() { return &**this; }
   bool guard_is_whole() const {
     const auto* bytes = reinterpret_cast<const uint8_t*>(memory_.data());
-    for (size_t i = capacity_ < 32 ? 32 : capacity_; i < memory_.size() * 4; ++i) {
+    for (size_t i = capacity_ < 32 ? 32 : capacity_; i < memory_.size() * 4; ++i)
       if (bytes[i] != 0xCD) return false;
-    }
     return true;
   }
 

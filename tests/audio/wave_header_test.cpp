@@ -1,9 +1,8 @@
 // Headers from records, from headers and from parts.
 #include "qv/audio.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
+#include <gtest/gtest.h>
 #include <random>
 
 namespace {

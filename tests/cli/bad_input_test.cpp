@@ -4,11 +4,10 @@
 #include "tests/cli/wave_bytes.h"
 #include "tests/riff/wave64_bytes.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 using namespace cli_test;

@@ -3,9 +3,8 @@
 #include "tests/cli/scratch_folder.h"
 #include "tests/cli/wave_bytes.h"
 
-#include <gtest/gtest.h>
-
 #include <bit>
+#include <gtest/gtest.h>
 
 using namespace cli_test;
 

@@ -3,9 +3,8 @@
 #include "tests/cli/scratch_folder.h"
 #include "tests/cli/wave_bytes.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
+#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
@@ -82,14 +81,11 @@ TEST(Filter, ResponsesInFiles) {
     double f = 0, magnitude = 0, phase = 0, delay = 0;
     ASSERT_EQ(std::sscanf(line.c_str(), "%lf,%lf,%lf,%lf", &f, &magnitude, &phase, &delay), 4);
     const double w = std::tan(3.14159265358979 * f / 48000) / std::tan(3.14159265358979 * 1000 / 48000);
-    if (magnitude > -150.0) {
-      EXPECT_NEAR(magnitude, -10.0 * std::log10(1.0 + w * w * w * w), 1e-4) << f;
-    }
+    if (magnitude > -150.0) EXPECT_NEAR(magnitude, -10.0 * std::log10(1.0 + w * w * w * w), 1e-4) << f;
     EXPECT_NEAR(phase, -std::atan2(std::sqrt(2.0) * w, 1.0 - w * w) * 180.0 / 3.14159265358979, 1e-3) << f;
     // The delay is the phase's slope.
-    if (count > 0) {
+    if (count > 0)
       EXPECT_NEAR((before[2] + delay) / 2.0, -(phase - before[1]) / 360.0 / (f - before[0]) * 1000.0, 2e-5) << f;
-    }
     before[0] = f, before[1] = phase, before[2] = delay;
     ++count;
   }
@@ -141,9 +137,8 @@ TEST(ConvertRate, FramesLevelsAndTypes) {
     EXPECT_EQ(info["frames"], each.expected);
     EXPECT_EQ(info["sample_rate"], each.to);
     EXPECT_EQ(info["sample_type"], 17);
-    if (each.frames > 1000) {
+    if (each.frames > 1000)
       EXPECT_NEAR(level(out), level(in), each.to < each.from ? 0.5 : 0.1) << each.quality; // the low-pass has a ripple
-    }
   }
 }
 

@@ -3,10 +3,9 @@
 #include "tests/cli/scratch_folder.h"
 #include "tests/cli/wave_bytes.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <csignal>
+#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>

@@ -4,10 +4,9 @@
 #include "tests/cli/wave_bytes.h"
 #include "tests/riff/wave64_bytes.h"
 
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
 
 using namespace cli_test;
 using riff_test::chunk64;
@@ -353,9 +352,7 @@ TEST(Repair, CutsAndRuinedBytesAllOver) {
         EXPECT_EQ(before.size() < audio + 4, true) << outcome.error;
         EXPECT_EQ(after == before, true);
       }
-      if (at >= whole.size()) {
-        EXPECT_NE(after.find(kAudio), Bytes::npos) << outcome.out;
-      }
+      if (at >= whole.size()) EXPECT_NE(after.find(kAudio), Bytes::npos) << outcome.out;
     }
   }
 }

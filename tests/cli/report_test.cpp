@@ -3,10 +3,9 @@
 #include "tests/cli/scratch_folder.h"
 #include "tests/cli/wave_bytes.h"
 
+#include <cmath>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-
-#include <cmath>
 
 using namespace cli_test;
 using Json = nlohmann::json;

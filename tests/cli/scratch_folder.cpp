@@ -23,7 +23,7 @@ void write_file(const fs::path& path, const std::string& bytes) {
 
 ScratchFolder::ScratchFolder() {
   std::string path = (fs::temp_directory_path() / "qv-cli-XXXXXX").string();
-  if (mkdtemp(path.data()) == nullptr) throw std::runtime_error("no folder for the test");
+  if (!mkdtemp(path.data())) throw std::runtime_error("no folder for the test");
   path_ = path;
 }
 

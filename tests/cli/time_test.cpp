@@ -2,11 +2,10 @@
 #include "tests/cli/process.h"
 #include "tests/cli/scratch_folder.h"
 
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <cstdlib>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <string>
 
 using namespace cli_test;

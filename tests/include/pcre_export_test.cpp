@@ -1,9 +1,8 @@
 // A program that loads only our library finds PCRE's interface in it, and it works.
 #include "tests/include/loaded_library.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
+#include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
@@ -52,9 +51,8 @@ TEST(PcreExport, MatchesThroughOurLibraryAlone) {
     const int count =
         exec(code, nullptr, expected.subject, static_cast<int>(std::strlen(expected.subject)), 0, 0, offsets, 30);
     std::vector<std::string> groups;
-    for (int i = 0; i < count; i++) {
+    for (int i = 0; i < count; i++)
       groups.emplace_back(expected.subject + offsets[2 * i], expected.subject + offsets[2 * i + 1]);
-    }
     EXPECT_EQ(groups, expected.groups) << expected.pattern;
     // pcre_free is a variable that holds the function.
     (*static_cast<void (**)(void*)>(library.find("pcre_free")))(code);

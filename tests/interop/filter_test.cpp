@@ -2,9 +2,8 @@
 #include "tests/audio/resample/sine_fit.h"
 #include "tests/interop/material.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
+#include <gtest/gtest.h>
 
 using namespace interop_test;
 using cli_test::ScratchFolder;

@@ -1,13 +1,13 @@
 // AIFF and Wave64 files of sox and ffmpeg, described.
+#include "tests/interop/material.h"
+
 #include "qv/iff.h"
 #include "qv/riff.h"
 #include "qv/riff64.h"
 #include "qv/wave_file.h"
-#include "tests/interop/material.h"
-
-#include <gtest/gtest.h>
 
 #include <filesystem>
+#include <gtest/gtest.h>
 
 using namespace interop_test;
 using cli_test::ScratchFolder;

@@ -3,10 +3,9 @@
 #include "tests/cli/process.h"
 #include "tests/riff/riff_bytes.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <cstring>
+#include <gtest/gtest.h>
 #include <stdexcept>
 
 namespace interop_test {
@@ -28,9 +27,8 @@ std::string shell(const std::string& command) {
 
 std::string qv(const std::vector<std::string>& arguments) {
   const cli_test::Outcome outcome = cli_test::run_qv(arguments);
-  if (outcome.exit_code != 0 || !outcome.error.empty()) {
+  if (outcome.exit_code != 0 || !outcome.error.empty())
     throw std::runtime_error("qv " + arguments[0] + ": " + outcome.error);
-  }
   return outcome.out;
 }
 
@@ -69,9 +67,8 @@ double decode_float(const char* bytes, int width) {
 std::vector<double> decode(const SampleType& type, const std::string& bytes) {
   const int width = type.bits / 8;
   std::vector<double> samples;
-  for (size_t at = 0; at + static_cast<size_t>(width) <= bytes.size(); at += static_cast<size_t>(width)) {
+  for (size_t at = 0; at + static_cast<size_t>(width) <= bytes.size(); at += static_cast<size_t>(width))
     samples.push_back(type.is_float ? decode_float(&bytes[at], width) : decode_integer(&bytes[at], width));
-  }
   return samples;
 }
 

@@ -5,7 +5,6 @@
 #include "tests/interop/sample_types.h"
 
 #include <nlohmann/json.hpp>
-
 #include <string>
 #include <vector>
 

@@ -3,12 +3,11 @@
 #include "tests/cli/process.h"
 #include "tests/interop/material.h"
 
-#include <gtest/gtest.h>
-
 #include <chrono>
 #include <csignal>
 #include <fstream>
 #include <functional>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <thread>
 

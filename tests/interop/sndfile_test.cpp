@@ -1,9 +1,8 @@
 // qv and libsndfile read each other's files, sample for sample.
 #include "tests/interop/material.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
+#include <gtest/gtest.h>
 
 using namespace interop_test;
 using cli_test::ScratchFolder;

@@ -1,9 +1,8 @@
 // qv and sox read each other's files, sample for sample.
 #include "tests/interop/material.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
+#include <gtest/gtest.h>
 
 using namespace interop_test;
 using cli_test::ScratchFolder;

@@ -1,10 +1,10 @@
 // The texts of INFO lists between the library, ffmpeg and libsndfile.
-#include "qv/summary.h"
 #include "tests/interop/material.h"
 #include "tests/riff/riff_bytes.h"
 
-#include <gtest/gtest.h>
+#include "qv/summary.h"
 
+#include <gtest/gtest.h>
 #include <sndfile.h>
 
 using namespace interop_test;

@@ -1,11 +1,11 @@
 // ffmpeg counts and names frames as the library does: the timecode track of a QuickTime file holds the count of its
 // first frame, which ffmpeg computed from a label.
-#include "qv/smpte.h"
 #include "tests/interop/material.h"
 
-#include <gtest/gtest.h>
+#include "qv/smpte.h"
 
 #include <cstdio>
+#include <gtest/gtest.h>
 #include <random>
 
 using namespace interop_test;

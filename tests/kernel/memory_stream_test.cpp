@@ -1,7 +1,6 @@
 #include "qv/memory_stream.h"
 
 #include <gtest/gtest.h>
-
 #include <string>
 
 namespace {
@@ -24,9 +23,7 @@ public:
     ULARGE_INTEGER position;
     position.QuadPart = 77;
     const HRESULT result = stream_->Seek(move, origin, &position);
-    if (SUCCEEDED(result)) {
-      EXPECT_EQ(position.QuadPart, at());
-    }
+    if (SUCCEEDED(result)) EXPECT_EQ(position.QuadPart, at());
     return result;
   }
   ULONGLONG at() {

@@ -2,7 +2,6 @@
 #include "qv/win32.h"
 
 #include <gtest/gtest.h>
-
 #include <string>
 
 namespace {

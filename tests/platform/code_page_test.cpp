@@ -2,7 +2,6 @@
 #include "qv/win32.h"
 
 #include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
 
@@ -120,12 +119,11 @@ TEST(Utf8, MalformedBytesBecomeReplacements) {
   for (const Malformed& each : kMalformed) {
     std::vector<WCHAR> others;
     size_t replacements = 0;
-    for (const WCHAR character : from_utf8(each.bytes)) {
+    for (const WCHAR character : from_utf8(each.bytes))
       if (character == 0xFFFD)
         ++replacements;
       else
         others.push_back(character);
-    }
     EXPECT_EQ(others, each.others);
     EXPECT_EQ(replacements, each.replacements);
   }

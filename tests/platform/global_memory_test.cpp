@@ -1,8 +1,7 @@
 #include "qv/win32.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
+#include <gtest/gtest.h>
 
 TEST(GlobalMemory, SizesAreExact) {
   for (const SIZE_T bytes : {SIZE_T{1}, SIZE_T{7}, SIZE_T{40}, SIZE_T{100001}}) {

@@ -1,10 +1,9 @@
 // Private heaps, blocks of the C runtime and of the global heap that change their size, and memory that cannot be read.
 #include "qv/win32.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <cstring>
+#include <gtest/gtest.h>
 #include <vector>
 
 namespace {

@@ -2,10 +2,9 @@
 // the distribution's own definitions; without those the tests that need them are skipped.
 #include "qv/win32.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <filesystem>
+#include <gtest/gtest.h>
 #include <map>
 #include <string>
 
@@ -59,12 +58,11 @@ protected:
   }
 
   void TearDown() override {
-    for (const char* name : kVariables) {
+    for (const char* name : kVariables)
       if (before_.count(name))
         setenv(name, before_[name].c_str(), 1);
       else
         unsetenv(name);
-    }
   }
 
   static void TearDownTestSuite() {

@@ -2,7 +2,6 @@
 #include "tests/platform/scratch_path.h"
 
 #include <gtest/gtest.h>
-
 #include <random>
 
 TEST(ReadAhead, RandomReadsEqualTheFile) {
@@ -56,9 +55,8 @@ int64_t read_calls() {
   std::ifstream io("/proc/self/io");
   std::string name;
   int64_t count = 0;
-  while (io >> name >> count) {
+  while (io >> name >> count)
     if (name == "syscr:") return count;
-  }
   return -1;
 }
 

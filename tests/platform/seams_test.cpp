@@ -1,6 +1,5 @@
 // The POSIX layer's seams do what tests of other families rely on.
 #include "platform/posix/seams.h"
-
 #include "tests/platform/scratch_path.h"
 
 #include <gtest/gtest.h>

@@ -3,7 +3,6 @@
 #include "qv/win32.h"
 
 #include <gtest/gtest.h>
-
 #include <sys/mman.h>
 #include <unistd.h>
 

@@ -1,9 +1,8 @@
 // Events, threads, waiting for several handles, and critical sections.
 #include "qv/win32.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
+#include <gtest/gtest.h>
 #include <vector>
 
 namespace {

@@ -4,9 +4,8 @@
 #include "platform/posix/seams.h"
 #include "tests/riff/scratch_file.h"
 
-#include <gtest/gtest.h>
-
 #include <functional>
+#include <gtest/gtest.h>
 
 namespace riff_test {
 
@@ -42,9 +41,7 @@ inline void expect_each_failure_reported(const Bytes& bytes, const FailingOperat
         << std::hex << result;
     EXPECT_LE(file.contents().size(), bytes.size());
     // The call that goes back to the position is the last; when that fails the position is lost.
-    if (operation.restores_position && nth < calls) {
-      EXPECT_EQ(file.position(), operation.from);
-    }
+    if (operation.restores_position && nth < calls) EXPECT_EQ(file.position(), operation.from);
   }
 }
 

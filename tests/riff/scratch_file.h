@@ -1,8 +1,9 @@
 // A real file for one test: created with given bytes, open for reading and writing, removed at the end.
 #pragma once
 
-#include "qv/riff.h"
 #include "tests/riff/riff_bytes.h"
+
+#include "qv/riff.h"
 
 #include <filesystem>
 

@@ -36,9 +36,8 @@ void print_error(const std::string& line) { std::cerr << "qv: " + line + "\n" <<
 void print_warning(const std::string& file, const std::string& text) { print_error(file + ": warning: " + text); }
 
 std::string system_error_text(DWORD error) {
-  for (const ErrorText& row : kErrorTexts) {
+  for (const ErrorText& row : kErrorTexts)
     if (row.error == error) return row.text;
-  }
   return "system error " + std::to_string(error);
 }
 

@@ -20,7 +20,8 @@ std::vector<std::string> names_of(const Rows& rows) {
 /// The row of a name that has been checked.
 template <class Rows>
 const auto& row_of(const Rows& rows, const std::string& name) {
-  return *std::find_if(std::begin(rows), std::end(rows), [&](const auto& row) { return row.name == name; });
+  return *std::find_if(
+      std::begin(rows), std::end(rows), [&](const auto& row) { return row.name == name; });
 }
 
 } // namespace qv::tool

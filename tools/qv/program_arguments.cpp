@@ -14,7 +14,7 @@ std::vector<std::string> program_arguments([[maybe_unused]] int argc, [[maybe_un
   // The words of main() are in the ANSI code page; the system has them whole.
   int count = 0;
   wchar_t** words = CommandLineToArgvW(GetCommandLineW(), &count);
-  for (int k = 1; words != nullptr && k < count; ++k)
+  for (int k = 1; words && k < count; ++k)
     arguments.push_back(utf8(words[k]));
   LocalFree(words);
   SetConsoleOutputCP(CP_UTF8);

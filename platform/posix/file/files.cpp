@@ -57,11 +57,10 @@ private:
 
 int open_flags(DWORD access, DWORD disposition) {
   int flags = O_CLOEXEC | O_NOCTTY | O_NONBLOCK; // opening a pipe must not wait for its other end
-  if ((access & GENERIC_READ) && (access & GENERIC_WRITE)) {
+  if ((access & GENERIC_READ) && (access & GENERIC_WRITE))
     flags |= O_RDWR;
-  } else {
+  else
     flags |= (access & GENERIC_WRITE) ? O_WRONLY : O_RDONLY;
-  }
   switch (disposition) {
   case CREATE_NEW: return flags | O_CREAT | O_EXCL;
   case CREATE_ALWAYS: return flags | O_CREAT | O_TRUNC;
@@ -110,83 +109,85 @@ using namespace qv::platform;
 
 HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD share, SECURITY_ATTRIBUTES*, DWORD disposition, DWORD flags,
                    HANDLE) {
-  return or_out_of_memory(INVALID_HANDLE_VALUE, [&] {
-    if (path == nullptr || disposition < CREATE_NEW || disposition > TRUNCATE_EXISTING) {
-      return open_failed(ERROR_INVALID_PARAMETER);
-    }
-    const std::string name = path_bytes(path);
-    const bool tells_existing = disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS;
-    const bool existed = tells_existing && path_exists(name);
-    const int descriptor = open(name.c_str(), open_flags(access, disposition), 0666);
-    if (descriptor < 0) return open_failed(error_from_errno(errno));
-    struct stat status {};
-    const DWORD refused = fstat(descriptor, &status) == 0 ? refuse_kind(status) : error_from_errno(errno);
-    if (refused != ERROR_SUCCESS) {
-      close(descriptor);
-      return open_failed(refused);
-    }
-    if (flags & FILE_FLAG_SEQUENTIAL_SCAN) posix_fadvise(descriptor, 0, 0, POSIX_FADV_SEQUENTIAL);
-    const bool reads_ahead = (access & GENERIC_WRITE) == 0 && (share & FILE_SHARE_WRITE) == 0;
-    auto* file = new File(descriptor, access, reads_ahead);
-    SetLastError(existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
-    return file->handle();
-  });
+  return or_out_of_memory(
+      INVALID_HANDLE_VALUE,
+      [&] {
+        if (!path || disposition < CREATE_NEW || disposition > TRUNCATE_EXISTING)
+          return open_failed(ERROR_INVALID_PARAMETER);
+        const std::string name = path_bytes(path);
+        const bool tells_existing = disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS;
+        const bool existed = tells_existing && path_exists(name);
+        const int descriptor = open(name.c_str(), open_flags(access, disposition), 0666);
+        if (descriptor < 0) return open_failed(error_from_errno(errno));
+        struct stat status {};
+        const DWORD refused = fstat(descriptor, &status) == 0 ? refuse_kind(status) : error_from_errno(errno);
+        if (refused != ERROR_SUCCESS) {
+          close(descriptor);
+          return open_failed(refused);
+        }
+        if (flags & FILE_FLAG_SEQUENTIAL_SCAN) posix_fadvise(descriptor, 0, 0, POSIX_FADV_SEQUENTIAL);
+        const bool reads_ahead = (access & GENERIC_WRITE) == 0 && (share & FILE_SHARE_WRITE) == 0;
+        auto* file = new File(descriptor, access, reads_ahead);
+        SetLastError(existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
+        return file->handle();
+      });
 }
 
 BOOL ReadFile(HANDLE handle, void* buffer, DWORD bytes, DWORD* bytesRead, OVERLAPPED*) {
-  return or_out_of_memory(BOOL{FALSE}, [&] {
-    if (bytesRead != nullptr) *bytesRead = 0;
-    auto* file = object_of<File>(handle);
-    if (file == nullptr) return FALSE;
-    if (!file->readable()) return fail_with(ERROR_ACCESS_DENIED);
-    if (io_fails()) return fail_with(ERROR_IO_DEVICE);
-    const ssize_t got = file->read(buffer, bytes);
-    if (got < 0) return fail_with_errno();
-    if (bytesRead != nullptr) *bytesRead = static_cast<DWORD>(got);
-    return TRUE;
-  });
+  return or_out_of_memory(
+      BOOL{FALSE},
+      [&] {
+        if (bytesRead) *bytesRead = 0;
+        auto* file = object_of<File>(handle);
+        if (!file) return FALSE;
+        if (!file->readable()) return fail_with(ERROR_ACCESS_DENIED);
+        if (io_fails()) return fail_with(ERROR_IO_DEVICE);
+        const ssize_t got = file->read(buffer, bytes);
+        if (got < 0) return fail_with_errno();
+        if (bytesRead) *bytesRead = static_cast<DWORD>(got);
+        return TRUE;
+      });
 }
 
 BOOL WriteFile(HANDLE handle, const void* buffer, DWORD bytes, DWORD* bytesWritten, OVERLAPPED*) {
-  if (bytesWritten != nullptr) *bytesWritten = 0;
+  if (bytesWritten) *bytesWritten = 0;
   auto* file = object_of<File>(handle);
-  if (file == nullptr) return FALSE;
+  if (!file) return FALSE;
   if (!file->writable()) return fail_with(ERROR_ACCESS_DENIED);
   if (io_fails()) return fail_with(ERROR_IO_DEVICE);
   const size_t put = file->write(buffer, bytes);
-  if (bytesWritten != nullptr) *bytesWritten = static_cast<DWORD>(put);
+  if (bytesWritten) *bytesWritten = static_cast<DWORD>(put);
   return put == bytes ? TRUE : fail_with_errno();
 }
 
 BOOL SetFilePointerEx(HANDLE handle, LARGE_INTEGER distance, LARGE_INTEGER* position, DWORD method) {
   auto* file = object_of<File>(handle);
-  if (file == nullptr || !move_to(*file, distance.QuadPart, method)) return FALSE;
-  if (position != nullptr) position->QuadPart = file->position;
+  if (!file || !move_to(*file, distance.QuadPart, method)) return FALSE;
+  if (position) position->QuadPart = file->position;
   return TRUE;
 }
 
 DWORD SetFilePointer(HANDLE handle, LONG distance, LONG* distanceHigh, DWORD method) {
   auto* file = object_of<File>(handle);
-  if (file == nullptr) return INVALID_SET_FILE_POINTER;
+  if (!file) return INVALID_SET_FILE_POINTER;
   const int64_t before = file->position;
   int64_t whole = distance;
-  if (distanceHigh != nullptr)
-    whole = static_cast<int64_t>(*distanceHigh) * (int64_t{1} << 32) + static_cast<DWORD>(distance);
+  if (distanceHigh) whole = static_cast<int64_t>(*distanceHigh) * (int64_t{1} << 32) + static_cast<DWORD>(distance);
   if (!move_to(*file, whole, method)) return INVALID_SET_FILE_POINTER;
-  if (distanceHigh == nullptr && file->position > std::numeric_limits<DWORD>::max() - 1) {
+  if (!distanceHigh && file->position > std::numeric_limits<DWORD>::max() - 1) {
     // The answer could not be told: the published behaviour is to stay.
     file->position = before;
     SetLastError(ERROR_INVALID_PARAMETER);
     return INVALID_SET_FILE_POINTER;
   }
-  if (distanceHigh != nullptr) *distanceHigh = static_cast<LONG>(file->position / (int64_t{1} << 32));
+  if (distanceHigh) *distanceHigh = static_cast<LONG>(file->position / (int64_t{1} << 32));
   SetLastError(ERROR_SUCCESS);
   return static_cast<DWORD>(file->position);
 }
 
 BOOL SetEndOfFile(HANDLE handle) {
   auto* file = object_of<File>(handle);
-  if (file == nullptr) return FALSE;
+  if (!file) return FALSE;
   if (!file->writable()) return fail_with(ERROR_ACCESS_DENIED);
   if (io_fails()) return fail_with(ERROR_IO_DEVICE);
   return ftruncate(file->descriptor(), file->position) == 0 ? TRUE : fail_with_errno();
@@ -194,7 +195,7 @@ BOOL SetEndOfFile(HANDLE handle) {
 
 BOOL GetFileSizeEx(HANDLE handle, LARGE_INTEGER* size) {
   auto* file = object_of<File>(handle);
-  if (file == nullptr) return FALSE;
+  if (!file) return FALSE;
   struct stat status {};
   if (fstat(file->descriptor(), &status) != 0) return fail_with_errno();
   size->QuadPart = status.st_size;
@@ -203,6 +204,6 @@ BOOL GetFileSizeEx(HANDLE handle, LARGE_INTEGER* size) {
 
 BOOL FlushFileBuffers(HANDLE handle) {
   auto* file = object_of<File>(handle);
-  if (file == nullptr) return FALSE;
+  if (!file) return FALSE;
   return fsync(file->descriptor()) == 0 ? TRUE : fail_with_errno();
 }

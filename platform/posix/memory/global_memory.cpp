@@ -5,6 +5,7 @@
 // either can be told from the other. Only GlobalReAlloc moves a block, and only a fixed one.
 #include "platform/posix/last_error.h"
 #include "platform/posix/seams.h"
+
 #include "qv/win32.h"
 
 #include <atomic>
@@ -40,7 +41,7 @@ bool is_moveable_handle(HGLOBAL handle) { return reinterpret_cast<uintptr_t>(han
 
 Block* block_of_handle(HGLOBAL handle) {
   const auto address = reinterpret_cast<uintptr_t>(handle);
-  if (handle == nullptr) return nullptr;
+  if (!handle) return nullptr;
   return block_of_memory(reinterpret_cast<void*>(is_moveable_handle(handle) ? address - kHandleOffset : address));
 }
 
@@ -62,13 +63,13 @@ Block* resize(Block* block, size_t bytes, bool may_move) {
   if (!may_move || block->moveable != 0 || bytes > SIZE_MAX - sizeof(Block)) return nullptr;
   block->mark = 0; // where it was, it is no block any more
   void* moved = std::realloc(static_cast<void*>(block), sizeof(Block) + bytes);
-  auto* live = moved == nullptr ? block : static_cast<Block*>(moved);
+  auto* live = moved ? static_cast<Block*>(moved) : block;
   live->mark = kLive;
-  return moved == nullptr ? nullptr : live;
+  return moved ? live : nullptr;
 }
 
 Block* require(Block* block) {
-  if (block == nullptr) SetLastError(ERROR_INVALID_HANDLE);
+  if (!block) SetLastError(ERROR_INVALID_HANDLE);
   return block;
 }
 
@@ -80,7 +81,7 @@ HGLOBAL GlobalAlloc(UINT flags, SIZE_T bytes) {
     const size_t whole = sizeof(Block) + bytes;
     raw = (flags & GMEM_ZEROINIT) ? std::calloc(1, whole) : std::malloc(whole);
   }
-  if (raw == nullptr) {
+  if (!raw) {
     SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     return nullptr;
   }
@@ -90,14 +91,14 @@ HGLOBAL GlobalAlloc(UINT flags, SIZE_T bytes) {
 
 void* GlobalLock(HGLOBAL handle) {
   Block* block = require(block_of_handle(handle));
-  if (block == nullptr) return nullptr;
+  if (!block) return nullptr;
   if (is_moveable_handle(handle) && block->locks.load() < kMostLocks) block->locks.fetch_add(1);
   return memory_of(block);
 }
 
 BOOL GlobalUnlock(HGLOBAL handle) {
   Block* block = require(block_of_handle(handle));
-  if (block == nullptr) return FALSE;
+  if (!block) return FALSE;
   if (!is_moveable_handle(handle)) return TRUE;
   if (block->locks.load() == 0) return qv::platform::fail_with(ERROR_NOT_OWNER);
   const bool locked = block->locks.fetch_sub(1) != 1;
@@ -107,24 +108,24 @@ BOOL GlobalUnlock(HGLOBAL handle) {
 
 HGLOBAL GlobalHandle(const void* memory) {
   Block* block = require(block_of_memory(memory));
-  if (block == nullptr) return nullptr;
+  if (!block) return nullptr;
   return handle_of(block);
 }
 
 SIZE_T GlobalSize(HGLOBAL handle) {
   const Block* block = require(block_of_handle(handle));
-  return block == nullptr ? 0 : block->bytes;
+  return block ? block->bytes : 0;
 }
 
 UINT GlobalFlags(HGLOBAL handle) {
   const Block* block = require(block_of_handle(handle));
-  return block == nullptr ? GMEM_INVALID_HANDLE : block->locks.load() & GMEM_LOCKCOUNT;
+  return block ? block->locks.load() & GMEM_LOCKCOUNT : GMEM_INVALID_HANDLE;
 }
 
 HGLOBAL GlobalFree(HGLOBAL handle) {
-  if (handle == nullptr) return nullptr;
+  if (!handle) return nullptr;
   Block* block = require(block_of_handle(handle));
-  if (block == nullptr) return handle;
+  if (!block) return handle;
   block->mark = 0;
   block->~Block();
   std::free(block);
@@ -133,19 +134,18 @@ HGLOBAL GlobalFree(HGLOBAL handle) {
 
 HGLOBAL GlobalReAlloc(HGLOBAL handle, SIZE_T bytes, UINT flags) {
   Block* block = require(block_of_handle(handle));
-  if (block == nullptr) return nullptr;
+  if (!block) return nullptr;
   Block* resized = nullptr;
   if (!qv::platform::allocation_fails()) resized = resize(block, bytes, (flags & GMEM_MOVEABLE) != 0);
-  if (resized == nullptr) {
+  if (!resized) {
     SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     return nullptr;
   }
   auto* memory = static_cast<BYTE*>(memory_of(resized));
-  if (bytes < resized->bytes) {
+  if (bytes < resized->bytes)
     drop_pages(memory + bytes, memory + resized->bytes);
-  } else if ((flags & GMEM_ZEROINIT) != 0) {
+  else if ((flags & GMEM_ZEROINIT) != 0)
     std::memset(memory + resized->bytes, 0, bytes - resized->bytes);
-  }
   resized->bytes = bytes;
   return handle_of(resized);
 }

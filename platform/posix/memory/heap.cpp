@@ -23,7 +23,7 @@ Block* block_of(const void* memory) { return const_cast<Block*>(static_cast<cons
 class Heap final : public KernelObject {
 public:
   ~Heap() override {
-    for (Block* block = first_; block != nullptr;) {
+    for (Block* block = first_; block;) {
       Block* next = block->next;
       std::free(block);
       block = next;
@@ -33,12 +33,12 @@ public:
   void link(Block* block) {
     block->prev = nullptr;
     block->next = first_;
-    if (first_ != nullptr) first_->prev = block;
+    if (first_) first_->prev = block;
     first_ = block;
   }
   void unlink(Block* block) {
-    (block->prev == nullptr ? first_ : block->prev->next) = block->next;
-    if (block->next != nullptr) block->next->prev = block->prev;
+    (block->prev ? block->prev->next : first_) = block->next;
+    if (block->next) block->next->prev = block->prev;
   }
 
 private:
@@ -63,7 +63,7 @@ HANDLE HeapCreate(DWORD, SIZE_T, SIZE_T maximum) {
     return nullptr;
   }
   auto* heap = allocation_fails() ? nullptr : new (std::nothrow) Heap;
-  if (heap == nullptr) {
+  if (!heap) {
     SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     return nullptr;
   }
@@ -72,17 +72,17 @@ HANDLE HeapCreate(DWORD, SIZE_T, SIZE_T maximum) {
 
 BOOL HeapDestroy(HANDLE heap) {
   auto* object = object_of<Heap>(heap);
-  if (object == nullptr) return FALSE;
+  if (!object) return FALSE;
   object->release();
   return TRUE;
 }
 
 void* HeapAlloc(HANDLE heap, DWORD flags, SIZE_T bytes) {
   auto* object = object_of<Heap>(heap);
-  if (object == nullptr || too_large(bytes)) return nullptr;
+  if (!object || too_large(bytes)) return nullptr;
   const size_t whole = sizeof(Block) + bytes;
   auto* block = static_cast<Block*>((flags & HEAP_ZERO_MEMORY) != 0 ? std::calloc(1, whole) : std::malloc(whole));
-  if (block == nullptr) {
+  if (!block) {
     SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     return nullptr;
   }
@@ -93,12 +93,12 @@ void* HeapAlloc(HANDLE heap, DWORD flags, SIZE_T bytes) {
 
 void* HeapReAlloc(HANDLE heap, DWORD flags, void* memory, SIZE_T bytes) {
   auto* object = object_of<Heap>(heap);
-  if (object == nullptr || memory == nullptr || too_large(bytes)) return nullptr;
+  if (!object || !memory || too_large(bytes)) return nullptr;
   Block* old = block_of(memory);
   const size_t old_bytes = old->bytes;
   object->unlink(old);
   auto* block = static_cast<Block*>(std::realloc(old, sizeof(Block) + bytes));
-  if (block == nullptr) {
+  if (!block) {
     object->link(old);
     SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     return nullptr;
@@ -112,14 +112,14 @@ void* HeapReAlloc(HANDLE heap, DWORD flags, void* memory, SIZE_T bytes) {
 
 BOOL HeapFree(HANDLE heap, DWORD, void* memory) {
   auto* object = object_of<Heap>(heap);
-  if (object == nullptr) return FALSE;
-  if (memory == nullptr) return TRUE;
+  if (!object) return FALSE;
+  if (!memory) return TRUE;
   object->unlink(block_of(memory));
   std::free(block_of(memory));
   return TRUE;
 }
 
 SIZE_T HeapSize(HANDLE heap, DWORD, const void* memory) {
-  if (object_of<Heap>(heap) == nullptr || memory == nullptr) return SIZE_MAX;
+  if (!object_of<Heap>(heap) || !memory) return SIZE_MAX;
   return block_of(memory)->bytes;
 }

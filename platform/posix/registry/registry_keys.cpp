@@ -49,7 +49,7 @@ LONG walk(Store& store, const Path& path, bool create, int64_t& id) {
 }
 
 LONG open_key(HKEY parent, const WCHAR* path, bool create, HKEY* key) {
-  if (key == nullptr) return ERROR_INVALID_PARAMETER;
+  if (!key) return ERROR_INVALID_PARAMETER;
   *key = nullptr;
   const auto components = split_key_path(path);
   if (!components) return ERROR_INVALID_PARAMETER;
@@ -86,7 +86,7 @@ LONG place_of(HKEY key, bool create, KeyPlace& place) {
   place.id = root_id(key);
   if (place.id != 0) return Store::open(create, place.store);
   const auto* object = object_of<RegistryKey>(reinterpret_cast<HANDLE>(key));
-  if (object == nullptr) return ERROR_INVALID_HANDLE;
+  if (!object) return ERROR_INVALID_HANDLE;
   place = {object->store(), object->id()};
   return ERROR_SUCCESS;
 }
@@ -122,7 +122,7 @@ LONG RegOpenKeyExW(HKEY parent, const WCHAR* path, DWORD options, REGSAM, HKEY* 
 LONG RegCloseKey(HKEY key) {
   if (root_id(key) != 0) return ERROR_SUCCESS;
   auto* object = object_of<RegistryKey>(reinterpret_cast<HANDLE>(key));
-  if (object == nullptr) return ERROR_INVALID_HANDLE;
+  if (!object) return ERROR_INVALID_HANDLE;
   object->release();
   return ERROR_SUCCESS;
 }
@@ -130,7 +130,7 @@ LONG RegCloseKey(HKEY key) {
 LONG RegDeleteKeyW(HKEY parent, const WCHAR* path) {
   return registry_call([=]() -> LONG {
     const auto components = split_key_path(path);
-    if (path == nullptr || !components) return ERROR_INVALID_PARAMETER;
+    if (!path || !components) return ERROR_INVALID_PARAMETER;
     KeyPlace place;
     const LONG error = place_of(parent, false, place);
     if (error != ERROR_SUCCESS) return error;
@@ -145,9 +145,8 @@ LONG RegDeleteKeyW(HKEY parent, const WCHAR* path) {
 
 LONG RegEnumKeyExW(HKEY key, DWORD index, WCHAR* name, DWORD* nameCapacity, DWORD* reserved, WCHAR* keyClass, DWORD*,
                    FILETIME* writeTime) {
-  if (name == nullptr || nameCapacity == nullptr || reserved != nullptr || keyClass != nullptr)
-    return ERROR_INVALID_PARAMETER;
-  if (writeTime != nullptr) *writeTime = {};
+  if (!name || !nameCapacity || reserved || keyClass) return ERROR_INVALID_PARAMETER;
+  if (writeTime) *writeTime = {};
   return registry_call([=]() -> LONG {
     KeyPlace place;
     LONG error = place_of(key, false, place);

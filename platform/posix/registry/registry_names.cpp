@@ -13,14 +13,14 @@ namespace {
 char16_t fold(char16_t unit) {
   if (unit < 0x80) return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - 0x20) : unit;
   static const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-  if (unicode == nullptr) return unit;
+  if (!unicode) return unit;
   const wint_t upper = towupper_l(unit, unicode);
   return upper >= 0x80 && upper <= 0xFFFF ? static_cast<char16_t>(upper) : unit;
 }
 
 const char* variable(const char* name) {
   const char* value = std::getenv(name);
-  return value != nullptr && *value != '\0' ? value : nullptr;
+  return value && *value != '\0' ? value : nullptr;
 }
 
 } // namespace
@@ -37,7 +37,7 @@ FoldedName::FoldedName(std::u16string_view name) : size_(2 * name.size()) {
 
 std::optional<std::vector<std::u16string_view>> split_key_path(const WCHAR* path) {
   std::vector<std::u16string_view> components;
-  if (path == nullptr) return components;
+  if (!path) return components;
   std::u16string_view rest = path;
   if (rest.starts_with(u'\\')) return std::nullopt;
   while (!rest.empty()) {

@@ -117,7 +117,7 @@ LONG Store::open(bool create, std::shared_ptr<Store>& store) {
   const std::lock_guard guard(stores_lock);
   std::weak_ptr<Store>& known = stores[file];
   store = known.lock();
-  if (store != nullptr && store->is_file(file)) return ERROR_SUCCESS;
+  if (store && store->is_file(file)) return ERROR_SUCCESS;
   LONG error = check_header(file);
   if (error == ERROR_FILE_NOT_FOUND && create) error = make_folders(file);
   if (error != ERROR_SUCCESS) return error;
@@ -130,11 +130,10 @@ LONG Store::open(bool create, std::shared_ptr<Store>& store) {
     error = store->connect(file, true);
     if (error == ERROR_SUCCESS) error = store->make_ready(false);
   }
-  if (error == ERROR_SUCCESS) {
+  if (error == ERROR_SUCCESS)
     store->remember_file(file);
-  } else {
+  else
     store.reset();
-  }
   known = store;
   return error;
 }
@@ -218,13 +217,13 @@ LONG Store::roll_back(LONG error) {
 
 LONG Store::change(Run& run, int* changed) {
   const LONG error = run.step();
-  if (changed != nullptr) *changed = sqlite3_changes(database_);
+  if (changed) *changed = sqlite3_changes(database_);
   return error == ERROR_NO_MORE_ITEMS ? LONG{ERROR_SUCCESS} : error;
 }
 
 Store::Run::Run(Store& store, Query query) : store_(store), statement_(nullptr) {
   sqlite3_stmt*& known = store.statements_[static_cast<size_t>(query)];
-  if (known == nullptr) {
+  if (!known) {
     error_ = error_of(sqlite3_prepare_v3(store.database_, kQueries[static_cast<size_t>(query)], -1,
                                          SQLITE_PREPARE_PERSISTENT, &known, nullptr));
   }

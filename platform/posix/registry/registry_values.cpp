@@ -9,15 +9,15 @@ namespace qv::platform {
 namespace {
 
 /// The name given to a key's own value.
-std::u16string_view value_name(const WCHAR* name) { return name == nullptr ? std::u16string_view() : name; }
+std::u16string_view value_name(const WCHAR* name) { return name ? name : std::u16string_view(); }
 
 /// Hands a stored value out as RegQueryValueExW does.
 LONG give_value(const Store::Run& run, int type_column, DWORD* type, BYTE* data, DWORD* bytes) {
   const std::span<const BYTE> stored = run.bytes(type_column + 1);
-  const DWORD capacity = bytes == nullptr ? 0 : *bytes;
-  if (type != nullptr) *type = static_cast<DWORD>(run.number(type_column));
-  if (bytes != nullptr) *bytes = static_cast<DWORD>(stored.size());
-  if (data == nullptr) return ERROR_SUCCESS;
+  const DWORD capacity = bytes ? *bytes : 0;
+  if (type) *type = static_cast<DWORD>(run.number(type_column));
+  if (bytes) *bytes = static_cast<DWORD>(stored.size());
+  if (!data) return ERROR_SUCCESS;
   if (stored.size() > capacity) return ERROR_MORE_DATA;
   if (!stored.empty()) std::memcpy(data, stored.data(), stored.size());
   return ERROR_SUCCESS;
@@ -36,7 +36,7 @@ LONG not_found(Store& store, int64_t key) {
 using namespace qv::platform;
 
 LONG RegQueryValueExW(HKEY key, const WCHAR* name, DWORD* reserved, DWORD* type, BYTE* data, DWORD* bytes) {
-  if (reserved != nullptr || (data != nullptr && bytes == nullptr)) return ERROR_INVALID_PARAMETER;
+  if (reserved || (data && !bytes)) return ERROR_INVALID_PARAMETER;
   return registry_call([=]() -> LONG {
     KeyPlace place;
     LONG error = place_of(key, false, place);
@@ -52,7 +52,7 @@ LONG RegQueryValueExW(HKEY key, const WCHAR* name, DWORD* reserved, DWORD* type,
 
 LONG RegSetValueExW(HKEY key, const WCHAR* name, DWORD reserved, DWORD type, const BYTE* data, DWORD bytes) {
   const std::u16string_view stored_name = value_name(name);
-  if (reserved != 0 || (data == nullptr && bytes != 0) || stored_name.size() > kMostValueNameChars)
+  if (reserved != 0 || (!data && bytes != 0) || stored_name.size() > kMostValueNameChars)
     return ERROR_INVALID_PARAMETER;
   return registry_call([=]() -> LONG {
     KeyPlace place;
@@ -87,8 +87,7 @@ LONG RegDeleteValueW(HKEY key, const WCHAR* name) {
 
 LONG RegEnumValueW(HKEY key, DWORD index, WCHAR* name, DWORD* nameCapacity, DWORD* reserved, DWORD* type, BYTE* data,
                    DWORD* bytes) {
-  if (name == nullptr || nameCapacity == nullptr || reserved != nullptr || (data != nullptr && bytes == nullptr))
-    return ERROR_INVALID_PARAMETER;
+  if (!name || !nameCapacity || reserved || (data && !bytes)) return ERROR_INVALID_PARAMETER;
   return registry_call([=]() -> LONG {
     KeyPlace place;
     LONG error = place_of(key, false, place);

@@ -1,5 +1,6 @@
 #include "platform/posix/last_error.h"
 #include "platform/posix/text/text_output.h"
+
 #include "qv/win32.h"
 
 #include <cstring>
@@ -23,9 +24,8 @@ WCHAR character_of_1252(uint8_t code) { return code >= 0x80 && code < 0xA0 ? kUp
 // -1 where the code page lacks the character.
 int code_in_1252(WCHAR character) {
   if (character < 0x80 || (character >= 0xA0 && character <= 0xFF)) return character;
-  for (int i = 0; i < 32; ++i) {
+  for (int i = 0; i < 32; ++i)
     if (kUpperControls[i] == character) return 0x80 + i;
-  }
   return -1;
 }
 
@@ -41,12 +41,10 @@ struct Sequence {
 Sequence sequence_of(uint8_t lead) {
   if (lead < 0x80) return {0, 0, 0};
   if (is_between(lead, 0xC2, 0xDF)) return {1, 0x80, 0xBF};
-  if (is_between(lead, 0xE0, 0xEF)) {
+  if (is_between(lead, 0xE0, 0xEF))
     return {2, static_cast<uint8_t>(lead == 0xE0 ? 0xA0 : 0x80), static_cast<uint8_t>(lead == 0xED ? 0x9F : 0xBF)};
-  }
-  if (is_between(lead, 0xF0, 0xF4)) {
+  if (is_between(lead, 0xF0, 0xF4))
     return {3, static_cast<uint8_t>(lead == 0xF0 ? 0x90 : 0x80), static_cast<uint8_t>(lead == 0xF4 ? 0x8F : 0xBF)};
-  }
   return {-1, 0, 0};
 }
 
@@ -117,19 +115,17 @@ bool is_ansi(UINT code_page) { return code_page == CP_ACP || code_page == kCodeP
 int MultiByteToWideChar(UINT codePage, DWORD flags, const char* bytes, int byteCount, WCHAR* text, int textCapacity) {
   using namespace qv::platform;
   const bool known = is_ansi(codePage) || codePage == CP_UTF8;
-  if (!known || !bytes || byteCount == 0 || textCapacity < 0 || (!text && textCapacity > 0)) {
+  if (!known || !bytes || byteCount == 0 || textCapacity < 0 || (!text && textCapacity > 0))
     return fail_with(ERROR_INVALID_PARAMETER);
-  }
   const size_t count = byteCount < 0 ? std::strlen(bytes) + 1 : static_cast<size_t>(byteCount);
   const uint8_t* next = reinterpret_cast<const uint8_t*>(bytes);
   const uint8_t* end = next + count;
   TextOutput<WCHAR> output(text, textCapacity);
-  if (is_ansi(codePage)) {
+  if (is_ansi(codePage))
     for (; next != end; ++next)
       output.put(character_of_1252(*next));
-  } else if (!decode_utf8(next, end, (flags & MB_ERR_INVALID_CHARS) != 0, output)) {
+  else if (!decode_utf8(next, end, (flags & MB_ERR_INVALID_CHARS) != 0, output))
     return fail_with(ERROR_NO_UNICODE_TRANSLATION);
-  }
   return output.finish();
 }
 
@@ -137,9 +133,8 @@ int WideCharToMultiByte(UINT codePage, DWORD, const WCHAR* text, int textCount, 
                         const char* fallback, BOOL* usedFallback) {
   using namespace qv::platform;
   const bool known = is_ansi(codePage) || (codePage == CP_UTF8 && !fallback && !usedFallback);
-  if (!known || !text || textCount == 0 || byteCapacity < 0 || (!bytes && byteCapacity > 0)) {
+  if (!known || !text || textCount == 0 || byteCapacity < 0 || (!bytes && byteCapacity > 0))
     return fail_with(ERROR_INVALID_PARAMETER);
-  }
   const size_t count = textCount < 0 ? std::char_traits<WCHAR>::length(text) + 1 : static_cast<size_t>(textCount);
   const WCHAR* end = text + count;
   TextOutput<char> output(bytes, byteCapacity);

@@ -1,4 +1,5 @@
 #include "platform/posix/text/text_output.h"
+
 #include "qv/win32.h"
 
 #include <algorithm>
@@ -160,9 +161,8 @@ int answer(const WString& value, WCHAR* text, int capacity) {
 
 int GetLocaleInfoW(LCID locale, LCTYPE type, WCHAR* text, int capacity) {
   using namespace qv::platform;
-  if (locale != LOCALE_USER_DEFAULT || capacity < 0 || (!text && capacity > 0)) {
+  if (locale != LOCALE_USER_DEFAULT || capacity < 0 || (!text && capacity > 0))
     return fail_with(ERROR_INVALID_PARAMETER);
-  }
   const Row* row =
       std::find_if(std::begin(kRows), std::end(kRows), [type](const Row& each) { return each.type == type; });
   if (row == std::end(kRows)) return fail_with(ERROR_INVALID_PARAMETER);

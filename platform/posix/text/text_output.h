@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/posix/last_error.h"
+
 #include "qv/win32.h"
 
 #include <climits>

@@ -1,4 +1,5 @@
 #include "platform/posix/seams.h"
+
 #include "qv/win32.h"
 
 #include <algorithm>

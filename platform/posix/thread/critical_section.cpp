@@ -1,6 +1,7 @@
 // Critical sections: the public record holds only a pointer to the lock, so that a list may move its bytes.
 #include "platform/posix/last_error.h"
 #include "platform/posix/seams.h"
+
 #include "qv/win32.h"
 
 #include <immintrin.h>
@@ -26,7 +27,7 @@ void InitializeCriticalSection(CRITICAL_SECTION* section) {
 BOOL InitializeCriticalSectionAndSpinCount(CRITICAL_SECTION* section, DWORD) {
   *section = {};
   if (!qv::platform::allocation_fails()) section->lock = new (std::nothrow) std::recursive_mutex;
-  return section->lock != nullptr ? TRUE : qv::platform::fail_with(ERROR_NOT_ENOUGH_MEMORY);
+  return section->lock ? TRUE : qv::platform::fail_with(ERROR_NOT_ENOUGH_MEMORY);
 }
 
 void EnterCriticalSection(CRITICAL_SECTION* section) {

@@ -44,12 +44,12 @@ using qv::platform::Thread;
 
 HANDLE CreateThread(SECURITY_ATTRIBUTES*, SIZE_T stackBytes, LPTHREAD_START_ROUTINE start, void* argument, DWORD flags,
                     DWORD* threadId) {
-  if (stackBytes != 0 || flags != 0 || start == nullptr) {
+  if (stackBytes != 0 || flags != 0 || !start) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return nullptr;
   }
   auto* thread = new (std::nothrow) Thread;
-  if (thread == nullptr) {
+  if (!thread) {
     SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     return nullptr;
   }
@@ -67,13 +67,13 @@ HANDLE CreateThread(SECURITY_ATTRIBUTES*, SIZE_T stackBytes, LPTHREAD_START_ROUT
     SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     return nullptr;
   }
-  if (threadId != nullptr) *threadId = id;
+  if (threadId) *threadId = id;
   return thread->handle();
 }
 
 BOOL GetExitCodeThread(HANDLE thread, DWORD* exitCode) {
   const auto* object = qv::platform::object_of<Thread>(thread);
-  if (object == nullptr) return FALSE;
+  if (!object) return FALSE;
   *exitCode = object->exit_code();
   return TRUE;
 }
@@ -85,12 +85,11 @@ DWORD GetCurrentThreadId() {
 }
 
 void Sleep(DWORD milliseconds) {
-  if (milliseconds == 0) {
+  if (milliseconds == 0)
     std::this_thread::yield();
-  } else if (milliseconds == INFINITE) {
+  else if (milliseconds == INFINITE)
     for (;;)
       std::this_thread::sleep_for(std::chrono::hours(1));
-  } else {
+  else
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
-  }
 }

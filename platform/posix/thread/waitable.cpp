@@ -59,9 +59,8 @@ struct Wait {
   }
 
   void announce() {
-    for (Waitable* object : objects) {
+    for (Waitable* object : objects)
       object->waits_.reserve(object->waits_.size() + 1); // all memory before the first change
-    }
     for (Waitable* object : objects) {
       object->waits_.push_back(this);
       object->waits_going_on_.fetch_add(1);
@@ -94,11 +93,10 @@ DWORD wait_for(std::span<Waitable* const> objects, bool all, DWORD milliseconds)
   wait.announce();
   wait.end_if_satisfied();
   const auto over = [&] { return wait.over; };
-  if (milliseconds == INFINITE) {
+  if (milliseconds == INFINITE)
     wait.wake.wait(guard, over);
-  } else if (milliseconds != 0) {
+  else if (milliseconds != 0)
     wait.wake.wait_for(guard, std::chrono::milliseconds(milliseconds), over);
-  }
   wait.withdraw();
   return wait.answer;
 }
@@ -118,7 +116,7 @@ public:
 
   bool add(HANDLE handle) {
     auto* object = object_of<Waitable>(handle);
-    if (object == nullptr) return false;
+    if (!object) return false;
     if (std::find(objects_.begin(), objects_.begin() + count_, object) != objects_.begin() + count_)
       return fail_with(ERROR_INVALID_PARAMETER) != FALSE;
     object->retain();
@@ -144,18 +142,20 @@ using qv::platform::or_out_of_memory;
 using qv::platform::WaitedObjects;
 
 HANDLE CreateEventW(SECURITY_ATTRIBUTES*, BOOL manualReset, BOOL initialState, const WCHAR* name) {
-  return or_out_of_memory(HANDLE{nullptr}, [&]() -> HANDLE {
-    if (name != nullptr) {
-      SetLastError(ERROR_NOT_SUPPORTED);
-      return nullptr;
-    }
-    return (new Event(manualReset != 0, initialState != 0))->handle();
-  });
+  return or_out_of_memory(
+      HANDLE{nullptr},
+      [&]() -> HANDLE {
+        if (name) {
+          SetLastError(ERROR_NOT_SUPPORTED);
+          return nullptr;
+        }
+        return (new Event(manualReset != 0, initialState != 0))->handle();
+      });
 }
 
 BOOL SetEvent(HANDLE event) {
   auto* object = object_of<Event>(event);
-  if (object == nullptr) return FALSE;
+  if (!object) return FALSE;
   object->retain(); // whoever it wakes may close it at once
   object->signal();
   object->release();
@@ -164,7 +164,7 @@ BOOL SetEvent(HANDLE event) {
 
 BOOL ResetEvent(HANDLE event) {
   auto* object = object_of<Event>(event);
-  if (object == nullptr) return FALSE;
+  if (!object) return FALSE;
   object->reset();
   return TRUE;
 }
@@ -174,16 +174,18 @@ DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds) {
 }
 
 DWORD WaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL waitAll, DWORD milliseconds) {
-  return or_out_of_memory(DWORD{WAIT_FAILED}, [&] {
-    if (count == 0 || count > MAXIMUM_WAIT_OBJECTS || objects == nullptr) {
-      SetLastError(ERROR_INVALID_PARAMETER);
-      return WAIT_FAILED;
-    }
-    WaitedObjects waited;
-    for (DWORD i = 0; i < count; ++i)
-      if (!waited.add(objects[i])) return WAIT_FAILED;
-    return qv::platform::wait_for(waited.all(), waitAll != 0, milliseconds);
-  });
+  return or_out_of_memory(
+      DWORD{WAIT_FAILED},
+      [&] {
+        if (count == 0 || count > MAXIMUM_WAIT_OBJECTS || !objects) {
+          SetLastError(ERROR_INVALID_PARAMETER);
+          return WAIT_FAILED;
+        }
+        WaitedObjects waited;
+        for (DWORD i = 0; i < count; ++i)
+          if (!waited.add(objects[i])) return WAIT_FAILED;
+        return qv::platform::wait_for(waited.all(), waitAll != 0, milliseconds);
+      });
 }
 
 DWORD MsgWaitForMultipleObjectsEx(DWORD count, const HANDLE* objects, DWORD milliseconds, DWORD, DWORD flags) {
@@ -198,7 +200,7 @@ BOOL PeekMessageW(MSG*, HWND, UINT, UINT, UINT) { return FALSE; }
 
 BOOL CloseHandle(HANDLE handle) {
   auto* object = object_of<KernelObject>(handle);
-  if (object == nullptr) return FALSE;
+  if (!object) return FALSE;
   object->release();
   return TRUE;
 }

@@ -1,7 +1,8 @@
 // Operations between the channels of two buffers, for every pair of types, against a model of frames.
+#include "tests/audio/kernels/sample_model.h"
+
 #include "qv/audio_channels.h"
 #include "qv/audio_kernels.h"
-#include "tests/audio/kernels/sample_model.h"
 
 #include <gtest/gtest.h>
 
@@ -28,11 +29,10 @@ struct Buffer {
 
 /// The sample that a copy of one sample gives.
 void convert(const Layout& dst, uint8_t* to, const Layout& src, const uint8_t* from) {
-  if (dst.type == src.type) {
+  if (dst.type == src.type)
     std::memcpy(to, from, static_cast<size_t>(dst.bytes));
-  } else {
+  else
     model::write(dst, to, model::read(src, from));
-  }
 }
 
 void expect_equal(Buffer& result, Buffer& expected, const Layout& src, const char* what) {
@@ -124,9 +124,8 @@ TEST(ChannelTransfer, ChannelChangeInPlaceDropsChannels) {
   Buffer four(model::kLayouts[2], 4, 1), two(model::kLayouts[2], 2, 2);
   Buffer original = four;
   ASSERT_EQ(QvAudio_ChannelChange(&two.format, four.data(), &four.format, four.data(), kFrames), S_OK);
-  for (size_t f = 0; f < kFrames; ++f) {
+  for (size_t f = 0; f < kFrames; ++f)
     ASSERT_EQ(std::memcmp(four.bytes.data() + f * 6, original.sample(f, 0), 6), 0) << f;
-  }
 }
 
 TEST(ChannelTransfer, MixesChannelsWithGains) {

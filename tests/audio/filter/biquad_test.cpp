@@ -1,10 +1,9 @@
 // Biquad sections against published figures and a model of their own.
 #include "qv/filter.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <cstring>
+#include <gtest/gtest.h>
 #include <limits>
 #include <random>
 #include <vector>

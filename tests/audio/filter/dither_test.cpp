@@ -1,10 +1,10 @@
 // CQvDither and its generator.
-#include "qv/dither.h"
-
 #include "audio/filter/pcg32.h"
+#include "tests/audio/resample/stream_checks.h"
+
 #include "qv/audio.h"
 #include "qv/audio_kernels.h"
-#include "tests/audio/resample/stream_checks.h"
+#include "qv/dither.h"
 
 #include <cstdint>
 #include <limits>
@@ -54,9 +54,8 @@ void expect_on_steps(QVDITHER type, DWORD bits, DWORD effective_bits) {
   const double scale = std::ldexp(1.0, static_cast<int>(effective_bits) - 1);
   const double infinity = std::numeric_limits<double>::infinity();
   std::vector<Sample> src = stream::noise<Sample>(5000);
-  for (const double value : {1.0, -1.0, 1.0 - 0.3 / scale, 1.5, -1.5, infinity, -infinity, std::nan(""), 1e30}) {
+  for (const double value : {1.0, -1.0, 1.0 - 0.3 / scale, 1.5, -1.5, infinity, -infinity, std::nan(""), 1e30})
     src.push_back(static_cast<Sample>(value));
-  }
   const auto dst = answer(made(type, bits), src);
   for (size_t i = 0; i < dst.size(); ++i) {
     const double steps = double(dst[i]) * scale;
@@ -74,9 +73,8 @@ void expect_on_steps(QVDITHER type, DWORD bits, DWORD effective_bits) {
 // The first six numbers that the author's demonstration program (pcg32-demo) prints, seeded with 42 and 54.
 TEST(Pcg32, GivesThePublishedNumbers) {
   qv::audio::Pcg32 generator(42, 54);
-  for (const uint32_t expected : {0xa15c02b7u, 0x7b47f409u, 0xba1d3330u, 0x83d2f293u, 0xbfa4784bu, 0xcbed606eu}) {
+  for (const uint32_t expected : {0xa15c02b7u, 0x7b47f409u, 0xba1d3330u, 0x83d2f293u, 0xbfa4784bu, 0xcbed606eu})
     EXPECT_EQ(generator.next(), expected);
-  }
 }
 
 TEST(Dither, OutputIsOnTheSteps) {
@@ -153,9 +151,8 @@ TEST(Dither, ShapedNoiseRisesWithFrequency) {
     constexpr size_t kBlock = 1024;
     for (const double frequency : {1.0 / 32, 1.0 / 16, 1.0 / 8, 1.0 / 4, 1.0 / 2}) {
       double power = 0.0;
-      for (size_t at = 0; at < kCount; at += kBlock) {
+      for (size_t at = 0; at < kCount; at += kBlock)
         power += std::norm(stream::response({&error[at], &error[at] + kBlock}, frequency)) / kCount;
-      }
       const double sine = std::sin(std::numbers::pi * frequency);
       EXPECT_NEAR(power / (sine * sine), 1.0, 0.25) << frequency; // 256 blocks: four deviations
     }
@@ -174,9 +171,8 @@ TEST(Dither, ClippingLeavesNoError) {
 }
 
 TEST(Dither, BlocksPlacesAndMasks) {
-  for (const QVDITHER type : kTypes) {
+  for (const QVDITHER type : kTypes)
     stream::check([=](DWORD channels) { return made(type, 8, channels); });
-  }
 }
 
 TEST(Dither, SeedsAndChannelsDecide) {

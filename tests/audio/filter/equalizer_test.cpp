@@ -1,7 +1,7 @@
 // The equaliser.
-#include "qv/equalizer.h"
-
 #include "tests/audio/resample/stream_checks.h"
+
+#include "qv/equalizer.h"
 
 #include <limits>
 #include <memory>
@@ -59,11 +59,9 @@ TEST(Equalizer, BandsAreWhereTheyShouldBe) {
               {peak, {{0.0, 0.0}, {500.0, -4.5}, {1000.0, -9.0}, {2000.0, -4.5}}},
               {high, {{0.0, 0.0}, {20.0, 0.0}, {8000.0, 2.0}, {24000.0, 4.0}}},
               {alone, {{0.0, 0.0}, {500.0, 6.0}, {1000.0, 12.0}, {24000.0, 0.0}}}};
-  for (const auto& row : rows) {
-    for (const auto& point : row.points) {
+  for (const auto& row : rows)
+    for (const auto& point : row.points)
       EXPECT_NEAR(level(row.bands, point.frequency), point.level, 0.02) << &row - rows << " at " << point.frequency;
-    }
-  }
 }
 
 TEST(Equalizer, BandsAddUp) {
@@ -114,11 +112,9 @@ TEST(Equalizer, ExtremeParametersGiveNumbers) {
   const auto src = stream::noise<double>(200);
   for (const double frequency : values) {
     for (const double gain : values) {
-      for (const double shape : values) {
-        for (const double value : Equalizer(Bands(3, {frequency, gain, shape})).answer(src, 1)) {
+      for (const double shape : values)
+        for (const double value : Equalizer(Bands(3, {frequency, gain, shape})).answer(src, 1))
           ASSERT_TRUE(std::isfinite(value)) << frequency << " " << gain << " " << shape;
-        }
-      }
     }
   }
 }

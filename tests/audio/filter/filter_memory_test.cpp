@@ -45,7 +45,7 @@ void* realloc(void* block, size_t bytes) {
 void* operator new(size_t bytes) {
   ++allocations;
   void* const block = failing > 0 && --failing == 0 ? nullptr : std::malloc(bytes == 0 ? 1 : bytes);
-  if (block == nullptr) throw std::bad_alloc();
+  if (!block) throw std::bad_alloc();
   return block;
 }
 void operator delete(void* block) noexcept { std::free(block); }
@@ -186,10 +186,8 @@ TEST(FilterMemory, ConvertersInShortMemory) {
       result = make(streams);
       failing = 0;
       EXPECT_TRUE(result == S_OK || result == E_OUTOFMEMORY) << result;
-      EXPECT_TRUE(result == S_OK || (streams.block == nullptr && streams.stream == nullptr));
-      if (result != S_OK) {
-        EXPECT_EQ(streams.iir.getNumBiquads(), 0u);
-      }
+      EXPECT_TRUE(result == S_OK || (!streams.block && !streams.stream));
+      if (result != S_OK) EXPECT_EQ(streams.iir.getNumBiquads(), 0u);
     }
     return failures;
   };

@@ -1,8 +1,8 @@
 // CQvFIR, its windows and convolution.
+#include "tests/audio/resample/stream_checks.h"
+
 #include "qv/cpu.h"
 #include "qv/fir.h"
-
-#include "tests/audio/resample/stream_checks.h"
 
 #include <limits>
 #include <utility>
@@ -177,9 +177,8 @@ TEST(Fir, IsAConvolutionToTheBit) {
 }
 
 TEST(Fir, BlocksPlacesAndMasks) {
-  for (const DWORD taps : {3u, 301u}) {
+  for (const DWORD taps : {3u, 301u})
     stream::check([=](DWORD channels) { return low_pass(taps, channels); });
-  }
 }
 
 TEST(Fir, StateIsResetCopiedAndMoved) {

@@ -1,12 +1,12 @@
 // CQvIIR: designs against published figures and the analytic prototypes; blocks, channels and states.
 #include "audio/filter/bessel_poles.h"
+
 #include "qv/cpu.h"
 #include "qv/filter.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <complex>
+#include <gtest/gtest.h>
 #include <limits>
 #include <numbers>
 #include <random>
@@ -275,9 +275,7 @@ TEST(Iir, Resonators) {
     const bool is_pass = type == QVIIR_BANDPASS;
     EXPECT_NEAR(std::abs(response(made, frequency)), is_pass ? 1.0 : 0.0, 1e-12);
     EXPECT_NEAR(std::abs(response(made, 0.5)), is_pass ? 0.0 : 1.0, 1e-12);
-    if (is_pass) {
-      EXPECT_NEAR(std::abs(response(made, 0.0)), 0.0, 1e-12);
-    }
+    if (is_pass) EXPECT_NEAR(std::abs(response(made, 0.0)), 0.0, 1e-12);
   }
 }
 

@@ -1,7 +1,7 @@
 // Shelves and a band-pass made of allpass filters.
-#include "qv/signal.h"
-
 #include "tests/audio/resample/stream_checks.h"
+
+#include "qv/signal.h"
 
 #include <limits>
 

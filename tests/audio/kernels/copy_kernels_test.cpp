@@ -1,6 +1,7 @@
 // All 121 copy kernels on every level, against the model.
-#include "qv/audio_kernels.h"
 #include "tests/audio/kernels/sample_model.h"
+
+#include "qv/audio_kernels.h"
 
 #include <gtest/gtest.h>
 
@@ -41,9 +42,8 @@ int64_t first_difference(const Case& c, const uint8_t* result, const std::vector
     const size_t at = i * static_cast<size_t>(c.dst.bytes);
     if (!model::same_sample(c.dst, result + at, expected.data() + at)) return static_cast<int64_t>(i);
   }
-  for (size_t i = 0; i < whole.size(); ++i) {
+  for (size_t i = 0; i < whole.size(); ++i)
     if ((i < start || i >= start + bytes) && whole[i] != kGuard) return -2;
-  }
   return -1;
 }
 
@@ -88,9 +88,8 @@ TEST(CopyKernels, EveryPairOnEveryLevelEqualsTheModel) {
     for (const Layout& dst : model::kLayouts) {
       for (const Layout& src : model::kLayouts) {
         for (const float gain : kGains) {
-          for (size_t count = 0; count <= 67; ++count) {
+          for (size_t count = 0; count <= 67; ++count)
             ASSERT_NO_FATAL_FAILURE(check_apart({dst, src, count, count % 7, gain}, level));
-          }
           ASSERT_NO_FATAL_FAILURE(check_apart({dst, src, 4099, 1, gain}, level));
           ASSERT_NO_FATAL_FAILURE(check_in_place({dst, src, 61, 0, gain}, level));
           ASSERT_NO_FATAL_FAILURE(check_in_place({dst, src, 1000, 0, gain}, level));

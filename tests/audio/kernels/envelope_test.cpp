@@ -1,5 +1,6 @@
-#include "qv/audio_kernels.h"
 #include "tests/audio/kernels/sample_model.h"
+
+#include "qv/audio_kernels.h"
 
 #include <gtest/gtest.h>
 

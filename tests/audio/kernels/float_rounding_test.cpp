@@ -1,11 +1,11 @@
 // Float to integer at unity gain runs in single precision on some levels. It must give the bits of the rule, which is
 // in double: proven here for every float whose result is not the same as its neighbours'.
-#include "qv/audio_kernels.h"
 #include "tests/audio/kernels/sample_model.h"
 
-#include <gtest/gtest.h>
+#include "qv/audio_kernels.h"
 
 #include <bit>
+#include <gtest/gtest.h>
 
 using model::Layout;
 

@@ -1,6 +1,7 @@
 // All 64 mix kernels on every level, against the model.
-#include "qv/audio_kernels.h"
 #include "tests/audio/kernels/sample_model.h"
+
+#include "qv/audio_kernels.h"
 
 #include <gtest/gtest.h>
 
@@ -27,9 +28,8 @@ enum class Gains { kUnity, kUsual, kExtreme };
 std::vector<double> make_gains(UINT channels, Gains kind) {
   constexpr double kExtremes[] = {1e308, 5e-324, -1e300, 1e-310, std::numeric_limits<double>::infinity(), 3e-308, -0.0};
   std::vector<double> gains(channels, 1.0);
-  for (UINT i = 0; i < channels && kind != Gains::kUnity; ++i) {
+  for (UINT i = 0; i < channels && kind != Gains::kUnity; ++i)
     gains[i] = kind == Gains::kUsual ? 0.1 + 0.37 * i - (i % 3) : kExtremes[(i + channels) % std::size(kExtremes)];
-  }
   return gains;
 }
 
@@ -66,9 +66,8 @@ TEST(MixKernels, EveryPairOnEveryLevelEqualsTheModel) {
             const UINT channels = 1 + static_cast<UINT>(count % 6);
             ASSERT_NO_FATAL_FAILURE(check_mix(model::kLayouts[d], model::kLayouts[s], count, channels, kind, level));
           }
-          for (const UINT channels : {1u, 2u, 3u, 6u, 8u, 24u, 63u, 64u, 65u, 200u}) {
+          for (const UINT channels : {1u, 2u, 3u, 6u, 8u, 24u, 63u, 64u, 65u, 200u})
             ASSERT_NO_FATAL_FAILURE(check_mix(model::kLayouts[d], model::kLayouts[s], 1003, channels, kind, level));
-          }
         }
       }
     }

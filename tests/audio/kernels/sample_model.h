@@ -39,9 +39,8 @@ inline double full_scale(const Layout& layout) { return layout.is_float ? 1.0 : 
 /// The integer in a sample, put together byte by byte.
 inline int64_t read_integer(const Layout& layout, const uint8_t* sample) {
   uint64_t value = 0;
-  for (int i = 0; i < layout.bytes; ++i) {
+  for (int i = 0; i < layout.bytes; ++i)
     value = value * 256 + sample[layout.big_endian ? i : layout.bytes - 1 - i];
-  }
   if (layout.type == QVSAMPLE_PCM8) return static_cast<int64_t>(value) - 128;
   const int64_t range = int64_t{1} << (8 * layout.bytes);
   const auto number = static_cast<int64_t>(value);
@@ -51,9 +50,8 @@ inline int64_t read_integer(const Layout& layout, const uint8_t* sample) {
 inline void write_integer(const Layout& layout, uint8_t* sample, int64_t value) {
   if (layout.type == QVSAMPLE_PCM8) value += 128;
   auto rest = static_cast<uint64_t>(value);
-  for (int i = 0; i < layout.bytes; ++i, rest /= 256) {
+  for (int i = 0; i < layout.bytes; ++i, rest /= 256)
     sample[layout.big_endian ? layout.bytes - 1 - i : i] = static_cast<uint8_t>(rest % 256);
-  }
 }
 
 inline double read(const Layout& layout, const uint8_t* sample) {

@@ -1,12 +1,12 @@
 // Streaming converters: counts, timing, changes of the rates, and quality; averages of groups of frames.
-#include "qv/audio_kernels.h"
-#include "qv/resample.h"
 #include "tests/audio/resample/sine_fit.h"
 
-#include <gtest/gtest.h>
+#include "qv/audio_kernels.h"
+#include "qv/resample.h"
 
 #include <cmath>
 #include <cstring>
+#include <gtest/gtest.h>
 #include <limits>
 #include <numbers>
 #include <random>
@@ -251,9 +251,8 @@ TEST(ResampleStream, WhatIsNotFiniteStaysWithinTheLatency) {
     if (own) QvAudio_Resample2SetRates(stream, 48000, 44100);
     const double latency = QvAudio_Resample2GetLatency(stream);
     for (size_t k = 0; k < result.size(); ++k)
-      if (std::fabs(static_cast<double>(k) * 48000 / 44100 - 10'000) > latency) {
+      if (std::fabs(static_cast<double>(k) * 48000 / 44100 - 10'000) > latency)
         ASSERT_TRUE(std::isfinite(result[k])) << k;
-      }
   }
 }
 

@@ -1,12 +1,12 @@
 // Converters of the first generation: counts and positions in closed form, samples against a model, quality on sines.
+#include "tests/audio/resample/sine_fit.h"
+
 #include "qv/audio_kernels.h"
 #include "qv/cpu.h"
 #include "qv/resample.h"
-#include "tests/audio/resample/sine_fit.h"
-
-#include <gtest/gtest.h>
 
 #include <cmath>
+#include <gtest/gtest.h>
 #include <numbers>
 #include <random>
 #include <vector>
@@ -94,9 +94,7 @@ TEST(Resample, PositionsNeverDrift) {
         const DWORD count = 1 + random() % 20;
         const DWORD made = QvAudio_ResampleEx(converter, dst.data(), src.data(), count);
         ASSERT_LE(made, count * 25 + 2);
-        if (driven != 0) {
-          ASSERT_EQ(made, count);
-        }
+        if (driven != 0) ASSERT_EQ(made, count);
         const double expected =
             static_cast<double>(QvAudio_ResampleGetSrcPos(converter)) * rates.dst / rates.src; // the closed form
         const auto position = static_cast<double>(QvAudio_ResampleGetDstPos(converter));
@@ -123,16 +121,12 @@ TEST(Resample, OutputsStandWhereTheyShould) {
         const double phase = static_cast<double>(made) * inverse - static_cast<double>(at);
         const double letter = count * inverse + phase + 0.499999985;
         const DWORD told = QvAudio_ResampleGetSrcFromDst(converter, count);
-        if (std::fabs(letter - std::nearbyint(letter)) > 1e-6) {
+        if (std::fabs(letter - std::nearbyint(letter)) > 1e-6)
           ASSERT_EQ(told, static_cast<DWORD>(letter) + (inverse < 1.0 ? 1 : 0));
-        }
         const double frames_told = static_cast<double>(count) / inverse - phase;
-        if (std::fabs(frames_told - std::nearbyint(frames_told)) > 1e-6 && frames_told > 0.0) {
+        if (std::fabs(frames_told - std::nearbyint(frames_told)) > 1e-6 && frames_told > 0.0)
           ASSERT_EQ(QvAudio_ResampleGetDstFromSrc(converter, count), static_cast<DWORD>(frames_told));
-        }
-        if (driven != 0) {
-          ASSERT_TRUE(readable == told || readable == told + 1) << readable << " " << told;
-        }
+        if (driven != 0) ASSERT_TRUE(readable == told || readable == told + 1) << readable << " " << told;
         std::vector<double> src(size_t{readable} * 2);
         for (size_t k = 0; k < readable; ++k) {
           src[2 * k] = static_cast<double>(at + k);

@@ -34,11 +34,10 @@ using Process = std::function<void(Sample*, const Sample*, DWORD)>;
 template <class Sample, class Filter>
 Process<Sample> running(Filter filter, DWORD mask = 0) {
   return [filter, mask](Sample* dst, const Sample* src, DWORD frames) mutable {
-    if constexpr (sizeof(Sample) == 4) {
+    if constexpr (sizeof(Sample) == 4)
       filter.ProcessFloat(dst, src, frames, mask);
-    } else {
+    else
       filter.ProcessDouble(dst, src, frames, mask);
-    }
   };
 }
 
@@ -93,9 +92,8 @@ void check(const Make& make, bool has_masks = true) {
 /// The response of an impulse response at a frequency, as a fraction of the sample rate.
 inline std::complex<double> response(const std::vector<double>& impulse, double frequency) {
   std::complex<double> sum = 0.0;
-  for (size_t k = 0; k < impulse.size(); ++k) {
+  for (size_t k = 0; k < impulse.size(); ++k)
     sum += std::polar(1.0, -2.0 * std::numbers::pi * frequency * static_cast<double>(k)) * impulse[k];
-  }
   return sum;
 }
 

@@ -1,11 +1,10 @@
 // Creating, converting and recognising lists, and the limits of their numbers.
 #include "qv/list.h"
 
-#include <gtest/gtest.h>
-
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <gtest/gtest.h>
 #include <memory>
 
 namespace {

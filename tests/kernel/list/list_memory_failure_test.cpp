@@ -1,12 +1,12 @@
 // Lists when memory is short: the n-th allocation of an operation fails, and the list is as it was.
 #include "platform/posix/seams.h"
-#include "qv/list.h"
 
-#include <gtest/gtest.h>
+#include "qv/list.h"
 
 #include <atomic>
 #include <cstring>
 #include <functional>
+#include <gtest/gtest.h>
 #include <vector>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -81,11 +81,10 @@ const std::vector<Operation>& operations() {
 
 void fill(tQVLIST* list) {
   const intptr_t number = 5;
-  if ((list->options & QVLIST_OPT_HEAPITEMS) != 0) {
+  if ((list->options & QVLIST_OPT_HEAPITEMS) != 0)
     ASSERT_EQ(QvList_AllocAndInsertItem(list, "item", 5, 0, nullptr), S_OK);
-  } else {
+  else
     ASSERT_EQ(QvList_InsertList(list, 0, &number, 1), S_OK);
-  }
 }
 
 TEST(ListsShortOfMemory, StayAsTheyWere) {

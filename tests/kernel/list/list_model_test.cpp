@@ -3,10 +3,9 @@
 
 #include "qv/list.h"
 
-#include <gtest/gtest.h>
-
 #include <array>
 #include <cstring>
+#include <gtest/gtest.h>
 #include <memory>
 #include <random>
 
@@ -27,7 +26,7 @@ using Triple = std::array<int32_t, 3>; ///< an array item: one value three times
 int value_of(const tQVLIST* list, const void* item) {
   int32_t value = 0;
   if ((list->options & QVLIST_OPT_HEAPITEMS) != 0) {
-    if (item != nullptr) std::memcpy(&value, item, sizeof value);
+    if (item) std::memcpy(&value, item, sizeof value);
   } else if ((list->options & QVLIST_OPT_ARRAY) != 0) {
     Triple triple;
     std::memcpy(&triple, item, sizeof triple);
@@ -105,8 +104,7 @@ private:
   }
   void* client_item(int value) {
     const size_t bytes = sizeof value + below(20);
-    void* item =
-        list_->itemHeap != nullptr ? HeapAlloc(list_->itemHeap, list_->heapAllocFlags, bytes) : std::calloc(1, bytes);
+    void* item = list_->itemHeap ? HeapAlloc(list_->itemHeap, list_->heapAllocFlags, bytes) : std::calloc(1, bytes);
     std::memcpy(item, &value, sizeof value);
     return item;
   }
@@ -309,7 +307,7 @@ private:
     if (heap_items()) {
       EXPECT_EQ(QvList_SortTo(other, list_, kCriteria, compare_keys), S_OK);
       EXPECT_EQ(other->count, 0);
-      if (list_->itemHeap == nullptr) move_there_and_back(other);
+      if (!list_->itemHeap) move_there_and_back(other);
     } else {
       sort_to(other);
     }

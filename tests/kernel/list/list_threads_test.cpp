@@ -1,9 +1,8 @@
 // The thread gate, and lists under several threads.
 #include "qv/list.h"
 
-#include <gtest/gtest.h>
-
 #include <functional>
+#include <gtest/gtest.h>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -84,9 +83,7 @@ TEST(ListGate, RefusesOtherThreadsOnceTheOptionIsCleared) {
     EXPECT_EQ(QvList_SetThreadOwner(list, GetCurrentThreadId()), S_OK);
     EXPECT_EQ(QvList_GetThreadOwner(list), GetCurrentThreadId());
     const bool searches_nothing = std::string(operation.name).find("Sorted") != std::string::npos;
-    if (!searches_nothing) {
-      EXPECT_NE(operation.run(list), operation.refused);
-    }
+    if (!searches_nothing) EXPECT_NE(operation.run(list), operation.refused);
     if (std::string(operation.name) == "Destroy") continue;
     QvList_DeleteList(list, -1, -1, 0);
     EXPECT_EQ(QvList_Destroy(list), S_OK);
@@ -122,14 +119,11 @@ TEST(ListThreads, EightWritersLoseNothing) {
         for (int i = 0; i < kEach; ++i) {
           const int number = writer * kEach + i;
           const LONG at = i % 7 == 0 ? 0 : -1;
-          if (kind == QVLIST_OPT_ARRAY) {
+          if (kind == QVLIST_OPT_ARRAY)
             EXPECT_EQ(QvList_InsertList(&storage, at, &number, 1), S_OK);
-          } else {
+          else
             EXPECT_EQ(QvList_AllocAndInsertItem(&storage, &number, sizeof number, at, nullptr), S_OK);
-          }
-          if (i % 5 == 4) {
-            EXPECT_EQ(QvList_DeleteList(&storage, 0, 1, 1), S_OK);
-          }
+          if (i % 5 == 4) EXPECT_EQ(QvList_DeleteList(&storage, 0, 1, 1), S_OK);
           QvList_SetUserData(&storage, number);
         }
       });

@@ -5,7 +5,6 @@
 #include "qv/text.h"
 
 #include <gtest/gtest.h>
-
 #include <initializer_list>
 #include <vector>
 

@@ -158,12 +158,10 @@ TEST_F(MetricKeys, DeletingReachesWhatItNames) {
     for (const HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
       const bool reached = root == HKEY_CURRENT_USER || each.machine_too;
       for (const WCHAR* below : kPaths) {
-        const bool gone = reached && each.gone[0] != nullptr && WString(below).starts_with(each.gone[0]);
+        const bool gone = reached && each.gone[0] && WString(below).starts_with(each.gone[0]);
         EXPECT_EQ(exists(root, path(below)), !gone) << testing::PrintToString(WString(below));
       }
-      if (reached && each.gone[0] != nullptr) {
-        EXPECT_FALSE(exists(root, path(each.gone[0])));
-      }
+      if (reached && each.gone[0]) EXPECT_FALSE(exists(root, path(each.gone[0])));
     }
   }
 }

@@ -4,7 +4,6 @@
 #include "qv/queue.h"
 
 #include <gtest/gtest.h>
-
 #include <vector>
 
 namespace kernel_test {

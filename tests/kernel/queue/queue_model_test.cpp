@@ -39,14 +39,15 @@ private:
   Place place(int value) { return std::find(model_.begin(), model_.end(), value); }
   bool is_queued(int value) { return place(value) != model_.end(); }
   Place first_above(int limit) {
-    return std::find_if(model_.begin(), model_.end(), [=](int each) { return each > limit; });
+    return std::find_if(
+        model_.begin(), model_.end(), [=](int each) { return each > limit; });
   }
   Place last_above(int limit) {
     const auto found = std::find_if(model_.rbegin(), model_.rend(), [=](int each) { return each > limit; });
     return found == model_.rend() ? model_.end() : std::prev(found.base());
   }
   int at(Place found) { return found == model_.end() ? -1 : *found; }
-  static int value_or_none(const tQVQELM* found) { return found == nullptr ? -1 : value_of(found); }
+  static int value_or_none(const tQVQELM* found) { return found ? value_of(found) : -1; }
 
   void insert(unsigned operation, int value, int limit) {
     tQVQELM* element = this->element(value);
@@ -79,7 +80,7 @@ private:
 
   void removed(const tQVQELM* element, Place from) {
     ASSERT_EQ(value_or_none(element), at(from));
-    if (element == nullptr) return;
+    if (!element) return;
     EXPECT_EQ(element->next, nullptr);
     EXPECT_EQ(element->prev, nullptr);
     model_.erase(from);
@@ -131,9 +132,7 @@ private:
   void check() {
     ASSERT_EQ(queue_.values(), std::vector<int>(model_.begin(), model_.end()));
     if (!model_.empty()) flushed_ = false; // the insertion that followed set the invariant right again
-    if (!flushed_) {
-      ASSERT_EQ(queue_.signalled(), !model_.empty());
-    }
+    if (!flushed_) ASSERT_EQ(queue_.signalled(), !model_.empty());
     for (int i = 0; i < kElements; ++i)
       ASSERT_EQ(IsInQvQueue(queue_, element(i)), is_queued(i) ? 1 : 0) << i;
   }

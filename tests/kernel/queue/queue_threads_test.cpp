@@ -36,7 +36,7 @@ TEST(QueueThreads, NothingIsLostOrTakenTwice) {
         const tQVQELM* element = consumer == 0   ? QvQueueRemoveTail(queue, INFINITE)
                                  : consumer == 1 ? QvQueueRemoveAlertable(queue, INFINITE)
                                                  : QvQueueRemove(queue, INFINITE);
-        if (element == nullptr) continue;
+        if (!element) continue;
         taken[value_of(element)].fetch_add(1);
         if (left.fetch_sub(1) == 1) QvQueueDelete(queue); // releases the other consumers
       }
@@ -99,7 +99,7 @@ void race(int consumers, int rounds, Release release) {
     threads.emplace_back([&, consumer] {
       for (int i = 0; i < rounds; ++i) {
         begun.wait_for(i + 1);
-        if (wait_somehow(&queues[i], consumer, never) != nullptr) ++found;
+        if (wait_somehow(&queues[i], consumer, never)) ++found;
         back.raise();
       }
     });
@@ -121,17 +121,19 @@ void race(int consumers, int rounds, Release release) {
 }
 
 TEST(QueueThreads, DeletionReleasesConsumersHoweverTheRaceFalls) {
-  race(4, 2000, [](tQVQHEAD* queue, Counter&, int) {
-    QvQueueDelete(queue);
-    // Nobody may look at the lock any more. (The event says to those who come late that there is no queue.)
-    std::memset(&queue->lock, 0xDD, sizeof queue->lock);
-  });
+  race(
+      4, 2000,
+      [](tQVQHEAD* queue, Counter&, int) {
+        QvQueueDelete(queue);
+        // Nobody may look at the lock any more. (The event says to those who come late that there is no queue.)
+        std::memset(&queue->lock, 0xDD, sizeof queue->lock);
+      });
 }
 
 /// Stays inside the queue until its deletion has begun; answers no match.
 LONG CALLBACK stay_until_deletion(const tQVQELM*, LONGLONG context) {
   auto* queue = reinterpret_cast<tQVQHEAD*>(context);
-  while (std::atomic_ref(queue->event).load() != nullptr)
+  while (std::atomic_ref(queue->event).load())
     std::this_thread::yield();
   return 0;
 }
@@ -162,11 +164,13 @@ TEST(QueueThreads, DeletionWaitsForThoseWhoAreInside) {
 }
 
 TEST(QueueThreads, DeletingFromTwoThreadsDeletesOnce) {
-  race(2, 1000, [](tQVQHEAD* queue, Counter&, int) {
-    std::thread other([=] { QvQueueDelete(queue); });
-    QvQueueDelete(queue);
-    other.join();
-  });
+  race(
+      2, 1000,
+      [](tQVQHEAD* queue, Counter&, int) {
+        std::thread other([=] { QvQueueDelete(queue); });
+        QvQueueDelete(queue);
+        other.join();
+      });
 }
 
 TEST(QueueThreads, AFlushReleasesEveryoneWhoWaits) {

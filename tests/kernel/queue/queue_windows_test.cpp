@@ -48,7 +48,7 @@ TEST(QueueOnWindows, RetryDispatchesSentMessages) {
   RegisterClassW(&window_class);
   const HWND window = CreateWindowExW(0, window_class.lpszClassName, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
                                       window_class.hInstance, nullptr);
-  if (window == nullptr) GTEST_SKIP() << "no windows here: " << GetLastError();
+  if (!window) GTEST_SKIP() << "no windows here: " << GetLastError();
   std::atomic<LRESULT> answered{0};
   std::thread sender(
       [&] { answered = SendMessageW(window, WM_USER, 0, reinterpret_cast<LPARAM>(static_cast<tQVQHEAD*>(queue))); });

@@ -151,9 +151,8 @@ TEST_F(Directive, Tokens) {
   EXPECT_EQ(QvText_SetToken(QV_TEXT("M.B"), QV_TEXT("x")), E_INVALIDARG);
   EXPECT_EQ(QvText_SetToken(nullptr, QV_TEXT("x")), E_INVALIDARG);
   EXPECT_EQ(formatted(all), "1|23 4:5.612345677");
-  for (const WCHAR* name : {QV_TEXT("m.b"), QV_TEXT("b.t"), QV_TEXT("SMPTE.Drop")}) {
+  for (const WCHAR* name : {QV_TEXT("m.b"), QV_TEXT("b.t"), QV_TEXT("SMPTE.Drop")})
     EXPECT_EQ(QvText_SetToken(name, nullptr), S_OK);
-  }
   EXPECT_EQ(formatted(all), "1.2.3 4:5.6,7");
 }
 

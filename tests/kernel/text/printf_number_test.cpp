@@ -1,14 +1,13 @@
 // Numbers, held against the C library's own formatter.
 #include "tests/kernel/text/formatted.h"
 
-#include <gtest/gtest.h>
-
 #include <bit>
 #include <cfloat>
 #include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <gtest/gtest.h>
 #include <limits>
 #include <random>
 #include <string_view>
@@ -33,9 +32,8 @@ protected:
   // `flags`: those that mean something to C before the conversion.
   std::string random_fields(std::string_view flags) {
     std::string text;
-    for (const char flag : flags) {
+    for (const char flag : flags)
       if (below(4) == 0) text += flag;
-    }
     if (below(2) == 0) text += std::to_string(1 + below(below(8) == 0 ? 512 : 40));
     if (below(2) == 0) {
       text += '.';
@@ -76,11 +74,10 @@ TEST_F(NumberAgainstC, Integers) {
     const std::string c = "<%" + fields + size.c + type + ">";
     // C libraries differ in "%#.0o" of 0.
     const uint64_t bits = random_bits() | (type == 'o' ? 1 : 0);
-    if (size.wide) {
+    if (size.wide)
       compare(ours, c, static_cast<long long>(bits));
-    } else {
+    else
       compare(ours, c, static_cast<int>(bits));
-    }
   }
 }
 

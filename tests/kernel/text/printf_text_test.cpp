@@ -1,9 +1,8 @@
 // Text arguments, formats that are no formats, and buffers that are too small.
 #include "tests/kernel/text/formatted.h"
 
-#include <gtest/gtest.h>
-
 #include <climits>
+#include <gtest/gtest.h>
 #include <memory>
 
 namespace {

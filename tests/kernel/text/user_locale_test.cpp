@@ -1,6 +1,5 @@
-#include "tests/kernel/text/locale_fixture.h"
-
 #include "tests/kernel/text/formatted.h"
+#include "tests/kernel/text/locale_fixture.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,9 +1,8 @@
 // Labels, counts and times, held to the labels' definition: a day is walked label by label.
 #include "qv/smpte.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
+#include <gtest/gtest.h>
 #include <ostream>
 #include <vector>
 

@@ -1,10 +1,9 @@
 // Reading timecode text.
-#include "qv/smpte.h"
-
 #include "tests/kernel/text/formatted.h"
 
-#include <gtest/gtest.h>
+#include "qv/smpte.h"
 
+#include <gtest/gtest.h>
 #include <string>
 
 namespace {
@@ -12,7 +11,7 @@ namespace {
 std::string read(const WCHAR* text, DWORD format, WCHAR* stopped_at = nullptr) {
   _smpteval value = {format, 9, 9, 9, 9, 9};
   const WCHAR stopped = QVSMPTE_TextToSMPTE(text, &value);
-  if (stopped_at != nullptr) *stopped_at = stopped;
+  if (stopped_at) *stopped_at = stopped;
   EXPECT_EQ(value.format, format);
   EXPECT_EQ(value.reserved, 0u);
   return std::to_string(value.hours) + " " + std::to_string(value.minutes) + " " + std::to_string(value.seconds) + " " +

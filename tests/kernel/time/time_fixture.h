@@ -1,10 +1,10 @@
 // A position format for tests, and times as text and back.
 #pragma once
 
-#include "qv/time.h"
-
 #include "tests/kernel/text/formatted.h"
 #include "tests/kernel/text/locale_fixture.h"
+
+#include "qv/time.h"
 
 #include <string>
 

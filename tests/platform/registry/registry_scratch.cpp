@@ -1,8 +1,7 @@
 // Gives the tests a registry of their own where it is a file. On Windows they use names of their own instead.
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <filesystem>
+#include <gtest/gtest.h>
 #include <string>
 #include <unistd.h>
 

@@ -1,15 +1,14 @@
 // The registry as a file: who else writes it, what ends a writer, and what is wrong with the file.
 #include "qv/win32.h"
 
-#include <gtest/gtest.h>
-#include <sqlite3.h>
-
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <random>
 #include <signal.h>
+#include <sqlite3.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -110,7 +109,7 @@ protected:
 };
 
 TEST_F(RegistryStore, IsWhereTheUserKeepsSettings) {
-  const std::string home = std::getenv("HOME") != nullptr ? std::getenv("HOME") : "";
+  const std::string home = std::getenv("HOME") ? std::getenv("HOME") : "";
   unsetenv("QV_REGISTRY");
   setenv("XDG_CONFIG_HOME", (folder_ / "config").c_str(), 1);
   EXPECT_EQ(try_open().first, LONG{ERROR_FILE_NOT_FOUND});

@@ -1,9 +1,8 @@
 // The registry's functions, in the system's own registry where there is one.
 #include "qv/win32.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
+#include <gtest/gtest.h>
 #include <map>
 #include <thread>
 #include <vector>
@@ -26,7 +25,7 @@ public:
     return &key_;
   }
   void close() {
-    if (key_ != nullptr) RegCloseKey(key_);
+    if (key_) RegCloseKey(key_);
     key_ = nullptr;
   }
 

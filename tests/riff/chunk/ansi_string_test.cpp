@@ -66,9 +66,7 @@ TEST(AnsiString, IsReadCutAndTerminated) {
     EXPECT_EQ(qv::WString(buffer.c_str()) == row.text, true);
     EXPECT_EQ(buffer.back(), QV_TEXT('#')) << "behind the buffer";
     EXPECT_EQ(size, row.result == S_OK ? row.size + 1 : row.size);
-    if (row.result == S_OK) {
-      EXPECT_EQ(file.position(), row.position);
-    }
+    if (row.result == S_OK) EXPECT_EQ(file.position(), row.position);
   }
 }
 

@@ -1,7 +1,6 @@
 #include "tests/riff/scratch_file.h"
 
 #include <gtest/gtest.h>
-
 #include <limits>
 
 using namespace riff_test;

@@ -2,7 +2,6 @@
 #include "tests/riff/scratch_file.h"
 
 #include <gtest/gtest.h>
-
 #include <random>
 #include <vector>
 
@@ -88,7 +87,7 @@ void check_chunk_search(const ScratchFile& file, const ModelFile& model, const B
   DWORD size = 0;
   DWORD left = 0;
   ASSERT_EQ(riff_FindChunkHeaderInRIFF(file, u32_at(id, 0), &size, &left), result) << id;
-  if (found == nullptr) return;
+  if (!found) return;
   EXPECT_EQ(size, found->data.size() + (found->is_list() ? 4 : 0));
   EXPECT_EQ(file.position(), static_cast<int64_t>(found->at + 8));
   EXPECT_EQ(left, u32_at(model.bytes, 4) + 8 - (found->at + 8));
@@ -99,7 +98,7 @@ void check_list_search(const ScratchFile& file, const ModelFile& model, const By
   const HRESULT result = model.find(type, true, found);
   DWORD size = 0;
   ASSERT_EQ(riff_FindListChunkFromStart(file, u32_at(type, 0), &size), result) << type;
-  if (found == nullptr) return;
+  if (!found) return;
   EXPECT_EQ(size, found->data.size());
   EXPECT_EQ(file.position(), static_cast<int64_t>(found->at + 12));
 }
@@ -129,7 +128,7 @@ void check_deletion(const ModelFile& model, const Bytes& id, bool as_list) {
   DWORD removed = 0;
   ASSERT_EQ(riff_DeleteChunk(file, u32_at(id, 0), &removed, as_list ? 1 : 0), result) << id;
   const Bytes contents = file.contents();
-  if (found == nullptr) {
+  if (!found) {
     EXPECT_EQ(contents == model.bytes, true) << id;
   } else {
     EXPECT_EQ(contents == model.without(*found), true) << id;

@@ -1,11 +1,11 @@
 // Wave64 files: headers, chunks, searches and deletion.
-#include "qv/riff64.h"
 #include "tests/riff/scratch_file.h"
 #include "tests/riff/wave64_bytes.h"
 
-#include <gtest/gtest.h>
+#include "qv/riff64.h"
 
 #include <cstring>
+#include <gtest/gtest.h>
 #include <random>
 #include <vector>
 
@@ -269,19 +269,18 @@ TEST(Wave64, RandomFilesAgainstAModel) {
       }
       ULONGLONG size = kUnset;
       ULONGLONG remaining = kUnset;
-      if (as_list) {
+      if (as_list)
         ASSERT_EQ(riff64_FindListChunkFromStart(file, &id, &size), expected) << name;
-      } else {
+      else
         ASSERT_EQ(riff64_FindChunkHeaderInRIFF(file, &id, &size, &remaining), expected) << name;
-      }
-      if (found != nullptr) {
+      if (found) {
         EXPECT_EQ(size, found->data.size() + (found->is_list() && !as_list ? 16 : 0));
         EXPECT_EQ(file.position(), static_cast<int64_t>(found->at + (as_list ? 40 : 24)));
         EXPECT_EQ(remaining, as_list ? kUnset : body.size() + 40 - found->at - 24);
       }
       ULONGLONG removed = 0;
       ASSERT_EQ(riff64_DeleteChunk(file, &id, &removed, as_list ? 1 : 0), expected) << name;
-      if (found == nullptr) {
+      if (!found) {
         EXPECT_EQ(file.contents() == bytes, true);
         return;
       }

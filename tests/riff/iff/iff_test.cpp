@@ -1,11 +1,11 @@
 // IFF chunks, and AIFF files described.
-#include "qv/iff.h"
-#include "qv/wave_file.h"
 #include "tests/riff/scratch_file.h"
 
-#include <gtest/gtest.h>
+#include "qv/iff.h"
+#include "qv/wave_file.h"
 
 #include <algorithm>
+#include <gtest/gtest.h>
 #include <random>
 #include <vector>
 
@@ -122,7 +122,7 @@ TEST(Iff, SearchAndDeletionAgainstAModel) {
       DWORD size = kUnset;
       DWORD remaining = kUnset;
       ASSERT_EQ(iff_FindChunkFromStart(file, wanted, &size, &remaining), expected) << id;
-      if (found != nullptr) {
+      if (found) {
         EXPECT_EQ(size, found->data.size());
         EXPECT_EQ(file.position(), static_cast<int64_t>(found->at + 8));
         EXPECT_EQ(remaining, body.size() + 12 - found->at - 8);
@@ -132,7 +132,7 @@ TEST(Iff, SearchAndDeletionAgainstAModel) {
       }
       DWORD removed = 0;
       ASSERT_EQ(iff_DeleteChunk(file, wanted, &removed), expected) << id;
-      if (found == nullptr) {
+      if (!found) {
         EXPECT_EQ(file.contents() == bytes, true);
         continue;
       }

@@ -1,13 +1,13 @@
 // Summary lists with their n-th file call or n-th allocation failing, for each n. Only the POSIX layer can be made to
 // fail. That nothing is leaked is seen under AddressSanitizer.
 #include "platform/posix/seams.h"
-#include "qv/memory_stream.h"
 #include "tests/riff/scratch_file.h"
 #include "tests/riff/summary/summary_text.h"
 
-#include <gtest/gtest.h>
+#include "qv/memory_stream.h"
 
 #include <functional>
+#include <gtest/gtest.h>
 
 using namespace riff_test;
 using qv::platform::fail_allocation;
@@ -73,9 +73,7 @@ TEST(SummaryFailure, EachFileCallThatFailsIsReported) {
       if (nth == 0) calls = qv::platform::io_calls();
       fail_io(0);
       EXPECT_EQ(result, nth == 0 ? S_OK : operation.failure);
-      if (!operation.contents.empty()) {
-        EXPECT_EQ(file.contents(), operation.contents);
-      }
+      if (!operation.contents.empty()) EXPECT_EQ(file.contents(), operation.contents);
     }
     EXPECT_GE(calls, 6) << operation.name;
   }
@@ -91,9 +89,7 @@ TEST(SummaryFailure, AFetchRestoresThePosition) {
     fail_io(0);
     if (result == S_OK) break;
     // The last call goes back.
-    if (calls != nth) {
-      EXPECT_EQ(file.position(), 6) << nth;
-    }
+    if (calls != nth) EXPECT_EQ(file.position(), 6) << nth;
   }
 }
 
@@ -185,9 +181,7 @@ TEST(SummaryFailure, ListsAreAsPromisedAfterAFailedAllocation) {
       const HRESULT result = row.run();
       fail_allocation(0);
       if (FAILED(result)) {
-        if (row.dst_after_failure != nullptr) {
-          EXPECT_EQ(describe(list), row.dst_after_failure);
-        }
+        if (row.dst_after_failure) EXPECT_EQ(describe(list), row.dst_after_failure);
         EXPECT_EQ(describe(other), row.src_after_failure);
       }
       return result;

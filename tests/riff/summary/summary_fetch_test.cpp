@@ -85,13 +85,9 @@ TEST(SummaryFetch, FindsATextInAFile) {
     EXPECT_EQ(QvSummary_GetStringFromFile(file, id_of(row.id), buffer.data(), row.capacity, bound), row.result);
     const std::string expected = row.text[0] == '#' ? std::string(row.capacity + 1, '#') : shown(wide(row.text));
     EXPECT_EQ(shown(buffer.c_str()), row.text[0] == '\\' ? row.text : expected);
-    if (row.result == S_OK && row.capacity != 0) {
-      EXPECT_EQ(buffer[row.capacity - 1], 0);
-    }
+    if (row.result == S_OK && row.capacity != 0) EXPECT_EQ(buffer[row.capacity - 1], 0);
     EXPECT_EQ(buffer.back(), QV_TEXT('#')) << "behind the buffer";
-    if (bound != nullptr) {
-      EXPECT_EQ(remaining, row.left);
-    }
+    if (bound) EXPECT_EQ(remaining, row.left);
     EXPECT_EQ(file.position(), start);
     remaining = row.remaining;
     EXPECT_EQ(QvSummary_GetStringFromFile(file, id_of(row.id), nullptr, 9, bound), row.result) << "without a buffer";

@@ -1,7 +1,6 @@
 #include "tests/riff/summary/summary_text.h"
 
 #include <gtest/gtest.h>
-
 #include <random>
 
 using namespace riff_test;
@@ -95,11 +94,10 @@ TEST(SummaryItems, AreFreedOnceAndAgain) {
 void edit(Model& model, const ModelItem& item) {
   for (auto at = model.begin(); at != model.end(); ++at) {
     if (at->id != item.id) continue;
-    if (item.text) {
+    if (item.text)
       at->text = item.text;
-    } else {
+    else
       model.erase(at);
-    }
     return;
   }
   model.push_back(item);

@@ -2,7 +2,6 @@
 #include "tests/riff/summary/summary_text.h"
 
 #include <gtest/gtest.h>
-
 #include <random>
 
 using namespace riff_test;

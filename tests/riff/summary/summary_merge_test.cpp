@@ -1,7 +1,6 @@
 #include "tests/riff/summary/summary_text.h"
 
 #include <gtest/gtest.h>
-
 #include <random>
 #include <set>
 
@@ -93,10 +92,10 @@ Model merged(const Model& dst, const Model& src, bool overwrite) {
   Model out;
   for (const ModelItem& item : dst) {
     const ModelItem* const other = find(src, item.id);
-    out.push_back(overwrite && other != nullptr ? *other : item);
+    out.push_back(overwrite && other ? *other : item);
   }
   for (const ModelItem& item : src)
-    if (find(dst, item.id) == nullptr) out.push_back(item);
+    if (!find(dst, item.id)) out.push_back(item);
   return out;
 }
 
@@ -162,7 +161,7 @@ TEST(SummaryCopy, IsDeep) {
     EXPECT_EQ(describe(dst), items);
     EXPECT_EQ(describe(src), items);
     for (DWORD k = 0; k < src.count; ++k)
-      EXPECT_TRUE(src.items[k].text == nullptr || src.items[k].text != dst.items[k].text);
+      EXPECT_TRUE(!src.items[k].text || src.items[k].text != dst.items[k].text);
     EXPECT_EQ(QvSummary_Copy(&dst, &dst), S_OK);
     EXPECT_EQ(describe(dst), items);
     EXPECT_EQ(QvSummary_Copy(&dst, nullptr), E_INVALIDARG);

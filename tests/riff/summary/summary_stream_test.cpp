@@ -1,10 +1,10 @@
-#include "qv/memory_stream.h"
 #include "tests/riff/summary/summary_text.h"
 
-#include <gtest/gtest.h>
+#include "qv/memory_stream.h"
 
 #include <algorithm>
 #include <cstring>
+#include <gtest/gtest.h>
 #include <memory>
 
 using namespace riff_test;

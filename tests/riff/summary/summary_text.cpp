@@ -1,10 +1,9 @@
 #include "tests/riff/summary/summary_text.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <gtest/gtest.h>
 
 namespace riff_test {
 
@@ -17,11 +16,10 @@ std::string shown(const qv::WString& text) {
   for (const WCHAR character : text) {
     char escaped[8];
     std::snprintf(escaped, sizeof escaped, "\\x%04X", static_cast<unsigned>(character) & 0xFFFF);
-    if (character >= ' ' && character < 0x7F) {
+    if (character >= ' ' && character < 0x7F)
       out += static_cast<char>(character);
-    } else {
+    else
       out += escaped;
-    }
   }
   return out;
 }
@@ -98,12 +96,12 @@ std::string describe(const Model& model) {
 }
 
 std::string describe(const _summarylisttag& list) {
-  EXPECT_EQ(list.items == nullptr, list.count == 0);
+  EXPECT_EQ(!list.items, list.count == 0);
   Model model;
   if (list.count != 0) expect_block(list.items, list.count * sizeof *list.items);
   for (DWORD k = 0; k < list.count; ++k) {
     model.push_back({code_of(list.items[k].id), {}});
-    if (list.items[k].text == nullptr) continue;
+    if (!list.items[k].text) continue;
     model.back().text = list.items[k].text;
     expect_block(list.items[k].text, (model.back().text->size() + 1) * sizeof(WCHAR));
   }

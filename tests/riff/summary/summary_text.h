@@ -2,8 +2,9 @@
 // byte; what is not printable ASCII in a text is shown as \xHHHH.
 #pragma once
 
-#include "qv/summary.h"
 #include "tests/riff/riff_bytes.h"
+
+#include "qv/summary.h"
 
 #include <optional>
 #include <string>

@@ -1,9 +1,10 @@
 // Wave64, IFF and wave headers with each of their file calls failing.
+#include "tests/riff/failing_operation.h"
+#include "tests/riff/wave64_bytes.h"
+
 #include "qv/iff.h"
 #include "qv/riff64.h"
 #include "qv/wave_file.h"
-#include "tests/riff/failing_operation.h"
-#include "tests/riff/wave64_bytes.h"
 
 using namespace riff_test;
 

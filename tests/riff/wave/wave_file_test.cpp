@@ -1,12 +1,12 @@
 // Headers of wave files: made, inserted, recognised, repaired.
-#include "qv/wave_file.h"
 #include "tests/riff/scratch_file.h"
 #include "tests/riff/wave64_bytes.h"
 
-#include <gtest/gtest.h>
+#include "qv/wave_file.h"
 
 #include <filesystem>
 #include <functional>
+#include <gtest/gtest.h>
 #include <vector>
 
 using namespace riff_test;

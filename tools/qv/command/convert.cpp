@@ -43,9 +43,8 @@ ChannelPlan make_plan(const Options& options) {
 _qvwaveformat output_format(const WaveInput& input, QVSAMPLETYPE type, const ChannelPlan& plan, DWORD rate) {
   const _qvwaveformat& source = input.format();
   const DWORD channels = plan.channels(source.channels);
-  if (channels * QvAudio_BytesFromSampleType(type) > 0xFFFF) {
+  if (channels * QvAudio_BytesFromSampleType(type) > 0xFFFF)
     throw Failure(input.name(), std::to_string(channels) + " channels of this sample type do not fit a wave file");
-  }
   _qvwaveformat format;
   format.Init(rate, type, static_cast<WORD>(channels), channels == source.channels ? source.channelMask : 0,
               sizeof format);
@@ -73,11 +72,10 @@ void convert_by_doubles(WaveInput& input, DoubleOutput& output, SampleConversion
     input.read_frames(conversion.input(), frames);
     auto* const samples = static_cast<double*>(conversion.output());
     conversion.run(samples, conversion.input(), frames);
-    if (rate) {
+    if (rate)
       rate->process(samples, frames, write);
-    } else {
+    else
       write(samples, frames);
-    }
     progress.advance(frames);
   });
   if (rate) rate->process(nullptr, 0, write);

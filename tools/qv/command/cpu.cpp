@@ -1,16 +1,16 @@
 // qv cpu: what the processor offers and what the kernel lookups make of it.
+#include "qv/cpu.h"
+
 #include "tools/qv/command/command.h"
 #include "tools/qv/failure.h"
 #include "tools/qv/text.h"
 
 #include "qv/audio_kernels.h"
-#include "qv/cpu.h"
-
-#include <nlohmann/json.hpp>
 
 #include <cstdio>
 #include <iostream>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 namespace qv::tool {
 
@@ -53,17 +53,15 @@ std::string hexadecimal(uint32_t word) {
 
 template <size_t count>
 const char* name_of(const NamedBit (&table)[count], uint32_t value) {
-  for (const NamedBit& row : table) {
+  for (const NamedBit& row : table)
     if (row.bit == value) return row.name;
-  }
   return "unknown";
 }
 
 std::vector<std::string> features_of(uint32_t word) {
   std::vector<std::string> names;
-  for (const NamedBit& row : kFeatures) {
+  for (const NamedBit& row : kFeatures)
     if (word & row.bit) names.emplace_back(row.name);
-  }
   return names;
 }
 
@@ -74,11 +72,9 @@ struct Kernels {
 
 std::vector<Kernels> look_up_all() {
   std::vector<Kernels> all;
-  for (const QVSAMPLETYPE dst : kTypes) {
-    for (const QVSAMPLETYPE src : kTypes) {
+  for (const QVSAMPLETYPE dst : kTypes)
+    for (const QVSAMPLETYPE src : kTypes)
       all.push_back({QvAudio_GetCopyFunction2(dst, src), QvAudio_GetMixFunction2(dst, src)});
-    }
-  }
   return all;
 }
 

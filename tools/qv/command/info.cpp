@@ -7,11 +7,10 @@
 
 #include "qv/riff.h"
 
-#include <nlohmann/json.hpp>
-
 #include <cstdio>
 #include <iostream>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 namespace qv::tool {
 
@@ -126,11 +125,10 @@ int info(const Options& options) {
   for (const std::string& name : options.files) {
     try {
       const WaveInput input(name);
-      if (options.json) {
+      if (options.json)
         all.push_back(info_json(input));
-      } else {
+      else
         print_info(input);
-      }
     } catch (const Failure& failure) {
       print_error(failure.what());
       exit_code = kWorkFailed;

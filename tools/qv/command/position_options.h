@@ -4,7 +4,6 @@
 #include "qv/time.h"
 
 #include <CLI/CLI.hpp>
-
 #include <string>
 
 namespace qv::tool {

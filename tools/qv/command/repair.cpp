@@ -121,11 +121,10 @@ int repair(const Options& options) {
   }
   watch_interruption();
   if (options.backup) back_up(options.file);
-  if (plan.way == RepairPlan::Way::kNewFile) {
+  if (plan.way == RepairPlan::Way::kNewFile)
     write_new_file(options.file, plan);
-  } else {
+  else
     write_in_place(options.file, plan, hint);
-  }
   print_line("mended", options.backup ? "as it was it is in " + options.file + ".bak" : "no copy was kept");
   return kSuccess;
 }

@@ -54,11 +54,10 @@ int list(const Options& options) {
 int get(const Options& options) {
   const Setting setting =
       SettingsStore(options.application, Access::kRead).get(options.number, *setting_type(options.type));
-  if (options.json) {
+  if (options.json)
     std::cout << json_of(setting).dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
-  } else {
+  else
     std::cout << text_value(setting) << "\n";
-  }
   return kSuccess;
 }
 
@@ -101,7 +100,7 @@ Setting setting_from(const Json& entry) {
   if (number == entry.end() || !number->is_number_unsigned() || number->get<uint64_t>() > 0x7FFFFFFF)
     reject("has no \"n\" from 0 to 2147483647");
   const SettingType* row = type != entry.end() && type->is_string() ? setting_type(type->get<std::string>()) : nullptr;
-  if (row == nullptr) reject("has no \"type\" of dword, string, binary or multi");
+  if (!row) reject("has no \"type\" of dword, string, binary or multi");
   if (value == entry.end()) reject("has no \"value\"");
   return {number->get<LONG>(), row, bytes_from_json(*row, *value)};
 }

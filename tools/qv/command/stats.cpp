@@ -7,12 +7,11 @@
 
 #include "qv/audio_kernels.h"
 
-#include <nlohmann/json.hpp>
-
 #include <cmath>
 #include <cstdio>
 #include <iostream>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 namespace qv::tool {
 

@@ -3,11 +3,10 @@
 #include "tools/qv/command/position_options.h"
 #include "tools/qv/failure.h"
 
-#include <nlohmann/json.hpp>
-
 #include <cstdio>
 #include <iostream>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 namespace qv::tool {
 
@@ -34,11 +33,10 @@ void print_json(const Json& document) { std::cout << document.dump(2) << "\n"; }
 
 int print_position(const Options& options, QVNANOTIME time, DWORD format) {
   const std::string text = text_of(time, options.position.shown_as(format), options.flags());
-  if (options.json) {
+  if (options.json)
     print_json({{"text", text}, {"time_100ns", time}});
-  } else {
+  else
     std::cout << text << "\n";
-  }
   return kSuccess;
 }
 
@@ -46,11 +44,10 @@ int print_all(const Options& options, QVNANOTIME time) {
   Json texts = Json::object();
   for (DWORD code = 0; code < QVPOSFMT_COUNT; ++code) {
     const std::string text = text_of(time, options.position.shown_as(code), options.flags());
-    if (options.json) {
+    if (options.json)
       texts[position_format_name(code)] = text;
-    } else {
+    else
       std::printf("%-13s %s\n", position_format_name(code).c_str(), text.c_str());
-    }
   }
   if (options.json) print_json({{"time_100ns", time}, {"texts", texts}});
   return kSuccess;
@@ -158,11 +155,10 @@ void add_time(CLI::App& app, Work& chosen) {
   time->add_option_function<std::string>(
           "--to",
           [options](const std::string& text) {
-            if (text == "all") {
+            if (text == "all")
               options->to_all = true;
-            } else {
+            else
               options->to = position_format_from(text, "--to");
-            }
           },
           "Of the result, or all; raw by default")
       ->type_name("FORMAT|all");

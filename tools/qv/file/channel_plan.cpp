@@ -29,11 +29,9 @@ DWORD ChannelPlan::channels(DWORD source_channels) const {
 }
 
 std::optional<std::string> ChannelPlan::objection(DWORD source_channels) const {
-  for (const DWORD channel : map) {
-    if (channel > source_channels) {
+  for (const DWORD channel : map)
+    if (channel > source_channels)
       return "has no channel " + std::to_string(channel) + ", only " + std::to_string(source_channels);
-    }
-  }
   return std::nullopt;
 }
 

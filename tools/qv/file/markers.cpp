@@ -119,11 +119,11 @@ const ChunkEntry* find(const std::vector<ChunkEntry>& chunks, DWORD id, DWORD li
 std::vector<Marker> read_markers(const WaveInput& input) {
   const bool is_riff = std::strcmp(input.container(), "RIFF") == 0;
   const ChunkEntry* chunk = find(input.chunks(), is_riff ? kCueId : kMarkId, 0);
-  if (chunk == nullptr) return {};
+  if (!chunk) return {};
   if (!is_riff) return aiff_markers(input.handle(), *chunk);
   std::vector<Marker> markers = cue_markers(input.handle(), *chunk);
   const ChunkEntry* const list = find(input.chunks(), QVRIFF_ID_LIST, kLabelListType);
-  if (list == nullptr) return markers;
+  if (!list) return markers;
   const std::map<DWORD, std::string> texts = labels(input.handle(), *list);
   for (Marker& marker : markers)
     if (const auto text = texts.find(marker.id); text != texts.end()) marker.name = text->second;

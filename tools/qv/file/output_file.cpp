@@ -71,9 +71,8 @@ void OutputFile::create_temporary() {
     if (file_.is_open()) temporary_ = candidate;
     const DWORD error = file_.is_open() ? ERROR_SUCCESS : GetLastError();
     if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) throw Failure(name_, "no such folder");
-    if (error != ERROR_SUCCESS && error != ERROR_FILE_EXISTS) {
+    if (error != ERROR_SUCCESS && error != ERROR_FILE_EXISTS)
       throw Failure(name_, "cannot be written: " + system_error_text(error));
-    }
   }
   if (!file_.is_open()) throw Failure(name_, "no temporary name is free in its folder");
 }

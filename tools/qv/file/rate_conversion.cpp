@@ -41,7 +41,7 @@ RateConversion::~RateConversion() { QvAudio_Resample2Close(converter_); }
 DWORD RateConversion::step(const double* samples, DWORD frames, DWORD& used) {
   DWORD written = 0;
   DWORD taken = 0;
-  const double* const rest = samples == nullptr ? nullptr : samples + size_t{used} * channels_;
+  const double* const rest = samples ? samples + size_t{used} * channels_ : nullptr;
   QvAudio_Resample2Process(converter_, block_.data(), kBlockFrames, &written, rest, frames - used, &taken);
   used += taken;
   return written;

@@ -23,7 +23,7 @@ public:
     for (DWORD used = 0;;) {
       const DWORD written = step(samples, frames, used);
       if (written > 0) write(block_.data(), written);
-      if (samples == nullptr ? written == 0 : used == frames && written < kBlockFrames) return;
+      if (samples ? used == frames && written < kBlockFrames : written == 0) return;
     }
   }
 

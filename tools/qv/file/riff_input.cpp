@@ -40,9 +40,8 @@ bool WaveInput::read_riff_chunk(uint64_t& position) {
   ChunkEntry entry = {0, 0, position, 0};
   DWORD count = 0;
   DWORD size = 0;
-  if (!move_to(file_, position) || FAILED(riff_ReadChunkHeader(file_, &entry.id, &size))) {
+  if (!move_to(file_, position) || FAILED(riff_ReadChunkHeader(file_, &entry.id, &size)))
     fail(QvResultText(QVERR_RIFF_READ));
-  }
   entry.size = size;
   const uint64_t start = position + 8;
   const bool runs_out = start + entry.size > file_size_;
@@ -74,7 +73,7 @@ std::vector<std::pair<DWORD, std::string>> WaveInput::summary() const {
   _summarylisttag list;
   load_summary(list);
   for (DWORD i = 0; i < list.count; ++i)
-    texts.emplace_back(list.items[i].id, list.items[i].text == nullptr ? "" : utf8(list.items[i].text));
+    texts.emplace_back(list.items[i].id, list.items[i].text ? utf8(list.items[i].text) : "");
   QvSummary_Free(&list);
   return texts;
 }

@@ -20,7 +20,7 @@ size_t block_bytes(const WAVEFORMATEX& format, DWORD frames) { return size_t{for
 SampleConversion::SampleConversion(const _qvwaveformat& source, QVSAMPLETYPE type, const ChannelPlan& plan, float gain,
                                    DWORD block_frames)
     : plan_(plan), gain_(gain), copy_(QvAudio_GetCopyFunction2(type, arranged_type(source, plan))) {
-  if (copy_ == nullptr) throw std::runtime_error("there is no conversion between the two sample types");
+  if (!copy_) throw std::runtime_error("there is no conversion between the two sample types");
   const WORD channels = static_cast<WORD>(plan.channels(source.channels));
   WAVEFORMATEX result;
   QvAudio_InitWfx(&source_, source.samplesPerSec, source.sampleType, source.channels);

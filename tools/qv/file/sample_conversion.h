@@ -1,9 +1,10 @@
 // Blocks of samples from one format to another, through the library's kernels.
 #pragma once
 
+#include "tools/qv/file/channel_plan.h"
+
 #include "qv/audio_channels.h"
 #include "qv/audio_kernels.h"
-#include "tools/qv/file/channel_plan.h"
 
 #include <vector>
 

@@ -20,9 +20,8 @@ inline std::vector<std::string> type_names() { return names_of(kTypeNames); }
 
 /// The type of that name; for "" the source's own, or the nearest that a wave file usually has.
 inline QVSAMPLETYPE output_type(const std::string& name, QVSAMPLETYPE source) {
-  for (const TypeName& row : kTypeNames) {
+  for (const TypeName& row : kTypeNames)
     if (name.empty() ? row.type == source : row.name == name) return row.type;
-  }
   switch (QvAudio_BitsFromSampleType(source)) {
   case 8: return QVSAMPLE_PCM8;
   case 16: return QVSAMPLE_PCM16;

@@ -1,10 +1,11 @@
 #include "tools/qv/file/wave_input.h"
 
-#include "qv/audio_kernels.h"
-#include "qv/riff.h"
 #include "tools/qv/failure.h"
 #include "tools/qv/file/existing_file.h"
 #include "tools/qv/text.h"
+
+#include "qv/audio_kernels.h"
+#include "qv/riff.h"
 
 #include <algorithm>
 
@@ -102,7 +103,7 @@ uint64_t WaveInput::duration() const {
 void WaveInput::require_samples() const {
   const DWORD tag = format().FormatTag();
   const DWORD bits = format().BitsPerSample();
-  if (format().IsCompressed() || QvAudio_GetCopyFunction2(QVSAMPLE_FLOAT64, format().sampleType) == nullptr) {
+  if (format().IsCompressed() || !QvAudio_GetCopyFunction2(QVSAMPLE_FLOAT64, format().sampleType)) {
     WCHAR text[64];
     QvAudio_GetTagText(tag, text, 64);
     fail("the format is compressed or unknown (" + utf8(text) + ", tag " + std::to_string(tag) + ", " +

@@ -1,9 +1,10 @@
 // A file with audio that is read: its chunks, its format, and its samples in order. RIFF wave, Wave64, AIFF and AIFF-C.
 #pragma once
 
+#include "tools/qv/file/open_file.h"
+
 #include "qv/audio.h"
 #include "qv/summary.h"
-#include "tools/qv/file/open_file.h"
 
 #include <cstdint>
 #include <string>

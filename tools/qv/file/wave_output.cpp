@@ -1,9 +1,10 @@
 #include "tools/qv/file/wave_output.h"
 
-#include "qv/riff.h"
-#include "qv/riff64.h"
 #include "tools/qv/failure.h"
 #include "tools/qv/text.h"
+
+#include "qv/riff.h"
+#include "qv/riff64.h"
 
 namespace qv::tool {
 

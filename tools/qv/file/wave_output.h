@@ -1,8 +1,9 @@
 // A wave file that is written: header, then samples in order. A name that ends in ".w64" makes a Wave64 file.
 #pragma once
 
-#include "qv/audio.h"
 #include "tools/qv/file/output_file.h"
+
+#include "qv/audio.h"
 
 #include <string>
 

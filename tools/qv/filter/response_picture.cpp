@@ -178,11 +178,10 @@ private:
       const bool goes_on = is_down && std::fabs(value - last) < (panel.value == &Response::phase ? 180.0 : HUGE_VAL);
       is_down = std::isfinite(value);
       if (!is_down) continue;
-      if (goes_on) {
+      if (goes_on)
         cairo_line_to(cairo(), x_of(each.frequency), y_of(value));
-      } else {
+      else
         cairo_move_to(cairo(), x_of(each.frequency), y_of(value));
-      }
       last = value;
     }
     cairo_stroke(cairo());

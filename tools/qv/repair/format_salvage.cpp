@@ -58,9 +58,8 @@ bool makes_sense(const std::string& record) {
   const bool is_extensible = format.wFormatTag == WAVE_FORMAT_EXTENSIBLE;
   if (is_extensible && record.size() < sizeof whole) return false;
   const DWORD tag = is_extensible ? whole.SubFormat.Data1 : format.wFormatTag;
-  if (tag == WAVE_FORMAT_PCM || tag == WAVE_FORMAT_IEEE_FLOAT) {
+  if (tag == WAVE_FORMAT_PCM || tag == WAVE_FORMAT_IEEE_FLOAT)
     return fits_samples(format) && (usual_rate(format) || rate_agrees(format));
-  }
   return is_extensible || compressed_makes_sense(format);
 }
 

@@ -333,12 +333,12 @@ void Examination::plan_library_repair(const Chunk& audio) {
 
 /// What is left of a header stays in front; a new one follows, then what the file has.
 void Examination::plan_new_file(const Walk& walk, const Chunk* audio) {
-  const uint64_t front = audio != nullptr && walk.format ? chunks_end_before(walk, *audio) : walk.end;
+  const uint64_t front = audio && walk.format ? chunks_end_before(walk, *audio) : walk.end;
   const bool keeps_front = walk.format && front > walk.format->at;
-  if (!keeps_front && audio == nullptr && size_ < layout_->record_at() + kPlainRecord && any_header_left())
+  if (!keeps_front && !audio && size_ < layout_->record_at() + kPlainRecord && any_header_left())
     throw Failure(name_, "ends inside its header: there is no audio");
   DWORD block_align = 0;
-  note(audio != nullptr ? "no header that can be walked" : "no header of audio");
+  note(audio ? "no header that can be walked" : "no header of audio");
   if (keeps_front) {
     block_align = mend_format(*walk.format);
     plan_.kept_front = front;
@@ -353,7 +353,7 @@ void Examination::plan_new_file(const Walk& walk, const Chunk* audio) {
   }
   // Behind chunks that walk the ruined header stood: so much of it goes that frames stay frames.
   const uint64_t kept = keeps_front ? front + layout_->chunk_header() % block_align : 0;
-  plan_.kept_from = audio != nullptr ? audio->data : std::min(size_, std::max(kept, hint_.limit.value_or(0)));
+  plan_.kept_from = audio ? audio->data : std::min(size_, std::max(kept, hint_.limit.value_or(0)));
   const uint64_t held = std::min(size_ - plan_.kept_from, layout_->largest_size());
   const uint64_t data_bytes = held - held % block_align;
   if (data_bytes == 0) throw Failure(name_, "there is no audio in it");
@@ -384,12 +384,11 @@ RepairPlan Examination::run() {
   });
   const auto chosen = likely != headers.end() ? likely : possible;
   const Chunk* const audio = chosen == headers.end() ? nullptr : &*chosen;
-  if (audio != nullptr && chunks.format && bridge(chunks, *audio)) return plan_;
-  if (audio != nullptr && !chunks.format && library_agrees(headers, *audio)) {
+  if (audio && chunks.format && bridge(chunks, *audio)) return plan_;
+  if (audio && !chunks.format && library_agrees(headers, *audio))
     plan_library_repair(*audio);
-  } else {
+  else
     plan_new_file(chunks, audio);
-  }
   return plan_;
 }
 

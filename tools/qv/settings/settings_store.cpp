@@ -44,7 +44,7 @@ WString key_path(const WString& name, DWORD version, const WString& sub_key) {
 /// What a value's name says about it: nothing when it is no setting's.
 std::optional<Setting> setting_named(const WString& name, DWORD type) {
   const SettingType* row = setting_type(type);
-  if (row == nullptr) return std::nullopt;
+  if (!row) return std::nullopt;
   const WString digits = row->prefix == 0 ? name : name.starts_with(row->prefix) ? name.substr(1) : WString();
   const std::string ascii(digits.begin(), digits.end());
   LONG number = 0;
@@ -77,7 +77,7 @@ SettingsStore::SettingsStore(const Application& application, Access access)
 
 void SettingsStore::close() {
   QvMetric_Close(handle_);
-  if (key_ != nullptr) RegCloseKey(key_);
+  if (key_) RegCloseKey(key_);
 }
 
 void SettingsStore::fail(LONG number, const SettingType& type, const std::string& reason) const {

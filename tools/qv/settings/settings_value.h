@@ -4,7 +4,6 @@
 #include "qv/win32.h"
 
 #include <nlohmann/json.hpp>
-
 #include <string>
 #include <vector>
 
