@@ -2,7 +2,6 @@
 
 #include "audio/filter/chosen_channels.h"
 #include "audio/filter/flush_to_zero.h"
-#include "audio/kernels/level.h"
 
 #include <algorithm>
 
@@ -22,9 +21,8 @@ Cascade::Cascade(std::vector<IirSection> sections, DWORD channels, bool in_pairs
 template <class Sample>
 void Cascade::process(Sample* dst, const Sample* src, DWORD frames, DWORD mask) {
   const FlushToZero flush;
-  const RunCascade<Sample> narrow = run_cascade_sse2;
-  const RunCascade<Sample> run =
-      frames < kShortBlock ? narrow : at_level<RunCascade<Sample>>(narrow, run_cascade_avx2, run_cascade_avx512);
+  constexpr LevelTable<RunCascade<Sample>> kRuns = {QV_LEVELS_OF(run_cascade)};
+  RunCascade<Sample>* const run = frames < kShortBlock ? kRuns.front() : at_level(kRuns);
   const auto count = static_cast<DWORD>(sections_.size());
   for (DWORD channel = 0; channel < channels_; ++channel) {
     if (count == 0 || !is_chosen(mask, channel)) {

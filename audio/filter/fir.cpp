@@ -2,7 +2,6 @@
 #include "audio/filter/chosen_channels.h"
 #include "audio/filter/fir_design.h"
 #include "audio/filter/fir_outputs.h"
-#include "audio/kernels/level.h"
 
 #include <algorithm>
 #include <cstring>
@@ -39,7 +38,7 @@ namespace {
 template <class Sample>
 void filter_channel(const double* coefficients, size_t taps, double* line, Sample* dst, const Sample* src,
                     size_t frames, size_t stride) {
-  const FirOutputs make_outputs = at_level(fir_outputs_sse2, fir_outputs_avx2, fir_outputs_avx512);
+  FirOutputs* const make_outputs = at_level<FirOutputs>({QV_LEVELS_OF(fir_outputs)});
   const size_t history = taps - 1;
   double outputs[kPiece];
   while (frames > 0) {

@@ -1,15 +1,13 @@
 // An output to a lane, several vectors side by side: a coefficient is loaded once for all, and no sum waits for itself.
 #include "audio/filter/fir_outputs.h"
 
-#include "audio/kernels/level_name.h"
-
 #include <cstring>
 
 namespace qv::audio {
 
 namespace {
 
-using Vector = double __attribute__((vector_size(QV_VECTOR_BYTES)));
+using Vector = double __attribute__((vector_size(kVectorBytes)));
 constexpr size_t kLanes = sizeof(Vector) / sizeof(double);
 constexpr size_t kMostVectors = 8;
 

@@ -4,9 +4,8 @@
 #include "audio/filter/iir_cascade.h"
 
 #include "audio/kernels/double_pair.h"
-#include "audio/kernels/level_name.h"
 
-#if QV_VECTOR_BYTES >= 32
+#if defined(__AVX__)
 #include <immintrin.h>
 #endif
 
@@ -19,7 +18,7 @@ namespace qv::audio {
 
 namespace {
 
-constexpr size_t kMostLanes = QV_VECTOR_BYTES / sizeof(double);
+constexpr size_t kMostLanes = kVectorBytes / sizeof(double);
 constexpr size_t kMostVectors = 2; ///< of lanes; the states of more leave the registers
 constexpr size_t kBlockFrames = 1024;
 
@@ -43,12 +42,12 @@ QV_IIR_LANES(8)
 
 // With the pair in the lowest lanes, and anything in the others. As shuffles compilers send them through memory.
 [[gnu::always_inline]] inline void widen(PairOfDoubles pair, Lanes<2>::Vector& vector) { vector = pair; }
-#if QV_VECTOR_BYTES >= 32
+#if defined(__AVX__)
 [[gnu::always_inline]] inline void widen(PairOfDoubles pair, Lanes<4>::Vector& vector) {
   vector = _mm256_castpd128_pd256(pair);
 }
 #endif
-#if QV_VECTOR_BYTES >= 64
+#if defined(__AVX512F__)
 [[gnu::always_inline]] inline void widen(PairOfDoubles pair, Lanes<8>::Vector& vector) {
   vector = _mm512_castpd128_pd512(pair);
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "audio/filter/iir_design.h"
+#include "audio/kernels/levels.h"
 
 #include <cstddef>
 
@@ -23,13 +24,8 @@ struct IirRun {
 };
 
 template <class Sample>
-using RunCascade = void (*)(const IirRun& run, Sample* dst, const Sample* src, size_t frames);
-
-void run_cascade_sse2(const IirRun& run, float* dst, const float* src, size_t frames);
-void run_cascade_sse2(const IirRun& run, double* dst, const double* src, size_t frames);
-void run_cascade_avx2(const IirRun& run, float* dst, const float* src, size_t frames);
-void run_cascade_avx2(const IirRun& run, double* dst, const double* src, size_t frames);
-void run_cascade_avx512(const IirRun& run, float* dst, const float* src, size_t frames);
-void run_cascade_avx512(const IirRun& run, double* dst, const double* src, size_t frames);
+using RunCascade = void(const IirRun& run, Sample* dst, const Sample* src, size_t frames);
+QV_FOR_LEVELS(RunCascade<float>, run_cascade);
+QV_FOR_LEVELS(RunCascade<double>, run_cascade);
 
 } // namespace qv::audio

@@ -1,6 +1,7 @@
 // The kernels of one level, as tables indexed by the rows of the sample type table: destination first, then source.
 #pragma once
 
+#include "audio/kernels/levels.h"
 #include "audio/sample_type_table.h"
 
 #include "qv/audio_kernels.h"
@@ -16,9 +17,7 @@ struct KernelTable {
   std::array<std::array<QVAUDIO_MIXFUNC, kMixedSampleTypes>, kMixedSampleTypes> mix;
 };
 
-extern const KernelTable kGenericKernels;
-extern const KernelTable kSse2Kernels;
-extern const KernelTable kAvx2Kernels;
-extern const KernelTable kAvx512Kernels;
+#define QV_KERNELS_DECLARED(level, name, ...) extern const KernelTable kernels_##name;
+QV_KERNEL_LEVELS(QV_KERNELS_DECLARED, )
 
 } // namespace qv::audio

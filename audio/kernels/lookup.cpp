@@ -1,5 +1,4 @@
 // Copy and mix kernels for callers: one function per pair that runs on the level in force.
-#include "audio/kernel_level.h"
 #include "audio/kernels/direct.h"
 #include "audio/kernels/kernel_table.h"
 
@@ -10,17 +9,17 @@
 namespace qv::audio {
 namespace {
 
-const KernelTable* const kLevels[] = {&kGenericKernels, &kSse2Kernels, &kAvx2Kernels, &kAvx512Kernels};
-static_assert(QVKERNELLEVEL_GENERIC == 0 && QVKERNELLEVEL_AVX512 == 3);
+#define QV_KERNELS_LISTED(level, name, ...) &kernels_##name,
+constexpr LevelTable<const KernelTable> kLevels = {QV_KERNEL_LEVELS(QV_KERNELS_LISTED, )};
 
 template <int kDst, int kSrc>
 void copy_on_level(void* dst, const void* src, LONG count, float gain) {
-  kLevels[current_kernel_level()]->copy[kDst][kSrc](dst, src, count, gain);
+  at_level(kLevels)->copy[kDst][kSrc](dst, src, count, gain);
 }
 
 template <int kDst, int kSrc>
 void mix_on_level(void* dst, const void* src, LONG count, UINT channels, const double* gains) {
-  kLevels[current_kernel_level()]->mix[kDst][kSrc](dst, src, count, channels, gains);
+  at_level(kLevels)->mix[kDst][kSrc](dst, src, count, channels, gains);
 }
 
 constexpr KernelTable table_on_level() {
@@ -60,7 +59,7 @@ template <size_t kCount>
 const KernelTable& table_for(const VectorPair (&pairs)[kCount], QVSAMPLETYPE dst, QVSAMPLETYPE src) {
   for (const VectorPair& pair : pairs) {
     if (pair.dst != dst || pair.src != src) continue;
-    if ((QvGetCPUSupport(pair.needs) & pair.needs) != pair.needs) return kGenericKernels;
+    if ((QvGetCPUSupport(pair.needs) & pair.needs) != pair.needs) return kernels_generic;
   }
   return kOnLevel;
 }

@@ -18,6 +18,6 @@ struct Mix {
 
 } // namespace
 
-const KernelTable kGenericKernels = kernel_table<Copy, Mix>();
+const KernelTable kernels_generic = kernel_table<Copy, Mix>();
 
 } // namespace qv::audio

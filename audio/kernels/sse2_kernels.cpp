@@ -142,6 +142,6 @@ struct Mix<Float32, Float32> {
 
 } // namespace
 
-const KernelTable kSse2Kernels = kernel_table<Copy, Mix>();
+const KernelTable kernels_sse2 = kernel_table<Copy, Mix>();
 
 } // namespace qv::audio

@@ -1,4 +1,4 @@
-// The AVX2 and AVX-512 levels: this file is compiled once for each, with QV_KERNEL_TABLE naming the table.
+// The levels whose kernels are written in vectors of any width: compiled once for each.
 #include "audio/kernels/table_builder.h"
 #include "audio/kernels/wide_copy.h"
 #include "audio/kernels/wide_mix.h"
@@ -18,6 +18,6 @@ struct Mix {
 
 } // namespace
 
-const KernelTable QV_KERNEL_TABLE = kernel_table<Copy, Mix>();
+const KernelTable QV_AT_LEVEL(kernels) = kernel_table<Copy, Mix>();
 
 } // namespace qv::audio

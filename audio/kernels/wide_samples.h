@@ -28,6 +28,7 @@ using DoubleTag = hn::ScalableTag<double>;
 using HalfInt32Tag = hn::Half<Int32Tag>;
 using HalfFloatTag = hn::Half<FloatTag>;
 using Ints = hn::Vec<Int32Tag>;
+using HalfInts = hn::Vec<HalfInt32Tag>;
 using Floats = hn::Vec<FloatTag>;
 using DoubleVector = hn::Vec<DoubleTag>;
 
@@ -62,7 +63,7 @@ HWY_INLINE hn::Vec<Tag> shuffle_bytes(Tag tag, hn::Vec<Tag> v, const uint8_t* pa
   return hn::BitCast(tag, hn::TableLookupBytesOr0(hn::BitCast(bytes, v), hn::LoadDup128(bytes, pattern)));
 }
 
-#if HWY_TARGET == HWY_AVX2
+#if HWY_MAX_BYTES == 32
 // Eight packed samples (24 bytes): the second block is loaded from byte 8, so that nothing is read behind them, and its
 // four samples begin at its byte 4.
 HWY_INLINE Ints load_packed24(const uint8_t* memory, bool big) {
@@ -84,7 +85,7 @@ HWY_INLINE void store_packed24(Ints v, uint8_t* memory, bool big) {
   hn::StoreU(hn::LowerHalf(hn::Half<decltype(block)>(), hn::UpperHalf(block, bytes)), hn::Half<decltype(block)>(),
              memory + 16);
 }
-#else
+#elif HWY_MAX_BYTES == 64
 // Sixteen packed samples (48 bytes), from two overlapping loads of 32.
 HWY_INLINE Ints load_packed24(const uint8_t* memory, bool big) {
   alignas(64) static constexpr int32_t kSpread[16] = {0, 1, 2, 2, 3, 4, 5, 5, 10, 11, 12, 12, 13, 14, 15, 15};
@@ -104,6 +105,8 @@ HWY_INLINE void store_packed24(Ints v, uint8_t* memory, bool big) {
   hn::StoreU(hn::LowerHalf(half, bytes), half, memory);
   hn::StoreU(hn::LowerHalf(quarter, hn::UpperHalf(half, bytes)), quarter, memory + 32);
 }
+#else
+#error "packed 24-bit samples need a way into vectors of this width"
 #endif
 
 // ---- integers ------------------------------------------------------------------------------------------------------
@@ -198,7 +201,7 @@ HWY_INLINE Floats floats_from_integers(Ints v) {
   return hn::Mul(hn::ConvertTo(kFloats, v), hn::Set(kFloats, static_cast<float>(1.0 / Layout::full_scale)));
 }
 
-HWY_INLINE Doubles doubles_of(hn::Vec<HalfInt32Tag> low, hn::Vec<HalfInt32Tag> high) {
+HWY_INLINE Doubles doubles_of(HalfInts low, HalfInts high) {
   return {hn::PromoteTo(kDoubles, low), hn::PromoteTo(kDoubles, high)};
 }
 
@@ -211,6 +214,31 @@ HWY_INLINE Doubles same_factor(double factor) {
   return {all, all};
 }
 
+// Nearest integers, ties to even; 0 where `keep` is false. What exceeds the range becomes anything, which spares the
+// instructions by which Highway saturates.
+#if HWY_ARCH_X86 && HWY_MAX_BYTES == 32
+HWY_INLINE Ints nearest_or_zero(hn::Mask<FloatTag> keep, Floats v) {
+  return Ints{_mm256_cvtps_epi32(hn::IfThenElseZero(keep, v).raw)};
+}
+HWY_INLINE HalfInts nearest_or_zero(hn::Mask<DoubleTag> keep, DoubleVector v) {
+  return HalfInts{_mm256_cvtpd_epi32(hn::IfThenElseZero(keep, v).raw)};
+}
+#elif HWY_ARCH_X86 && HWY_MAX_BYTES == 64
+HWY_INLINE Ints nearest_or_zero(hn::Mask<FloatTag> keep, Floats v) {
+  return Ints{_mm512_maskz_cvtps_epi32(keep.raw, v.raw)};
+}
+HWY_INLINE HalfInts nearest_or_zero(hn::Mask<DoubleTag> keep, DoubleVector v) {
+  return HalfInts{_mm512_maskz_cvtpd_epi32(keep.raw, v.raw)};
+}
+#else
+HWY_INLINE Ints nearest_or_zero(hn::Mask<FloatTag> keep, Floats v) {
+  return hn::NearestInt(hn::IfThenElseZero(keep, v));
+}
+HWY_INLINE HalfInts nearest_or_zero(hn::Mask<DoubleTag> keep, DoubleVector v) {
+  return hn::DemoteTo(kHalfInts, hn::Round(hn::IfThenElseZero(keep, v)));
+}
+#endif
+
 // Conversions to integers round to nearest with ties to even; a NaN becomes 0. What exceeds the range downward becomes
 // the most negative 32-bit integer where kCut is false: right for stores of 8 and 16 bits, which saturate.
 
@@ -222,22 +250,14 @@ HWY_INLINE Ints integers_from_floats(Floats v) {
   if constexpr (Layout::bits == 32) return hn::NearestInt(hn::IfThenElseZero(hn::Eq(v, v), v));
   auto cut = hn::Min(v, hn::Set(kFloats, static_cast<float>(Layout::full_scale - 1.0)));
   if constexpr (kCut) cut = hn::Max(cut, hn::Set(kFloats, static_cast<float>(-Layout::full_scale)));
-#if HWY_TARGET == HWY_AVX2
-  return Ints{_mm256_cvtps_epi32(hn::IfThenElseZero(hn::Eq(v, v), cut).raw)};
-#else
-  return Ints{_mm512_maskz_cvtps_epi32(hn::Eq(v, v).raw, cut.raw)};
-#endif
+  return nearest_or_zero(hn::Eq(v, v), cut);
 }
 
 template <class Layout, bool kCut>
-HWY_INLINE hn::Vec<HalfInt32Tag> half_integers_from_doubles(DoubleVector v) {
+HWY_INLINE HalfInts half_integers_from_doubles(DoubleVector v) {
   auto cut = hn::Min(v, hn::Set(kDoubles, Layout::full_scale - 1.0));
   if constexpr (kCut) cut = hn::Max(cut, hn::Set(kDoubles, -Layout::full_scale));
-#if HWY_TARGET == HWY_AVX2
-  return hn::Vec<HalfInt32Tag>{_mm256_cvtpd_epi32(hn::IfThenElseZero(hn::Eq(v, v), cut).raw)};
-#else
-  return hn::Vec<HalfInt32Tag>{_mm512_maskz_cvtpd_epi32(hn::Eq(v, v).raw, cut.raw)};
-#endif
+  return nearest_or_zero(hn::Eq(v, v), cut);
 }
 
 /// Doubles in the scale of the integers.

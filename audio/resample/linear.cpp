@@ -95,10 +95,10 @@ DWORD run_stereo(const ResampleBlock& block, DWORD begin, DWORD end) {
   const Timeline& timeline = *block.timeline;
   constexpr uint64_t kMost = uint64_t{1} << 32;
   const bool fits = timeline.step() < kMost && timeline.denominator() < kMost;
-  if (!fits || QvGetKernelLevel() < QVKERNELLEVEL_AVX2) return 0;
-  return linear_stereo_avx2({reinterpret_cast<float*>(block.dst) + size_t{begin} * 2,
-                             reinterpret_cast<const float*>(block.src), end - begin, timeline.position(begin),
-                             timeline.step(), timeline.denominator()});
+  LinearStereo* const run = at_level(kLinearStereo);
+  if (!fits || !run) return 0;
+  return run({reinterpret_cast<float*>(block.dst) + size_t{begin} * 2, reinterpret_cast<const float*>(block.src),
+              end - begin, timeline.position(begin), timeline.step(), timeline.denominator()});
 }
 
 /// kChannels: 0 for any number.

@@ -1,6 +1,7 @@
 // Linear interpolation of two channels of floats, where both frames around an output are there.
 #pragma once
 
+#include "audio/kernels/levels.h"
 #include "audio/resample/timeline.h"
 
 namespace qv::audio {
@@ -14,7 +15,9 @@ struct LinearSpan {
 };
 
 /// Makes outputs four by four, and answers how many: a rest of up to three stays.
-using LinearStereo = DWORD (*)(const LinearSpan& span);
-DWORD linear_stereo_avx2(const LinearSpan& span);
+using LinearStereo = DWORD(const LinearSpan& span);
+LinearStereo linear_stereo_avx2;
+/// Wider vectors gain nothing more, and narrower ones nothing at all.
+inline constexpr LevelTable<LinearStereo> kLinearStereo = {nullptr, nullptr, linear_stereo_avx2, linear_stereo_avx2};
 
 } // namespace qv::audio

@@ -55,7 +55,8 @@ constexpr size_t kWindowFrames = kChunkFrames + kSincRow / 2;
 template <class Sample>
 class SincRun {
 public:
-  SincRun(const ResampleBlock& block, const SincBank& bank) : block_(block), bank_(bank), products_(pair_products()) {}
+  SincRun(const ResampleBlock& block, const SincBank& bank)
+      : block_(block), bank_(bank), products_(at_level<PairProducts>({QV_LEVELS_OF(pair_products)})) {}
 
   void run() {
     for (DWORD done = 0; done < block_.frames;) {
@@ -138,7 +139,7 @@ private:
 
   const ResampleBlock& block_;
   const SincBank& bank_;
-  const PairProducts products_;
+  PairProducts* const products_;
   double window_[2 * kWindowFrames];
   double sums_[2 * kChunkFrames];
 };

@@ -2,15 +2,13 @@
 // at every level alike, that none waits for itself and the results are the same to the bit.
 #include "audio/resample/sinc_product.h"
 
-#include "audio/kernels/level_name.h"
-
 #include <cstring>
 
 namespace qv::audio {
 
 namespace {
 
-using Vector = double __attribute__((vector_size(QV_VECTOR_BYTES)));
+using Vector = double __attribute__((vector_size(kVectorBytes)));
 
 constexpr size_t kSums = 16;
 constexpr size_t kLanes = sizeof(Vector) / sizeof(double);

@@ -1,6 +1,8 @@
 // The innermost loops of a filter over frames: a function for each kernel level, all with the same results to the bit.
 #pragma once
 
+#include "audio/kernels/levels.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -18,19 +20,11 @@ struct PairSpan {
   const double* rows;   ///< for each part of a frame
   uint64_t part, step, denominator;
 };
-using PairProducts = void (*)(const PairSpan& span);
-void pair_products_sse2(const PairSpan& span);
-void pair_products_avx2(const PairSpan& span);
-void pair_products_avx512(const PairSpan& span);
+using PairProducts = void(const PairSpan& span);
+QV_FOR_LEVELS(PairProducts, pair_products);
 
 /// The sum of the products of `count` doubles, a multiple of 8.
-using Product = double (*)(const double* frames, const double* row, size_t count);
-double product_sse2(const double* frames, const double* row, size_t count);
-double product_avx2(const double* frames, const double* row, size_t count);
-double product_avx512(const double* frames, const double* row, size_t count);
-
-/// Those of the level in force.
-PairProducts pair_products();
-Product product();
+using Product = double(const double* frames, const double* row, size_t count);
+QV_FOR_LEVELS(Product, product);
 
 } // namespace qv::audio

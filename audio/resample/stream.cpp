@@ -37,7 +37,7 @@ struct QVRESAMPLE2 {
   CQvIIR filter;
   LoadFrames load;
   QVAUDIO_COPYFUNC store;
-  Product sum_of_products;
+  Product* sum_of_products;
 
   // One channel's frames after the other's.
   DWORD capacity; ///< frames
@@ -79,7 +79,7 @@ HRESULT QVRESAMPLE2::set_up(QVSAMPLETYPE new_type, DWORD src_rate, DWORD dst_rat
   channels = new_channels;
   quality = new_quality;
   store = QvAudio_GetCopyFunction2(type, QVSAMPLE_FLOAT64);
-  sum_of_products = product();
+  sum_of_products = at_level<Product>({QV_LEVELS_OF(product)});
   timeline = Timeline(src_rate, dst_rate);
   if (old && old->timeline.position(0).part != 0) timeline.refine();
   rows = TapRows(quality, timeline);

@@ -24,7 +24,7 @@ void add_cached_pair(size_t d, size_t s, float gain, const char* prefix) {
   const auto from = make_samples(kSampleTypes[s].type, kCachedSamples);
   const auto to = make_samples(kSampleTypes[d].type, kCachedSamples);
   const auto ours = QvAudio_GetCopyFunction2(kSampleTypes[d].type, kSampleTypes[s].type);
-  const auto scalar = qv::audio::kGenericKernels.copy[d][s];
+  const auto scalar = qv::audio::kernels_generic.copy[d][s];
   const auto runner = [=](QVAUDIO_COPYFUNC kernel) {
     return [=] { kernel(to->data(), from->data(), static_cast<LONG>(kCachedSamples), gain); };
   };

@@ -1,6 +1,7 @@
 // Kernels, filters and resampling against the scalar build, memory copies, and what else a user would pick.
 //
 //     bench_audio [FILTER [generic|sse2|avx2|avx512]]   the groups whose name has it, at that level at most
+#include "audio/kernels/levels.h"
 #include "bench/audio/groups.h"
 #include "bench/ratios.h"
 
@@ -8,18 +9,17 @@
 
 #include <algorithm>
 #include <iostream>
-#include <iterator>
-#include <string_view>
 
 int main(int argc, char** argv) {
   if (argc > 2) {
-    constexpr std::string_view kLevels[] = {"generic", "sse2", "avx2", "avx512"};
-    const auto* const level = std::find(std::begin(kLevels), std::end(kLevels), argv[2]);
-    if (level == std::end(kLevels)) {
+    using qv::audio::kKernelLevels;
+    const auto is_named = [&](const qv::audio::KernelLevel& level) { return level.name == argv[2]; };
+    const auto* const level = std::find_if(kKernelLevels.begin(), kKernelLevels.end(), is_named);
+    if (level == kKernelLevels.end()) {
       std::cerr << argv[2] << ": no such level\n";
       return 2;
     }
-    QvLimitKernelLevel(static_cast<QVKERNELLEVEL>(level - kLevels));
+    QvLimitKernelLevel(level->level);
   }
   bench::add_copy_matrix();
   bench::add_mixes();

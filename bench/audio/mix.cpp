@@ -38,7 +38,7 @@ void add_short_mix(double gain, const char* name) {
   };
   add(Group{std::string("mix of 16 bits, ") + name,
             run(QvAudio_GetMixFunction2(QVSAMPLE_PCM16, QVSAMPLE_PCM16)),
-            {{"scalar", run(qv::audio::kGenericKernels.mix[1][1]), 8.0}}});
+            {{"scalar", run(qv::audio::kernels_generic.mix[1][1]), 8.0}}});
 }
 
 } // namespace
