@@ -103,31 +103,58 @@ IirSections design_edge(QVIIR_DESIGN design, DWORD order, double zero, double an
   return ordered(std::move(sections));
 }
 
-/// The two places of a pole that goes to a band whose middle is at `center`: `half` is half the width there.
-std::vector<PolePair> split(const PolePair& pair, double center, auto half_of) {
-  const Complex half = half_of(pair.first);
+/// Where a pair of poles goes in a band: nearer to its lower and to its upper edge, or a single pole as one pair
+/// between them.
+struct BandPoles {
+  PolePair lower, upper;
+  bool is_between = false; ///< lower alone counts
+};
+
+/// `center` is the band's middle, `half` half its width there.
+BandPoles split(const PolePair& pair, double center, Complex half) {
   const Complex root = std::sqrt(half * half - center * center);
-  if (!pair.is_single) return {conjugates(half + root), conjugates(half - root)};
-  if (!is_real(root)) return {conjugates(half + root)};
-  return {{half + root, half - root}};
+  Complex near = half - root;
+  Complex far = half + root;
+  if (std::norm(near) > std::norm(far)) std::swap(near, far);
+  if (!pair.is_single) return {conjugates(near), conjugates(far)};
+  return {is_real(root) ? PolePair{near, far} : conjugates(near), {}, true};
 }
 
-/// A design of a band, with numerator (1, b1, b2) in all sections and a gain of 1 at the angle.
-std::vector<PolePair> band_poles(QVIIR_DESIGN design, DWORD order, double center, auto half_of) {
-  std::vector<PolePair> poles;
-  for (const PolePair& pair : prototype(design, order))
-    for (const PolePair& moved : split(pair, center, half_of))
-      poles.push_back(moved);
-  return poles;
-}
+/// Zeros of a section, as the numerator 1 + b1 z^-1 + b2 z^-2.
+struct Zeros {
+  double b1, b2;
+};
 
-IirSections band_sections(const std::vector<PolePair>& poles, double b1, double b2, double angle) {
+/// Those that go with the poles at each edge of a band, and between them.
+struct BandZeros {
+  Zeros lower, upper, between;
+};
+
+/// Sections of both edges in turn: what one makes of the frequencies at the far side of the band the next one takes
+/// back, so that no section works on a signal that is large where the whole has nothing.
+IirSections band_sections(QVIIR_DESIGN design, DWORD order, double center, const BandZeros& zeros, double angle,
+                          auto half_of) {
+  IirSections edges[2];
   IirSections sections;
-  for (const PolePair& pair : poles) {
-    sections.push_back(section_of(pair, 1.0, b1, b2));
-    normalize(sections.back(), angle);
+  const auto add = [angle](IirSections& to, const PolePair& poles, const Zeros& at) {
+    to.push_back(section_of(poles, 1.0, at.b1, at.b2));
+    normalize(to.back(), angle);
+  };
+  for (const PolePair& pair : prototype(design, order)) {
+    const BandPoles poles = split(pair, center, half_of(pair.first));
+    if (poles.is_between) {
+      add(sections, poles.lower, zeros.between);
+    } else {
+      add(edges[0], poles.lower, zeros.lower);
+      add(edges[1], poles.upper, zeros.upper);
+    }
   }
-  return ordered(std::move(sections));
+  for (IirSections& edge : edges)
+    edge = ordered(std::move(edge));
+  for (size_t k = 0; k < edges[0].size(); ++k)
+    for (const IirSections& edge : edges)
+      sections.push_back(edge[k]);
+  return sections;
 }
 
 } // namespace
@@ -146,17 +173,18 @@ IirSections design_highpass(QVIIR_DESIGN design, DWORD order, double edge) {
 }
 
 IirSections design_bandpass(QVIIR_DESIGN design, DWORD order, double lower, double upper) {
+  constexpr BandZeros kZeros = {{-2.0, 1.0}, {2.0, 1.0}, {0.0, -1.0}}; // at DC, at Nyquist, at both
   const double half = (prewarped(upper) - prewarped(lower)) / 2.0;
   const double center = std::sqrt(prewarped(upper) * prewarped(lower));
-  const auto poles = band_poles(design, order, center, [=](Complex s) { return s * half; });
-  return band_sections(poles, 0.0, -1.0, 2.0 * std::atan(center / 2.0));
+  return band_sections(design, order, center, kZeros, 2.0 * std::atan(center / 2.0),
+                       [=](Complex s) { return s * half; });
 }
 
 IirSections design_bandstop(QVIIR_DESIGN design, DWORD order, double lower, double upper) {
   const double half = (prewarped(upper) - prewarped(lower)) / 2.0;
   const double center = std::sqrt(prewarped(upper) * prewarped(lower));
-  const auto poles = band_poles(design, order, center, [=](Complex s) { return half / s; });
-  return band_sections(poles, -2.0 * std::cos(2.0 * std::atan(center / 2.0)), 1.0, 0.0);
+  const Zeros middle = {-2.0 * std::cos(2.0 * std::atan(center / 2.0)), 1.0};
+  return band_sections(design, order, center, {middle, middle, middle}, 0.0, [=](Complex s) { return half / s; });
 }
 
 IirSections design_resonator(QVIIR_TYPE type, double frequency, double q) {

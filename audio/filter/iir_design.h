@@ -13,7 +13,7 @@ struct IirSection {
   double c1, c2;
 };
 
-/// By rising radius of their poles.
+/// In the order in which they run: by rising radius of their poles, those of a band from both edges in turn.
 using IirSections = std::vector<IirSection>;
 
 /// Frequencies as fractions of the sample rate, in order and within the limits that clamped_edge sets.
