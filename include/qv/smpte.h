@@ -56,7 +56,8 @@ QV_FUNCTION DWORD QVSMPTE_FrameCountToSMPTE(_smpteval* label, DWORD count);
 /// Writes the four fields for a time: frame trunc(time * rate / 10^7 + 5e-6) in the format's real rate. Formats that
 /// are none of the six: 30 a second, with drop-frame labels. Times below 0 show frame 0. Answers 0.
 QV_FUNCTION DWORD QVSMPTE_NanoToSMPTE(QVNANOTIME time, _smpteval* label);
-/// The first time whose label it is: trunc(count / rate * 10^7 + 0.999). 0 for a format that is none of the six.
+/// When the label's frame begins: trunc(count / rate * 10^7 + 0.999). Times one or two units of 100 ns before it have
+/// the same label, because QVSMPTE_NanoToSMPTE adds 5e-6 of a frame. 0 for a format that is none of the six.
 QV_FUNCTION QVNANOTIME QVSMPTE_SMPTEToNanos(const _smpteval* label);
 /// The time of a label at any rate, in frames per second, without dropped labels. The format is not looked at.
 QV_FUNCTION QVNANOTIME QVSMPTE_SmpteLikeToNanos(double rate, const _smpteval* label);
@@ -78,8 +79,8 @@ QV_FUNCTION int QVSMPTE_SMPTECompare(const _smpteval* a, const _smpteval* b);
 // ---- text ----------------------------------------------------------------------------------------------------------
 
 /// Reads up to four numbers of a terminated text; whatever is no digit separates them. The last is frames, the one
-/// before it seconds, and so on; runs of more than two digits are read in pairs from the right ("10203" is 1 02 03),
-/// and a separator at the end stands for a number 0 after it. Frames that fill seconds are carried (in the six
-/// formats), as are seconds and minutes; hours are taken modulo 24. Zeroes `reserved`. Answers the character at which
-/// reading stopped, 0 when the text was used up.
+/// before it seconds, and so on; runs of more than two digits are read in pairs from the right ("10203" is 1 02 03).
+/// Spaces at the end are cut; any other separator there, a tab too, stands for a number 0 after it. Frames that fill
+/// seconds are carried (in the six formats), as are seconds and minutes; hours are taken modulo 24. Zeroes `reserved`.
+/// Returns the character at which reading stopped, 0 when the text was used up.
 QV_FUNCTION WCHAR QVSMPTE_TextToSMPTE(const WCHAR* text, _smpteval* label);

@@ -101,7 +101,8 @@ QV_FUNCTION int QvNanoTimeToTextN(WCHAR* out, int capacity, const _qvposfmt* sho
 // -----------------------------------------------------------------------------------------------------
 //
 // *end (optional) is the first character after the last digit run that was read, or where reading began when there was
-// none. Digit runs are decimal; anything else separates them. Numbers of SAMPLES, SECONDS, FRAMES, RAW, MICROSECONDS,
+// none. In timecode and CDTIME the separators that stand for a last number 0 are read too: in "5:" it is behind the
+// ":". Digit runs are decimal; anything else separates them. Numbers of SAMPLES, SECONDS, FRAMES, RAW, MICROSECONDS,
 // BEATS and feet may have the user's grouping separators between digits, and a fraction after the user's decimal
 // separator, or after "." where that groups nothing.
 
@@ -151,7 +152,7 @@ QV_FUNCTION void QvNanoTimeToMeasures(QVNANOTIME time, const _qvposfmt* shown, D
 
 /// Writes measure, beat and, in the long form, tick. `tick` counts within the measure; below 0 it borrows one measure.
 /// From 1: beat + 1, and measure + 1 unless the measure is below 0. Ticks of a beat are divided by `tickDivisor`. A
-/// beat has ticksPerBeat * 4 / beatUnit ticks. Answers the length.
+/// beat has ticksPerBeat * 4 / beatUnit ticks, at least one. Answers the length.
 QV_FUNCTION int QvMeasuresAndTicksToText(WCHAR* out, const _qvposfmt* shown, LONG measure, LONG tick, BOOL fromOne,
                                          BOOL shortForm, LONG tickDivisor);
 /// The same for ticks from the start; here a measure has beatsPerMeasure * ticksPerBeat ticks, whatever beatUnit is.

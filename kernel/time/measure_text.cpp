@@ -14,7 +14,7 @@ namespace {
 
 LONG saturated_long(int64_t value) { return static_cast<LONG>(std::clamp<int64_t>(value, INT_MIN, INT_MAX)); }
 
-/// Ticks of `beats` beats in the meter's own note value.
+/// Ticks of `beats` beats in the meter's own note value, rounded down.
 int64_t ticks_of_beats(const _qvposfmt& shown, int64_t beats) {
   return beats * shown.ticksPerBeat * 4 / shown.beatUnit;
 }
@@ -29,7 +29,8 @@ int QvMeasuresAndTicksToText(WCHAR* out, const _qvposfmt* shown, LONG measure, L
     ticks += ticks_of_beats(*shown, shown->beatsPerMeasure);
     --shown_measure;
   }
-  const int64_t per_beat = ticks_of_beats(*shown, 1);
+  // A beat that is shorter than a tick counts as one.
+  const int64_t per_beat = std::max<int64_t>(ticks_of_beats(*shown, 1), 1);
   int64_t beat = ticks / per_beat % shown->beatsPerMeasure;
   const int64_t sub_tick = ticks % per_beat / tickDivisor;
   if (fromOne != 0) {

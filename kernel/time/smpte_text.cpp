@@ -10,10 +10,11 @@ namespace {
 constexpr int kMostNumbers = 4;
 constexpr int kFourPairs = 11; ///< characters of four pairs with separators between them
 
+/// The end of the text but for the spaces there. Other white space is a separator.
 const WCHAR* end_without_spaces(const WCHAR* text) {
   const WCHAR* end = text;
   for (; *text != 0; ++text)
-    if (!is_white(*text)) end = text + 1;
+    if (*text != QV_TEXT(' ')) end = text + 1;
   return end;
 }
 
@@ -69,7 +70,6 @@ SmpteReading read_smpte(const WCHAR* text, _smpteval* label) {
   label->format = format;
   const WCHAR* const end = end_without_spaces(text);
   const WCHAR* at = text;
-  const WCHAR* run_end = text;
   int numbers = 0;
   while (numbers < kMostNumbers) {
     while (at != end && !is_digit(*at))
@@ -82,14 +82,13 @@ SmpteReading read_smpte(const WCHAR* text, _smpteval* label) {
       shift_in(label, static_cast<DWORD>(digits_value(at, pair)));
       at = pair;
     }
-    run_end = at;
   }
   if (numbers < kMostNumbers) {
     if (end != text && !is_digit(end[-1])) shift_in(label, 0);
     at = end;
   }
   normalise(label);
-  return {run_end, at == end ? WCHAR{0} : *at};
+  return {numbers == 0 ? text : at, at == end ? WCHAR{0} : *at};
 }
 
 } // namespace qv::kernel

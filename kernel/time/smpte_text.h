@@ -6,8 +6,8 @@
 namespace qv::kernel {
 
 struct SmpteReading {
-  const WCHAR* run_end; ///< behind the last digit that was read; the text itself when none was
-  WCHAR stopped_at;     ///< 0 when the text was used up
+  const WCHAR* end; ///< behind all that was read, a separator at the end too; the text itself without a digit
+  WCHAR stopped_at; ///< 0 when the text was used up
 };
 
 /// QVSMPTE_TextToSMPTE, and where it read.

@@ -91,13 +91,13 @@ QVNANOTIME frames_time(double count, double rate) {
 QVNANOTIME timecode_time(const WCHAR* text, DWORD smpte_format, const WCHAR** end) {
   _smpteval label = {};
   label.format = smpte_format;
-  store(end, read_smpte(text, &label).run_end);
+  store(end, read_smpte(text, &label).end);
   return time_of_label(label);
 }
 
 QVNANOTIME cd_time(const WCHAR* text, const WCHAR** end) {
   _smpteval label = {};
-  store(end, read_smpte(text, &label).run_end);
+  store(end, read_smpte(text, &label).end);
   return clock_time_value(clock_seconds(label.hours, label.minutes, label.seconds) +
                           static_cast<double>(label.frames) / kCdFramesPerSecond);
 }

@@ -43,6 +43,9 @@ TEST(TimecodeText, Table) {
       {QV_TEXT("5: "), "0 0 5 0"},
       {QV_TEXT("5:;"), "0 0 5 0"}, // one field, however many separators
       {QV_TEXT("1:2:3:"), "1 2 3 0"},
+      {QV_TEXT("1:2\t"), "0 1 2 0"}, // of white space only spaces are cut
+      {QV_TEXT("1:2\u00A0 "), "0 1 2 0"},
+      {QV_TEXT("1:2:3:4\t"), "1 2 3 4", QVSMPTE_FMT_30, QV_TEXT('\t')},
       {QV_TEXT("1:2:3:4:"), "1 2 3 4", QVSMPTE_FMT_30, QV_TEXT(':')},
       {QV_TEXT("1:2:3:4:5"), "1 2 3 4", QVSMPTE_FMT_30, QV_TEXT(':')},
       {QV_TEXT("123456789"), "1 23 45 67", 0, QV_TEXT('8')},

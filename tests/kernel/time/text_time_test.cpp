@@ -82,7 +82,13 @@ TEST_F(TextTime, EveryFormat) {
       {8, QV_TEXT("00:01:00;00"), {600'600'000, 11}}, // skipped: the label after it
       {8, QV_TEXT("00:10:00;00 x"), {5'999'994'000, 11}},
       {9, QV_TEXT("1:2:3:4:5"), {37'230'000'000 + 1'600'000, 7}},
+      {9, QV_TEXT("1:2:3:4: "), {37'230'000'000 + 1'600'000, 7}},
       {9, QV_TEXT("112"), {10'000'000 + 4'800'000, 3}},
+      {9, QV_TEXT("5:"), {5 * kSecond, 2}}, // the separator is read: a 0 stands behind it
+      {9, QV_TEXT(" 1:2\t  "), {62 * kSecond, 5}},
+      {9, QV_TEXT("5 fps"), {5 * kSecond, 5}},
+      {9, QV_TEXT("5  "), {2'000'000, 1}},
+      {9, QV_TEXT("abc"), {0, 0}},
       {10, QV_TEXT("-1:00"), {-kSecond, 5}},
       {18, QV_TEXT("00:00:01:00"), {10'010'000, 11}},
       {11, QV_TEXT("-36,255,000,000"), {-36'255'000'000, 15}},
@@ -96,6 +102,7 @@ TEST_F(TextTime, EveryFormat) {
       {16, QV_TEXT("15+0+9"), {100'000'000, 4}},
       {17, QV_TEXT("01:00:25:38"), {36'255'066'667, 11}},
       {17, QV_TEXT("99"), {13'200'000, 2}}, // more frames than a second has
+      {17, QV_TEXT("5;"), {5 * kSecond, 2}},
       {19, QV_TEXT("1:05"), {0, 0}},
       {20, QV_TEXT("5"), {0, 0}},
   };
@@ -122,6 +129,7 @@ TEST_F(TextTime, AbsentTexts) {
     const WCHAR* text;
     DWORD flags;
     QVNANOTIME expected;
+    DWORD format = QVPOSFMT_RAW;
   };
   const Case cases[] = {
       {QV_TEXT(""), QVTIME_VALIDATE, 123},
@@ -137,11 +145,18 @@ TEST_F(TextTime, AbsentTexts) {
       {QV_TEXT("5000"), QVTIME_VALIDATE, 1000},
       {QV_TEXT("5000"), 0, 5000},
       {QV_TEXT("-5"), QVTIME_VALIDATE, 10},
+      {QV_TEXT("0:"), QVTIME_VALIDATE, 10, QVPOSFMT_SMPTE30}, // timecode reads what separates at the end
+      {QV_TEXT("0 s"), QVTIME_VALIDATE, 10, QVPOSFMT_CDTIME},
+      {QV_TEXT("0:"), QVTIME_VALIDATE, 123, QVPOSFMT_TIMEFRAMES},
+      {QV_TEXT("0:0:0:0:"), QVTIME_VALIDATE, 123, QVPOSFMT_SMPTE30},
+      {QV_TEXT("abc"), QVTIME_VALIDATE, 123, QVPOSFMT_SMPTE2997DF},
+      {QV_TEXT(":"), QVTIME_VALIDATE, 123, QVPOSFMT_CDTIME},
   };
   const _qvposfmt shown = shown_as(QVPOSFMT_RAW);
   for (const Case& each : cases) {
-    const QVNANOTIME time = QvTextToNanoTimeToken2(each.text, &shown, 123, 10, 1000, each.flags, nullptr);
-    EXPECT_EQ(time, each.expected) << utf8(each.text);
+    const _qvposfmt read = shown_as(each.format);
+    const QVNANOTIME time = QvTextToNanoTimeToken2(each.text, &read, 123, 10, 1000, each.flags, nullptr);
+    EXPECT_EQ(time, each.expected) << utf8(each.text) << " in format " << each.format;
   }
   _qvposfmt offset = shown;
   offset.offset = 7;
@@ -287,6 +302,7 @@ TEST(MeasureText, MeasuresAndTicks) {
     LONG divisor;
     const char* text;
     WORD unit = 4, beats = 4;
+    DWORD ticks_per_beat = 960;
   };
   const Case cases[] = {
       {0, 0, 0, 0, 1, "0.0.000"},
@@ -300,7 +316,10 @@ TEST(MeasureText, MeasuresAndTicks) {
       {-2, 0, 1, 0, 1, "-2.1.000"},
       {0, 480 * 7 - 1, 1, 0, 1, "1.7.479", 8, 7},
       {0, -1, 1, 0, 1, "-1.7.479", 8, 7},
-      {0, 4 * 960, 1, 0, 1, "1.1.000"}, // beats wrap at the measure
+      {0, 4 * 960, 1, 0, 1, "1.1.000"},    // beats wrap at the measure
+      {0, 3, 1, 0, 1, "1.4.000", 8, 4, 1}, // half a tick per beat counts as one
+      {0, -1, 0, 0, 1, "-1.1.000", 8, 4, 1},
+      {0, 1, 0, 1, 1, "0.1", 64, 3, 15},
       {INT_MIN, -1, 0, 1, 1, "-2147483648.3"},
       {INT_MAX, 0, 1, 1, 1, "2147483647.1"},
   };
@@ -308,6 +327,7 @@ TEST(MeasureText, MeasuresAndTicks) {
     _qvposfmt shown = shown_as(QVPOSFMT_MEASURES);
     shown.beatUnit = each.unit;
     shown.beatsPerMeasure = each.beats;
+    shown.ticksPerBeat = each.ticks_per_beat;
     WCHAR text[64];
     const int length =
         QvMeasuresAndTicksToText(text, &shown, each.measure, each.tick, each.from_one, each.short_form, each.divisor);
@@ -341,6 +361,10 @@ TEST(MeasureText, Ticks) {
   WCHAR text[64];
   EXPECT_EQ(QvTicksToText(text, &shown, 961, TRUE, TRUE, 1), 3);
   EXPECT_EQ(utf8(text), "1.2");
+  shown.ticksPerBeat = 1;
+  shown.beatUnit = 8;
+  QvTicksToText(text, &shown, 5, FALSE, FALSE, 1);
+  EXPECT_EQ(utf8(text), "1.1.000");
 }
 
 TEST(MeasureText, Reading) {
