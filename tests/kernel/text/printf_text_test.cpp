@@ -85,6 +85,16 @@ TEST(PrintfText, EveryCapacityCutsAndTerminates) {
   }
 }
 
+TEST(PrintfText, SpacesAreThoseOfTheWholeText) {
+  WCHAR text[6];
+  for (const WCHAR* format : {QV_TEXT("%10s"), QV_TEXT("%10S"), QV_TEXT("%10.8s")}) {
+    const bool is_ansi = format[3] == QV_TEXT('S');
+    const void* argument = is_ansi ? static_cast<const void*>("abcdefgh") : QV_TEXT("abcdefgh");
+    EXPECT_EQ(QvCchPrintF(text, 6, format, argument), 5);
+    EXPECT_EQ(utf8(text), "  abc") << utf8(format);
+  }
+}
+
 TEST(PrintfText, NoRoomAtAll) {
   WCHAR text[2] = {QV_TEXT('~'), QV_TEXT('~')};
   for (const int capacity : {0, -1, INT_MIN})

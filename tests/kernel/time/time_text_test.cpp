@@ -279,6 +279,13 @@ TEST(TimeFields, Hmsf) {
     EXPECT_EQ(std::memcmp(&fields, &each.expected, sizeof fields), 0)
         << fields.hours << ":" << fields.minutes << ":" << fields.seconds << ":" << fields.frames;
   }
+  // Half a frame before the hour; some of the sums are doubles just below it.
+  for (DWORD hour = 1; hour <= 72; ++hour) {
+    _smpteval fields = {};
+    QvNanoTimeToHMSF(hour * kHour - kSecond / 50, &fields, 25.0, TRUE);
+    EXPECT_EQ(fields.hours, hour);
+    EXPECT_EQ(fields.minutes + fields.seconds + fields.frames, 0u) << hour;
+  }
   const _smpteval plain = {0, 26, 0, 25, 12, 0};
   EXPECT_EQ(QvHMSFToNanoTime(&plain, 24.0), 25 * kHour + 36'255'000'000);
   EXPECT_EQ(QvHMSFToNanoTime(&plain, 0.0), INT64_MAX);
