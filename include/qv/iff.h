@@ -11,22 +11,8 @@
 #pragma once
 
 #include "qv/audio.h"
+#include "qv/chunk_id.h"
 #include "qv/result.h"
-
-/// The characters of an id, first in the highest byte.
-constexpr DWORD QvIffId(const char (&id)[5]) {
-  return static_cast<DWORD>(static_cast<BYTE>(id[0])) << 24 | static_cast<DWORD>(static_cast<BYTE>(id[1])) << 16 |
-         static_cast<DWORD>(static_cast<BYTE>(id[2])) << 8 | static_cast<DWORD>(static_cast<BYTE>(id[3]));
-}
-
-inline constexpr DWORD QVIFF_ID_FORM = QvIffId("FORM");
-inline constexpr DWORD QVIFF_FORM_AIFF = QvIffId("AIFF");
-inline constexpr DWORD QVIFF_FORM_AIFC = QvIffId("AIFC");
-inline constexpr DWORD QVIFF_ID_COMM = QvIffId("COMM");
-inline constexpr DWORD QVIFF_ID_SSND = QvIffId("SSND");
-inline constexpr DWORD QVIFF_ID_MARK = QvIffId("MARK");
-static_assert(QVIFF_ID_FORM == 0x464F524D && QVIFF_FORM_AIFF == 0x41494646 && QVIFF_FORM_AIFC == 0x41494643 &&
-              QVIFF_ID_COMM == 0x434F4D4D && QVIFF_ID_SSND == 0x53534E44 && QVIFF_ID_MARK == 0x4D41524B);
 
 /// Format tags of AIFF audio, which no other file has.
 inline constexpr WORD QVAIFF_TAG_8BIT = 0xFE01;

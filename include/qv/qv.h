@@ -4,6 +4,7 @@
 #include "qv/audio.h"
 #include "qv/audio_channels.h"
 #include "qv/audio_kernels.h"
+#include "qv/chunk_id.h"
 #include "qv/cpu.h"
 #include "qv/dither.h"
 #include "qv/equalizer.h"

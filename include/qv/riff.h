@@ -15,22 +15,8 @@
 // failed. A failure leaves what was done so far.
 #pragma once
 
+#include "qv/chunk_id.h"
 #include "qv/result.h"
-
-/// A four-character code: the characters in file order, as a little-endian word.
-constexpr DWORD QvFourCC(const char (&code)[5]) {
-  return static_cast<DWORD>(static_cast<BYTE>(code[0])) | static_cast<DWORD>(static_cast<BYTE>(code[1])) << 8 |
-         static_cast<DWORD>(static_cast<BYTE>(code[2])) << 16 | static_cast<DWORD>(static_cast<BYTE>(code[3])) << 24;
-}
-
-inline constexpr DWORD QVRIFF_ID_RIFF = QvFourCC("RIFF");
-inline constexpr DWORD QVRIFF_ID_LIST = QvFourCC("LIST");
-inline constexpr DWORD QVRIFF_ID_FMT = QvFourCC("fmt ");
-inline constexpr DWORD QVRIFF_ID_DATA = QvFourCC("data");
-inline constexpr DWORD QVRIFF_FORM_WAVE = QvFourCC("WAVE");
-inline constexpr DWORD QVRIFF_FORM_CDDA = QvFourCC("CDDA");
-static_assert(QVRIFF_ID_RIFF == 0x46464952 && QVRIFF_ID_LIST == 0x5453494C && QVRIFF_ID_FMT == 0x20746D66 &&
-              QVRIFF_FORM_CDDA == 0x41444443);
 
 // ---- file header ---------------------------------------------------------------------------------------------------
 

@@ -21,9 +21,6 @@
 
 #include "qv/riff.h"
 
-inline constexpr DWORD QVSUMMARY_FORM_INFO = QvFourCC("INFO");
-inline constexpr DWORD QVSUMMARY_FORM_UNFO = QvFourCC("UNFO");
-
 struct _summaryitemtag {
   DWORD id;    ///< the sub-chunk's, its characters in file order
   WCHAR* text; ///< zero-terminated; null: no text
