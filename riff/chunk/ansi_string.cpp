@@ -1,34 +1,27 @@
 // Texts in chunks: 8-bit characters of the ANSI code page with a terminator.
-#include "riff/chunk/file_cursor.h"
-#include "riff/chunk/scratch_block.h"
+#include "riff/chunk/chunk_io.h"
+#include "riff/chunk/chunk_reader.h"
+
+#include "qv/riff.h"
 
 #include <algorithm>
+#include <string>
 
 using namespace qv::riff;
 
 namespace {
 
-SIZE_T length_of(const WCHAR* text) {
-  SIZE_T length = 0;
-  while (text[length] != 0)
-    ++length;
-  return length;
-}
-
 /// Reads `bytes` bytes of text, the last of which counts as the terminator.
 HRESULT read_text(HANDLE file, WCHAR* buffer, DWORD length, DWORD bytes) {
   if (length != 0) buffer[0] = 0;
   if (bytes == 0) return S_OK;
-  ULONGLONG left = 0;
-  if (!bytes_left(file, left) || bytes > left) return QVERR_RIFF_READ;
-  const Scratch ansi(bytes);
-  if (!ansi.get()) return E_OUTOFMEMORY;
-  if (!read_exact(file, ansi.get(), bytes)) return QVERR_RIFF_READ;
+  Scratch ansi;
+  const HRESULT result = ansi.read(file, bytes);
+  if (FAILED(result)) return result;
   ansi.get()[bytes - 1] = 0;
-  const int limit = static_cast<int>(std::min<DWORD>(length, 0x7FFFFFFF));
-  if (!MultiByteToWideChar(CP_ACP, MB_PRECOMPOSED, ansi.get(), static_cast<int>(std::min<DWORD>(bytes, 0x7FFFFFFF)),
-                           buffer, limit))
-    buffer[0] = 0;
+  const int room = static_cast<int>(std::min<DWORD>(length, 0x7FFFFFFF));
+  const int count = static_cast<int>(std::min<DWORD>(bytes, 0x7FFFFFFF));
+  if (!MultiByteToWideChar(CP_ACP, MB_PRECOMPOSED, ansi.get(), count, buffer, room)) buffer[0] = 0;
   buffer[length - 1] = 0;
   return S_OK;
 }
@@ -37,9 +30,9 @@ HRESULT read_text(HANDLE file, WCHAR* buffer, DWORD length, DWORD bytes) {
 
 HRESULT riff_WriteANSIString(HANDLE file, const WCHAR* text, DWORD* written) {
   if (!text) return E_INVALIDARG;
-  const SIZE_T characters = length_of(text) + 1;
+  const SIZE_T characters = std::char_traits<WCHAR>::length(text) + 1;
   if (characters > 0x7FFFFFFE) return E_INVALIDARG;
-  const DWORD bytes = static_cast<DWORD>(padded(characters));
+  const DWORD bytes = static_cast<DWORD>(padded<RiffLayout>(characters));
   const Scratch ansi(bytes);
   if (!ansi.get()) return E_OUTOFMEMORY;
   const int count = static_cast<int>(characters);
@@ -57,7 +50,7 @@ HRESULT riff_ReadANSIString(HANDLE file, WCHAR* buffer, DWORD length, DWORD* siz
   if (!tell(file, start)) return QVERR_RIFF_READ;
   const HRESULT result = read_text(file, buffer, length, std::min(*size, length));
   if (FAILED(result)) return result;
-  if (!seek(file, start + static_cast<LONGLONG>(padded(*size)))) return QVERR_RIFF_READ;
+  if (!seek(file, start + static_cast<LONGLONG>(padded<RiffLayout>(*size)))) return QVERR_RIFF_READ;
   *size += 1;
   return S_OK;
 }

@@ -1,6 +1,8 @@
 // CD track descriptors: the small "CDDA" files that stand for the tracks of an audio CD.
 #include "riff/chunk/file_cursor.h"
 
+#include "qv/riff.h"
+
 using namespace qv::riff;
 
 namespace {

@@ -7,8 +7,8 @@ namespace qv::riff {
 
 namespace {
 
-/// The system's calls count in 32 bits.
-constexpr ULONGLONG kMostAtOnce = 1 << 30;
+/// ReadFile and WriteFile count in 32 bits.
+constexpr ULONGLONG kMaxAtOnce = 1 << 30;
 
 bool move(HANDLE file, LONGLONG distance, DWORD method, LONGLONG* position) {
   LARGE_INTEGER to;
@@ -24,7 +24,7 @@ bool move(HANDLE file, LONGLONG distance, DWORD method, LONGLONG* position) {
 bool read_exact(HANDLE file, void* buffer, ULONGLONG bytes) {
   auto* at = static_cast<BYTE*>(buffer);
   while (bytes != 0) {
-    const auto part = static_cast<DWORD>(std::min(bytes, kMostAtOnce));
+    const auto part = static_cast<DWORD>(std::min(bytes, kMaxAtOnce));
     DWORD done = 0;
     if (!ReadFile(file, at, part, &done, nullptr) || done != part) return false;
     at += part;
@@ -36,7 +36,7 @@ bool read_exact(HANDLE file, void* buffer, ULONGLONG bytes) {
 bool write_exact(HANDLE file, const void* buffer, ULONGLONG bytes) {
   const auto* at = static_cast<const BYTE*>(buffer);
   while (bytes != 0) {
-    const auto part = static_cast<DWORD>(std::min(bytes, kMostAtOnce));
+    const auto part = static_cast<DWORD>(std::min(bytes, kMaxAtOnce));
     DWORD done = 0;
     if (!WriteFile(file, at, part, &done, nullptr) || done != part) return false;
     at += part;
@@ -49,11 +49,9 @@ bool tell(HANDLE file, LONGLONG& position) { return move(file, 0, FILE_CURRENT, 
 
 bool seek(HANDLE file, LONGLONG position) { return move(file, position, FILE_BEGIN, nullptr); }
 
-bool skip(HANDLE file, LONGLONG bytes) { return bytes == 0 || move(file, bytes, FILE_CURRENT, nullptr); }
-
 bool skip_forward(HANDLE file, ULONGLONG bytes) {
-  constexpr ULONGLONG kMost = std::numeric_limits<LONGLONG>::max();
-  return bytes <= kMost && skip(file, static_cast<LONGLONG>(bytes));
+  constexpr ULONGLONG kMax = std::numeric_limits<LONGLONG>::max();
+  return bytes == 0 || (bytes <= kMax && move(file, static_cast<LONGLONG>(bytes), FILE_CURRENT, nullptr));
 }
 
 bool bytes_left(HANDLE file, ULONGLONG& bytes) {
@@ -64,11 +62,9 @@ bool bytes_left(HANDLE file, ULONGLONG& bytes) {
   return true;
 }
 
-HRESULT read_riff_size(HANDLE file, DWORD& size) {
-  DWORD id = 0;
-  const HRESULT result = riff_ReadChunkHeader(file, &id, &size);
-  if (FAILED(result)) return result;
-  return id == QVRIFF_ID_RIFF ? S_OK : QVERR_RIFF_NOTRIFF;
+bool holds(HANDLE file, ULONGLONG bytes) {
+  ULONGLONG left = 0;
+  return bytes_left(file, left) && bytes <= left;
 }
 
 } // namespace qv::riff

@@ -1,19 +1,17 @@
-// The few things that the RIFF functions do with a file handle: exact reads and writes, and positions in 64 bits.
+// A file handle as the chunk functions use one: exact reads and writes, and positions in 64 bits. Nothing here knows
+// what a chunk is.
 //
-// A skip by an unsigned 32-bit size does not fit SetFilePointer's signed distance, so every move goes through
-// SetFilePointerEx.
+// Every move goes through SetFilePointerEx, because a skip by an unsigned 32-bit size does not fit SetFilePointer's
+// signed distance.
 #pragma once
 
-#include "qv/riff.h"
+#include "qv/result.h"
 
 #include <bit>
 
-static_assert(std::endian::native == std::endian::little, "files and memory hold the same byte order");
+static_assert(std::endian::native == std::endian::little, "RIFF and Wave64 files have the machine's byte order");
 
 namespace qv::riff {
-
-/// What a chunk's data takes on disk: its size rounded up to even, which may be 2^32.
-constexpr ULONGLONG padded(ULONGLONG size) { return size + (size & 1); }
 
 /// False when fewer bytes were there.
 bool read_exact(HANDLE file, void* buffer, ULONGLONG bytes);
@@ -21,15 +19,13 @@ bool write_exact(HANDLE file, const void* buffer, ULONGLONG bytes);
 
 bool tell(HANDLE file, LONGLONG& position);
 bool seek(HANDLE file, LONGLONG position);
-bool skip(HANDLE file, LONGLONG bytes);
-/// Forward by a count that a file claims; false for one that no position can have.
+/// Moves forward by a count that a file claims. False for one that no position can have.
 bool skip_forward(HANDLE file, ULONGLONG bytes);
 
 /// The bytes from the position to the file's end, 0 behind it.
 bool bytes_left(HANDLE file, ULONGLONG& bytes);
-
-/// Reads "RIFF" and the size after it, at the position.
-HRESULT read_riff_size(HANDLE file, DWORD& size);
+/// Whether the file has that many bytes from the position on: asked before memory is allocated for them.
+bool holds(HANDLE file, ULONGLONG bytes);
 
 /// Remembers a file's position and goes back to it.
 class KeptPosition {

@@ -1,6 +1,6 @@
 // A summary list into a file: a whole "LIST" chunk, whose size is written last.
-#include "riff/chunk/file_cursor.h"
-#include "riff/chunk/scratch_block.h"
+#include "riff/chunk/chunk_io.h"
+#include "riff/chunk/chunk_reader.h"
 #include "riff/summary/summary_storage.h"
 
 #include <algorithm>
@@ -9,17 +9,17 @@ using namespace qv::riff;
 
 namespace {
 
-constexpr DWORD kHeaderBytes = 8;
-constexpr DWORD kFormBytes = 4;
+constexpr DWORD kHeaderBytes = RiffLayout::kHeaderBytes;
+constexpr DWORD kFormBytes = RiffLayout::kTypeBytes;
 /// With its header, a list this long is the longest whose whole size is a DWORD.
-constexpr ULONGLONG kMostListBytes = 0xFFFFFFFF - kHeaderBytes;
+constexpr ULONGLONG kMaxListBytes = 0xFFFFFFFF - kHeaderBytes;
 
 /// Writes the sub-chunk of items[index] and adds what it takes to list_bytes.
 using ItemWriter = HRESULT (*)(HANDLE file, const _summaryitemtag& item, DWORD index, ULONGLONG& list_bytes);
 
 bool take(ULONGLONG& list_bytes, ULONGLONG data_bytes) {
-  const ULONGLONG sum = list_bytes + kHeaderBytes + padded(data_bytes);
-  if (sum > kMostListBytes) return false;
+  const ULONGLONG sum = list_bytes + kHeaderBytes + padded<RiffLayout>(data_bytes);
+  if (sum > kMaxListBytes) return false;
   list_bytes = sum;
   return true;
 }
@@ -28,13 +28,13 @@ HRESULT write_ansi(HANDLE file, const _summaryitemtag& item, DWORD index, ULONGL
   const int needed = WideCharToMultiByte(CP_ACP, 0, item.text, -1, nullptr, 0, nullptr, nullptr);
   const DWORD size = static_cast<DWORD>(std::max(needed, 1));
   if (!take(list_bytes, size)) return QVERR_RIFF_TOOBIG;
-  const Scratch ansi(padded(size));
+  const Scratch ansi(padded<RiffLayout>(size));
   if (!ansi.get()) return E_OUTOFMEMORY;
   WideCharToMultiByte(CP_ACP, 0, item.text, -1, ansi.get(), static_cast<int>(size), nullptr, nullptr);
   if ((size & 1) != 0) ansi.get()[size] = static_cast<char>(index); // readers look at no pad byte
   const HRESULT result = riff_WriteChunkHeader(file, item.id, size);
   if (FAILED(result)) return result;
-  return write_exact(file, ansi.get(), static_cast<DWORD>(padded(size))) ? S_OK : QVERR_RIFF_WRITE;
+  return write_exact(file, ansi.get(), static_cast<DWORD>(padded<RiffLayout>(size))) ? S_OK : QVERR_RIFF_WRITE;
 }
 
 HRESULT write_utf16(HANDLE file, const _summaryitemtag& item, DWORD, ULONGLONG& list_bytes) {

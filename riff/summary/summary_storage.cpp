@@ -8,7 +8,7 @@ namespace qv::riff {
 namespace {
 
 /// What the system's conversions count in.
-constexpr ULONGLONG kMostCharacters = 0x7FFFFFFF;
+constexpr ULONGLONG kMaxCharacters = 0x7FFFFFFF;
 
 } // namespace
 
@@ -55,8 +55,8 @@ DWORD find_item(const _summarylisttag& list, DWORD id, DWORD count) {
 void convert_ansi(const char* ansi, WCHAR* text, ULONGLONG capacity) {
   const ULONGLONG bytes = std::strlen(ansi) + 1;
   if (bytes == 1 ||
-      !MultiByteToWideChar(CP_ACP, MB_PRECOMPOSED, ansi, static_cast<int>(std::min(bytes, kMostCharacters)), text,
-                           static_cast<int>(std::min(capacity, kMostCharacters))))
+      !MultiByteToWideChar(CP_ACP, MB_PRECOMPOSED, ansi, static_cast<int>(std::min(bytes, kMaxCharacters)), text,
+                           static_cast<int>(std::min(capacity, kMaxCharacters))))
     text[0] = 0;
   text[capacity - 1] = 0;
 }

@@ -7,7 +7,7 @@ using namespace qv::riff;
 
 namespace {
 
-constexpr ULONGLONG kMostBytesAtOnce = 1 << 30;
+constexpr ULONGLONG kMaxBytesAtOnce = 1 << 30;
 constexpr ULONGLONG kFirstItems = 16;
 constexpr ULONGLONG kFirstCharacters = 2048;
 
@@ -15,7 +15,7 @@ constexpr ULONGLONG kFirstCharacters = 2048;
 HRESULT read_all(IStream* stream, void* buffer, ULONGLONG bytes) {
   for (auto* next = static_cast<BYTE*>(buffer); bytes != 0;) {
     ULONG taken = 0;
-    const HRESULT result = stream->Read(next, static_cast<ULONG>(std::min(bytes, kMostBytesAtOnce)), &taken);
+    const HRESULT result = stream->Read(next, static_cast<ULONG>(std::min(bytes, kMaxBytesAtOnce)), &taken);
     if (FAILED(result)) return result;
     if (taken == 0) return QVERR_RIFF_READ;
     next += taken;
@@ -26,7 +26,7 @@ HRESULT read_all(IStream* stream, void* buffer, ULONGLONG bytes) {
 
 HRESULT write_all(IStream* stream, const void* buffer, ULONGLONG bytes) {
   for (auto* next = static_cast<const BYTE*>(buffer); bytes != 0;) {
-    const ULONG count = static_cast<ULONG>(std::min(bytes, kMostBytesAtOnce));
+    const ULONG count = static_cast<ULONG>(std::min(bytes, kMaxBytesAtOnce));
     ULONG put = 0;
     const HRESULT result = stream->Write(next, count, &put);
     if (FAILED(result)) return result;

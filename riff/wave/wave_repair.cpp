@@ -1,12 +1,11 @@
 // New headers for damaged files, from what can be salvaged.
 #include "riff/chunk/chunk_walk.h"
-#include "riff/chunk/riff_layout.h"
-#include "riff/chunk/wave64_layout.h"
-#include "riff/wave/wave_header_layout.h"
+#include "riff/wave/wave_header.h"
 
 #include "qv/wave_file.h"
 
 #include <algorithm>
+#include <limits>
 
 using namespace qv::riff;
 
@@ -44,15 +43,15 @@ void mend(WAVEFORMATEX& format, const Defaults& defaults) {
   format.nAvgBytesPerSec = format.nBlockAlign * format.nSamplesPerSec;
 }
 
-/// What stands for "data" in the files that are searched byte by byte.
+/// What announces the audio in a file that is searched byte by byte: "data", or its GUID.
 struct Mark {
   const void* bytes;
   size_t length;
   LONGLONG audio; ///< from the mark's start to the audio's
 };
 
-/// From `from` on in blocks that overlap by a mark's length. `bound` where the search passes it in vain;
-/// QVERR_RIFF_NOTFOUND where the file ends first.
+/// Searches from `from` on, in blocks that overlap by a mark's length. `audio` is `bound` where the search passes it in
+/// vain. QVERR_RIFF_NOTFOUND where the file ends first.
 HRESULT search_mark(HANDLE file, LONGLONG from, LONGLONG bound, const Mark& mark, LONGLONG& audio) {
   constexpr DWORD kBlockBytes = 4096;
   BYTE block[kBlockBytes];
@@ -71,7 +70,8 @@ HRESULT search_mark(HANDLE file, LONGLONG from, LONGLONG bound, const Mark& mark
   return S_OK;
 }
 
-/// The chunk walk from `from` on, and the search where it fails. `bound` is the count that the walk starts with.
+/// Walks the chunks from `from` on, and searches where the walk fails. `bound` is the number of bytes that the walk may
+/// pass, and the offset at which the search ends.
 template <class Layout>
 HRESULT find_audio(HANDLE file, LONGLONG from, LONGLONG bound, const typename Layout::Id& id, LONGLONG& audio) {
   using Walk = ChunkWalk<Layout>;
@@ -83,51 +83,28 @@ HRESULT find_audio(HANDLE file, LONGLONG from, LONGLONG bound, const typename La
   return search_mark(file, from, bound, {&id, sizeof id, Layout::kHeaderBytes}, audio);
 }
 
-/// The parts in which the two repairs differ.
-template <class Layout>
-struct Kind;
-
-template <>
-struct Kind<RiffLayout> {
-  static constexpr LONGLONG kRecordAt = kWaveRecordAt;
-  static constexpr LONGLONG kSearchFrom = kWaveFormatEnd;
-  static constexpr DWORD kData = QVRIFF_ID_DATA;
-  static constexpr ULONGLONG kMostData = 0xFFFFFFFF;
-  static HRESULT insert(HANDLE file, const WAVEFORMATEX& format, ULONGLONG size, ULONGLONG start) {
-    if (start > kMostData) return QVERR_RIFF_BADSIZE;
-    return QvInsertWavHeader(file, &format, static_cast<DWORD>(size), static_cast<DWORD>(start));
-  }
-};
-
-template <>
-struct Kind<Wave64Layout> {
-  static constexpr LONGLONG kRecordAt = kWave64RecordAt;
-  static constexpr LONGLONG kSearchFrom = kWave64FormatEnd;
-  static constexpr GUID kData = QVW64_DATA;
-  static constexpr ULONGLONG kMostData = ~ULONGLONG{0};
-  static HRESULT insert(HANDLE file, const WAVEFORMATEX& format, ULONGLONG size, ULONGLONG start) {
-    return QvInsertW64Header(file, &format, size, start);
-  }
-};
-
 template <class Layout>
 HRESULT repair(HANDLE file, const WAVEFORMATEX* hint, ULONGLONG limit) {
-  using Here = Kind<Layout>;
+  using Wave = WaveHeader<Layout>;
+  using Count = typename Layout::Count;
+  constexpr ULONGLONG kMaxSize = std::numeric_limits<Count>::max();
   LARGE_INTEGER size;
   if (!GetFileSizeEx(file, &size)) return QVERR_RIFF_READ;
   const auto file_size = static_cast<ULONGLONG>(size.QuadPart);
   const auto bound = static_cast<LONGLONG>(std::min(file_size, limit));
   WAVEFORMATEX format;
-  if (!seek(file, Here::kRecordAt) || !read_exact(file, &format, sizeof format)) return QVERR_RIFF_READ;
+  if (!seek(file, Wave::kRecordAt) || !read_exact(file, &format, sizeof format)) return QVERR_RIFF_READ;
   mend(format, Defaults(hint));
   if (format.nBlockAlign == 0) return QVERR_BADFORMAT;
 
   LONGLONG audio = 0;
-  const HRESULT found = find_audio<Layout>(file, Here::kSearchFrom, bound, Here::kData, audio);
+  const HRESULT found = find_audio<Layout>(file, Wave::kFormatEnd, bound, Wave::kData, audio);
   if (FAILED(found)) return found;
   const auto start = static_cast<ULONGLONG>(audio);
-  const ULONGLONG there = std::min(start < file_size ? file_size - start : 0, Here::kMostData);
-  return Here::insert(file, format, there - there % format.nBlockAlign, start);
+  if (start > kMaxSize) return QVERR_RIFF_BADSIZE;
+  const ULONGLONG there = std::min(start < file_size ? file_size - start : 0, kMaxSize);
+  return insert_header<Layout>(file, format, static_cast<Count>(there - there % format.nBlockAlign),
+                               static_cast<Count>(start));
 }
 
 template <class Layout>
