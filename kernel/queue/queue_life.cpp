@@ -17,6 +17,11 @@ LONG QvQueueInitialize(tQVQHEAD* head) {
     return 0;
   }
   clear_ring(head);
+  if (!QueueUsers::begin(head, event)) {
+    DeleteCriticalSection(&head->lock);
+    CloseHandle(event);
+    return 0;
+  }
   event_of(head).store(event);
   return 1;
 }
@@ -25,20 +30,22 @@ void QvQueueDelete(tQVQHEAD* head) {
   if (!head) return;
   const HANDLE event = event_of(head).exchange(nullptr);
   if (!event) return;
+  QueueUsers* users = QueueUsers::of(head);
+  users->turn_away();
   SetEvent(event);
   EnterCriticalSection(&head->lock);
-  const bool inherited = QueueWait::orphan_all(head);
+  SetEvent(event); // a removal that was inside may have taken the signal back
   LeaveCriticalSection(&head->lock);
-  drain_visits(head);
-  if (!inherited) CloseHandle(event);
+  users->drain();
   clear_ring(head);
   DeleteCriticalSection(&head->lock);
+  users->end();
 }
 
 void QvQueueFlush(tQVQHEAD* head) {
   const InsideQueue inside(head);
   if (!inside) return;
   clear_ring(head);
-  QueueWait::release_all(head);
+  inside.users().release_waits();
   SetEvent(inside.event());
 }

@@ -44,6 +44,14 @@ public:
     return Woken::kInVain;
   }
 
+  /// Lets others run before a wait that would end at once. False when the time is over.
+  bool pause() {
+    Sleep(0);
+    if (remaining() != 0) return true;
+    if (result_) *result_ = WAIT_TIMEOUT;
+    return false;
+  }
+
 private:
   DWORD block() const {
     if (count_ == 0 && wake_mask_ == 0 && wait_flags_ == 0) return WaitForSingleObject(objects_[0], remaining());
@@ -66,12 +74,15 @@ private:
   DWORD* result_;
 };
 
-/// The event of an empty queue is signalled after a flush only: the last whom that released takes the signal back.
-void settle_event(tQVQHEAD* head, HANDLE event) {
-  if (!QueueWait::any_released(head)) ResetEvent(event);
+/// The event of an empty queue is signalled after a flush only. A consumer that waits on takes the signal back; not
+/// yet, and false, while others that the flush released are on their way.
+bool settle_event(const InsideQueue& inside) {
+  if (inside.users().any_released()) return false;
+  ResetEvent(inside.event());
+  return true;
 }
 
-/// Calls `take`, which answers null on an empty queue, inside the queue; waits and calls it again when it answers null.
+/// Calls `take`, which returns null on an empty queue, inside the queue; waits and calls it again when it returns null.
 template <class Take>
 tQVQELM* take_waiting(tQVQHEAD* head, Waiting waiting, Take take) {
   std::optional<QueueWait> wait;
@@ -80,19 +91,20 @@ tQVQELM* take_waiting(tQVQHEAD* head, Waiting waiting, Take take) {
     if (!inside) return nullptr;
     tQVQELM* taken = take(inside.event());
     if (taken || !waiting.wanted()) return taken;
-    wait.emplace(head, inside.event());
+    wait.emplace(head, inside.users(), !waiting.retry());
   }
   for (;;) {
     const Woken woken = waiting.wait(wait->event());
     if (woken == Woken::kToReturn) return nullptr;
-    const InsideQueue inside(*wait);
-    if (!inside) return nullptr;
-    tQVQELM* taken = take(inside.event());
-    if (taken) return taken;
-    wait.reset();
-    if (woken == Woken::kByEvent) settle_event(head, inside.event());
-    if (!waiting.retry()) return nullptr;
-    wait.emplace(head, inside.event());
+    bool settled = true;
+    {
+      const InsideQueue inside(*wait);
+      if (!inside) return nullptr;
+      tQVQELM* taken = take(inside.event());
+      if (taken || !waiting.retry()) return taken;
+      if (woken == Woken::kByEvent) settled = settle_event(inside);
+    }
+    if (!settled && !waiting.pause()) return nullptr;
   }
 }
 

@@ -1,80 +1,126 @@
 #include "kernel/queue/queue_users.h"
 
-#include <array>
 #include <bit>
-#include <mutex>
+#include <new>
 
 namespace qv::kernel {
 
 namespace {
 
-/// Visits of some threads to some queues. Each on a cache line of its own: threads that share a queue meet in its lock
-/// alone.
-struct alignas(64) Counts {
-  std::atomic<uint32_t> of[2] = {0, 0};
-};
+constexpr int kBucketBits = 10;
 
-constexpr size_t kThreadStripes = 8;
-constexpr int kHeadStripeBits = 4;
-
-struct alignas(64) Stripe {
-  std::atomic<uint32_t> newcomers{0}; ///< which of the two counts they take
-  std::array<Counts, kThreadStripes> counts;
-};
-
-constinit std::array<Stripe, size_t{1} << kHeadStripeBits> stripes;
+/// The records by their heads' hashes. One stays in its bucket for good, so that a bucket can be walked without a lock.
+constinit std::array<std::atomic<QueueUsers*>, size_t{1} << kBucketBits> buckets;
 
 /// The upper bits of a product, which all bits of the address have part in.
 constexpr size_t hash(uintptr_t address, int bits) {
   return static_cast<size_t>((address * uint64_t{0x9E3779B97F4A7C15}) >> (64 - bits));
 }
 
-Stripe& stripe_of(const tQVQHEAD* head) { return stripes[hash(std::bit_cast<uintptr_t>(head), kHeadStripeBits)]; }
-
-/// Threads are told apart by where their stacks are, which costs nothing to ask.
-size_t thread_stripe() {
-  const char here = 0;
-  constexpr int kStackBits = 20;
-  return hash(std::bit_cast<uintptr_t>(&here) >> kStackBits, std::bit_width(kThreadStripes - 1));
-}
-
-void wait_until_nobody(const Stripe& stripe, uint32_t which) {
-  for (const Counts& counts : stripe.counts)
-    while (counts.of[which].load() != 0)
-      Sleep(0);
+std::atomic<QueueUsers*>& bucket_of(const tQVQHEAD* head) {
+  return buckets[hash(std::bit_cast<uintptr_t>(head), kBucketBits)];
 }
 
 } // namespace
 
-QueueVisit::QueueVisit(tQVQHEAD* head) {
-  if (!head || !event_of(head).load(std::memory_order_relaxed)) return;
-  count_in(head);
-  event_ = event_of(head).load();
+QueueUsers* QueueUsers::of(const tQVQHEAD* head) {
+  QueueUsers* users = bucket_of(head).load();
+  while (users && !users->belongs_to(head))
+    users = users->next_;
+  return users;
 }
 
-QueueVisit::QueueVisit(const QueueWait& wait) {
-  count_in(wait.head());
-  if (wait.queue_exists()) event_ = event_of(wait.head()).load();
+QueueUsers* QueueUsers::begin(tQVQHEAD* head, HANDLE event) {
+  std::atomic<QueueUsers*>& bucket = bucket_of(head);
+  for (QueueUsers* users = bucket.load(); users; users = users->next_) {
+    // A head that the client zeroed in place of deleting its queue still has a record.
+    if (!users->belongs_to(head) && users->taken_.exchange(true)) continue;
+    users->event_ = event;
+    users->head_.store(head);
+    return users;
+  }
+  auto* users = new (std::nothrow) QueueUsers(head, event);
+  if (!users) return nullptr;
+  users->next_ = bucket.load();
+  while (!bucket.compare_exchange_weak(users->next_, users)) {
+  }
+  return users;
 }
 
-void QueueVisit::count_in(const tQVQHEAD* head) {
-  Stripe& stripe = stripe_of(head);
-  count_ = &stripe.counts[thread_stripe()].of[stripe.newcomers.load()];
-  count_->fetch_add(1);
+std::atomic<uint32_t>& QueueUsers::visits_of_this_thread() {
+  // Threads are told apart by where their stacks are, which costs nothing to ask.
+  const char here = 0;
+  constexpr int kStackBits = 20;
+  return counts_[hash(std::bit_cast<uintptr_t>(&here) >> kStackBits, std::bit_width(kCounts - 1))].visits;
 }
 
-QueueVisit::~QueueVisit() {
-  if (count_) count_->fetch_sub(1);
+void QueueUsers::drain() const {
+  for (const Count& count : counts_)
+    while (count.visits.load() != 0)
+      Sleep(0);
 }
 
-void drain_visits(tQVQHEAD* head) {
-  static std::mutex one_at_a_time;
-  const std::lock_guard guard(one_at_a_time);
-  Stripe& stripe = stripe_of(head);
-  const uint32_t taken = stripe.newcomers.load();
-  wait_until_nobody(stripe, 1 - taken);
-  stripe.newcomers.store(1 - taken);
-  wait_until_nobody(stripe, taken);
+void QueueUsers::end() {
+  const std::lock_guard guard(waits_lock_);
+  ended_ = true;
+  if (!first_wait_) give_back();
+}
+
+void QueueUsers::give_back() {
+  CloseHandle(event_);
+  ended_ = false;
+  taken_.store(false);
+}
+
+void QueueUsers::release_waits() {
+  const std::lock_guard guard(waits_lock_);
+  for (QueueWait* wait = first_wait_; wait; wait = wait->next_)
+    wait->released_ = wait->returns_;
+}
+
+bool QueueUsers::any_released() {
+  const std::lock_guard guard(waits_lock_);
+  const QueueWait* wait = first_wait_;
+  while (wait && !wait->released_)
+    wait = wait->next_;
+  return wait != nullptr;
+}
+
+InsideQueue::InsideQueue(tQVQHEAD* head) : head_(head) {
+  if (head && event_of(head).load(std::memory_order_relaxed)) enter(QueueUsers::of(head));
+}
+
+InsideQueue::InsideQueue(const QueueWait& wait) : head_(wait.head_) { enter(&wait.users_); }
+
+void InsideQueue::enter(QueueUsers* users) {
+  if (!users) return;
+  visits_ = &users->visits_of_this_thread();
+  visits_->fetch_add(1);
+  if (!users->belongs_to(head_)) return;
+  EnterCriticalSection(&head_->lock);
+  if (users->belongs_to(head_))
+    users_ = users;
+  else
+    LeaveCriticalSection(&head_->lock);
+}
+
+InsideQueue::~InsideQueue() {
+  if (users_) LeaveCriticalSection(&head_->lock);
+  if (visits_) visits_->fetch_sub(1);
+}
+
+QueueWait::QueueWait(tQVQHEAD* head, QueueUsers& users, bool returns) : head_(head), users_(users), returns_(returns) {
+  const std::lock_guard guard(users.waits_lock_);
+  next_ = users.first_wait_;
+  if (next_) next_->prev_ = this;
+  users.first_wait_ = this;
+}
+
+QueueWait::~QueueWait() {
+  const std::lock_guard guard(users_.waits_lock_);
+  (prev_ ? prev_->next_ : users_.first_wait_) = next_;
+  if (next_) next_->prev_ = prev_;
+  if (users_.ended_ && !users_.first_wait_) users_.give_back();
 }
 
 } // namespace qv::kernel

@@ -173,14 +173,95 @@ TEST(QueueThreads, DeletingFromTwoThreadsDeletesOnce) {
       });
 }
 
-TEST(QueueThreads, AFlushReleasesEveryoneWhoWaits) {
-  // Those who come after the flush wait for the next one. Without retry alone: with it they would wait on.
-  race(3, 1000, [](tQVQHEAD* queue, Counter& back, int all) {
-    while (back.value() != all) {
-      QvQueueFlush(queue);
+TEST(QueueThreads, OneFlushReleasesThoseWhoWaitAndThoseWhoComeLate) {
+  race(
+      3, 1000, [](tQVQHEAD* queue, Counter&, int) { QvQueueFlush(queue); }); // nobody among three has retry
+}
+
+/// Many queues next to each other.
+class Queues {
+public:
+  explicit Queues(size_t count) : heads_(count) { begin_all(); }
+  Queues(const Queues&) = delete;
+  Queues& operator=(const Queues&) = delete;
+  ~Queues() { delete_all(); }
+  void begin_all() {
+    for (tQVQHEAD& head : heads_)
+      EXPECT_EQ(QvQueueInitialize(&head), 1);
+  }
+  void delete_all() {
+    for (tQVQHEAD& head : heads_)
+      QvQueueDelete(&head);
+  }
+  tQVQHEAD* operator[](size_t index) { return &heads_[index]; }
+
+private:
+  std::vector<tQVQHEAD> heads_;
+};
+
+/// What a visitor does inside a queue while that is deleted.
+struct Visit {
+  tQVQHEAD* queue;
+  Queues deleted_inside{100};
+  std::atomic<bool> others_deleted = false;
+};
+
+LONG CALLBACK delete_others(const tQVQELM*, LONGLONG context) {
+  auto* visit = reinterpret_cast<Visit*>(context);
+  visit->deleted_inside.delete_all();
+  stay_until_deletion(nullptr, reinterpret_cast<LONGLONG>(visit->queue));
+  while (!visit->others_deleted)
+    std::this_thread::yield();
+  return 0;
+}
+
+TEST(QueueThreads, DeletionWaitsForNobodyInAnotherQueue) {
+  tQVQHEAD queue = {};
+  ASSERT_EQ(QvQueueInitialize(&queue), 1);
+  tQVQELM element = {};
+  QvQueueInsert(&queue, &element);
+  Visit visit{&queue};
+  Queues deleted_meanwhile(100);
+  std::thread visitor([&] { QvQueueFind(&queue, delete_others, reinterpret_cast<LONGLONG>(&visit)); });
+  std::thread deletion([&] {
+    while (visit.deleted_inside[99]->event)
       std::this_thread::yield();
-    }
+    QvQueueDelete(&queue); // held up by the visitor
   });
+  stay_until_deletion(nullptr, reinterpret_cast<LONGLONG>(&queue));
+  deleted_meanwhile.delete_all();
+  visit.others_deleted = true;
+  visitor.join();
+  deletion.join();
+}
+
+TEST(QueueThreads, AThousandHeadsBeginAgainUnderTheirUsers) {
+  constexpr int kUsers = 3;
+  Queues queues(1000);
+  const HANDLE never = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  std::atomic<bool> quit = false;
+  std::vector<std::thread> users;
+  for (int user = 0; user < kUsers; ++user) {
+    users.emplace_back([&, user] {
+      std::mt19937 random(user);
+      for (Number own{{}, user}; !quit;) {
+        tQVQHEAD* queue = queues[random() % 1000];
+        QvQueueInsert(queue, &own.link);
+        QvQueueMoveToTail(queue, &own.link);
+        QvQueueFindAndRemove(queue, has_value, user);
+        if (random() % 4 == 0) wait_somehow(queue, user, never);
+      }
+    });
+  }
+  for (int round = 0; round < 100; ++round) {
+    queues.delete_all();
+    queues.begin_all();
+  }
+  quit = true;
+  queues.delete_all();
+  for (std::thread& user : users)
+    user.join();
+  CloseHandle(never);
 }
 
 TEST(QueueThreads, AWaitForAllHandlesOutlivesTheQueue) {

@@ -79,21 +79,51 @@ TEST(QueueWaiting, TakesSixtyTwoHandlesAndRefusesMore) {
   EXPECT_EQ(QvQueueRemoveEx(queue, nullptr, 63, 0, 0, nullptr), &a.link) << "no handles are given";
 }
 
-TEST(QueueWaiting, AFlushEndsOneWaitWithNull) {
+TEST(QueueWaiting, AFlushStaysSignalledForConsumersWithoutRetry) {
   Queue queue;
-  for (const DWORD flags : {DWORD{0}, QVQUEUE_RETRY}) {
-    QvQueueFlush(queue);
-    EXPECT_TRUE(queue.signalled());
+  QvQueueFlush(queue);
+  for (const DWORD flags : {DWORD{0}, QVQUEUE_ALERTABLE, QVQUEUE_INPUTAVAILABLE}) {
     DWORD result = 77;
-    EXPECT_EQ(QvQueueRemoveEx(queue, nullptr, 0, flags, 1, &result), nullptr);
-    EXPECT_EQ(result, flags == 0 ? WAIT_OBJECT_0 : WAIT_TIMEOUT) << "with retry it waits on";
+    EXPECT_EQ(QvQueueRemoveEx(queue, nullptr, 0, flags, INFINITE, &result), nullptr);
+    EXPECT_EQ(result, WAIT_OBJECT_0);
+  }
+  EXPECT_EQ(QvQueueRemove(queue, INFINITE), nullptr);
+  EXPECT_EQ(QvQueueRemoveTail(queue, INFINITE), nullptr);
+  EXPECT_EQ(QvQueueWait(queue, INFINITE), 0);
+  EXPECT_TRUE(queue.signalled());
+}
+
+LONG CALLBACK any(const tQVQELM*, LONGLONG) { return 1; }
+
+TEST(QueueWaiting, WhatTakesAFlushBack) {
+  struct Case {
+    const char* name;
+    void (*take_back)(tQVQHEAD*);
+  };
+  static Number number;
+  const Case cases[] = {
+      {"initialising", [](tQVQHEAD* head) { EXPECT_EQ(QvQueueInitialize(head), 1); }},
+      {"removing the last", [](tQVQHEAD* head) { EXPECT_EQ(QvQueueRemove(head, 0), &number.link); }},
+      {"removing the last at the tail", [](tQVQHEAD* head) { EXPECT_EQ(QvQueueRemoveTail(head, 0), &number.link); }},
+      {"finding and removing the last",
+       [](tQVQHEAD* head) { EXPECT_EQ(QvQueueFindAndRemove(head, any, 0), &number.link); }},
+      {"a consumer with retry",
+       [](tQVQHEAD* head) {
+         QvQueueFlush(head);
+         DWORD result = 77;
+         EXPECT_EQ(QvQueueRemoveEx(head, nullptr, 0, QVQUEUE_RETRY, 1, &result), nullptr);
+         EXPECT_EQ(result, WAIT_TIMEOUT) << "it waits on";
+       }},
+  };
+  for (const Case& each : cases) {
+    SCOPED_TRACE(each.name);
+    Queue queue;
+    QvQueueFlush(queue);
+    QvQueueInsert(queue, &number.link);
+    EXPECT_TRUE(queue.signalled());
+    each.take_back(queue);
     EXPECT_FALSE(queue.signalled());
   }
-  QvQueueFlush(queue);
-  EXPECT_EQ(QvQueueWait(queue, INFINITE), 0);
-  QvQueueFlush(queue);
-  EXPECT_EQ(QvQueueRemoveTail(queue, INFINITE), nullptr);
-  EXPECT_FALSE(queue.signalled());
 }
 
 } // namespace
