@@ -317,7 +317,10 @@ bool Examination::bridge(const Walk& walk, const Chunk& audio) {
   note("no chunk header at " + number(at) + " that leads to the audio's");
   edit(at, layout_->chunk_start(layout_->is_plausible(id) ? id : layout_->junk_id, gap - layout_->chunk_header()),
        "header of a chunk up to the audio");
-  mend_sizes(audio, mend_format(*walk.format));
+  // The record is mended in the chunk as it will be: by its old size it may reach into the audio.
+  Chunk format = *walk.format;
+  if (at == format.at) format.size = gap - layout_->chunk_header();
+  mend_sizes(audio, mend_format(format));
   return true;
 }
 
