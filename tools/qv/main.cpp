@@ -1,8 +1,13 @@
 // qv: the library's families at work on files.
 #include "tools/qv/command/command.h"
 #include "tools/qv/failure.h"
-#include "tools/qv/interruption.h"
-#include "tools/qv/program_arguments.h"
+#include "tools/qv/long_work.h"
+
+#ifdef _WIN32
+#include "tools/qv/text.h"
+
+#include <shellapi.h>
+#endif
 
 #include <algorithm>
 #include <cstdio>
@@ -11,6 +16,24 @@
 namespace qv::tool {
 
 namespace {
+
+/// The words of the command line behind the program's name, as UTF-8.
+std::vector<std::string> program_arguments([[maybe_unused]] int argc, [[maybe_unused]] char** argv) {
+  std::vector<std::string> arguments;
+#ifdef _WIN32
+  // The words of main() are in the ANSI code page; the system has them whole.
+  int count = 0;
+  wchar_t** words = CommandLineToArgvW(GetCommandLineW(), &count);
+  for (int k = 1; words && k < count; ++k)
+    arguments.push_back(utf8(words[k]));
+  LocalFree(words);
+  SetConsoleOutputCP(CP_UTF8);
+#else
+  for (int k = 1; k < argc; ++k)
+    arguments.emplace_back(argv[k]);
+#endif
+  return arguments;
+}
 
 int run(const Work& work) {
   try {

@@ -2,14 +2,12 @@
 #include "tools/qv/command/command.h"
 #include "tools/qv/failure.h"
 #include "tools/qv/file/block_size.h"
-#include "tools/qv/file/double_output.h"
 #include "tools/qv/file/sample_conversion.h"
-#include "tools/qv/file/sample_type_names.h"
 #include "tools/qv/file/wave_input.h"
+#include "tools/qv/file/wave_output.h"
 #include "tools/qv/filter/filter_chain.h"
 #include "tools/qv/filter/response_file.h"
-#include "tools/qv/interruption.h"
-#include "tools/qv/progress.h"
+#include "tools/qv/long_work.h"
 
 #include <cstdio>
 #include <memory>

@@ -1,10 +1,10 @@
 // qv repair: a new or mended header for a damaged wave file.
 #include "tools/qv/command/command.h"
 #include "tools/qv/failure.h"
-#include "tools/qv/file/existing_file.h"
+#include "tools/qv/file/open_file.h"
 #include "tools/qv/file/output_file.h"
-#include "tools/qv/file/sample_type_names.h"
-#include "tools/qv/interruption.h"
+#include "tools/qv/file/wave_output.h"
+#include "tools/qv/long_work.h"
 #include "tools/qv/repair/repair_plan.h"
 #include "tools/qv/text.h"
 

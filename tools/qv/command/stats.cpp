@@ -3,7 +3,7 @@
 #include "tools/qv/failure.h"
 #include "tools/qv/file/block_size.h"
 #include "tools/qv/file/wave_input.h"
-#include "tools/qv/progress.h"
+#include "tools/qv/long_work.h"
 
 #include "qv/audio_kernels.h"
 

@@ -1,9 +1,10 @@
-// A file handle that closes itself.
+// Files that are there: a handle that closes itself.
 #pragma once
 
 #include "qv/win32.h"
 
 #include <cstdint>
+#include <string>
 #include <utility>
 
 namespace qv::tool {
@@ -39,5 +40,9 @@ inline uint64_t size_of(HANDLE file) {
   GetFileSizeEx(file, &size);
   return static_cast<uint64_t>(size.QuadPart);
 }
+
+/// Opens a file that is there. No one else may write it meanwhile: what is only read may then be read ahead. Throws
+/// Failure, also for what is no regular file.
+OpenFile open_existing(const std::string& name, DWORD access, DWORD flags = FILE_ATTRIBUTE_NORMAL);
 
 } // namespace qv::tool

@@ -1,7 +1,7 @@
 #include "tools/qv/file/output_file.h"
 
 #include "tools/qv/failure.h"
-#include "tools/qv/interruption.h"
+#include "tools/qv/long_work.h"
 #include "tools/qv/text.h"
 
 #include <algorithm>

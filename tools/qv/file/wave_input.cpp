@@ -1,7 +1,7 @@
 #include "tools/qv/file/wave_input.h"
 
 #include "tools/qv/failure.h"
-#include "tools/qv/file/existing_file.h"
+#include "tools/qv/file/open_file.h"
 #include "tools/qv/text.h"
 
 #include "qv/audio_kernels.h"

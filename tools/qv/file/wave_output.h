@@ -1,14 +1,43 @@
-// A wave file that is written: header, then samples in order. A name that ends in ".w64" makes a Wave64 file.
+// A wave file that is written: the sample types it may have, its header, its samples in order.
 #pragma once
 
 #include "tools/qv/file/output_file.h"
+#include "tools/qv/named_rows.h"
 
-#include "qv/audio.h"
+#include "qv/audio_kernels.h"
+#include "qv/dither.h"
 
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace qv::tool {
 
+/// A sample type that a wave file is written in, under its name on the command line.
+struct TypeName {
+  const char* name;
+  QVSAMPLETYPE type;
+};
+
+inline constexpr TypeName kTypeNames[] = {{"pcm8", QVSAMPLE_PCM8},       {"pcm16", QVSAMPLE_PCM16},
+                                          {"pcm24", QVSAMPLE_PCM24},     {"pcm32", QVSAMPLE_PCM32},
+                                          {"float32", QVSAMPLE_FLOAT32}, {"float64", QVSAMPLE_FLOAT64}};
+
+inline std::vector<std::string> type_names() { return names_of(kTypeNames); }
+
+/// The type of that name; for "" the source's own, or the nearest that a wave file usually has.
+inline QVSAMPLETYPE output_type(const std::string& name, QVSAMPLETYPE source) {
+  for (const TypeName& row : kTypeNames)
+    if (name.empty() ? row.type == source : row.name == name) return row.type;
+  switch (QvAudio_BitsFromSampleType(source)) {
+  case 8: return QVSAMPLE_PCM8;
+  case 16: return QVSAMPLE_PCM16;
+  case 24: return QVSAMPLE_PCM24;
+  default: return source == QVSAMPLE_PCM24IN32 ? QVSAMPLE_PCM24 : QVSAMPLE_PCM32;
+  }
+}
+
+/// A name that ends in ".w64" makes a Wave64 file.
 class WaveOutput {
 public:
   /// Writes the headers for exactly `frames` frames. Throws Failure, before a file is touched when it would be too
@@ -36,6 +65,26 @@ private:
   uint64_t data_bytes_;
   uint64_t file_bytes_ = 0;
   OutputFile file_;
+};
+
+/// Samples as doubles on their way into a wave file: dithered, then brought to the file's type.
+class DoubleOutput {
+public:
+  /// dither: a name out of dither_names(); none of them for the float types. Throws Failure.
+  DoubleOutput(WaveOutput& output, const std::string& name, const _qvwaveformat& format, const std::string& dither);
+
+  /// The samples are changed.
+  void write(double* samples, DWORD frames);
+
+  static std::vector<std::string> dither_names();
+
+private:
+  WaveOutput& output_;
+  DWORD channels_;
+  QVAUDIO_COPYFUNC store_;
+  std::optional<CQvDither> dither_;
+  size_t sample_bytes_;
+  std::vector<BYTE> bytes_;
 };
 
 } // namespace qv::tool

@@ -1,11 +1,11 @@
 #include "tools/qv/filter/response_file.h"
 
 #include "tools/qv/file/output_file.h"
-#include "tools/qv/filter/response_picture.h"
 #include "tools/qv/text.h"
 
 #include <cmath>
 #include <cstdio>
+#include <stdexcept>
 
 namespace qv::tool {
 
@@ -43,5 +43,15 @@ void write_response(const std::string& name, const std::string& title, const Fil
   file.append(bytes.data(), static_cast<DWORD>(bytes.size()));
   file.commit(bytes.size());
 }
+
+#ifndef QV_HAVE_CAIRO
+
+bool can_draw() { return false; }
+
+std::string drawn(const std::vector<Response>&, const std::string&, bool) {
+  throw std::runtime_error("this build draws no pictures");
+}
+
+#endif
 
 } // namespace qv::tool

@@ -1,4 +1,4 @@
-#include "tools/qv/filter/response_picture.h"
+#include "tools/qv/filter/response_file.h"
 
 #include <algorithm>
 #include <cairo-svg.h>

@@ -1,4 +1,4 @@
-#include "tools/qv/file/existing_file.h"
+#include "tools/qv/file/open_file.h"
 
 #include "tools/qv/failure.h"
 #include "tools/qv/text.h"

@@ -1,6 +1,8 @@
-#include "tools/qv/progress.h"
+#include "tools/qv/long_work.h"
 
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <utility>
 
 #ifdef _WIN32
@@ -23,6 +25,15 @@ bool error_is_terminal() {
 #endif
 }
 
+volatile std::sig_atomic_t received = 0;
+
+void note(int signal) { received = signal; }
+
+void watch(int signal) {
+  // What the caller had ignored (nohup, a job in the background) stays ignored.
+  if (std::signal(signal, note) == SIG_IGN) std::signal(signal, SIG_IGN);
+}
+
 } // namespace
 
 Progress::Progress(std::string label, uint64_t total)
@@ -43,6 +54,28 @@ void Progress::advance(uint64_t amount) {
       std::string(static_cast<size_t>(filled), '#') + std::string(static_cast<size_t>(kBarWidth - filled), ' ');
   std::fprintf(stderr, "\r%s [%s] %3d %%", label_.c_str(), bar.c_str(), percent);
   std::fflush(stderr);
+}
+
+void watch_interruption() {
+  watch(SIGINT);
+  watch(SIGTERM);
+#ifdef SIGHUP
+  watch(SIGHUP);
+#endif
+#ifdef SIGXFSZ
+  // A limit on file sizes then makes a write fail, and is reported like a full disk.
+  std::signal(SIGXFSZ, SIG_IGN);
+#endif
+}
+
+void check_interruption() {
+  if (received != 0) throw Interrupted{static_cast<int>(received)};
+}
+
+void die_of(const Interrupted& interrupted) {
+  std::signal(interrupted.signal, SIG_DFL);
+  std::raise(interrupted.signal);
+  std::_Exit(128 + interrupted.signal);
 }
 
 } // namespace qv::tool
