@@ -41,21 +41,10 @@ struct SampleTypeString {
   int bits;
 };
 
-constexpr SampleTypeString kSampleTypeStrings[] = {
-    {QVSAMPLE_PCM8, FormatString::kBits, 8},
-    {QVSAMPLE_PCM16, FormatString::kBits, 16},
-    {QVSAMPLE_PCM24, FormatString::kBits, 24},
-    {QVSAMPLE_PCM32, FormatString::kBits, 32},
-    {QVSAMPLE_FLOAT32, FormatString::kBitsFloat, 32},
-    {QVSAMPLE_FLOAT64, FormatString::kBitsFloat, 64},
-    {QVSAMPLE_PCM24IN32, FormatString::kBitsUnpacked, 24},
-    {QVSAMPLE_PCM8SIGNED, FormatString::kBitsSigned, 8},
-    {QVSAMPLE_BE16, FormatString::kBitsMac, 16},
-    {QVSAMPLE_BE24, FormatString::kBitsMac, 24},
-    {QVSAMPLE_BE32, FormatString::kBitsMac, 32},
-    {QVSAMPLE_RA16, FormatString::kBitsRa, 16},
-    {QVSAMPLE_RA24, FormatString::kBitsRa, 24},
-};
+#define QV_SAMPLE_TYPE_STRING(type, value, name, container_bits, bytes, tag, encoding, bits, is_mixed, text)           \
+  {type, FormatString::k##text, bits},
+constexpr SampleTypeString kSampleTypeStrings[] = {QV_SAMPLE_TYPE_TABLE(QV_SAMPLE_TYPE_STRING)};
+#undef QV_SAMPLE_TYPE_STRING
 
 void put_text(WCHAR* dst, int dst_chars, const WCHAR* text) { QvCchPrintF(dst, dst_chars, QV_TEXT("%s"), text); }
 

@@ -20,27 +20,13 @@ struct TagBits {
   QVSAMPLETYPE type;
 };
 
-// Not the inverse of the table: 20 bits count as 24, and the private tags take widths that are never written with them.
-constexpr TagBits kTypesOfTags[] = {
-    {WAVE_FORMAT_PCM, 8, QVSAMPLE_PCM8},
-    {WAVE_FORMAT_PCM, 16, QVSAMPLE_PCM16},
-    {WAVE_FORMAT_PCM, 20, QVSAMPLE_PCM24},
-    {WAVE_FORMAT_PCM, 24, QVSAMPLE_PCM24},
-    {WAVE_FORMAT_PCM, 32, QVSAMPLE_PCM32},
-    {WAVE_FORMAT_IEEE_FLOAT, 32, QVSAMPLE_FLOAT32},
-    {WAVE_FORMAT_IEEE_FLOAT, 64, QVSAMPLE_FLOAT64},
-    {QVTAG_UNPACKED, 24, QVSAMPLE_PCM24IN32},
-    {QVTAG_UNPACKED, 32, QVSAMPLE_PCM24IN32},
-    {QVTAG_SIGNED, 8, QVSAMPLE_PCM8SIGNED},
-    {QVTAG_SIGNED, 16, QVSAMPLE_PCM16},
-    {QVTAG_SIGNED, 20, QVSAMPLE_PCM24},
-    {QVTAG_SIGNED, 24, QVSAMPLE_PCM24},
-    {QVTAG_SIGNED, 32, QVSAMPLE_PCM32},
-    {QVTAG_BIGENDIAN, 8, QVSAMPLE_PCM8},
-    {QVTAG_BIGENDIAN, 16, QVSAMPLE_BE16},
-    {QVTAG_BIGENDIAN, 24, QVSAMPLE_BE24},
-    {QVTAG_BIGENDIAN, 32, QVSAMPLE_BE32},
-    {QVTAG_RA, 16, QVSAMPLE_RA16},
+// Beside the rows: 20 bits count as 24, the private tags take widths that are never written with them, and nothing is
+// written with the tag of the "RA" types.
+constexpr TagBits kOtherTags[] = {
+    {WAVE_FORMAT_PCM, 20, QVSAMPLE_PCM24}, {QVTAG_UNPACKED, 24, QVSAMPLE_PCM24IN32},
+    {QVTAG_SIGNED, 16, QVSAMPLE_PCM16},    {QVTAG_SIGNED, 20, QVSAMPLE_PCM24},
+    {QVTAG_SIGNED, 24, QVSAMPLE_PCM24},    {QVTAG_SIGNED, 32, QVSAMPLE_PCM32},
+    {QVTAG_BIGENDIAN, 8, QVSAMPLE_PCM8},   {QVTAG_RA, 16, QVSAMPLE_RA16},
     {QVTAG_RA, 24, QVSAMPLE_RA24},
 };
 
@@ -48,7 +34,7 @@ constexpr TagBits kTypesOfTags[] = {
 
 uint32_t QvAudio_BitsFromSampleType(QVSAMPLETYPE type) {
   const SampleTypeRow* row = row_of(type);
-  return row ? row->bits : 0;
+  return row ? row->container_bits : 0;
 }
 
 uint32_t QvAudio_BytesFromSampleType(QVSAMPLETYPE type) {
@@ -62,7 +48,9 @@ uint32_t QvAudio_FormatTagFromSampleType(QVSAMPLETYPE type) {
 }
 
 QVSAMPLETYPE QvAudio_GetSampleType2(uint32_t formatTag, uint32_t bitsPerSample) {
-  for (const TagBits& row : kTypesOfTags)
+  for (const SampleTypeRow& row : kSampleTypes)
+    if (row.bytes != 0 && row.tag == formatTag && row.container_bits == bitsPerSample) return row.type;
+  for (const TagBits& row : kOtherTags)
     if (row.tag == formatTag && row.bits == bitsPerSample) return row.type;
   return QVSAMPLE_NONE;
 }

@@ -1,48 +1,52 @@
-// The uncompressed sample layouts that have kernels, written once.
+// The rows of the sample types (qv/audio.h) as data.
 #pragma once
 
 #include "qv/audio.h"
 
+#include <algorithm>
 #include <array>
 
 namespace qv::audio {
 
+/// How the bytes of a sample form its value; Offset is an integer with its top bit inverted.
+enum class Encoding { kOffset, kInteger, kBigEndian, kFloat, kUnknown };
+
 struct SampleTypeRow {
   QVSAMPLETYPE type;
-  uint32_t bits; ///< of the container, as headers state it
+  const char* name;
+  uint32_t container_bits; ///< as headers state them
   uint32_t bytes;
-  uint32_t tag; ///< format tag of a plain header
+  uint32_t tag; ///< of a plain header
+  Encoding encoding;
+  int bits; ///< that count
+  bool is_mixed;
 };
 
-// The "RA" types are not among them: they have no bits, bytes or tag to tell.
-inline constexpr std::array<SampleTypeRow, 11> kSampleTypes{{
-    {QVSAMPLE_PCM8, 8, 1, WAVE_FORMAT_PCM},
-    {QVSAMPLE_PCM16, 16, 2, WAVE_FORMAT_PCM},
-    {QVSAMPLE_PCM24, 24, 3, WAVE_FORMAT_PCM},
-    {QVSAMPLE_PCM32, 32, 4, WAVE_FORMAT_PCM},
-    {QVSAMPLE_FLOAT32, 32, 4, WAVE_FORMAT_IEEE_FLOAT},
-    {QVSAMPLE_FLOAT64, 64, 8, WAVE_FORMAT_IEEE_FLOAT},
-    {QVSAMPLE_PCM24IN32, 32, 4, QVTAG_UNPACKED},
-    {QVSAMPLE_PCM8SIGNED, 8, 1, QVTAG_SIGNED},
-    {QVSAMPLE_BE16, 16, 2, QVTAG_BIGENDIAN},
-    {QVSAMPLE_BE24, 24, 3, QVTAG_BIGENDIAN},
-    {QVSAMPLE_BE32, 32, 4, QVTAG_BIGENDIAN},
-}};
+#define QV_SAMPLE_TYPE_ROW(type, value, name, container_bits, bytes, tag, encoding, bits, is_mixed, text)              \
+  SampleTypeRow{type, name, container_bits, bytes, tag, Encoding::k##encoding, bits, is_mixed},
+inline constexpr std::array kSampleTypes = {QV_SAMPLE_TYPE_TABLE(QV_SAMPLE_TYPE_ROW)};
+#undef QV_SAMPLE_TYPE_ROW
 
-/// Rows that the mix and measuring families serve: the little-endian ones, which come first.
-inline constexpr int kMixedSampleTypes = 8;
+/// Rows that have kernels, and those that have kernels that mix and measure too.
+inline constexpr size_t kCopiedTypes = std::count_if(
+    kSampleTypes.begin(), kSampleTypes.end(), [](const SampleTypeRow& row) { return row.bytes != 0; });
+inline constexpr size_t kMixedTypes =
+    std::count_if(kSampleTypes.begin(), kSampleTypes.end(), [](const SampleTypeRow& row) { return row.is_mixed; });
 
-/// The row's index, or -1.
-constexpr int sample_type_index(QVSAMPLETYPE type) {
+/// Tables of kernels begin with the first row.
+constexpr bool kernels_come_first() {
   for (size_t i = 0; i < kSampleTypes.size(); ++i)
+    if ((kSampleTypes[i].bytes != 0) != (i < kCopiedTypes) || kSampleTypes[i].is_mixed != (i < kMixedTypes))
+      return false;
+  return true;
+}
+static_assert(kernels_come_first());
+
+/// The row's place among the first `count`, or -1.
+constexpr int sample_type_index(QVSAMPLETYPE type, size_t count = kCopiedTypes) {
+  for (size_t i = 0; i < count; ++i)
     if (kSampleTypes[i].type == type) return static_cast<int>(i);
   return -1;
-}
-
-/// The same for the types of the mix and measuring families.
-constexpr int mixed_type_index(QVSAMPLETYPE type) {
-  const int index = sample_type_index(type);
-  return index < kMixedSampleTypes ? index : -1;
 }
 
 } // namespace qv::audio

@@ -1,7 +1,7 @@
 // Kernels that copy, mix, join and split channels.
 #include "audio/channels/channel_view.h"
+#include "audio/kernels/kernel_tables.h"
 #include "audio/kernels/reference_mix.h"
-#include "audio/kernels/table_builder.h"
 
 #include "qv/audio_channels.h"
 
@@ -40,34 +40,16 @@ void deinterleave(void* left, void* right, const void* src, LONG frames) {
   copy_channels<Dst, Src>(right, 1, 0, src, 2, 1, frames);
 }
 
-template <class Dst, class Src>
-struct CopyChannels {
-  static constexpr QVAUDIO_COPYCHANNELSFUNC value = copy_channels<Dst, Src>;
-};
-template <class Dst, class Src>
-struct MixChannels {
-  static constexpr QVAUDIO_MIXCHANNELSFUNC value = mix_channels<Dst, Src>;
-};
-template <class Dst, class Src>
-struct Interleave {
-  static constexpr QVAUDIO_INTERLEAVEFUNC value = interleave<Dst, Src>;
-};
-template <class Dst, class Src>
-struct DeInterleave {
-  static constexpr QVAUDIO_DEINTERLEAVEFUNC value = deinterleave<Dst, Src>;
-};
+constexpr auto kCopyChannels = for_pairs<kCopiedTypes>([]<class Dst, class Src>() { return copy_channels<Dst, Src>; });
+constexpr auto kMixChannels = for_pairs<kMixedTypes>([]<class Dst, class Src>() { return mix_channels<Dst, Src>; });
+constexpr auto kInterleave = for_pairs<kCopiedTypes>([]<class Dst, class Src>() { return interleave<Dst, Src>; });
+constexpr auto kDeInterleave = for_pairs<kCopiedTypes>([]<class Dst, class Src>() { return deinterleave<Dst, Src>; });
 
-constexpr auto kCopyChannels = kernel_matrix<CopyChannels, QVAUDIO_COPYCHANNELSFUNC, kCopyTypes>();
-constexpr auto kMixChannels = kernel_matrix<MixChannels, QVAUDIO_MIXCHANNELSFUNC, kMixedSampleTypes>();
-constexpr auto kInterleave = kernel_matrix<Interleave, QVAUDIO_INTERLEAVEFUNC, kCopyTypes>();
-constexpr auto kDeInterleave = kernel_matrix<DeInterleave, QVAUDIO_DEINTERLEAVEFUNC, kCopyTypes>();
-
-template <class Matrix>
-auto kernel_of(const Matrix& matrix, int dst, int src) {
-  return dst < 0 || src < 0 ? nullptr : matrix[static_cast<size_t>(dst)][static_cast<size_t>(src)];
+/// The kernel of a pair of headers.
+template <class Table>
+auto kernel_of(const Table& table, const WAVEFORMATEX* dst, const WAVEFORMATEX* src) {
+  return entry_of(table, QvAudio_GetSampleType(dst), QvAudio_GetSampleType(src));
 }
-
-int index_of(const WAVEFORMATEX* format) { return sample_type_index(QvAudio_GetSampleType(format)); }
 
 } // namespace
 } // namespace qv::audio
@@ -75,27 +57,27 @@ int index_of(const WAVEFORMATEX* format) { return sample_type_index(QvAudio_GetS
 using namespace qv::audio;
 
 QVAUDIO_COPYCHANNELSFUNC QvAudio_GetCopyChannelsFunction2(QVSAMPLETYPE dstType, QVSAMPLETYPE srcType) {
-  return kernel_of(kCopyChannels, sample_type_index(dstType), sample_type_index(srcType));
+  return entry_of(kCopyChannels, dstType, srcType);
 }
 
 QVAUDIO_COPYCHANNELSFUNC QvAudio_GetCopyChannelsFunction(const WAVEFORMATEX* dstFormat, const WAVEFORMATEX* srcFormat) {
-  return kernel_of(kCopyChannels, index_of(dstFormat), index_of(srcFormat));
+  return kernel_of(kCopyChannels, dstFormat, srcFormat);
 }
 
 QVAUDIO_MIXCHANNELSFUNC QvAudio_GetMixChannelsFunction2(QVSAMPLETYPE dstType, QVSAMPLETYPE srcType) {
-  return kernel_of(kMixChannels, mixed_type_index(dstType), mixed_type_index(srcType));
+  return entry_of(kMixChannels, dstType, srcType);
 }
 
 QVAUDIO_MIXCHANNELSFUNC QvAudio_GetMixChannelsFunction(const WAVEFORMATEX* dstFormat, const WAVEFORMATEX* srcFormat) {
-  return QvAudio_GetMixChannelsFunction2(QvAudio_GetSampleType(dstFormat), QvAudio_GetSampleType(srcFormat));
+  return kernel_of(kMixChannels, dstFormat, srcFormat);
 }
 
 QVAUDIO_INTERLEAVEFUNC QvAudio_GetStereoInterleaveFunction(const WAVEFORMATEX* dstFormat,
                                                            const WAVEFORMATEX* srcFormat) {
-  return kernel_of(kInterleave, index_of(dstFormat), index_of(srcFormat));
+  return kernel_of(kInterleave, dstFormat, srcFormat);
 }
 
 QVAUDIO_DEINTERLEAVEFUNC QvAudio_GetStereoDeInterleaveFunction(const WAVEFORMATEX* dstFormat,
                                                                const WAVEFORMATEX* srcFormat) {
-  return kernel_of(kDeInterleave, index_of(dstFormat), index_of(srcFormat));
+  return kernel_of(kDeInterleave, dstFormat, srcFormat);
 }

@@ -1,6 +1,6 @@
 // One-shot operations between buffers of one sample type and different channel counts.
 #include "audio/channels/channel_view.h"
-#include "audio/kernels/direct.h"
+#include "audio/kernels/kernel_tables.h"
 
 #include "qv/audio_channels.h"
 

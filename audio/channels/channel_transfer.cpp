@@ -1,6 +1,6 @@
 // One-shot operations between the channels of two buffers.
 #include "audio/channels/channel_average.h"
-#include "audio/kernels/direct.h"
+#include "audio/kernels/kernel_tables.h"
 
 #include "qv/audio_channels.h"
 #include "qv/audio_kernels.h"

@@ -1,6 +1,6 @@
 #include "audio/channels/strided.h"
 
-#include "audio/kernels/table_builder.h"
+#include "audio/kernels/kernel_tables.h"
 
 #include <algorithm>
 
@@ -29,15 +29,10 @@ template <class Layout>
 constexpr StridedType row() {
   return {Layout::type,         Layout::bytes,
           load_strided<Layout>, store_strided<Layout>,
-          move_strided<Layout>, Layout::encoding == Encoding::kOffset8 ? uint8_t{0x80} : uint8_t{0}};
+          move_strided<Layout>, Layout::encoding == Encoding::kOffset ? uint8_t{0x80} : uint8_t{0}};
 }
 
-template <size_t... kRows>
-constexpr std::array<StridedType, sizeof...(kRows)> rows(std::index_sequence<kRows...>) {
-  return {{row<std::tuple_element_t<kRows, Layouts>>()...}};
-}
-
-constexpr auto kStridedTypes = rows(std::make_index_sequence<kSampleTypes.size()>{});
+constexpr auto kStridedTypes = for_types<kCopiedTypes>([]<class Layout>() { return row<Layout>(); });
 
 } // namespace
 

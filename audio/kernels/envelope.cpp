@@ -1,7 +1,6 @@
 // Mixing under an envelope of attack, sustain and release.
-#include "audio/kernels/direct.h"
+#include "audio/kernels/kernel_tables.h"
 #include "audio/kernels/reference_mix.h"
-#include "audio/kernels/table_builder.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -35,12 +34,7 @@ void mix_enveloped(void* dst, const void* src, LONG frames, UINT channels, const
   }
 }
 
-template <class Dst, class Src>
-struct MixEx {
-  static constexpr QVAUDIO_MIXEXFUNC value = mix_enveloped<Dst, Src>;
-};
-
-constexpr auto kMixEx = kernel_matrix<MixEx, QVAUDIO_MIXEXFUNC, kMixedSampleTypes>();
+constexpr auto kMixEx = for_pairs<kMixedTypes>([]<class Dst, class Src>() { return mix_enveloped<Dst, Src>; });
 
 constexpr DWORD kForever = 0xFFFFFFFF;
 
@@ -87,10 +81,7 @@ HRESULT QvAudio_ASRReCook(QVAUDIO_ASR* envelope) {
 }
 
 QVAUDIO_MIXEXFUNC QvAudio_GetMixExFunction(const WAVEFORMATEX* dstFormat, const WAVEFORMATEX* srcFormat) {
-  const int dst = mixed_type_index(QvAudio_GetSampleType(dstFormat));
-  const int src = mixed_type_index(QvAudio_GetSampleType(srcFormat));
-  if (dst < 0 || src < 0) return nullptr;
-  return kMixEx[static_cast<size_t>(dst)][static_cast<size_t>(src)];
+  return entry_of(kMixEx, QvAudio_GetSampleType(dstFormat), QvAudio_GetSampleType(srcFormat));
 }
 
 HRESULT QvAudio_MixEx(const WAVEFORMATEX* dstFormat, void* dst, const WAVEFORMATEX* srcFormat, const void* src,

@@ -1,10 +1,7 @@
 // Copy and mix kernels for callers: one function per pair that runs on the level in force.
-#include "audio/kernels/direct.h"
-#include "audio/kernels/kernel_table.h"
+#include "audio/kernels/kernel_tables.h"
 
 #include "qv/audio_kernels.h"
-
-#include <utility>
 
 namespace qv::audio {
 namespace {
@@ -12,33 +9,19 @@ namespace {
 #define QV_KERNELS_LISTED(level, name, ...) &kernels_##name,
 constexpr LevelTable<const KernelTable> kLevels = {QV_KERNEL_LEVELS(QV_KERNELS_LISTED, )};
 
-template <int kDst, int kSrc>
+template <class Dst, class Src>
 void copy_on_level(void* dst, const void* src, LONG count, float gain) {
-  at_level(kLevels)->copy[kDst][kSrc](dst, src, count, gain);
+  at_level(kLevels)->copy[Dst::index][Src::index](dst, src, count, gain);
 }
 
-template <int kDst, int kSrc>
+template <class Dst, class Src>
 void mix_on_level(void* dst, const void* src, LONG count, UINT channels, const double* gains) {
-  at_level(kLevels)->mix[kDst][kSrc](dst, src, count, channels, gains);
+  at_level(kLevels)->mix[Dst::index][Src::index](dst, src, count, channels, gains);
 }
 
-constexpr KernelTable table_on_level() {
-  KernelTable table{};
-  [&]<int... kCells>(std::integer_sequence<int, kCells...>) {
-    ((table.copy[kCells / kCopyTypes][kCells % kCopyTypes] = copy_on_level<kCells / kCopyTypes, kCells % kCopyTypes>),
-     ...);
-  }
-  (std::make_integer_sequence<int, kCopyTypes * kCopyTypes>{});
-  [&]<int... kCells>(std::integer_sequence<int, kCells...>) {
-    ((table.mix[kCells / kMixedSampleTypes][kCells % kMixedSampleTypes] =
-          mix_on_level<kCells / kMixedSampleTypes, kCells % kMixedSampleTypes>),
-     ...);
-  }
-  (std::make_integer_sequence<int, kMixedSampleTypes * kMixedSampleTypes>{});
-  return table;
-}
-
-constexpr KernelTable kOnLevel = table_on_level();
+constexpr KernelTable kOnLevel = {
+    for_pairs<kCopiedTypes>([]<class Dst, class Src>() { return copy_on_level<Dst, Src>; }),
+    for_pairs<kMixedTypes>([]<class Dst, class Src>() { return mix_on_level<Dst, Src>; })};
 
 /// Pairs for which a processor without these bits is handed the generic kernel.
 struct VectorPair {
@@ -70,10 +53,7 @@ const KernelTable& table_for(const VectorPair (&pairs)[kCount], QVSAMPLETYPE dst
 using namespace qv::audio;
 
 QVAUDIO_COPYFUNC QvAudio_GetCopyFunction2(QVSAMPLETYPE dstType, QVSAMPLETYPE srcType) {
-  const int dst = sample_type_index(dstType);
-  const int src = sample_type_index(srcType);
-  if (dst < 0 || src < 0) return nullptr;
-  return table_for(kVectorCopies, dstType, srcType).copy[static_cast<size_t>(dst)][static_cast<size_t>(src)];
+  return entry_of(table_for(kVectorCopies, dstType, srcType).copy, dstType, srcType);
 }
 
 QVAUDIO_COPYFUNC QvAudio_GetCopyFunction(const WAVEFORMATEX* dstFormat, const WAVEFORMATEX* srcFormat) {
@@ -81,10 +61,7 @@ QVAUDIO_COPYFUNC QvAudio_GetCopyFunction(const WAVEFORMATEX* dstFormat, const WA
 }
 
 QVAUDIO_MIXFUNC QvAudio_GetMixFunction2(QVSAMPLETYPE dstType, QVSAMPLETYPE srcType) {
-  const int dst = mixed_type_index(dstType);
-  const int src = mixed_type_index(srcType);
-  if (dst < 0 || src < 0) return nullptr;
-  return table_for(kVectorMixes, dstType, srcType).mix[static_cast<size_t>(dst)][static_cast<size_t>(src)];
+  return entry_of(table_for(kVectorMixes, dstType, srcType).mix, dstType, srcType);
 }
 
 QVAUDIO_MIXFUNC QvAudio_GetMixFunction(const WAVEFORMATEX* dstFormat, const WAVEFORMATEX* srcFormat) {

@@ -1,6 +1,5 @@
 // Kernels that measure: root mean square, mean square, and peaks per channel.
-#include "audio/kernels/direct.h"
-#include "audio/kernels/table_builder.h"
+#include "audio/kernels/kernel_tables.h"
 
 #include <cmath>
 #include <limits>
@@ -94,18 +93,11 @@ struct MeasureRow {
   QVAUDIO_FINDPEAKSFUNC peaks;
 };
 
-template <size_t... kRows>
-constexpr std::array<MeasureRow, sizeof...(kRows)> measure_rows(std::index_sequence<kRows...>) {
-  return {{{calc_rms<std::tuple_element_t<kRows, Layouts>>, calc_pre_rms<std::tuple_element_t<kRows, Layouts>>,
-            find_peaks<std::tuple_element_t<kRows, Layouts>>}...}};
-}
+constexpr auto kMeasures = for_types<kMixedTypes>([]<class Layout>() {
+  return MeasureRow{calc_rms<Layout>, calc_pre_rms<Layout>, find_peaks<Layout>};
+});
 
-constexpr auto kMeasures = measure_rows(std::make_index_sequence<kMixedSampleTypes>{});
-
-MeasureRow row_for(const WAVEFORMATEX* format) {
-  const int index = mixed_type_index(QvAudio_GetSampleType(format));
-  return index < 0 ? MeasureRow{} : kMeasures[static_cast<size_t>(index)];
-}
+MeasureRow row_for(const WAVEFORMATEX* format) { return entry_of(kMeasures, QvAudio_GetSampleType(format)); }
 
 /// Runs a kernel, or answers why not.
 template <class Kernel, class... Arguments>
@@ -143,11 +135,7 @@ HRESULT QvAudio_FindPeaks(const WAVEFORMATEX* format, DWORD option, const void* 
 }
 
 double QvAudio_GetNormalizeFactor(uint32_t bits) {
-  switch (bits) {
-  case 8: return Pcm8::full_scale;
-  case 16: return Pcm16::full_scale;
-  case 24: return Pcm24::full_scale;
-  case 32: return Pcm32::full_scale;
-  default: return 1.0;
-  }
+  for (const SampleTypeRow& row : kSampleTypes)
+    if (row.tag == WAVE_FORMAT_PCM && row.container_bits == bits) return static_cast<double>(int64_t{1} << (bits - 1));
+  return 1.0;
 }

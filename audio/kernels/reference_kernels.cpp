@@ -1,23 +1,12 @@
 // The generic level: the reference itself.
+#include "audio/kernels/kernel_tables.h"
 #include "audio/kernels/reference_copy.h"
 #include "audio/kernels/reference_mix.h"
-#include "audio/kernels/table_builder.h"
 
 namespace qv::audio {
-namespace {
 
-template <class Dst, class Src>
-struct Copy {
-  static constexpr QVAUDIO_COPYFUNC value = reference_copy<Dst, Src>;
-};
-
-template <class Dst, class Src>
-struct Mix {
-  static constexpr QVAUDIO_MIXFUNC value = reference_mix<Dst, Src>;
-};
-
-} // namespace
-
-const KernelTable kernels_generic = kernel_table<Copy, Mix>();
+const KernelTable kernels_generic = {
+    for_pairs<kCopiedTypes>([]<class Dst, class Src>() { return reference_copy<Dst, Src>; }),
+    for_pairs<kMixedTypes>([]<class Dst, class Src>() { return reference_mix<Dst, Src>; })};
 
 } // namespace qv::audio

@@ -5,7 +5,7 @@
 // instructions into code that runs everywhere.
 #pragma once
 
-#include "qv/audio.h"
+#include "audio/sample_type_table.h"
 
 #include <bit>
 #include <cstdint>
@@ -16,31 +16,23 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little);
 
-/// How the bytes of a sample form its value.
-enum class Encoding { kOffset8, kInteger, kBigEndian, kFloat };
-
-template <QVSAMPLETYPE kType, int kBitCount, int kByteCount, Encoding kHow>
+/// A row of the sample types as a type.
+template <QVSAMPLETYPE kType>
 struct SampleLayout {
+  static constexpr size_t index = sample_type_index(kType);
   static constexpr QVSAMPLETYPE type = kType;
-  static constexpr int bits = kBitCount; ///< significant bits
-  static constexpr int bytes = kByteCount;
-  static constexpr Encoding encoding = kHow;
-  static constexpr bool is_float = kHow == Encoding::kFloat;
+  static constexpr int bits = kSampleTypes[index].bits;
+  static constexpr int bytes = kSampleTypes[index].bytes;
+  static constexpr Encoding encoding = kSampleTypes[index].encoding;
+  static constexpr bool is_float = encoding == Encoding::kFloat;
   /// 128, 32768, 8388608 or 2147483648; its reciprocal is exact.
-  static constexpr double full_scale = is_float ? 1.0 : static_cast<double>(int64_t{1} << (kBitCount - 1));
+  static constexpr double full_scale = is_float ? 1.0 : static_cast<double>(int64_t{1} << (bits - 1));
 };
 
-using Pcm8 = SampleLayout<QVSAMPLE_PCM8, 8, 1, Encoding::kOffset8>;
-using Pcm16 = SampleLayout<QVSAMPLE_PCM16, 16, 2, Encoding::kInteger>;
-using Pcm24 = SampleLayout<QVSAMPLE_PCM24, 24, 3, Encoding::kInteger>;
-using Pcm32 = SampleLayout<QVSAMPLE_PCM32, 32, 4, Encoding::kInteger>;
-using Float32 = SampleLayout<QVSAMPLE_FLOAT32, 32, 4, Encoding::kFloat>;
-using Float64 = SampleLayout<QVSAMPLE_FLOAT64, 64, 8, Encoding::kFloat>;
-using Pcm24In32 = SampleLayout<QVSAMPLE_PCM24IN32, 24, 4, Encoding::kInteger>;
-using Pcm8Signed = SampleLayout<QVSAMPLE_PCM8SIGNED, 8, 1, Encoding::kInteger>;
-using Be16 = SampleLayout<QVSAMPLE_BE16, 16, 2, Encoding::kBigEndian>;
-using Be24 = SampleLayout<QVSAMPLE_BE24, 24, 3, Encoding::kBigEndian>;
-using Be32 = SampleLayout<QVSAMPLE_BE32, 32, 4, Encoding::kBigEndian>;
+// The layouts that something depends on by name.
+using Pcm16 = SampleLayout<QVSAMPLE_PCM16>;
+using Float32 = SampleLayout<QVSAMPLE_FLOAT32>;
+using Float64 = SampleLayout<QVSAMPLE_FLOAT64>;
 
 template <class T>
 T read_as(const uint8_t* memory) {
@@ -57,7 +49,7 @@ void write_as(uint8_t* memory, T value) {
 /// The signed value of an integer sample.
 template <class Layout>
 int32_t load_integer(const uint8_t* memory) {
-  if constexpr (Layout::encoding == Encoding::kOffset8) {
+  if constexpr (Layout::encoding == Encoding::kOffset) {
     return static_cast<int8_t>(memory[0] ^ 0x80);
   } else if constexpr (Layout::bytes == 1) {
     return static_cast<int8_t>(memory[0]);
@@ -79,7 +71,7 @@ int32_t load_integer(const uint8_t* memory) {
 template <class Layout>
 void store_integer(uint8_t* memory, int32_t value) {
   const auto raw = static_cast<uint32_t>(value);
-  if constexpr (Layout::encoding == Encoding::kOffset8) {
+  if constexpr (Layout::encoding == Encoding::kOffset) {
     memory[0] = static_cast<uint8_t>(raw ^ 0x80);
   } else if constexpr (Layout::bytes == 1) {
     memory[0] = static_cast<uint8_t>(raw);
@@ -107,11 +99,12 @@ double load_normalised(const uint8_t* memory) {
     return load_integer<Layout>(memory) * (1.0 / Layout::full_scale);
 }
 
+/// 1.5 x 2^52: a sum with it is a whole number, rounded with ties to even, that stands in the low bits of the double.
+inline constexpr double kRoundingShift = 6755399441055744.0;
+
 /// value x full scale, clamped to what the integer holds and rounded to nearest, ties to even. A NaN becomes 0.
 template <class Layout>
 int32_t integer_from_normalised(double value) {
-  // Adding 1.5 x 2^52 leaves the rounded integer in the low bits of the double.
-  constexpr double kRoundingShift = 6755399441055744.0;
   constexpr double kLow = -Layout::full_scale;
   constexpr double kHigh = Layout::full_scale - 1.0;
   value *= Layout::full_scale;

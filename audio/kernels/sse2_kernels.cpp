@@ -1,7 +1,7 @@
 // The SSE2 level: the reference, compiled for speed, and vector kernels for the pairs that have one.
+#include "audio/kernels/kernel_tables.h"
 #include "audio/kernels/reference_copy.h"
 #include "audio/kernels/reference_mix.h"
-#include "audio/kernels/table_builder.h"
 
 #include <emmintrin.h>
 
@@ -109,39 +109,24 @@ void sse2_mix_floats(void* dst, const void* src, LONG count, UINT channels, cons
 }
 
 template <class Dst, class Src>
-struct Copy {
-  static constexpr QVAUDIO_COPYFUNC value = reference_copy<Dst, Src>;
-};
-
+constexpr QVAUDIO_COPYFUNC kCopy = reference_copy<Dst, Src>;
 template <>
-struct Copy<Pcm16, Float32> {
-  static constexpr QVAUDIO_COPYFUNC value = sse2_copy<FloatTo16>;
-};
+constexpr QVAUDIO_COPYFUNC kCopy<Pcm16, Float32> = sse2_copy<FloatTo16>;
 template <>
-struct Copy<Float32, Pcm16> {
-  static constexpr QVAUDIO_COPYFUNC value = sse2_copy<FloatFrom16>;
-};
+constexpr QVAUDIO_COPYFUNC kCopy<Float32, Pcm16> = sse2_copy<FloatFrom16>;
 template <>
-struct Copy<Float32, Float64> {
-  static constexpr QVAUDIO_COPYFUNC value = sse2_copy<FloatFromDouble>;
-};
+constexpr QVAUDIO_COPYFUNC kCopy<Float32, Float64> = sse2_copy<FloatFromDouble>;
 template <>
-struct Copy<Float64, Float32> {
-  static constexpr QVAUDIO_COPYFUNC value = sse2_copy<DoubleFromFloat>;
-};
+constexpr QVAUDIO_COPYFUNC kCopy<Float64, Float32> = sse2_copy<DoubleFromFloat>;
 
 template <class Dst, class Src>
-struct Mix {
-  static constexpr QVAUDIO_MIXFUNC value = reference_mix<Dst, Src>;
-};
-
+constexpr QVAUDIO_MIXFUNC kMix = reference_mix<Dst, Src>;
 template <>
-struct Mix<Float32, Float32> {
-  static constexpr QVAUDIO_MIXFUNC value = sse2_mix_floats;
-};
+constexpr QVAUDIO_MIXFUNC kMix<Float32, Float32> = sse2_mix_floats;
 
 } // namespace
 
-const KernelTable kernels_sse2 = kernel_table<Copy, Mix>();
+const KernelTable kernels_sse2 = {for_pairs<kCopiedTypes>([]<class Dst, class Src>() { return kCopy<Dst, Src>; }),
+                                  for_pairs<kMixedTypes>([]<class Dst, class Src>() { return kMix<Dst, Src>; })};
 
 } // namespace qv::audio

@@ -1,23 +1,12 @@
 // The levels whose kernels are written in vectors of any width: compiled once for each.
-#include "audio/kernels/table_builder.h"
+#include "audio/kernels/kernel_tables.h"
 #include "audio/kernels/wide_copy.h"
 #include "audio/kernels/wide_mix.h"
 
 namespace qv::audio {
-namespace {
 
-template <class Dst, class Src>
-struct Copy {
-  static constexpr QVAUDIO_COPYFUNC value = wide_copy<Dst, Src>;
-};
-
-template <class Dst, class Src>
-struct Mix {
-  static constexpr QVAUDIO_MIXFUNC value = wide_mix<Dst, Src>;
-};
-
-} // namespace
-
-const KernelTable QV_AT_LEVEL(kernels) = kernel_table<Copy, Mix>();
+const KernelTable QV_AT_LEVEL(kernels) = {
+    for_pairs<kCopiedTypes>([]<class Dst, class Src>() { return wide_copy<Dst, Src>; }),
+    for_pairs<kMixedTypes>([]<class Dst, class Src>() { return wide_mix<Dst, Src>; })};
 
 } // namespace qv::audio

@@ -117,7 +117,7 @@ HWY_INLINE Ints load_integers(const uint8_t* memory) {
   if constexpr (Layout::bytes == 1) {
     const hn::Rebind<int8_t, Int32Tag> narrow;
     auto raw = hn::LoadU(narrow, reinterpret_cast<const int8_t*>(memory));
-    if constexpr (Layout::encoding == Encoding::kOffset8) raw = hn::Xor(raw, hn::Set(narrow, int8_t{-128}));
+    if constexpr (Layout::encoding == Encoding::kOffset) raw = hn::Xor(raw, hn::Set(narrow, int8_t{-128}));
     return hn::PromoteTo(kInts, raw);
   } else if constexpr (Layout::bytes == 2) {
     const hn::Rebind<int16_t, Int32Tag> narrow;
@@ -140,7 +140,7 @@ HWY_INLINE void store_integers(Ints v, uint8_t* memory) {
   if constexpr (Layout::bytes == 1) {
     const hn::Rebind<int8_t, Int32Tag> narrow;
     auto raw = hn::DemoteTo(narrow, v);
-    if constexpr (Layout::encoding == Encoding::kOffset8) raw = hn::Xor(raw, hn::Set(narrow, int8_t{-128}));
+    if constexpr (Layout::encoding == Encoding::kOffset) raw = hn::Xor(raw, hn::Set(narrow, int8_t{-128}));
     hn::StoreU(raw, narrow, reinterpret_cast<int8_t*>(memory));
   } else if constexpr (Layout::bytes == 2) {
     const hn::Rebind<int16_t, Int32Tag> narrow;

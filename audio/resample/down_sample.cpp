@@ -1,13 +1,11 @@
 // Averages of groups of frames.
-#include "audio/resample/type_functions.h"
+#include "audio/kernels/kernel_tables.h"
 
 #include "qv/resample.h"
 
 namespace qv::audio {
 
 namespace {
-
-using Average = void (*)(uint8_t* dst, const uint8_t* src, size_t frames, size_t factor, size_t channels);
 
 /// Forward: a group is read whole before the frame that it becomes, which lies no further on, is written.
 template <class Layout>
@@ -21,22 +19,16 @@ void average(uint8_t* dst, const uint8_t* src, size_t frames, size_t factor, siz
     }
 }
 
-template <class Layout>
-struct AverageOf {
-  static constexpr Average value = average<Layout>;
-};
-
-constexpr auto kAverages = function_table<Average, AverageOf>();
+constexpr auto kAverages = for_types<kCopiedTypes>([]<class Layout>() { return average<Layout>; });
 
 } // namespace
 
 } // namespace qv::audio
 
 DWORD QvDownSample(QVSAMPLETYPE type, DWORD channels, void* dst, const void* src, DWORD srcFrames, DWORD factor) {
-  const int index = qv::audio::sample_type_index(type);
-  if (factor == 0 || index < 0) return 0;
+  const auto average = qv::audio::entry_of(qv::audio::kAverages, type);
+  if (factor == 0 || !average) return 0;
   const DWORD frames = srcFrames / factor;
-  qv::audio::kAverages[static_cast<size_t>(index)](static_cast<uint8_t*>(dst), static_cast<const uint8_t*>(src), frames,
-                                                   factor, channels);
+  average(static_cast<uint8_t*>(dst), static_cast<const uint8_t*>(src), frames, factor, channels);
   return frames;
 }

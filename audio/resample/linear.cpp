@@ -1,8 +1,8 @@
 // Linear interpolation, a kernel per sample type.
 #include "audio/kernels/double_pair.h"
+#include "audio/kernels/kernel_tables.h"
 #include "audio/resample/block.h"
 #include "audio/resample/linear_stereo.h"
-#include "audio/resample/type_functions.h"
 
 #include "qv/cpu.h"
 
@@ -150,28 +150,13 @@ void load(double* dst, const uint8_t* src, size_t samples) {
     dst[k] = load_normalised<Layout>(src + k * Layout::bytes);
 }
 
-template <class Layout>
-struct LinearOf {
-  static constexpr LinearKernel value = linear<Layout>;
-};
-template <class Layout>
-struct LoadOf {
-  static constexpr LoadFrames value = load<Layout>;
-};
-
-constexpr auto kLinearKernels = function_table<LinearKernel, LinearOf>();
-constexpr auto kLoaders = function_table<LoadFrames, LoadOf>();
+constexpr auto kLinearKernels = for_types<kCopiedTypes>([]<class Layout>() { return linear<Layout>; });
+constexpr auto kLoaders = for_types<kCopiedTypes>([]<class Layout>() { return load<Layout>; });
 
 } // namespace
 
-LinearKernel linear_kernel(QVSAMPLETYPE type) {
-  const int index = sample_type_index(type);
-  return index < 0 ? nullptr : kLinearKernels[static_cast<size_t>(index)];
-}
+LinearKernel linear_kernel(QVSAMPLETYPE type) { return entry_of(kLinearKernels, type); }
 
-LoadFrames load_frames(QVSAMPLETYPE type) {
-  const int index = sample_type_index(type);
-  return index < 0 ? nullptr : kLoaders[static_cast<size_t>(index)];
-}
+LoadFrames load_frames(QVSAMPLETYPE type) { return entry_of(kLoaders, type); }
 
 } // namespace qv::audio

@@ -1,5 +1,5 @@
 // Every copy pair: in cache against the scalar build, and on 64 MiB against the traffic of a memory copy.
-#include "audio/kernels/kernel_table.h"
+#include "audio/kernels/kernel_tables.h"
 #include "bench/audio/groups.h"
 #include "bench/ratios.h"
 
@@ -62,8 +62,8 @@ void add_large_pair(size_t d, size_t s, uint8_t* to, uint8_t* from) {
 void add_copy_matrix() {
   static std::vector<uint8_t> to(kLargeBytes + 64, 0);
   static std::vector<uint8_t> from(kLargeBytes + 64, 0);
-  for (size_t d = 0; d < kSampleTypes.size(); ++d) {
-    for (size_t s = 0; s < kSampleTypes.size(); ++s) {
+  for (size_t d = 0; d < qv::audio::kCopiedTypes; ++d) {
+    for (size_t s = 0; s < qv::audio::kCopiedTypes; ++s) {
       add_cached_pair(d, s, 1.0f, "cached ");
       add_cached_pair(d, s, 0.5f, "gained ");
       add_large_pair(d, s, to.data(), from.data());

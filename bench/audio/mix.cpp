@@ -1,6 +1,6 @@
 // Mixing in cache: traffic (two buffers read, one written) over that of a memory copy, and 16 bits over the scalar
 // build.
-#include "audio/kernels/kernel_table.h"
+#include "audio/kernels/kernel_tables.h"
 #include "bench/audio/groups.h"
 #include "bench/ratios.h"
 

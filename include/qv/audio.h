@@ -17,30 +17,42 @@
 
 // ---- sample types --------------------------------------------------------------------------------------------------
 
-/// Uncompressed sample layouts. Integers are little-endian unless named BE.
-enum QVSAMPLETYPE : uint32_t {
-  QVSAMPLE_NONE = 0,        ///< compressed or unknown
-  QVSAMPLE_PCM8 = 16,       ///< 8-bit unsigned
-  QVSAMPLE_PCM16 = 17,      ///< 16-bit
-  QVSAMPLE_PCM24 = 18,      ///< 24-bit, packed in 3 bytes
-  QVSAMPLE_PCM32 = 19,      ///< 32-bit
-  QVSAMPLE_FLOAT32 = 32,    ///< IEEE single
-  QVSAMPLE_FLOAT64 = 33,    ///< IEEE double
-  QVSAMPLE_PCM24IN32 = 48,  ///< 24-bit, right-justified and sign-extended in 32 bits
-  QVSAMPLE_PCM8SIGNED = 49, ///< 8-bit signed
-  QVSAMPLE_BE16 = 64,       ///< 16-bit big-endian
-  QVSAMPLE_BE24 = 65,       ///< 24-bit big-endian, packed
-  QVSAMPLE_BE32 = 66,       ///< 32-bit big-endian
-  QVSAMPLE_RA16 = 128,      ///< 16-bit "RA"
-  QVSAMPLE_RA24 = 129,      ///< 24-bit "RA"
-};
-
 /// Private format tags of the library; no other producer writes them.
 enum : uint32_t {
   QVTAG_UNPACKED = 0xFE00,
   QVTAG_SIGNED = 0xFE01,
   QVTAG_BIGENDIAN = 0xFE02,
   QVTAG_RA = 0xFE03,
+};
+
+// Every layout is one row: enumerator, value, name, bits and bytes of the container, tag of a plain header; how the
+// bits stand there, how many of them count, whether there are kernels that mix and measure it, and the kind of text
+// that QvAudio_GetSampleTypeText gives. The little-endian layouts, which are mixed, come first. The last two have no
+// kernels and no headers: their containers are unknown.
+// clang-format off
+#define QV_SAMPLE_TYPE_TABLE(ROW)                                                                                      \
+  ROW(QVSAMPLE_PCM8,        16, "pcm8",        8, 1, WAVE_FORMAT_PCM,        Offset,     8, true,  Bits)               \
+  ROW(QVSAMPLE_PCM16,       17, "pcm16",      16, 2, WAVE_FORMAT_PCM,        Integer,   16, true,  Bits)               \
+  ROW(QVSAMPLE_PCM24,       18, "pcm24",      24, 3, WAVE_FORMAT_PCM,        Integer,   24, true,  Bits)               \
+  ROW(QVSAMPLE_PCM32,       19, "pcm32",      32, 4, WAVE_FORMAT_PCM,        Integer,   32, true,  Bits)               \
+  ROW(QVSAMPLE_FLOAT32,     32, "float32",    32, 4, WAVE_FORMAT_IEEE_FLOAT, Float,     32, true,  BitsFloat)          \
+  ROW(QVSAMPLE_FLOAT64,     33, "float64",    64, 8, WAVE_FORMAT_IEEE_FLOAT, Float,     64, true,  BitsFloat)          \
+  ROW(QVSAMPLE_PCM24IN32,   48, "pcm24in32",  32, 4, QVTAG_UNPACKED,         Integer,   24, true,  BitsUnpacked)       \
+  ROW(QVSAMPLE_PCM8SIGNED,  49, "pcm8signed",  8, 1, QVTAG_SIGNED,           Integer,    8, true,  BitsSigned)         \
+  ROW(QVSAMPLE_BE16,        64, "be16",       16, 2, QVTAG_BIGENDIAN,        BigEndian, 16, false, BitsMac)            \
+  ROW(QVSAMPLE_BE24,        65, "be24",       24, 3, QVTAG_BIGENDIAN,        BigEndian, 24, false, BitsMac)            \
+  ROW(QVSAMPLE_BE32,        66, "be32",       32, 4, QVTAG_BIGENDIAN,        BigEndian, 32, false, BitsMac)            \
+  ROW(QVSAMPLE_RA16,       128, "ra16",        0, 0, 0,                      Unknown,   16, false, BitsRa)             \
+  ROW(QVSAMPLE_RA24,       129, "ra24",        0, 0, 0,                      Unknown,   24, false, BitsRa)
+// clang-format on
+
+/// Uncompressed sample layouts: 8-bit integers are unsigned but for PCM8SIGNED, others signed; BE is big-endian. 24
+/// bits are packed in 3 bytes, or stand right-justified and sign-extended in 32 (PCM24IN32).
+enum QVSAMPLETYPE : uint32_t {
+  QVSAMPLE_NONE = 0, ///< compressed or unknown
+#define QV_SAMPLE_TYPE_CONSTANT(type, value, ...) type = value,
+  QV_SAMPLE_TYPE_TABLE(QV_SAMPLE_TYPE_CONSTANT)
+#undef QV_SAMPLE_TYPE_CONSTANT
 };
 
 /// Bits of one sample: 8 to 64 for the types 16 to 66 of the enumeration, 0 for any other value (the "RA" types too).

@@ -3,12 +3,34 @@
 #include <gtest/gtest.h>
 
 TEST(SampleType, BitsBytesAndTags) {
-  const struct {
+  constexpr struct {
     uint32_t type, bits, bytes, tag;
-  } rows[] = {{16, 8, 1, 1},       {17, 16, 2, 1},      {18, 24, 3, 1},     {19, 32, 4, 1},      {32, 32, 4, 3},
-              {33, 64, 8, 3},      {48, 32, 4, 0xFE00}, {49, 8, 1, 0xFE01}, {64, 16, 2, 0xFE02}, {65, 24, 3, 0xFE02},
-              {66, 32, 4, 0xFE02}, {128, 0, 0, 0},      {129, 0, 0, 0},     {0, 0, 0, 0},        {15, 0, 0, 0},
-              {20, 0, 0, 0},       {34, 0, 0, 0},       {50, 0, 0, 0},      {67, 0, 0, 0}};
+    const char* layout; // how many bits of the container count, and how they are coded
+  } rows[] = {{16, 8, 1, 1, "8 Offset"},
+              {17, 16, 2, 1, "16 Integer"},
+              {18, 24, 3, 1, "24 Integer"},
+              {19, 32, 4, 1, "32 Integer"},
+              {32, 32, 4, 3, "32 Float"},
+              {33, 64, 8, 3, "64 Float"},
+              {48, 32, 4, 0xFE00, "24 Integer"},
+              {49, 8, 1, 0xFE01, "8 Integer"},
+              {64, 16, 2, 0xFE02, "16 BigEndian"},
+              {65, 24, 3, 0xFE02, "24 BigEndian"},
+              {66, 32, 4, 0xFE02, "32 BigEndian"},
+              {128, 0, 0, 0, "16 Unknown"},
+              {129, 0, 0, 0, "24 Unknown"},
+              {0, 0, 0, 0, ""},
+              {15, 0, 0, 0, ""},
+              {20, 0, 0, 0, ""},
+              {34, 0, 0, 0, ""},
+              {50, 0, 0, 0, ""},
+              {67, 0, 0, 0, ""}};
+#define QV_LAYOUT_WORDS(type, value, name, container_bits, bytes, tag, encoding, bits, is_mixed, text)                 \
+#bits " " #encoding,
+  constexpr const char* kLayouts[] = {QV_SAMPLE_TYPE_TABLE(QV_LAYOUT_WORDS)};
+#undef QV_LAYOUT_WORDS
+  for (size_t i = 0; i < std::size(kLayouts); ++i)
+    EXPECT_STREQ(kLayouts[i], rows[i].layout) << rows[i].type;
   for (const auto& row : rows) {
     const auto type = static_cast<QVSAMPLETYPE>(row.type);
     EXPECT_EQ(QvAudio_BitsFromSampleType(type), row.bits) << row.type;

@@ -60,10 +60,8 @@ TEST(Envelope, PreparesSegmentsInOrderAndSkipsEmptyOnes) {
 TEST(Envelope, FlatEnvelopeEqualsThePlainMixForEveryPair) {
   constexpr UINT kChannels = 3;
   constexpr size_t kFrames = 50;
-  for (int d = 0; d < model::kMixable; ++d) {
-    for (int s = 0; s < model::kMixable; ++s) {
-      const auto& dst = model::kLayouts[d];
-      const auto& src = model::kLayouts[s];
+  for (const auto& dst : model::kMixable) {
+    for (const auto& src : model::kMixable) {
       WAVEFORMATEX to, from;
       QvAudio_InitWfx(&to, 48000, dst.type, kChannels);
       QvAudio_InitWfx(&from, 48000, src.type, kChannels);

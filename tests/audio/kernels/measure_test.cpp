@@ -29,8 +29,7 @@ long double model_mean_square(const model::Layout& layout, const uint8_t* sample
 TEST(Measure, EveryTypeAgreesWithTheModel) {
   constexpr size_t kFrames = 777;
   constexpr WORD kChannels = 3;
-  for (int row = 0; row < model::kMixable; ++row) {
-    const auto& layout = model::kLayouts[row];
+  for (const auto& layout : model::kMixable) {
     const WAVEFORMATEX format = make_format(layout.type, kChannels);
     std::mt19937 random(9);
     std::vector<uint8_t> samples(kFrames * kChannels * static_cast<size_t>(layout.bytes));

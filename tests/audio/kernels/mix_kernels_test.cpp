@@ -59,15 +59,15 @@ void check_mix(const Layout& dst, const Layout& src, size_t count, UINT channels
 
 TEST(MixKernels, EveryPairOnEveryLevelEqualsTheModel) {
   model::on_every_level([](int level) {
-    for (int d = 0; d < model::kMixable; ++d) {
-      for (int s = 0; s < model::kMixable; ++s) {
+    for (const Layout& dst : model::kMixable) {
+      for (const Layout& src : model::kMixable) {
         for (const Gains kind : {Gains::kUnity, Gains::kUsual, Gains::kExtreme}) {
           for (size_t count = 0; count <= 67; ++count) {
             const UINT channels = 1 + static_cast<UINT>(count % 6);
-            ASSERT_NO_FATAL_FAILURE(check_mix(model::kLayouts[d], model::kLayouts[s], count, channels, kind, level));
+            ASSERT_NO_FATAL_FAILURE(check_mix(dst, src, count, channels, kind, level));
           }
           for (const UINT channels : {1u, 2u, 3u, 6u, 8u, 24u, 63u, 64u, 65u, 200u})
-            ASSERT_NO_FATAL_FAILURE(check_mix(model::kLayouts[d], model::kLayouts[s], 1003, channels, kind, level));
+            ASSERT_NO_FATAL_FAILURE(check_mix(dst, src, 1003, channels, kind, level));
         }
       }
     }

@@ -4,12 +4,15 @@
 #include "qv/audio.h"
 #include "qv/cpu.h"
 
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <limits>
 #include <random>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace model {
@@ -23,16 +26,15 @@ struct Layout {
   bool big_endian;
 };
 
-// The mixable types first.
-inline constexpr Layout kLayouts[] = {
-    {QVSAMPLE_PCM8, "pcm8", 1, 8, false, false},         {QVSAMPLE_PCM16, "pcm16", 2, 16, false, false},
-    {QVSAMPLE_PCM24, "pcm24", 3, 24, false, false},      {QVSAMPLE_PCM32, "pcm32", 4, 32, false, false},
-    {QVSAMPLE_FLOAT32, "float32", 4, 32, true, false},   {QVSAMPLE_FLOAT64, "float64", 8, 64, true, false},
-    {QVSAMPLE_PCM24IN32, "24in32", 4, 24, false, false}, {QVSAMPLE_PCM8SIGNED, "s8", 1, 8, false, false},
-    {QVSAMPLE_BE16, "be16", 2, 16, false, true},         {QVSAMPLE_BE24, "be24", 3, 24, false, true},
-    {QVSAMPLE_BE32, "be32", 4, 32, false, true},
-};
-inline constexpr int kMixable = 8;
+// Of all rows, what they say is tested in sample_type_test.cpp.
+#define QV_MODEL_LAYOUT(type, value, name, container_bits, bytes, tag, encoding, bits, is_mixed, text)                 \
+  Layout{type, name, bytes, bits, std::string_view(#encoding) == "Float", std::string_view(#encoding) == "BigEndian"},
+inline constexpr std::array kRows = {QV_SAMPLE_TYPE_TABLE(QV_MODEL_LAYOUT)};
+#undef QV_MODEL_LAYOUT
+
+/// Those with kernels, and those that are mixed.
+inline constexpr std::span<const Layout, 11> kLayouts = std::span(kRows).first<11>();
+inline constexpr std::span<const Layout, 8> kMixable = std::span(kRows).first<8>();
 
 inline double full_scale(const Layout& layout) { return layout.is_float ? 1.0 : std::ldexp(1.0, layout.bits - 1); }
 
