@@ -1,4 +1,5 @@
 // Audio formats in words.
+#include "audio/format_fields.h"
 #include "audio/format_strings.h"
 
 #include "qv/audio.h"
@@ -11,6 +12,9 @@ namespace {
 
 using qv::audio::format_string;
 using qv::audio::FormatString;
+using qv::audio::kBareBytes;
+using qv::audio::kHeaderBytes;
+using qv::audio::may_be_bare;
 
 struct TagString {
   uint32_t tag;
@@ -55,9 +59,8 @@ HRESULT put_unknown(WCHAR* dst, int dst_chars) {
 
 /// The rest of an extensible header whose cbSize says that it is there, or null.
 const WAVEFORMATEXTENSIBLE* extensible_part(const WAVEFORMATEX* format) {
-  constexpr WORD kExtra = sizeof(WAVEFORMATEXTENSIBLE) - sizeof(WAVEFORMATEX);
-  if (format->wFormatTag != WAVE_FORMAT_EXTENSIBLE || format->cbSize < kExtra) return nullptr;
-  return reinterpret_cast<const WAVEFORMATEXTENSIBLE*>(format);
+  if (format->wFormatTag != WAVE_FORMAT_EXTENSIBLE || format->cbSize < qv::audio::kExtensibleExtra) return nullptr;
+  return &qv::audio::as_extensible(*format);
 }
 
 bool is_float(const WAVEFORMATEX* format) {
@@ -80,12 +83,11 @@ void put_channel_text(const WAVEFORMATEX* format, WCHAR* dst, int dst_chars) {
 }
 
 HRESULT put_compressed_text(const WAVEFORMATEX* format, WCHAR* dst, int dst_chars) {
-  const bool is_bare = format->wFormatTag == WAVE_FORMAT_PCM || format->wFormatTag == WAVE_FORMAT_IEEE_FLOAT;
   ACMFORMATDETAILSW details = {};
   details.cbStruct = sizeof details;
   details.dwFormatTag = format->wFormatTag;
   details.pwfx = const_cast<WAVEFORMATEX*>(format); // only read
-  details.cbwfx = is_bare ? 16 : DWORD{format->cbSize} + 18;
+  details.cbwfx = may_be_bare(format->wFormatTag) ? kBareBytes : kHeaderBytes + format->cbSize;
   if (acmFormatDetailsW(nullptr, &details, ACM_FORMATDETAILSF_FORMAT) != MMSYSERR_NOERROR)
     return put_unknown(dst, dst_chars);
   put_text(dst, dst_chars, details.szFormat);
@@ -121,7 +123,7 @@ HRESULT QvAudio_GetAttribsText(const WAVEFORMATEX* format, WCHAR* dst, int dstCh
 
 HRESULT QvAudio_GetAttribsText(const _qvwaveformat& format, WCHAR* dst, int dstChars) {
   const DWORD tag = format.FormatTag();
-  const bool is_private = !format.IsCompressed() && tag != WAVE_FORMAT_PCM && tag != WAVE_FORMAT_IEEE_FLOAT;
+  const bool is_private = !format.IsCompressed() && !may_be_bare(tag);
   // As an extensible header a private layout would be taken for a compressed format.
   const QVWAVEFORMAT_COPY_DEST dest = is_private ? QVWAVEFORMAT_COPY_PLAIN : QVWAVEFORMAT_COPY_AUTO;
   struct {

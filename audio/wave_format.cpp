@@ -1,6 +1,5 @@
 // The compact format record: how it is filled, what it says, and when two are equal.
-#include "audio/channel_mask.h"
-#include "audio/sub_format.h"
+#include "audio/format_fields.h"
 
 #include "qv/audio.h"
 
@@ -8,18 +7,18 @@
 #include <cstring>
 
 using qv::audio::kExtensibleExtra;
+using qv::audio::kRecordBytes;
+using qv::audio::kRecordExtra;
 using qv::audio::same_channel_mask;
 
 namespace {
 
-constexpr DWORD kFixedBytes = 32;
-constexpr DWORD kExtraOffset = 34;
 constexpr DWORD kMostExtraBytes = 1024;
 
 void clear(_qvwaveformat* record, DWORD capacity) {
-  const DWORD bytes = capacity < kFixedBytes + 1 ? kFixedBytes : capacity;
+  const DWORD bytes = capacity < kRecordBytes + 1 ? kRecordBytes : capacity;
   std::memset(static_cast<void*>(record), 0, bytes);
-  record->cbStruct = kFixedBytes;
+  record->cbStruct = kRecordBytes;
 }
 
 /// The type that the bits of an extensible header with an empty sub-format tell.
@@ -40,12 +39,12 @@ QVSAMPLETYPE type_of_nameless(const WAVEFORMATEX& format) {
 }
 
 void copy_extra(_qvwaveformat* record, DWORD capacity, const BYTE* extra, DWORD count) {
-  const DWORD room = capacity > kExtraOffset ? capacity - kExtraOffset : 0;
+  const DWORD room = capacity > kRecordExtra ? capacity - kRecordExtra : 0;
   count = std::min({count, kMostExtraBytes, room});
   if (count == 0) return;
   record->extraSize = static_cast<WORD>(count);
-  std::memcpy(reinterpret_cast<BYTE*>(record) + kExtraOffset, extra, count);
-  record->cbStruct = kFixedBytes + count;
+  std::memcpy(reinterpret_cast<BYTE*>(record) + kRecordExtra, extra, count);
+  record->cbStruct = kRecordBytes + count;
 }
 
 /// Tag, bits and extra bytes of a format that is no uncompressed layout.
@@ -53,8 +52,8 @@ void describe_by_tag(_qvwaveformat* record, DWORD capacity, const WAVEFORMATEX& 
   record->flags |= QVWAVEFORMAT_TAGGED;
   record->formatTag = format.wFormatTag;
   record->bitsPerSample = format.wBitsPerSample;
-  if (format.wFormatTag == WAVE_FORMAT_PCM || format.wFormatTag == WAVE_FORMAT_IEEE_FLOAT) return;
-  const auto* extra = reinterpret_cast<const BYTE*>(&format) + sizeof(WAVEFORMATEX);
+  if (qv::audio::may_be_bare(format.wFormatTag)) return;
+  const auto* extra = reinterpret_cast<const BYTE*>(&format) + qv::audio::kHeaderBytes;
   DWORD count = format.cbSize;
   if (format.wFormatTag == WAVE_FORMAT_EXTENSIBLE && count >= kExtensibleExtra) {
     const GUID sub_format = qv::audio::sub_format_of(format);
@@ -134,9 +133,9 @@ DWORD _qvwaveformat::BytesPerSample() const {
 
 bool _qvwaveformat::IsCompressed() const { return (flags & QVWAVEFORMAT_TAGGED) != 0; }
 
-DWORD _qvwaveformat::ExtraCount() const { return cbStruct >= kExtraOffset ? extraSize : 0; }
+DWORD _qvwaveformat::ExtraCount() const { return cbStruct >= kRecordExtra ? extraSize : 0; }
 
-const BYTE* _qvwaveformat::ExtraBytes() const { return reinterpret_cast<const BYTE*>(this) + kExtraOffset; }
+const BYTE* _qvwaveformat::ExtraBytes() const { return reinterpret_cast<const BYTE*>(this) + kRecordExtra; }
 
 bool _qvwaveformat::operator==(const _qvwaveformat& other) const {
   if (sampleType != other.sampleType || samplesPerSec != other.samplesPerSec || channels != other.channels)

@@ -1,6 +1,5 @@
 // Wave format headers written from records, from other headers, and from parts.
-#include "audio/channel_mask.h"
-#include "audio/sub_format.h"
+#include "audio/format_fields.h"
 
 #include "qv/audio.h"
 
@@ -9,14 +8,16 @@
 
 using qv::audio::default_channel_mask;
 using qv::audio::is_default_mask;
+using qv::audio::kBareBytes;
+using qv::audio::kExtensibleBytes;
 using qv::audio::kExtensibleExtra;
-using qv::audio::kPlainBytes;
+using qv::audio::kHeaderBytes;
+using qv::audio::kRecordBytes;
+using qv::audio::kRecordExtra;
+using qv::audio::may_be_bare;
 using qv::audio::sub_format_of_tag;
 
 namespace {
-
-constexpr DWORD kExtensibleBytes = sizeof(WAVEFORMATEXTENSIBLE);
-constexpr DWORD kHeaderBytes = sizeof(WAVEFORMATEX);
 
 /// A header under construction: as large as any can be, so that nothing is written outside while it grows.
 struct Draft {
@@ -71,8 +72,7 @@ void make_extensible(WAVEFORMATEXTENSIBLE& header, DWORD tag, DWORD mask) {
 DWORD append_extra(Draft& draft, const _qvwaveformat& record, DWORD size) {
   WAVEFORMATEX& header = draft.plain();
   const WORD before = header.cbSize;
-  const bool bare = header.wFormatTag == WAVE_FORMAT_PCM || header.wFormatTag == WAVE_FORMAT_IEEE_FLOAT;
-  const DWORD offset = bare ? kPlainBytes : kHeaderBytes + before;
+  const DWORD offset = may_be_bare(header.wFormatTag) ? kBareBytes : kHeaderBytes + before;
   const DWORD room = size > offset ? size - offset : 0;
   const DWORD count = std::min({record.ExtraCount(), room, static_cast<DWORD>(sizeof(Draft)) - offset});
   if (count == 0) return kHeaderBytes + before;
@@ -137,17 +137,15 @@ WAVEFORMATEXTENSIBLE* QvAudio_CopyWfExt(WAVEFORMATEXTENSIBLE* dst, const WAVEFOR
 
 _qvwaveformat* QvAudio_GeneralCopyQvWaveFormat(_qvwaveformat* dst, DWORD capacity, const _qvwaveformat& src,
                                                QVWAVEFORMAT_COPY_DEST dest) {
-  constexpr DWORD kFixedBytes = 32;
-  constexpr DWORD kExtraOffset = 34;
-  const DWORD room = capacity > kExtraOffset ? capacity - kExtraOffset : 0;
+  const DWORD room = capacity > kRecordExtra ? capacity - kRecordExtra : 0;
   const DWORD extra = std::min(src.ExtraCount(), room);
-  std::memmove(static_cast<void*>(dst), &src, kFixedBytes);
+  std::memmove(static_cast<void*>(dst), &src, kRecordBytes);
   if (extra > 0) {
     const auto count = static_cast<WORD>(extra);
-    std::memmove(reinterpret_cast<BYTE*>(dst) + kExtraOffset, src.ExtraBytes(), extra);
-    std::memcpy(reinterpret_cast<BYTE*>(dst) + kFixedBytes, &count, sizeof count);
+    std::memmove(reinterpret_cast<BYTE*>(dst) + kRecordExtra, src.ExtraBytes(), extra);
+    std::memcpy(reinterpret_cast<BYTE*>(dst) + kRecordBytes, &count, sizeof count);
   }
-  dst->cbStruct = kFixedBytes + extra;
+  dst->cbStruct = kRecordBytes + extra;
   if (dest == QVWAVEFORMAT_COPY_AUTO) return dst;
   const bool extensible = asks_extensible(*dst, dest);
   dst->flags =
@@ -185,7 +183,7 @@ HRESULT QvAudio_CopyWfExtToWfx(const WAVEFORMATEXTENSIBLE* src, WAVEFORMATEX* ds
   const GUID sub_format = qv::audio::sub_format_of(src->Format);
   for (const WORD tag : {WORD{WAVE_FORMAT_PCM}, WORD{WAVE_FORMAT_IEEE_FLOAT}}) {
     if (!qv::audio::equal_guid(sub_format, sub_format_of_tag(tag))) continue;
-    std::memmove(dst, src, kPlainBytes);
+    std::memmove(dst, src, kBareBytes);
     dst->wFormatTag = tag;
     dst->cbSize = 0;
     return S_OK;

@@ -1,5 +1,5 @@
 // One-shot operations on a buffer in place: silence, mono, swapping, filling, reversing.
-#include "audio/channels/channel_average.h"
+#include "audio/channels/channel_view.h"
 
 #include "qv/audio_channels.h"
 

@@ -1,7 +1,7 @@
 // Kernels that copy, mix, join and split channels.
 #include "audio/channels/channel_view.h"
 #include "audio/kernels/kernel_tables.h"
-#include "audio/kernels/reference_mix.h"
+#include "audio/kernels/reference_kernels.h"
 
 #include "qv/audio_channels.h"
 

@@ -1,5 +1,5 @@
 // One-shot operations between the channels of two buffers.
-#include "audio/channels/channel_average.h"
+#include "audio/channels/channel_view.h"
 #include "audio/kernels/kernel_tables.h"
 
 #include "qv/audio_channels.h"

@@ -1,6 +1,6 @@
 // Mixing under an envelope of attack, sustain and release.
 #include "audio/kernels/kernel_tables.h"
-#include "audio/kernels/reference_mix.h"
+#include "audio/kernels/reference_kernels.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,7 +1,7 @@
 // The generic level: the reference itself.
+#include "audio/kernels/reference_kernels.h"
+
 #include "audio/kernels/kernel_tables.h"
-#include "audio/kernels/reference_copy.h"
-#include "audio/kernels/reference_mix.h"
 
 namespace qv::audio {
 

@@ -1,6 +1,6 @@
 // One sample in memory, by sample type: the definition of what every kernel reads and writes.
 //
-// This header and its neighbours reference_copy.h and reference_mix.h are compiled into several objects for different
+// This header and its neighbour reference_kernels.h are compiled into several objects for different
 // instruction sets. All of it has internal linkage, so that the linker cannot merge a copy built for wider
 // instructions into code that runs everywhere.
 #pragma once

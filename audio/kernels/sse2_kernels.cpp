@@ -1,7 +1,6 @@
 // The SSE2 level: the reference, compiled for speed, and vector kernels for the pairs that have one.
 #include "audio/kernels/kernel_tables.h"
-#include "audio/kernels/reference_copy.h"
-#include "audio/kernels/reference_mix.h"
+#include "audio/kernels/reference_kernels.h"
 
 #include <emmintrin.h>
 

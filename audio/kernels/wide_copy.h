@@ -1,7 +1,7 @@
 // Copy kernels on vectors.
 #pragma once
 
-#include "audio/kernels/reference_copy.h"
+#include "audio/kernels/reference_kernels.h"
 #include "audio/kernels/streaming.h"
 #include "audio/kernels/wide_samples.h"
 

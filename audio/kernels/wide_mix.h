@@ -1,7 +1,7 @@
 // Mix kernels on vectors.
 #pragma once
 
-#include "audio/kernels/reference_mix.h"
+#include "audio/kernels/reference_kernels.h"
 #include "audio/kernels/wide_samples.h"
 
 namespace qv::audio {
