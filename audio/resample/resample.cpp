@@ -36,6 +36,8 @@ struct QVRESAMPLE {
   bool is_driven_by_output() const { return (flags & QVRESAMPLE_OUTPUT_DRIVEN) != 0; }
   bool is_sinc() const { return quality() == QVRESAMPLE_SINC; }
   bool is_copy() const { return !timeline.is_rising() && !timeline.is_falling(); }
+  /// A quality that there is not; equal rates need none.
+  bool makes_nothing() const { return quality() > QVRESAMPLE_SINC && !is_copy(); }
 
   DWORD process(void* dst, void* src, DWORD count);
   void convert(void* dst, DWORD frames, void* src, DWORD readable, DWORD counted);
@@ -123,7 +125,7 @@ void QVRESAMPLE::convert(void* dst, DWORD frames, void* src, DWORD readable, DWO
 }
 
 DWORD QVRESAMPLE::process(void* dst, void* src, DWORD count) {
-  if (count == 0 || quality() > QVRESAMPLE_SINC) return 0;
+  if (count == 0 || makes_nothing()) return 0;
   DWORD frames = count;
   DWORD counted = count;
   if (is_copy()) {
@@ -224,14 +226,20 @@ void QvAudio_ResampleSetSrcOffset(HQVRESAMPLE handle, ULONGLONG offset) { handle
 void QvAudio_ResampleSetDstOffset(HQVRESAMPLE handle, ULONGLONG offset) { handle->destination_offset = offset; }
 
 DWORD QvAudio_ResampleGetDstFromSrc(HQVRESAMPLE handle, DWORD frames) {
-  return static_cast<DWORD>(static_cast<int64_t>(frames * handle->timeline.ratio() - handle->timeline.phase()));
+  const double told = frames * handle->timeline.ratio() - handle->timeline.phase();
+  return static_cast<DWORD>(std::clamp(told, 0.0, 4294967295.0));
+}
+
+DWORD QvAudio_ResampleGetExactDstFromSrc(HQVRESAMPLE handle, DWORD frames) {
+  if (frames == 0 || handle->makes_nothing()) return 0;
+  return handle->is_copy() ? frames : handle->timeline.frames_from(frames);
 }
 
 DWORD QvAudio_ResampleGetSrcFromDst(HQVRESAMPLE handle, DWORD frames) {
   constexpr double kAlmostHalf = 0.499999985;
   const Timeline& timeline = handle->timeline;
   const auto whole = static_cast<int64_t>(frames * timeline.inverse() + timeline.phase() + kAlmostHalf);
-  return static_cast<DWORD>(whole) + (timeline.is_rising() ? 1 : 0);
+  return static_cast<DWORD>(std::max<int64_t>(whole + (timeline.is_rising() ? 1 : 0), 0));
 }
 
 DWORD QvAudio_ResampleGetExactSrcFromDst(HQVRESAMPLE handle, DWORD frames) {

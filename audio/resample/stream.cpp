@@ -271,9 +271,7 @@ ULONGLONG QvAudio_Resample2GetDstPos(HQVRESAMPLE2 handle) { return handle->made;
 DWORD QvAudio_Resample2GetSrcFromDst(HQVRESAMPLE2 handle, DWORD frames) {
   if (frames == 0) return 0;
   const Timeline& timeline = handle->timeline;
-  const SourcePosition last = timeline.position(frames - 1);
-  int64_t needed = last.frame + handle->ahead() + 1;
-  while (timeline.outputs_within(needed) < frames)
-    needed += std::max<int64_t>(1, static_cast<int64_t>(timeline.inverse() / 2.0) - handle->ahead() - 1);
+  const int64_t looked_at = timeline.position(frames - 1).frame + handle->ahead() + 1;
+  const int64_t needed = std::max(looked_at, timeline.source_for(frames));
   return static_cast<DWORD>(std::clamp<int64_t>(needed - handle->waiting, 0, 0xFFFFFFFF));
 }

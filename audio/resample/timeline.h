@@ -86,6 +86,11 @@ public:
   uint64_t outputs_within(int64_t source) const {
     return count_up_to(2 * (Wide{source} * denominator_ - phase_) - step_, 2 * Wide{step_});
   }
+  /// The fewest source frames whose end so many of the next outputs lie before, in the same way.
+  int64_t source_for(uint64_t outputs) const {
+    const Wide end = 2 * Wide{phase_} + (2 * static_cast<Wide>(outputs) - 1) * step_;
+    return static_cast<int64_t>(-floor_of(-end, 2 * Wide{denominator_}));
+  }
 
   void advance(DWORD frames, DWORD source) {
     phase_ += static_cast<int64_t>(static_cast<Wide>(frames) * step_ - static_cast<Wide>(source) * denominator_);

@@ -98,8 +98,9 @@ std::vector<double> converted(const std::vector<double>& input, DWORD src, DWORD
 struct Rates {
   DWORD src, dst;
 };
-constexpr Rates kRates[] = {{44100, 48000}, {48000, 44100}, {44100, 22050}, {22050, 44100}, {8000, 192000},
-                            {192000, 8000}, {44100, 44099}, {48000, 48000}, {1, 3},         {4096, 1}};
+constexpr Rates kRates[] = {{44100, 48000}, {48000, 44100}, {44100, 22050}, {22050, 44100},
+                            {8000, 192000}, {192000, 8000}, {44100, 44099}, {48000, 48000},
+                            {1, 3},         {4096, 1},      {192000, 11025}};
 
 TEST(ResampleStream, FramesInAllAndAnyPieces) {
   std::mt19937 random(4);
@@ -296,7 +297,9 @@ TEST(ResampleStream, BadParameters) {
   WAVEFORMATEX one, other;
   QvAudio_InitWfx(&one, 44100, QVSAMPLE_FLOAT32, 1);
   QvAudio_InitWfx(&other, 48000, QVSAMPLE_FLOAT32, 1);
+  // The source frame behind the last of 480 outputs, 479 x 44100 / 48000, and the one after it.
   ASSERT_EQ(QvAudio_Resample2OpenEx(&handle, &other, &one, QVRESAMPLE2_LINEAR), S_OK);
+  EXPECT_EQ(QvAudio_Resample2GetSrcFromDst(handle, 480), 442u);
   float samples[8] = {};
   DWORD written = 0;
   DWORD used = 0;
@@ -305,7 +308,8 @@ TEST(ResampleStream, BadParameters) {
   EXPECT_EQ(QvAudio_Resample2Process(handle, samples, 8, &written, nullptr, 0, &used), S_OK);
   EXPECT_EQ(written, 0u);
   EXPECT_EQ(QvAudio_Resample2Process(handle, samples, 8, &written, samples, 1, &used), E_INVALIDARG) << "after a flush";
-  EXPECT_EQ(QvAudio_Resample2ResetEx(handle, &one, &other, QVRESAMPLE2_BEST), S_OK);
+  EXPECT_EQ(QvAudio_Resample2ResetEx(handle, &one, &other, QVRESAMPLE2_LINEAR), S_OK);
+  EXPECT_EQ(QvAudio_Resample2GetSrcFromDst(handle, 441), 480u) << "behind 440 x 48000 / 44100 stands frame 479";
   EXPECT_EQ(QvAudio_Resample2Process(handle, samples, 8, &written, samples, 1, &used), S_OK);
   EXPECT_EQ(used, 1u);
   other.nChannels = 2;

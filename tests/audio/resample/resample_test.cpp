@@ -81,6 +81,30 @@ TEST(Resample, CountsOfTheDocumentedBlocks) {
   EXPECT_EQ(QvAudio_ResampleGetSrcPos(up), 50u);
   EXPECT_EQ(QvAudio_ResampleGetDstPos(up), 100u);
   EXPECT_EQ(QvAudio_ResampleGetDstFromSrc(up, 51), 102u);
+  EXPECT_EQ(QvAudio_ResampleGetExactDstFromSrc(up, 0), 0u);
+  // Far behind a block: 192,000 frames a second, of which 17.4 are one of 11,025.
+  const Converter ahead(QVSAMPLE_FLOAT32, 192000, 11025, 1, 0);
+  EXPECT_EQ(QvAudio_ResampleEx(ahead, dst.data(), src.data(), 2), 1u);
+  EXPECT_EQ(QvAudio_ResampleGetDstFromSrc(ahead, 1), 0u) << "15.4 source frames have to pass first";
+  // The kernel alone leaves a converter at any phase: here at -10.
+  const Converter late(QVSAMPLE_FLOAT32, 1, 2, 1, QVRESAMPLE_SINC);
+  const Converter lower(QVSAMPLE_FLOAT32, 2, 1, 1, QVRESAMPLE_SINC);
+  for (HQVRESAMPLE each : {HQVRESAMPLE(late), HQVRESAMPLE(lower)})
+    QvAudio_Resample_Sinc(QVSAMPLE_FLOAT32, 1, dst.data(), 0, src.data(), 10, each);
+  EXPECT_EQ(QvAudio_ResampleGetExactDstFromSrc(late, 1), 12u) << "1 x 2 + 10, not 2 x 10";
+  EXPECT_EQ(QvAudio_ResampleGetSrcFromDst(lower, 1), 0u);
+}
+
+TEST(Resample, ALittleOfAFrameIsNone) {
+  // The second output stands 1e-6 or 1e-8 of a frame behind the next source frame.
+  const struct {
+    Rates rates;
+    DWORD frames, read;
+  } rows[] = {{{1'000'001, 1'000'000}, 1, 2}, {{100'000'001, 100'000'000}, 1, 1}, {{100'000'001, 100'000'000}, 2, 3}};
+  for (const auto& row : rows) {
+    const Converter converter(QVSAMPLE_FLOAT32, row.rates.src, row.rates.dst, 1, QVRESAMPLE_OUTPUT_DRIVEN);
+    EXPECT_EQ(QvAudio_ResampleGetExactSrcFromDst(converter, row.frames), row.read) << row.rates.src;
+  }
 }
 
 TEST(Resample, PositionsNeverDrift) {
@@ -105,6 +129,21 @@ TEST(Resample, PositionsNeverDrift) {
     }
 }
 
+/// What a block of an input-driven converter makes, by the letter: an integer count, shortened or lengthened until the
+/// last output stands where it has to. `phase` is in parts of a source frame, rates.dst of which are one.
+int64_t frames_by_the_letter(int64_t count, int64_t phase, const Rates& rates) {
+  const int64_t src = rates.src;
+  const int64_t dst = rates.dst;
+  int64_t frames = (count * dst * dst - phase * src) / (src * dst);
+  if (src <= dst)
+    while (frames * src + phase > (count - 1) * dst)
+      --frames;
+  else
+    while ((frames * src + phase) / dst < count - 1)
+      ++frames;
+  return std::max<int64_t>(frames, 0);
+}
+
 TEST(Resample, OutputsStandWhereTheyShould) {
   // On a ramp linear interpolation tells its position.
   for (const Rates& rates : kRates)
@@ -124,8 +163,9 @@ TEST(Resample, OutputsStandWhereTheyShould) {
         if (std::fabs(letter - std::nearbyint(letter)) > 1e-6)
           ASSERT_EQ(told, static_cast<DWORD>(letter) + (inverse < 1.0 ? 1 : 0));
         const double frames_told = static_cast<double>(count) / inverse - phase;
-        if (std::fabs(frames_told - std::nearbyint(frames_told)) > 1e-6 && frames_told > 0.0)
-          ASSERT_EQ(QvAudio_ResampleGetDstFromSrc(converter, count), static_cast<DWORD>(frames_told));
+        if (std::fabs(frames_told - std::nearbyint(frames_told)) > 1e-6)
+          ASSERT_EQ(QvAudio_ResampleGetDstFromSrc(converter, count), static_cast<DWORD>(std::max(frames_told, 0.0)));
+        const DWORD exact = QvAudio_ResampleGetExactDstFromSrc(converter, count);
         if (driven != 0) ASSERT_TRUE(readable == told || readable == told + 1) << readable << " " << told;
         std::vector<double> src(size_t{readable} * 2);
         for (size_t k = 0; k < readable; ++k) {
@@ -134,6 +174,13 @@ TEST(Resample, OutputsStandWhereTheyShould) {
         }
         std::vector<double> dst(size_t{count} * 2 * 30 + 64);
         const DWORD frames = QvAudio_ResampleEx(converter, dst.data(), src.data(), count);
+        if (driven == 0) {
+          const auto parts = static_cast<int64_t>(made * rates.src) - static_cast<int64_t>(at * rates.dst);
+          ASSERT_EQ(frames, exact);
+          ASSERT_EQ(frames, frames_by_the_letter(count, parts, rates))
+              << rates.src << " to " << rates.dst << ", block " << block;
+          ASSERT_LE(frames, count / inverse + 2.0);
+        }
         for (size_t k = 0; k < frames; ++k) {
           const double expected = static_cast<double>(made + k) * rates.src / rates.dst;
           ASSERT_NEAR(dst[2 * k], expected, 1e-9 * (1.0 + expected))
@@ -265,6 +312,10 @@ TEST(Resample, EverySampleType) {
 TEST(Resample, EqualRatesCopy) {
   std::vector<float> src = {1, 2, 3, 4, 5, 6};
   std::vector<float> dst(7, 9.0f);
+  const Converter unknown_quality(QVSAMPLE_FLOAT32, 48000, 48000, 2, 15);
+  EXPECT_EQ(QvAudio_ResampleGetExactDstFromSrc(unknown_quality, 2), 2u);
+  EXPECT_EQ(QvAudio_ResampleEx(unknown_quality, dst.data(), src.data(), 2), 2u);
+  EXPECT_EQ(dst, (std::vector<float>{1, 2, 3, 4, 9, 9, 9}));
   const Converter converter(QVSAMPLE_FLOAT32, 48000, 48000, 2, QVRESAMPLE_SINC | QVRESAMPLE_LOWPASS4);
   EXPECT_EQ(QvAudio_ResampleEx(converter, dst.data(), src.data(), 3), 3u);
   EXPECT_EQ(dst, (std::vector<float>{1, 2, 3, 4, 5, 6, 9}));
@@ -339,6 +390,7 @@ TEST(Resample, BadParameters) {
   float sample = 0.0f;
   const Converter unknown(QVSAMPLE_FLOAT32, 1, 2, 1, 7);
   EXPECT_EQ(QvAudio_ResampleEx(unknown, &sample, &sample, 1), 0u);
+  EXPECT_EQ(QvAudio_ResampleGetExactDstFromSrc(unknown, 100), 0u);
 
   WAVEFORMATEX one, other;
   QvAudio_InitWfx(&one, 44100, QVSAMPLE_PCM16, 2);
