@@ -11,6 +11,7 @@ using cli_test::ScratchFolder;
 namespace {
 
 constexpr SampleType kPcm24 = kSampleTypes[2];
+constexpr SampleType kFloat64 = kSampleTypes[5];
 
 double largest_difference(const std::vector<double>& a, const std::vector<double>& b) {
   double largest = a.size() == b.size() ? 0.0 : HUGE_VAL;
@@ -75,6 +76,38 @@ TEST(Rate, AsSoxResamples) {
     shell("ffmpeg -v error -nostdin -y -i " + in + " -af aresample=resampler=soxr:precision=28 -ar " +
           std::to_string(rate) + " -c:a pcm_s24le " + theirs);
     EXPECT_LT(difference_decibels(a, decode(kPcm24, data_chunk(theirs))), -100.0);
+  }
+}
+
+/// Of a sine in a file of doubles, in radians at its first frame; ends are left out.
+double phase_at_start(const std::string& file, double frequency) {
+  constexpr size_t kEnd = 500;
+  std::vector<double> samples = decode(kFloat64, data_chunk(file));
+  samples = {samples.begin() + kEnd, samples.end() - kEnd};
+  const sine_fit::Fit fit = sine_fit::fit(samples, frequency);
+  return std::remainder(std::atan2(fit.cosine, fit.sine) - 2.0 * std::numbers::pi * frequency * kEnd,
+                        2.0 * std::numbers::pi);
+}
+
+TEST(Rate, LowTonesStayInTime) {
+  constexpr double kHertz = 40.0;
+  const ScratchFolder folder;
+  const std::string in = folder.file("in.wav");
+  const std::string out = folder.file("out.wav");
+  const struct {
+    int src, dst;
+    size_t frames; ///< of half a second
+  } rows[] = {{48000, 44100, 22050}, {48000, 47999, 24000}, {44100, 22050, 11025},
+              {192000, 8000, 4000},  {22050, 16000, 8000},  {44100, 48000, 24000}};
+  for (const auto& row : rows) {
+    shell("sox -n -r " + std::to_string(row.src) + " -e floating-point -b 64 " + in + " synth 0.5 sine 40 gain -6");
+    for (const char* quality : {"linear", "filtered", "sinc", "best"}) {
+      qv({"convert", in, out, "--rate", std::to_string(row.dst), "--quality", quality});
+      EXPECT_EQ(data_chunk(out).size(), row.frames * sizeof(double));
+      const double turned = phase_at_start(in, kHertz / row.src) - phase_at_start(out, kHertz / row.dst);
+      const double late = turned / (2.0 * std::numbers::pi * kHertz) * row.src; // in source frames
+      EXPECT_LT(std::fabs(late), 0.5 + 0.02 * row.src / row.dst) << row.src << " to " << row.dst << " " << quality;
+    }
   }
 }
 

@@ -92,7 +92,7 @@ int convert(const Options& options) {
   SampleConversion conversion(input.format(), by_doubles ? QVSAMPLE_FLOAT64 : type, plan, gain, block_frames);
   std::optional<RateConversion> rate;
   if (format.samplesPerSec != source_rate)
-    rate.emplace(input.name(), source_rate, format.samplesPerSec, format.channels, options.quality);
+    rate.emplace(input.name(), input.frames(), source_rate, format.samplesPerSec, format.channels, options.quality);
 
   watch_interruption();
   WaveOutput output(options.out, options.in, format,
