@@ -22,7 +22,8 @@
 // Every operation that names a refusal below first passes the thread gate: a thread-safe list enters its lock; any
 // other list whose options lack QVLIST_OPT_ANYTHREAD refuses threads other than its owner. (Creation always adds that
 // option; a client may clear it in the record.) HRESULT functions refuse with E_FAIL, others with the value named. A
-// null list is refused likewise.
+// null list is refused likewise. QvList_AllocAndInsertItem and QvList_MoveItemsBetweenHeapLists enter the locks but
+// pass no gate of their own: where there is something to do, the gate of their first step refuses.
 //
 // A failure leaves count, allocated and slots as they were. Sizes and counts that cannot be had give E_OUTOFMEMORY.
 #pragma once
@@ -130,19 +131,21 @@ QV_FUNCTION HRESULT QvList_MoveRange(tQVLIST* list, LONG from, LONG to, LONG n);
 QV_FUNCTION HRESULT QvList_AllocItem(tQVLIST* list, ULONGLONG size, void** item);
 /// Allocates, fills with `size` bytes of src (null: zeros) and inserts an item, all inside the lock. index negative or
 /// above count: at the end. *outIndex (optional): where it is, -1 on failure. E_FAIL: another kind of list, or an item
-/// already pending. A failure leaves no item pending: also one that was is freed.
+/// already pending, or refused by QvList_AllocItem. A failure leaves no item pending: also one that was is freed.
 QV_FUNCTION HRESULT QvList_AllocAndInsertItem(tQVLIST* list, const void* src, ULONGLONG size, LONG index,
                                               LONG* outIndex);
 /// Reallocates the item at a valid index. E_OUTOFMEMORY: the old item stays. E_FAIL: another kind of list.
 QV_FUNCTION HRESULT QvList_ReAllocItem(tQVLIST* list, LONG index, ULONGLONG size);
-/// Bytes asked for when the item at a valid index was allocated (array lists: itemSize). index < 0: bytes of the whole
-/// list: slots, header, and the items of a heap-item list. Ask it of array and heap-item lists only: it takes a pointer
-/// list's values for blocks of the C runtime. Refused: -1.
+/// Bytes asked for when the item at a valid index was allocated (array lists: itemSize); of a block that the client
+/// handed over, what its heap says, which may be some bytes more. index < 0: bytes of the whole list: slots, header,
+/// and the items of a heap-item list. Ask it of array and heap-item lists only: it takes a pointer list's values for
+/// blocks of the C runtime. Refused: -1.
 QV_FUNCTION ULONGLONG QvList_AllocSize(tQVLIST* list, LONG index);
 /// Moves n items of src from srcIndex on to dest, before destIndex (negative: at the end), in their order and without
-/// copying. n < 0: src's whole count. E_FAIL: another kind of list, one list twice, an item pending in dest, a range
-/// that passes src's end. Both lists must take their items from the same heap. Enters dest's lock, then src's: threads
-/// that move between two thread-safe lists in opposite directions at once can wait for each other forever.
+/// copying. n < 0: src's whole count; n = 0: S_OK and nothing done, also on lists that refuse this thread. E_FAIL:
+/// another kind of list, one list twice, an item pending in dest, a range that passes src's end, or refused. Both lists
+/// must take their items from the same heap. Enters dest's lock, then src's: threads that move between two thread-safe
+/// lists in opposite directions at once can wait for each other forever.
 QV_FUNCTION HRESULT QvList_MoveItemsBetweenHeapLists(tQVLIST* dest, LONG destIndex, tQVLIST* src, LONG srcIndex,
                                                      LONG n);
 

@@ -8,16 +8,39 @@
 
 using namespace qv::kernel;
 
+namespace {
+
+HRESULT insert_pending(tQVLIST* list, LONG index) {
+  if (!list->pendingItem) return E_FAIL;
+  const void* pending = list->pendingItem;
+  const HRESULT result = insert_slots(list, index, &pending, 1);
+  if (SUCCEEDED(result)) list->pendingItem = nullptr;
+  return result;
+}
+
+/// Whether the pending item is among slots that a client hands over.
+bool has_pending(const tQVLIST* list, const void* slots, int64_t n) {
+  for (int64_t i = 0; i < n; ++i)
+    if (std::memcmp(static_cast<const BYTE*>(slots) + i * int64_t{sizeof(void*)}, &list->pendingItem, sizeof(void*)) ==
+        0)
+      return true;
+  return false;
+}
+
+} // namespace
+
 HRESULT QvList_InsertList(tQVLIST* list, LONG index, const void* src, LONG n) {
   const ListGate gate(list);
   if (!gate) return E_FAIL;
-  if (!src) {
-    if (n != -1 || !list->pendingItem) return E_FAIL;
-    const void* pending = list->pendingItem;
-    return insert_slots(list, index, &pending, 1);
-  }
+  if (!src) return n == -1 ? insert_pending(list, index) : E_FAIL;
   if (n >= 0 && is_heap_list(list)) return E_FAIL;
-  return insert_slots(list, index, src, n < 0 ? -int64_t{n} : n);
+  const int64_t slots = n < 0 ? -int64_t{n} : n;
+  const bool forgets_pending = list->pendingItem && !has_pending(list, src, slots);
+  const HRESULT result = insert_slots(list, index, src, slots);
+  if (FAILED(result)) return result;
+  if (forgets_pending) let_item_go(list, list->pendingItem);
+  list->pendingItem = nullptr;
+  return S_OK;
 }
 
 namespace {

@@ -14,30 +14,37 @@ inline DWORD options_of(const tQVLIST* list) {
 
 inline bool has_option(const tQVLIST* list, DWORD option) { return (options_of(list) & option) != 0; }
 
-/// Holds the lock of a thread-safe list. False when the list is null or refuses this thread.
+/// Holds the lock of a list that is thread-safe; of any other list, or null, nothing.
+class ListLock {
+public:
+  explicit ListLock(tQVLIST* list) : locked_(list && has_option(list, QVLIST_OPT_THREADSAFE) ? list : nullptr) {
+    if (locked_) EnterCriticalSection(&locked_->lock);
+  }
+  ListLock(const ListLock&) = delete;
+  ListLock& operator=(const ListLock&) = delete;
+  ~ListLock() {
+    if (locked_) LeaveCriticalSection(&locked_->lock);
+  }
+  explicit operator bool() const { return locked_ != nullptr; }
+
+private:
+  tQVLIST* locked_;
+};
+
+/// Whether a list without a lock refuses the calling thread.
+inline bool refuses_thread(const tQVLIST* list) {
+  return !has_option(list, QVLIST_OPT_ANYTHREAD) && GetCurrentThreadId() != list->ownerThread;
+}
+
+/// What operations pass first: holds the lock as ListLock does. False when the list is null or refuses the thread.
 class ListGate {
 public:
-  explicit ListGate(tQVLIST* list) : list_(list) {
-    if (!list) return;
-    const DWORD options = options_of(list);
-    if ((options & QVLIST_OPT_THREADSAFE) != 0) {
-      EnterCriticalSection(&list->lock);
-      locked_ = open_ = true;
-    } else {
-      open_ = (options & QVLIST_OPT_ANYTHREAD) != 0 || GetCurrentThreadId() == list->ownerThread;
-    }
-  }
-  ListGate(const ListGate&) = delete;
-  ListGate& operator=(const ListGate&) = delete;
-  ~ListGate() {
-    if (locked_) LeaveCriticalSection(&list_->lock);
-  }
+  explicit ListGate(tQVLIST* list) : lock_(list), open_(lock_ || (list && !refuses_thread(list))) {}
   explicit operator bool() const { return open_; }
 
 private:
-  tQVLIST* list_;
-  bool locked_ = false;
-  bool open_ = false;
+  ListLock lock_;
+  bool open_;
 };
 
 inline bool is_array(const tQVLIST* list) { return has_option(list, QVLIST_OPT_ARRAY); }

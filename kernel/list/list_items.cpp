@@ -20,8 +20,8 @@ HRESULT QvList_AllocItem(tQVLIST* list, ULONGLONG size, void** item) {
 HRESULT QvList_AllocAndInsertItem(tQVLIST* list, const void* src, ULONGLONG size, LONG index, LONG* outIndex) {
   if (outIndex) *outIndex = -1;
   if (!list) return E_FAIL;
-  const ListGate whole(list);
-  if (!whole) return E_FAIL;
+  // No gate of its own: that of the first step is what refuses, and ends as any failure does.
+  const ListLock whole(list);
   if (index < 0 || index > list->count) index = list->count;
   void* item = nullptr;
   HRESULT result = QvList_AllocItem(list, size, &item);
@@ -80,13 +80,15 @@ private:
 
 HRESULT QvList_MoveItemsBetweenHeapLists(tQVLIST* dest, LONG destIndex, tQVLIST* src, LONG srcIndex, LONG n) {
   if (!dest || !src || dest == src) return E_FAIL;
-  const ListGate dest_gate(dest);
-  const ListGate src_gate(src);
-  if (!dest_gate || !src_gate || !is_heap_list(dest) || !is_heap_list(src) || dest->pendingItem) return E_FAIL;
+  const ListLock dest_lock(dest);
+  const ListLock src_lock(src);
+  if (!is_heap_list(dest) || !is_heap_list(src) || dest->pendingItem) return E_FAIL;
   if (destIndex < 0 || destIndex > dest->count) destIndex = dest->count;
   const int64_t moved = n < 0 ? src->count : n;
   if (moved == 0) return S_OK;
   if (srcIndex < 0 || srcIndex + moved > src->count) return E_FAIL;
+  // A source that refuses its part of a step would leave the item to both lists.
+  if (!src_lock && refuses_thread(src)) return E_FAIL;
   const BorrowedItems borrowed(src);
   HRESULT result = S_OK;
   // Backwards, always to the same place: the items keep their order.

@@ -90,7 +90,10 @@ HRESULT QvList_Destroy(tQVLIST* list) {
   {
     const ListGate gate(list);
     if (!gate) return E_FAIL;
-    if (is_heap_list(list)) free_items(list);
+    if (is_heap_list(list)) {
+      let_item_go(list, list->pendingItem);
+      free_items(list);
+    }
     free_slots(list->items);
     list->items = nullptr;
     list->count = list->allocated = 0;

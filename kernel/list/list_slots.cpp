@@ -93,7 +93,6 @@ HRESULT insert_slots(tQVLIST* list, int64_t index, const void* source, int64_t s
   else
     std::memcpy(gap, source, bytes);
   list->count = static_cast<LONG>(count + slots);
-  list->pendingItem = nullptr;
   return S_OK;
 }
 

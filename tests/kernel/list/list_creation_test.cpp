@@ -170,6 +170,11 @@ TEST(ListItems, BlocksOfTheClientsAreTakenOver) {
   EXPECT_EQ(QvList_AllocSize(list.get(), 1), 40u);
   ASSERT_EQ(QvList_ReAllocItem(list.get(), 2, 3), S_OK);
   EXPECT_EQ(QvList_AllocSize(list.get(), 2), 3u);
+  // A pending item that comes in like one of the client's stays the list's.
+  void* slots[2] = {};
+  ASSERT_EQ(QvList_AllocItem(list.get(), 10, &slots[1]), S_OK);
+  ASSERT_EQ(QvList_InsertList(list.get(), 0, slots, -2), S_OK);
+  EXPECT_EQ(QvList_AllocSize(list.get(), 1), 10u);
 }
 
 TEST(ListRecords, GetFileAndLineKeepsNone) {

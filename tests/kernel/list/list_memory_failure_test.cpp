@@ -4,6 +4,7 @@
 #include "qv/list.h"
 
 #include <atomic>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <gtest/gtest.h>
@@ -195,6 +196,48 @@ TEST(ListsShortOfMemory, TheRuntimeFailsToo) {
   EXPECT_EQ(runtime_countdown, 0) << "each failed once";
   EXPECT_EQ(Snapshot(list), before);
   QvList_Destroy(list);
+}
+
+TEST(ListItems, WhatTheListLetGoOfDoesNotSizeALaterBlockThere) {
+  struct Case {
+    const char* name;
+    bool inserted; ///< whether the item is in the list, or pending
+    void (*let_go)(tQVLIST* list, void* item);
+  };
+  const Case cases[] = {
+      {"deleted", true, [](tQVLIST* l, void*) { EXPECT_EQ(QvList_DeleteList(l, 0, 1, 0), S_OK); }},
+      {"destroyed with its list", true, [](tQVLIST* l, void*) { EXPECT_EQ(QvList_Destroy(l), S_OK); }},
+      {"moved", true, [](tQVLIST* l, void*) { EXPECT_EQ(QvList_ReAllocItem(l, 0, 1'000'000), S_OK); }},
+      {"forgotten for another, and freed by the client", false,
+       [](tQVLIST* l, void* item) {
+         void* null = nullptr;
+         EXPECT_EQ(QvList_InsertList(l, 0, &null, -1), S_OK);
+         std::free(item);
+       }},
+      {"left by a destroyed list, and freed by the client", false,
+       [](tQVLIST* l, void* item) {
+         EXPECT_EQ(QvList_Destroy(l), S_OK);
+         std::free(item);
+       }},
+  };
+  for (const Case& each : cases) {
+    SCOPED_TRACE(each.name);
+    tQVLIST storage;
+    tQVLIST *first = &storage, *second = nullptr;
+    ASSERT_EQ(QvList_CreateExZ(&first, 0, 0, 0, QVLIST_OPT_HEAPITEMS | QVLIST_OPT_INPLACE, 0, 0, 0), S_OK);
+    ASSERT_EQ(QvList_CreateExZ(&second, 0, 0, 0, QVLIST_OPT_HEAPITEMS, 0, 0, 0), S_OK);
+    void* item = nullptr;
+    ASSERT_EQ(QvList_AllocItem(first, 700, &item), S_OK); // a size that nobody else has
+    const size_t usable = _msize(item);
+    if (each.inserted) ASSERT_EQ(QvList_InsertList(first, 0, nullptr, -1), S_OK);
+    each.let_go(first, item);
+    void* block = std::malloc(usable); // the C library hands out first what was freed last
+    ASSERT_EQ(block, item);
+    ASSERT_EQ(QvList_InsertList(second, 0, &block, -1), S_OK);
+    EXPECT_EQ(QvList_AllocSize(second, 0), usable);
+    QvList_Destroy(second);
+    if (storage.signature != 0) QvList_Destroy(first);
+  }
 }
 #endif
 

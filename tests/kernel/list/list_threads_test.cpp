@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -104,6 +105,36 @@ TEST(ListGate, QuestionsPassIt) {
   std::thread([&] { EXPECT_EQ(QvList_SortTo(dest, list, 1, compare_addresses), E_FAIL); }).join();
   EXPECT_EQ(QvList_Destroy(dest), S_OK);
   EXPECT_EQ(QvList_Destroy(list), S_OK);
+}
+
+TEST(ListGate, CompositeOperationsPassItAndAreRefusedByTheirParts) {
+  const int number = 5;
+  tQVLIST* lists[] = {make(QVLIST_OPT_HEAPITEMS), make(QVLIST_OPT_HEAPITEMS)};
+  for (tQVLIST* list : lists)
+    ASSERT_EQ(QvList_AllocAndInsertItem(list, &number, sizeof number, 0, nullptr), S_OK);
+  // Refused by both, by the destination, by the source.
+  for (const auto& [dest_refuses, src_refuses] : {std::pair(true, true), {true, false}, {false, true}}) {
+    lists[0]->options ^= dest_refuses ? QVLIST_OPT_ANYTHREAD : 0;
+    lists[1]->options ^= src_refuses ? QVLIST_OPT_ANYTHREAD : 0;
+    std::thread([&] {
+      EXPECT_EQ(QvList_MoveItemsBetweenHeapLists(lists[0], 0, lists[1], 0, 0), S_OK) << "nothing is moved";
+      EXPECT_EQ(QvList_MoveItemsBetweenHeapLists(lists[0], 0, lists[1], 0, 1), E_FAIL);
+    }).join();
+    for (tQVLIST* list : lists) {
+      list->options |= QVLIST_OPT_ANYTHREAD;
+      EXPECT_EQ(list->count, 1);
+      EXPECT_EQ(list->pendingItem, nullptr);
+    }
+  }
+  void* pending = nullptr;
+  ASSERT_EQ(QvList_AllocItem(lists[0], 4, &pending), S_OK);
+  lists[0]->options &= ~QVLIST_OPT_ANYTHREAD;
+  LONG index = 77;
+  std::thread([&] { EXPECT_EQ(QvList_AllocAndInsertItem(lists[0], &number, 4, 0, &index), E_FAIL); }).join();
+  EXPECT_EQ(index, -1);
+  EXPECT_EQ(lists[0]->pendingItem, nullptr) << "no failure leaves an item pending";
+  for (tQVLIST* list : lists)
+    EXPECT_EQ(QvList_Destroy(list), S_OK);
 }
 
 TEST(ListThreads, EightWritersLoseNothing) {

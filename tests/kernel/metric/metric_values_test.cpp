@@ -28,6 +28,8 @@ TEST(MetricNames, FollowNumberAndType) {
                         {5, REG_NONE, QV_TEXT("Z5")},
                         {5, 11, QV_TEXT("Z5")},
                         {INT_MAX, REG_SZ, QV_TEXT("S2147483647")},
+                        {static_cast<LONG>(0x80000001u), REG_DWORD, QV_TEXT("D2147483647")},
+                        {static_cast<LONG>(0xFFFFFFFFu), REG_BINARY, QV_TEXT("B1")},
                         {INT_MIN, REG_SZ, QV_TEXT("S-2147483648")}};
   for (const Case& each : cases) {
     WCHAR name[QVMETRIC_NAME_CHARS];
@@ -42,6 +44,8 @@ TEST_F(MetricValues, NumbersHaveOneNameForBothSigns) {
   EXPECT_EQ(QvSetMetric(handle_, -5, 0xFEDCBA98), S_OK);
   EXPECT_EQ(QvGetMetric(handle_, 5), 0xFEDCBA98u);
   EXPECT_EQ(QvGetMetricUsingName(handle_, QV_TEXT("5")), 0xFEDCBA98u);
+  EXPECT_EQ(QvSetMetric(handle_, static_cast<LONG>(0x80000001u), 8), S_OK);
+  EXPECT_EQ(QvGetMetric(handle_, INT_MAX), 8u);
   EXPECT_EQ(QvSetMetric(handle_, INT_MIN, 9), S_OK);
   EXPECT_EQ(QvGetMetricUsingName(handle_, QV_TEXT("-2147483648")), 9u);
   EXPECT_EQ(QvSetMetricUsingName(handle_, QV_TEXT("Width"), 640), S_OK);
