@@ -1,5 +1,7 @@
 #include "tools/qv/failure.h"
 
+#include "tools/qv/text.h"
+
 #include <iostream>
 
 namespace qv::tool {
@@ -34,6 +36,8 @@ constexpr ErrorText kErrorTexts[] = {
 void print_error(const std::string& line) { std::cerr << "qv: " + line + "\n" << std::flush; }
 
 void print_warning(const std::string& file, const std::string& text) { print_error(file + ": warning: " + text); }
+
+std::string result_text(HRESULT result) { return utf8(QvResultText(result)); }
 
 std::string system_error_text(DWORD error) {
   for (const ErrorText& row : kErrorTexts)

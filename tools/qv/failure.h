@@ -22,6 +22,8 @@ void print_error(const std::string& line);
 /// Prints "qv: FILE: warning: TEXT".
 void print_warning(const std::string& file, const std::string& text);
 
+/// What a result of the library means to a user, in the user's language.
+std::string result_text(HRESULT result);
 /// What a system error means to a user.
 std::string system_error_text(DWORD error);
 

@@ -102,7 +102,7 @@ void write_in_place(const std::string& name, const RepairPlan& plan, const Repai
   if (plan.way == RepairPlan::Way::kLibrary) {
     const HRESULT result = plan.is_wave64 ? QvFixTrashedW64(file, &hint.format, plan.limit)
                                           : QvFixTrashedWav(file, &hint.format, static_cast<DWORD>(plan.limit));
-    if (FAILED(result)) throw Failure(name, QvResultText(result));
+    if (FAILED(result)) throw Failure(name, result_text(result));
   } else {
     apply(file, name, plan.edits);
   }

@@ -34,7 +34,7 @@ struct ChannelStats {
 
 /// The formats whose kernels do not measure are big-endian: no wave file has them.
 void check(const WaveInput& input, HRESULT result) {
-  if (FAILED(result)) throw Failure(input.name(), QvResultText(result));
+  if (FAILED(result)) throw Failure(input.name(), result_text(result));
 }
 
 std::vector<ChannelStats> measure(WaveInput& input) {

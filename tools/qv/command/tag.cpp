@@ -55,7 +55,7 @@ void check_ids(const Options& options) {
 
 void set(Summary& list, const std::string& file, DWORD id, const WCHAR* text) {
   const HRESULT result = QvSummary_SetItem(&list, id, text);
-  if (FAILED(result)) throw Failure(file, QvResultText(result));
+  if (FAILED(result)) throw Failure(file, result_text(result));
 }
 
 void change(Summary& list, const Options& options) {
@@ -82,14 +82,14 @@ void replace_list(const OutputFile& file, const Summary& list) {
   HRESULT result = S_OK;
   while (SUCCEEDED(result))
     result = riff_DeleteChunk(file, QVSUMMARY_FORM_INFO, nullptr, 1);
-  if (result != QVERR_RIFF_NOTFOUND) throw Failure(file.name(), QvResultText(result));
+  if (result != QVERR_RIFF_NOTFOUND) throw Failure(file.name(), result_text(result));
   const uint64_t end = size_of(file);
   const BYTE pad = 0;
   DWORD done = 0;
   if (!move_to(file, end) || !WriteFile(file, &pad, end % 2, &done, nullptr)) file.write_failed();
   if (FAILED(QvSummary_Save(file, &list, nullptr))) file.write_failed();
   const uint64_t whole = size_of(file);
-  if (whole > kRiffLimit) throw Failure(file.name(), QvResultText(QVERR_RIFF_TOOBIG));
+  if (whole > kRiffLimit) throw Failure(file.name(), result_text(QVERR_RIFF_TOOBIG));
   if (FAILED(riff_SetRIFFSize(file, static_cast<DWORD>(whole - 8)))) file.write_failed();
 }
 

@@ -31,7 +31,7 @@ void WaveInput::read_aiff() {
   ULONGLONG bytes = 0;
   const HRESULT result = iff_GetAIFFWfx(file_, &format, &frames, &start, &bytes);
   if (result == QVERR_RIFF_NOTFOUND) fail("has no \"COMM\" or no \"SSND\" chunk");
-  if (FAILED(result)) fail(QvResultText(result));
+  if (FAILED(result)) fail(result_text(result));
   header_.assign(sizeof(WAVEFORMATEXTENSIBLE), 0);
   std::memcpy(header_.data(), &format, sizeof format);
   format_.format.Init(sizeof format_, format);
@@ -47,7 +47,7 @@ void WaveInput::read_aiff() {
 void WaveInput::read_aiff_chunks(uint64_t form_end) {
   QVIFFCHUNK header;
   for (uint64_t position = 12; position + 8 <= form_end;) {
-    if (!move_to(file_, position) || FAILED(iff_ReadChunkHdr(file_, &header))) fail(QvResultText(QVERR_RIFF_READ));
+    if (!move_to(file_, position) || FAILED(iff_ReadChunkHdr(file_, &header))) fail(result_text(QVERR_RIFF_READ));
     chunks_.push_back({in_file_order(header.id), 0, position, header.size});
     position += 8 + uint64_t{header.size} + header.size % 2;
   }

@@ -60,7 +60,7 @@ RateConversion::RateConversion(const std::string& name, uint64_t frames, DWORD s
       QvAudio_Resample2Open(&converter_, QVSAMPLE_FLOAT64, src_rate, dst_rate, channels, row.quality);
   if (result == E_INVALIDARG)
     throw Failure(name, "its rate of " + std::to_string(src_rate) + " Hz is too far from " + std::to_string(dst_rate));
-  if (FAILED(result)) throw Failure(name, QvResultText(result));
+  if (FAILED(result)) throw Failure(name, result_text(result));
   if (row.has_low_pass && dst_rate < src_rate)
     make_up_for(measured_delay(src_rate, dst_rate, row.quality), static_cast<double>(src_rate) / dst_rate);
 }

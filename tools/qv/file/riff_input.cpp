@@ -21,7 +21,7 @@ void WaveInput::read_riff_header() {
   DWORD form = 0;
   const HRESULT result = riff_ReadFileID(file_, &form_bytes, &form);
   if (result == QVERR_RIFF_READ && file_size_ < 12) fail("the file ends inside its header");
-  if (FAILED(result)) fail(QvResultText(result));
+  if (FAILED(result)) fail(result_text(result));
   if (form != QVRIFF_FORM_WAVE) fail("is a RIFF file of the form \"" + printable_code(form) + "\", not a wave file");
   // A recorder that could not go back left 0: the form then goes as far as the file.
   form_size_unknown_ = form_bytes == 0;
@@ -41,7 +41,7 @@ bool WaveInput::read_riff_chunk(uint64_t& position) {
   DWORD count = 0;
   DWORD size = 0;
   if (!move_to(file_, position) || FAILED(riff_ReadChunkHeader(file_, &entry.id, &size)))
-    fail(QvResultText(QVERR_RIFF_READ));
+    fail(result_text(QVERR_RIFF_READ));
   entry.size = size;
   const uint64_t start = position + 8;
   const bool runs_out = start + entry.size > file_size_;

@@ -1,6 +1,6 @@
 #include "tools/qv/file/sample_conversion.h"
 
-#include "qv/result.h"
+#include "tools/qv/failure.h"
 
 #include <charconv>
 #include <stdexcept>
@@ -102,7 +102,7 @@ const void* SampleConversion::arrange(const void* samples, DWORD frames) {
     break;
   case ChannelPlan::Kind::kMap: result = apply_map(samples, frames); break;
   }
-  if (FAILED(result)) throw std::runtime_error(QvResultText(result));
+  if (FAILED(result)) throw std::runtime_error(result_text(result));
   return between_.data();
 }
 

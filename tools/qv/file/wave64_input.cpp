@@ -30,7 +30,7 @@ bool WaveInput::read_wave64_chunk(uint64_t& position) {
   GUID id;
   ULONGLONG size = 0;
   if (!move_to(file_, position) || FAILED(riff64_ReadChunkHeader(file_, &id, &size)))
-    fail(QvResultText(QVERR_RIFF_READ));
+    fail(result_text(QVERR_RIFF_READ));
   const uint64_t start = position + QVW64_HEADER_BYTES;
   const ChunkEntry entry = {id.Data1, 0, position, size};
   if (id == QVW64_DATA && !has_data_) {

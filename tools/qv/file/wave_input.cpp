@@ -58,7 +58,7 @@ void WaveInput::read_format(uint64_t size) {
   if (size < kSmallestFormat) fail("the \"fmt \" chunk has only " + std::to_string(size) + " bytes");
   const auto taken = static_cast<size_t>(std::min<uint64_t>(size, kLargestFormat));
   header_.assign(std::max(taken, sizeof(WAVEFORMATEXTENSIBLE)), 0);
-  if (FAILED(riff_ReadData(file_, header_.data(), static_cast<DWORD>(taken)))) fail(QvResultText(QVERR_RIFF_READ));
+  if (FAILED(riff_ReadData(file_, header_.data(), static_cast<DWORD>(taken)))) fail(result_text(QVERR_RIFF_READ));
   auto* header = reinterpret_cast<WAVEFORMATEX*>(header_.data());
   const size_t extra = taken < sizeof(WAVEFORMATEX) ? 0 : taken - sizeof(WAVEFORMATEX);
   header->cbSize = static_cast<WORD>(taken < sizeof(WAVEFORMATEX) ? 0 : std::min<size_t>(header->cbSize, extra));

@@ -23,8 +23,7 @@ uint64_t padded64(uint64_t bytes) { return (bytes + 7) / 8 * 8; }
 /// Answers the name when the file can have that length. Called before the file is created.
 const std::string& checked_name(const std::string& name, bool is_wave64, uint64_t file_bytes) {
   if (!is_wave64 && file_bytes - 8 >= kRiffSizeLimit)
-    throw Failure(name,
-                  std::string(QvResultText(QVERR_RIFF_TOOBIG)) + "; a name that ends in .w64 makes a Wave64 file");
+    throw Failure(name, result_text(QVERR_RIFF_TOOBIG) + "; a name that ends in .w64 makes a Wave64 file");
   return name;
 }
 
@@ -108,7 +107,7 @@ DoubleOutput::DoubleOutput(WaveOutput& output, const std::string& name, const _q
   if (type == QVDITHER_NONE) return; // the kernel rounds as well
   if (format.FormatTag() == WAVE_FORMAT_IEEE_FLOAT) throw Failure(name, "float samples are not dithered");
   const HRESULT result = dither_.emplace().Init(type, format.BitsPerSample(), channels_, kSeed);
-  if (FAILED(result)) throw Failure(name, QvResultText(result));
+  if (FAILED(result)) throw Failure(name, result_text(result));
 }
 
 void DoubleOutput::write(double* samples, DWORD frames) {

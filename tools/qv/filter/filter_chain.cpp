@@ -55,7 +55,7 @@ FilterChain::FilterChain(const std::string& name, const FilterOptions& options, 
   const HRESULT result = designed_.Design(static_cast<QVIIR_TYPE>(type.type), design, options.order,
                                           options.frequency / rate, width, options.gain, channels, 0);
   if (result == E_INVALIDARG) throw Failure(name, "there is no " + options.design + " of the type " + options.type);
-  if (FAILED(result)) throw Failure(name, QvResultText(result));
+  if (FAILED(result)) throw Failure(name, result_text(result));
   for (DWORD k = 0; k < designed_.getNumBiquads(); ++k)
     sections_.push_back(designed_.getBiquad(k));
   gain_ = designed_.getGain();

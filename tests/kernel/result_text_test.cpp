@@ -1,0 +1,91 @@
+// Sentences for results: the public headers say which codes there are.
+#include "tests/kernel/text/formatted.h"
+#include "tests/kernel/text/locale_fixture.h"
+
+#include "qv/result.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <regex>
+#include <set>
+#include <sstream>
+
+namespace {
+
+using ResultText = LocaleTest;
+
+std::string sentence(HRESULT result) { return utf8(QvResultText(result)); }
+
+/// Every match of a pattern in the public headers, those of the Win32 names included.
+std::vector<std::smatch> matches(const std::string& headers, const char* pattern) {
+  const std::regex expression(pattern);
+  return {std::sregex_iterator(headers.begin(), headers.end(), expression), {}};
+}
+
+std::string public_headers() {
+  std::ostringstream all;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(QV_PUBLIC_HEADERS))
+    if (entry.path().extension() == ".h") all << std::ifstream(entry.path()).rdbuf() << '\n';
+  return all.str();
+}
+
+/// Names and values of the results that the headers speak of. Errors of the system count where a comment names them.
+std::map<std::string, HRESULT> documented_results() {
+  const std::string headers = public_headers();
+  std::map<std::string, unsigned long> values;
+  for (const std::smatch& match :
+       matches(headers, R"((?:ROW\(|#define )((?:S|E|STG_E|QVERR|ERROR)_[A-Z_]+),? +\(?(?:.*[<{(])?(0x\w+|\d+))"))
+    values[match[1]] = std::stoul(match[2], nullptr, 0);
+  std::map<std::string, HRESULT> results;
+  for (const std::smatch& match : matches(headers, R"(\b(?:S|E|STG_E|QVERR)_[A-Z_]+\b)"))
+    results[match[0]] = static_cast<HRESULT>(values.at(match[0]));
+  for (const std::smatch& comment : matches(headers, "//.*ERROR_.*")) {
+    const std::string line = comment[0];
+    for (const std::smatch& match : matches(line, R"(\bERROR_[A-Z_]+\b)"))
+      results[match[0]] = static_cast<HRESULT>(values.at(match[0]) == 0 ? 0 : 0x80070000u | values.at(match[0]));
+  }
+  return results;
+}
+
+TEST_F(ResultText, EveryDocumentedResultHasASentence) {
+  const auto results = documented_results();
+  ASSERT_GT(results.size(), 30u);
+  ASSERT_TRUE(results.contains("ERROR_FILENAME_EXCED_RANGE") && results.contains("QVERR_RIFF_BADSIZE"));
+  for (const auto& [name, result] : results) {
+    EXPECT_NE(sentence(result), "unknown result") << name;
+    EXPECT_NE(sentence(result), "the system reports an error") << name;
+  }
+  EXPECT_EQ(sentence(static_cast<HRESULT>(0x8007FFFFu)), "the system reports an error");
+  EXPECT_EQ(sentence(static_cast<HRESULT>(0x8006FFFFu)), "unknown result");
+  EXPECT_EQ(sentence(QVERR_RIFF_NOTFOUND), "what was asked for is not there") << "for chunks and settings alike";
+}
+
+TEST_F(ResultText, SentencesFollowTheLanguage) {
+  struct Script {
+    QVLANGUAGE language;
+    char32_t first, last;
+  };
+  const Script scripts[] = {{QVLANGUAGE_RUSSIAN, 0x400, 0x4FF},
+                            {QVLANGUAGE_JAPANESE, 0x3040, 0x9FFF},
+                            {QVLANGUAGE_KOREAN, 0xAC00, 0xD7A3},
+                            {QVLANGUAGE_CHINESE, 0x4E00, 0x9FFF}};
+  const auto results = documented_results();
+  for (const Script& script : scripts) {
+    QvLanguage_Set(script.language);
+    for (const auto& [name, result] : results) {
+      const qv::WString text = QvResultText(result);
+      const auto letters = std::count_if(text.begin(), text.end(),
+                                         [&](char32_t each) { return each >= script.first && each <= script.last; });
+      EXPECT_GT(letters, 1) << name << " in language " << script.language;
+    }
+  }
+  QvLanguage_Set(QVLANGUAGE_GERMAN);
+  EXPECT_EQ(sentence(E_OUTOFMEMORY), "nicht genügend Arbeitsspeicher");
+  EXPECT_EQ(sentence(QVERR_RIFF_NOTFOUND), "das Gesuchte ist nicht vorhanden");
+  EXPECT_EQ(sentence(static_cast<HRESULT>(0x80070008u)), sentence(E_OUTOFMEMORY)) << "the system has a name of its own";
+  EXPECT_EQ(sentence(12345), "unbekanntes Ergebnis");
+}
+
+} // namespace
