@@ -1,4 +1,4 @@
-#include "kernel/text/text_formatter.h"
+#include "kernel/text/printf_formatter.h"
 
 #include "qv/text.h"
 

@@ -1,7 +1,7 @@
 #include "kernel/text/user_locale.h"
 
 #include "kernel/shared_value.h"
-#include "kernel/text/number_writer.h"
+#include "kernel/text/printf_field.h"
 
 #include "qv/list.h"
 #include "qv/text.h"

@@ -1,6 +1,6 @@
 #include "kernel/time/position_format.h"
 
-#include "kernel/time/time_rounding.h"
+#include "kernel/rounding.h"
 
 #include <algorithm>
 

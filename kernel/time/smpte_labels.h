@@ -1,8 +1,8 @@
 // Frame counts, labels and times in the arithmetic of the six SMPTE formats.
 #pragma once
 
+#include "kernel/rounding.h"
 #include "kernel/time/smpte_rates.h"
-#include "kernel/time/time_rounding.h"
 
 namespace qv::kernel {
 

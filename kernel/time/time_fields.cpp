@@ -1,7 +1,7 @@
 // Time values as fields of a record, and back.
+#include "kernel/rounding.h"
 #include "kernel/time/position_format.h"
 #include "kernel/time/smpte_labels.h"
-#include "kernel/time/time_rounding.h"
 
 #include <algorithm>
 

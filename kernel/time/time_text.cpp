@@ -1,8 +1,8 @@
 // Time values as text.
-#include "kernel/text/text_formatter.h"
+#include "kernel/rounding.h"
+#include "kernel/text/printf_formatter.h"
 #include "kernel/time/position_format.h"
 #include "kernel/time/smpte_labels.h"
-#include "kernel/time/time_rounding.h"
 
 #include <algorithm>
 #include <climits>

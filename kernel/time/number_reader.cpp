@@ -1,6 +1,6 @@
-#include "kernel/time/number_token.h"
+#include "kernel/time/number_reader.h"
 
-#include "kernel/text/number_writer.h"
+#include "kernel/text/printf_field.h"
 #include "kernel/time/digit_runs.h"
 
 #include <charconv>

@@ -1,9 +1,9 @@
-#include "kernel/text/text_formatter.h"
+#include "kernel/text/printf_formatter.h"
 
-#include "kernel/text/number_writer.h"
+#include "kernel/rounding.h"
+#include "kernel/text/printf_field.h"
 #include "kernel/text/string_writer.h"
 #include "kernel/text/user_locale.h"
-#include "kernel/time/time_rounding.h"
 
 #include <algorithm>
 #include <cstdlib>

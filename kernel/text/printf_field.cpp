@@ -1,4 +1,4 @@
-#include "kernel/text/number_writer.h"
+#include "kernel/text/printf_field.h"
 
 #include "kernel/text/digit_grouping.h"
 
