@@ -1,4 +1,5 @@
-// Puts a number's digits into the text: fills its width, and groups its digits if the user's locale is asked for.
+// One converted argument in its field: a number or a text, with what fills its width, and a number's digits grouped
+// where the user's locale is asked for.
 #pragma once
 
 #include "kernel/text/printf_conversion.h"
@@ -20,7 +21,10 @@ void write_plain_integer(Sink& sink, const Conversion& conversion, bool negative
 void write_localized_number(Sink& sink, const Conversion& conversion, const NumberText& number,
                             const QVUSERLOCALE& locale);
 
-/// The locale's decimal separator, or another where that would look like the one between digit groups.
-const WCHAR* decimal_separator(const QVUSERLOCALE& locale);
+/// s and S. A null text prints "(null)".
+void write_string(Sink& sink, const Conversion& conversion, const void* text);
+
+/// c and C.
+void write_character(Sink& sink, const Conversion& conversion, int character);
 
 } // namespace qv::kernel

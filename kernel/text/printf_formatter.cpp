@@ -2,10 +2,10 @@
 
 #include "kernel/rounding.h"
 #include "kernel/text/printf_field.h"
-#include "kernel/text/string_writer.h"
 #include "kernel/text/user_locale.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstdlib>
 
 namespace qv::kernel {
@@ -159,3 +159,29 @@ const QVUSERLOCALE& TextFormatter::locale() {
 }
 
 } // namespace qv::kernel
+
+int QvPrintF(WCHAR* dst, const WCHAR* format, ...) {
+  va_list list;
+  va_start(list, format);
+  const int count = QvCchVPrintF(dst, INT_MAX, format, list);
+  va_end(list);
+  return count;
+}
+
+int QvCchPrintF(WCHAR* dst, int capacity, const WCHAR* format, ...) {
+  va_list list;
+  va_start(list, format);
+  const int count = QvCchVPrintF(dst, capacity, format, list);
+  va_end(list);
+  return count;
+}
+
+int QvCchVPrintF(WCHAR* dst, int capacity, const WCHAR* format, va_list list) {
+  using namespace qv::kernel;
+  if (!dst || capacity < 1) return 0;
+  Sink sink(dst, static_cast<size_t>(capacity) - 1);
+  Arguments arguments(list);
+  TextFormatter formatter(sink, arguments);
+  if (format) formatter.write(format);
+  return sink.finish();
+}

@@ -1,10 +1,8 @@
 #include "kernel/text/user_locale.h"
 
 #include "kernel/shared_value.h"
-#include "kernel/text/printf_field.h"
 
 #include "qv/list.h"
-#include "qv/text.h"
 
 #include <algorithm>
 #include <atomic>
@@ -112,18 +110,63 @@ void put_in_force(const QVUSERLOCALE& locale) {
 
 } // namespace
 
-constinit std::atomic<uint32_t> qv::kernel::packed_clock_characters = 0;
+namespace qv::kernel {
 
-void qv::kernel::read_locale_once() {
+constinit std::atomic<uint32_t> packed_clock_characters = 0;
+
+void read_locale_once() {
   if (locale_is_read.load(std::memory_order_acquire)) return;
   const LocaleLock lock;
   if (!locale_is_read.load(std::memory_order_relaxed)) put_in_force(user_settings());
 }
 
-ClockSeparators qv::kernel::clock_separators() {
+ClockSeparators clock_separators() {
   read_locale_once();
   return clock_in_force.load();
 }
+
+const WCHAR* decimal_separator(const QVUSERLOCALE& locale) {
+  using View = std::basic_string_view<WCHAR>;
+  const View decimal = locale.decimal;
+  const View thousand = locale.thousand;
+  if (decimal != thousand) return locale.decimal;
+  return thousand == View(QV_TEXT(".")) ? QV_TEXT(",") : QV_TEXT(".");
+}
+
+DigitGrouping::DigitGrouping(const WCHAR* sizes) {
+  int last_size = 0;
+  int end = 0;
+  for (; count_ < kMost && *sizes >= QV_TEXT('0') && *sizes <= QV_TEXT('9'); sizes += 2) {
+    const int size = *sizes - QV_TEXT('0');
+    if (size == 0) {
+      repeat_ = last_size;
+      return;
+    }
+    last_size = size;
+    end += size;
+    ends_[count_++] = end;
+    if (sizes[1] != QV_TEXT(';')) return;
+  }
+}
+
+bool DigitGrouping::separates(int digits_that_follow) const {
+  if (count_ == 0) return false;
+  const int last = ends_[count_ - 1];
+  if (digits_that_follow > last) return repeat_ != 0 && (digits_that_follow - last) % repeat_ == 0;
+  for (int i = 0; i < count_; ++i)
+    if (ends_[i] == digits_that_follow) return true;
+  return false;
+}
+
+int DigitGrouping::separators(int digits) const {
+  int separators = 0;
+  for (int i = 0; i < count_ && ends_[i] < digits; ++i)
+    ++separators;
+  if (repeat_ != 0 && digits > ends_[count_ - 1]) separators += (digits - 1 - ends_[count_ - 1]) / repeat_;
+  return separators;
+}
+
+} // namespace qv::kernel
 
 void QvText_GetUserLocale(QVUSERLOCALE* locale) {
   if (!locale) return;

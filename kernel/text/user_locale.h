@@ -1,13 +1,14 @@
-// The separators that times are written with, quicker than the whole locale.
+// What the user's locale asks of numbers and times: separators, and where digits are grouped.
 #pragma once
 
-#include "qv/win32.h"
+#include "qv/text.h"
 
 #include <atomic>
 #include <cstdint>
 
 namespace qv::kernel {
 
+/// The separators that times are written with: quicker than the whole locale.
 struct ClockSeparators {
   WCHAR time[8];    ///< between hours, minutes and seconds
   WCHAR decimal[8]; ///< before a fraction; never the one between digit groups
@@ -32,5 +33,28 @@ inline ClockCharacters clock_characters() {
   }
   return {static_cast<WCHAR>(characters >> 16), static_cast<WCHAR>(characters & 0xFFFF)};
 }
+
+/// The locale's decimal separator, or another where that would look like the one between digit groups.
+const WCHAR* decimal_separator(const QVUSERLOCALE& locale);
+
+/// Where a locale puts separators between the digits of a number.
+class DigitGrouping {
+public:
+  /// From group sizes counted from the right: "3;0" repeats 3 for ever, "3;2;0" repeats 2 after one 3, "3" makes one
+  /// group; "0", an empty text and anything that is no such list group nothing.
+  explicit DigitGrouping(const WCHAR* sizes);
+
+  /// Whether a separator stands where this many digits follow.
+  bool separates(int digits_that_follow) const;
+
+  /// Separators in a number of this many digits.
+  int separators(int digits) const;
+
+private:
+  static constexpr int kMost = 8;
+  int ends_[kMost] = {}; // digits to the right of each separator, ascending
+  int count_ = 0;
+  int repeat_ = 0; // the size that goes on after the last, or 0
+};
 
 } // namespace qv::kernel

@@ -1,6 +1,6 @@
 // Measures, beats and ticks as text, and back.
 #include "kernel/rounding.h"
-#include "kernel/time/digit_runs.h"
+#include "kernel/time/number_reader.h"
 
 #include "qv/text.h"
 #include "qv/time.h"

@@ -1,7 +1,6 @@
 #include "kernel/time/number_reader.h"
 
-#include "kernel/text/printf_field.h"
-#include "kernel/time/digit_runs.h"
+#include "kernel/text/user_locale.h"
 
 #include <charconv>
 #include <cstddef>

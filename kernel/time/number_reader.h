@@ -1,12 +1,49 @@
-// Numbers as users write them: with the locale's grouping and decimal separators.
+// Numbers in a text: plain runs of decimal digits, and numbers as users write them.
 #pragma once
 
 #include "qv/text.h"
 
 #include <cstdint>
+#include <limits>
 
 namespace qv::kernel {
 
+inline bool is_digit(WCHAR character) { return character >= QV_TEXT('0') && character <= QV_TEXT('9'); }
+
+/// White space of ASCII, and the spaces that locales group digits with.
+inline bool is_white(WCHAR character) {
+  return character == QV_TEXT(' ') || (character >= QV_TEXT('\t') && character <= QV_TEXT('\r')) ||
+         character == QV_TEXT('\u00A0') || character == QV_TEXT('\u2009') || character == QV_TEXT('\u202F');
+}
+
+inline const WCHAR* skip_white(const WCHAR* text) {
+  while (is_white(*text))
+    ++text;
+  return text;
+}
+
+inline const WCHAR* skip_digits(const WCHAR* text) {
+  while (is_digit(*text))
+    ++text;
+  return text;
+}
+
+/// `value` with one more digit at its end; the largest number where that is out of range.
+inline int64_t with_digit(int64_t value, WCHAR digit) {
+  constexpr int64_t kMost = std::numeric_limits<int64_t>::max();
+  const int64_t last = digit - QV_TEXT('0');
+  return value > (kMost - last) / 10 ? kMost : value * 10 + last;
+}
+
+/// The number of the digits from `begin` to `end`.
+inline int64_t digits_value(const WCHAR* begin, const WCHAR* end) {
+  int64_t value = 0;
+  for (; begin != end; ++begin)
+    value = with_digit(value, *begin);
+  return value;
+}
+
+/// Reads numbers with the locale's grouping and decimal separators.
 class NumberReader {
 public:
   /// Reads from `text` on, in the locale in force.

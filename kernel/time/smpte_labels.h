@@ -1,10 +1,39 @@
-// Frame counts, labels and times in the arithmetic of the six SMPTE formats.
+// The six SMPTE formats: their rates, and frame counts, labels, times and texts in their arithmetic.
 #pragma once
 
 #include "kernel/rounding.h"
-#include "kernel/time/smpte_rates.h"
+
+#include "qv/smpte.h"
+
+#include <cstdint>
 
 namespace qv::kernel {
+
+struct SmpteRate {
+  uint32_t counted; ///< frames counted per second
+  double rate;      ///< real frames per second
+  uint32_t dial;    ///< frames in 24 hours
+};
+
+inline constexpr uint32_t kSmpteFormats = 6;
+
+inline constexpr uint32_t kDroppedPerTenMinutes = 18;
+inline constexpr uint32_t kDroppedPerHour = 6 * kDroppedPerTenMinutes;
+
+constexpr SmpteRate smpte_rate_of_row(uint32_t code, uint32_t counted, double numerator, double denominator) {
+  const uint32_t dropped = code == QVSMPTE_FMT_2997DF ? 24 * kDroppedPerHour : 0;
+  return {counted, numerator / denominator, counted * 86'400 - dropped};
+}
+
+#define QV_SMPTE_RATE(code, name, counted, numerator, denominator)                                                     \
+  smpte_rate_of_row(code, counted, numerator, denominator),
+inline constexpr SmpteRate kSmpteRates[kSmpteFormats] = {QV_SMPTE_FORMAT_TABLE(QV_SMPTE_RATE)};
+#undef QV_SMPTE_RATE
+
+inline bool is_smpte_format(uint32_t format) { return format - 1 < kSmpteFormats; }
+
+/// Real frames per second; 30 for a format that is none of the six.
+inline double smpte_real_rate(uint32_t format) { return is_smpte_format(format) ? kSmpteRates[format - 1].rate : 30.0; }
 
 inline uint32_t frame_count_of(const _smpteval& label) {
   if (label.format == QVSMPTE_FMT_2997DF) [[likely]] {
@@ -62,5 +91,13 @@ inline void write_label_of_time(_smpteval& label, QVNANOTIME time) {
 inline QVNANOTIME time_of_label(const _smpteval& label) {
   return truncated(frame_count_of(label) / smpte_real_rate(label.format) * 1e7 + 0.999);
 }
+
+struct SmpteReading {
+  const WCHAR* end; ///< behind all that was read, a separator at the end too; the text itself without a digit
+  WCHAR stopped_at; ///< 0 when the text was used up
+};
+
+/// QVSMPTE_TextToSMPTE, and where it read.
+SmpteReading read_smpte(const WCHAR* text, _smpteval* label);
 
 } // namespace qv::kernel

@@ -1,7 +1,6 @@
-#include "kernel/time/smpte_text.h"
-
-#include "kernel/time/digit_runs.h"
-#include "kernel/time/smpte_rates.h"
+// Reading timecode text.
+#include "kernel/time/number_reader.h"
+#include "kernel/time/smpte_labels.h"
 
 namespace qv::kernel {
 

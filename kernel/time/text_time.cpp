@@ -1,10 +1,8 @@
 // Texts as time values.
 #include "kernel/rounding.h"
-#include "kernel/time/digit_runs.h"
 #include "kernel/time/number_reader.h"
 #include "kernel/time/position_format.h"
 #include "kernel/time/smpte_labels.h"
-#include "kernel/time/smpte_text.h"
 
 #include <algorithm>
 #include <array>
