@@ -1,8 +1,9 @@
 // The Win32 registry on POSIX: do not include it directly.
 //
 // One SQLite database per user, $QV_REGISTRY or $XDG_CONFIG_HOME/QvKernel/registry.db ($HOME/.config where that is
-// unset), holds both roots. It is created by the first key that is, and may be used by several processes at once. A key
-// keeps its store open: each path is opened once per process while keys of it are open.
+// unset or relative), holds both roots. It is created, for its user alone, by the first key that is, and may be used by
+// several processes at once. Triggers and views that others added to it are not run. A key keeps its store open: each
+// path is opened once per process while keys of it are open.
 //
 // Key and value names are case-insensitive and keep the case of their first writing; a component has at most 255
 // characters. Keys are separated by backslashes; a path that begins with one is not valid, doubled ones count once.

@@ -50,9 +50,12 @@ std::optional<std::vector<std::u16string_view>> split_key_path(const WCHAR* path
 }
 
 std::string registry_file() {
-  if (const char* file = variable("QV_REGISTRY")) return file;
+  // A relative name begins with its folder, so that no name ("file:", ":memory:") means something else to SQLite.
+  if (const char* file = variable("QV_REGISTRY")) return *file == '/' ? file : std::string("./") + file;
   constexpr const char* kBelow = "/QvKernel/registry.db";
-  if (const char* folder = variable("XDG_CONFIG_HOME")) return std::string(folder) + kBelow;
+  const char* folder = variable("XDG_CONFIG_HOME");
+  // The XDG Base Directory standard has relative paths ignored.
+  if (folder && *folder == '/') return std::string(folder) + kBelow;
   if (const char* home = variable("HOME")) return std::string(home) + "/.config" + kBelow;
   return {};
 }

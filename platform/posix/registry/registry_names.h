@@ -35,7 +35,8 @@ private:
 /// that is too long or too many of them.
 std::optional<std::vector<std::u16string_view>> split_key_path(const WCHAR* path);
 
-/// The database's file: $QV_REGISTRY, else below $XDG_CONFIG_HOME or $HOME/.config. Empty when none of them is set.
+/// The database's file: $QV_REGISTRY, else below $XDG_CONFIG_HOME (an absolute path) or $HOME/.config. Empty when none
+/// of them is set.
 std::string registry_file();
 
 } // namespace qv::platform

@@ -3,11 +3,13 @@
 #include "platform/posix/registry/registry_names.h"
 
 #include <cerrno>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <sqlite3.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace qv::platform {
 
@@ -93,9 +95,19 @@ LONG make_folders(const std::string& file) {
   return errno == ENOSPC ? ERROR_DISK_FULL : ERROR_ACCESS_DENIED;
 }
 
-/// A path in a file: URI.
-std::string escaped(const std::string& path) {
-  std::string text;
+/// Makes an empty file for this user alone; SQLite would let everybody read it.
+LONG make_file(const std::string& file) {
+  const LONG error = make_folders(file);
+  if (error != ERROR_SUCCESS) return error;
+  const int descriptor = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+  if (descriptor < 0) return errno == ENOSPC ? ERROR_DISK_FULL : ERROR_ACCESS_DENIED;
+  ::close(descriptor);
+  return ERROR_SUCCESS;
+}
+
+/// A path as a file: URI. An absolute one begins behind an empty host.
+std::string uri_of(const std::string& path) {
+  std::string text = path.starts_with('/') ? "file://" : "file:";
   for (const char character : path) {
     if (character == '%' || character == '?' || character == '#') {
       constexpr const char* kDigits = "0123456789ABCDEF";
@@ -119,7 +131,7 @@ LONG Store::open(bool create, std::shared_ptr<Store>& store) {
   store = known.lock();
   if (store && store->is_file(file)) return ERROR_SUCCESS;
   LONG error = check_header(file);
-  if (error == ERROR_FILE_NOT_FOUND && create) error = make_folders(file);
+  if (error == ERROR_FILE_NOT_FOUND && create) error = make_file(file);
   if (error != ERROR_SUCCESS) return error;
   store.reset(new Store);
   error = store->connect(file, false);
@@ -139,12 +151,21 @@ LONG Store::open(bool create, std::shared_ptr<Store>& store) {
 }
 
 LONG Store::connect(const std::string& file, bool immutable) {
-  const std::string name = immutable ? "file:" + escaped(file) + "?immutable=1" : file;
+  const std::string name = immutable ? uri_of(file) + "?immutable=1" : file;
   const int flags = immutable ? SQLITE_OPEN_READONLY | SQLITE_OPEN_URI : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
   const int result = sqlite3_open_v2(name.c_str(), &database_, flags | SQLITE_OPEN_NOMUTEX, nullptr);
   if (result != SQLITE_OK) return error_of(result);
   sqlite3_busy_timeout(database_, kBusyMilliseconds);
+  distrust_contents();
   return ERROR_SUCCESS;
+}
+
+/// The file may be somebody else's: what its makers put into it beside tables is not run.
+void Store::distrust_contents() {
+  sqlite3_db_config(database_, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+  sqlite3_db_config(database_, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+  sqlite3_db_config(database_, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
+  sqlite3_db_config(database_, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
 }
 
 /// The file exists only once something was read or written.

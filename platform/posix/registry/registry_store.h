@@ -84,6 +84,7 @@ public:
 private:
   Store() = default;
   LONG connect(const std::string& file, bool immutable);
+  void distrust_contents();
   LONG make_ready(bool create);
   LONG make_tables();
   LONG question(const char* sql, int64_t& answer);

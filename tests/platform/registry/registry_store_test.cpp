@@ -118,9 +118,12 @@ TEST_F(RegistryStore, IsWhereTheUserKeepsSettings) {
   const fs::path made = folder_ / "config" / "QvKernel";
   EXPECT_TRUE(fs::exists(made / "registry.db"));
   EXPECT_EQ(fs::status(made).permissions(), fs::perms::owner_all);
-  unsetenv("XDG_CONFIG_HOME");
+  EXPECT_EQ(fs::status(made / "registry.db").permissions(), fs::perms::owner_read | fs::perms::owner_write);
+  setenv("XDG_CONFIG_HOME", "relative", 1);
   setenv("HOME", folder_.c_str(), 1);
   make_store();
+  unsetenv("XDG_CONFIG_HOME");
+  EXPECT_FALSE(fs::exists("relative"));
   EXPECT_TRUE(fs::exists(folder_ / ".config" / "QvKernel" / "registry.db"));
   unsetenv("HOME");
   EXPECT_EQ(try_open(), std::pair(LONG{ERROR_PATH_NOT_FOUND}, LONG{ERROR_PATH_NOT_FOUND}));
@@ -132,6 +135,43 @@ TEST_F(RegistryStore, OpeningToReadCreatesNothing) {
   EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, kPath, 0, KEY_READ, &key), LONG{ERROR_FILE_NOT_FOUND});
   EXPECT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, kPath), LONG{ERROR_FILE_NOT_FOUND});
   EXPECT_FALSE(fs::exists(file_));
+}
+
+TEST_F(RegistryStore, ANameIsNeverAnAddress) {
+  const fs::path before = fs::current_path();
+  fs::current_path(folder_);
+  for (const char* name : {"file:one.db", "file:two.db?mode=memory", ":memory:", "below:/three.db"}) {
+    SCOPED_TRACE(name);
+    use(name);
+    make_store();
+    EXPECT_TRUE(fs::exists(folder_ / name));
+  }
+  fs::current_path(before);
+}
+
+TEST_F(RegistryStore, NothingThatOthersAddedIsRun) {
+  make_store();
+  ask("CREATE TABLE seen(what)");
+  ask("CREATE TRIGGER spy AFTER UPDATE ON value BEGIN INSERT INTO seen VALUES(new.data); END");
+  ask("CREATE TRIGGER spy_too AFTER INSERT ON key BEGIN INSERT INTO seen VALUES(new.name); END");
+  HKEY key = nullptr;
+  ASSERT_EQ(RegCreateKeyW(HKEY_CURRENT_USER, QV_TEXT("Software\\Test\\New"), &key), ERROR_SUCCESS);
+  RegCloseKey(key);
+  make_store();
+  EXPECT_EQ(ask("SELECT count(*) FROM seen"), "0");
+  ask("ALTER TABLE value RENAME TO real_value");
+  ask("CREATE VIEW value AS SELECT * FROM real_value");
+  ASSERT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, kPath, 0, KEY_READ, &key), ERROR_SUCCESS);
+  EXPECT_EQ(RegQueryValueExW(key, QV_TEXT("baaaaaaa"), nullptr, nullptr, nullptr, nullptr), LONG{ERROR_BADDB});
+  RegCloseKey(key);
+}
+
+TEST_F(RegistryStore, ANewerVersionIsLeftAlone) {
+  make_store();
+  EXPECT_EQ(ask("PRAGMA user_version"), "1");
+  ask("PRAGMA user_version = 2");
+  EXPECT_EQ(try_open(), std::pair(LONG{ERROR_BADDB}, LONG{ERROR_BADDB}));
+  EXPECT_EQ(ask("PRAGMA user_version"), "2");
 }
 
 TEST_F(RegistryStore, IsAWalDatabaseThatClosesWithItsLastKey) {
@@ -163,8 +203,14 @@ TEST_F(RegistryStore, ProcessesThatWriteTogetherLoseNothing) {
     writers.push_back(start([=] {
       HKEY key = nullptr; // both make the store, too
       if (RegCreateKeyW(HKEY_CURRENT_USER, kPath, &key) != ERROR_SUCCESS) return 2;
-      for (DWORD i = 0; i < kEach; ++i)
+      for (DWORD i = 0; i < kEach; ++i) {
         if (set_number(key, writer * kEach + i, i ^ writer) != ERROR_SUCCESS) return 3;
+        // A new key is looked for and made in one step, whoever else writes.
+        const WCHAR name[] = {'k', static_cast<WCHAR>('a' + writer), static_cast<WCHAR>(0x4E00 + i / 10), 0};
+        HKEY below = nullptr;
+        if (i % 10 == 0 && RegCreateKeyW(key, name, &below) != ERROR_SUCCESS) return 4;
+        if (below) RegCloseKey(below);
+      }
       RegCloseKey(key);
       return 0;
     }));
@@ -308,6 +354,7 @@ TEST_F(RegistryStore, DamageIsAnError) {
 }
 
 TEST_F(RegistryStore, WhatCannotBeWrittenCanBeRead) {
+  use("/" + (folder_ / "what%41?is#it.db").string());
   make_store();
   fs::permissions(file_, fs::perms::owner_read | fs::perms::group_read | fs::perms::others_read);
   fs::permissions(folder_,
