@@ -1,4 +1,4 @@
-// What a HANDLE points to: a reference-counted kernel object. CloseHandle drops the caller's reference.
+// A HANDLE points to a reference-counted kernel object. CloseHandle drops the caller's reference.
 #pragma once
 
 #include "qv/win32.h"
@@ -20,6 +20,13 @@ public:
     if (references_.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
   }
   HANDLE handle() { return this; }
+
+  /// Drops the reference of the handle that is closed; FALSE with the last error when that fails. The handle is gone in
+  /// either case.
+  virtual BOOL close_handle() {
+    release();
+    return TRUE;
+  }
 
 protected:
   KernelObject() = default;

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <ctime>
+#include <unistd.h>
 
 namespace qv::platform {
 
@@ -29,6 +30,7 @@ private:
 Countdown allocations;
 Countdown inputs_and_outputs;
 std::atomic<int64_t> stopped_clock{-1};
+std::atomic<const FileCalls*> replaced_file_calls{nullptr};
 
 } // namespace
 
@@ -37,8 +39,16 @@ void fail_io(int nth) { inputs_and_outputs.set(nth); }
 int io_calls() { return inputs_and_outputs.calls(); }
 void set_clock(int64_t nanoseconds) { stopped_clock.store(nanoseconds, std::memory_order_relaxed); }
 
+const FileCalls kSystemFileCalls = {.read = pread, .write = pwrite, .sync = fsync, .close = close};
+void set_file_calls(const FileCalls* calls) { replaced_file_calls.store(calls, std::memory_order_relaxed); }
+
 bool allocation_fails() { return allocations.hit(); }
 bool io_fails() { return inputs_and_outputs.hit(); }
+
+const FileCalls& file_calls() {
+  const FileCalls* replaced = replaced_file_calls.load(std::memory_order_relaxed);
+  return replaced ? *replaced : kSystemFileCalls;
+}
 
 int64_t clock_nanoseconds() {
   const int64_t stopped = stopped_clock.load(std::memory_order_relaxed);

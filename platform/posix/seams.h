@@ -1,11 +1,14 @@
-// Seams for tests of the POSIX platform layer: a settable clock, and failures on the n-th call. Not for applications.
+// Seams for tests of the POSIX platform layer: a settable clock, failures on the n-th call, and the system's calls
+// behind files. Not for applications.
 //
-// Counting is per process. A seam that is not set costs one relaxed load.
+// They hold for the whole process. A seam that is not set costs one relaxed load.
 #pragma once
 
 #include "qv/export.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <sys/types.h>
 
 namespace qv::platform {
 
@@ -21,9 +24,21 @@ QV_API int io_calls();
 /// system's.
 QV_API void set_clock(int64_t nanoseconds);
 
+/// The system's calls behind files and folders, each of which answers as the system's does: -1 with errno on failure.
+struct FileCalls {
+  ssize_t (*read)(int descriptor, void* buffer, size_t bytes, int64_t position);
+  ssize_t (*write)(int descriptor, const void* buffer, size_t bytes, int64_t position);
+  int (*sync)(int descriptor);
+  int (*close)(int descriptor);
+};
+QV_API extern const FileCalls kSystemFileCalls;
+/// Puts calls in place of the system's, from now on and until null is given. They stay the caller's.
+QV_API void set_file_calls(const FileCalls* calls);
+
 /// For the implementation: whether this call is the one that fails.
 bool allocation_fails();
 bool io_fails();
 int64_t clock_nanoseconds();
+const FileCalls& file_calls();
 
 } // namespace qv::platform

@@ -2,7 +2,11 @@
 #include "platform/posix/seams.h"
 #include "tests/platform/scratch_path.h"
 
+#include <cerrno>
 #include <gtest/gtest.h>
+#include <string>
+#include <unistd.h>
+#include <vector>
 
 TEST(Seams, TheNthAllocationFailsAndNoOther) {
   qv::platform::fail_allocation(2);
@@ -50,3 +54,123 @@ TEST(Seams, TheClockCanBeSet) {
   QueryPerformanceCounter(&later);
   EXPECT_GE(later.QuadPart, ticks.QuadPart);
 }
+
+namespace {
+
+/// Stands in for the system's calls behind files: notes each with its file, and makes some fail.
+class FileCallsTest : public testing::Test {
+protected:
+  void SetUp() override {
+    calls = {};
+    failing = "";
+    step = 0;
+    const qv::platform::FileCalls noted = {.read = read, .write = write, .sync = sync, .close = close};
+    static qv::platform::FileCalls in_place;
+    in_place = noted;
+    qv::platform::set_file_calls(&in_place);
+  }
+  void TearDown() override { qv::platform::set_file_calls(nullptr); }
+
+  static HANDLE open_new(const ScratchPath& at) {
+    return CreateFileW(at.text().c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+  }
+
+  static inline std::vector<std::string> calls; ///< syncs and closes
+  static inline std::string failing;            ///< the call that fails with EIO
+  static inline int step = 0;                   ///< of reads and writes
+
+private:
+  static int note(const std::string& call, int descriptor) {
+    calls.push_back(call + " " + std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor)).string());
+    errno = EIO;
+    return call == failing ? -1 : 0;
+  }
+  static int sync(int descriptor) { return note("sync", descriptor); }
+  static int close(int descriptor) {
+    const int answer = note("close", descriptor);
+    qv::platform::kSystemFileCalls.close(descriptor);
+    errno = EIO;
+    return answer;
+  }
+  /// Every other call is interrupted; the others get at most three bytes, and the third of them finds no room.
+  static bool interrupted() {
+    errno = EINTR;
+    return step++ % 2 == 0;
+  }
+  static ssize_t read(int descriptor, void* buffer, size_t bytes, int64_t position) {
+    return interrupted()
+               ? -1
+               : qv::platform::kSystemFileCalls.read(descriptor, buffer, std::min<size_t>(bytes, 3), position);
+  }
+  static ssize_t write(int descriptor, const void* buffer, size_t bytes, int64_t position) {
+    if (interrupted()) return -1;
+    errno = ENOSPC;
+    if (failing == "write" && step > 4) return -1;
+    return qv::platform::kSystemFileCalls.write(descriptor, buffer, std::min<size_t>(bytes, 3), position);
+  }
+};
+
+TEST_F(FileCallsTest, InterruptedAndShortTransfersGoOn) {
+  const ScratchPath at("transfers");
+  const HANDLE file = open_new(at);
+  DWORD count = 0;
+  EXPECT_TRUE(WriteFile(file, "abcdefgh", 8, &count, nullptr));
+  EXPECT_EQ(count, 8u);
+  EXPECT_EQ(at.read(), "abcdefgh");
+  char bytes[9] = {};
+  SetFilePointer(file, 0, nullptr, FILE_BEGIN);
+  EXPECT_TRUE(ReadFile(file, bytes, 8, &count, nullptr));
+  EXPECT_STREQ(bytes, "abcdefgh");
+  failing = "write";
+  step = 0;
+  EXPECT_FALSE(WriteFile(file, "ijklmnop", 8, &count, nullptr));
+  EXPECT_EQ(GetLastError(), ERROR_DISK_FULL);
+  EXPECT_EQ(count, 6u) << "what was written before";
+  EXPECT_EQ(SetFilePointer(file, 0, nullptr, FILE_CURRENT), 14u);
+  CloseHandle(file);
+}
+
+TEST_F(FileCallsTest, FlushingAndClosingReportFailures) {
+  const ScratchPath at("flush");
+  for (const char* call : {"none", "sync", "close"}) {
+    SCOPED_TRACE(call);
+    calls = {};
+    failing = call;
+    const HANDLE file = open_new(at);
+    EXPECT_EQ(FlushFileBuffers(file) != 0, failing != "sync");
+    if (failing == "sync") EXPECT_EQ(GetLastError(), ERROR_IO_DEVICE);
+    EXPECT_EQ(CloseHandle(file) != 0, failing != "close");
+    if (failing == "close") EXPECT_EQ(GetLastError(), ERROR_IO_DEVICE);
+    EXPECT_EQ(calls, (std::vector{"sync " + at.path().string(), "close " + at.path().string()}));
+  }
+}
+
+TEST_F(FileCallsTest, ARenameIsMadeToLast) {
+  const ScratchPath here("here"), there("there");
+  std::filesystem::create_directory(here.path());
+  std::filesystem::create_directory(there.path());
+  const std::string a = here.path(), b = there.path();
+  struct Case {
+    qv::WString from, to;
+    std::vector<std::string> folders;
+  };
+  const Case cases[] = {{here.text() + QV_TEXT("/1"), here.text() + QV_TEXT("/2"), {a}},
+                        {here.text() + QV_TEXT("/2"), there.text() + QV_TEXT("/1"), {b, a}}};
+  std::ofstream(here.path() / "1") << "x";
+  for (const DWORD flags : {DWORD{0}, DWORD{MOVEFILE_REPLACE_EXISTING}}) {
+    for (const Case& each : cases) {
+      calls = {};
+      EXPECT_TRUE(MoveFileExW(each.from.c_str(), each.to.c_str(), flags));
+      std::vector<std::string> expected;
+      for (const std::string& folder : each.folders)
+        expected.insert(expected.end(), {"sync " + folder, "close " + folder});
+      EXPECT_EQ(calls, expected);
+    }
+    std::filesystem::rename(there.path() / "1", here.path() / "1");
+  }
+  failing = "sync";
+  EXPECT_FALSE(MoveFileExW(cases[0].from.c_str(), cases[0].to.c_str(), 0));
+  EXPECT_EQ(GetLastError(), ERROR_IO_DEVICE);
+}
+
+} // namespace

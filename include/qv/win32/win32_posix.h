@@ -169,10 +169,14 @@ QV_WIN32(DWORD, SetFilePointer, (HANDLE file, LONG distance, LONG* distanceHigh,
 QV_WIN32(BOOL, SetFilePointerEx, (HANDLE file, LARGE_INTEGER distance, LARGE_INTEGER* position, DWORD method));
 QV_WIN32(BOOL, SetEndOfFile, (HANDLE file));
 QV_WIN32(BOOL, GetFileSizeEx, (HANDLE file, LARGE_INTEGER* size));
+/// What was written is on the disk when this returns TRUE.
 QV_WIN32(BOOL, FlushFileBuffers, (HANDLE file));
 QV_WIN32(BOOL, DeleteFileW, (const WCHAR* path));
+/// The new name is on the disk when this returns, where the file system lets a folder be synced. FALSE with
+/// ERROR_IO_DEVICE may mean that the file was renamed and that this could not be made to last.
 QV_WIN32(BOOL, MoveFileExW, (const WCHAR* from, const WCHAR* to, DWORD flags));
 QV_WIN32(DWORD, GetFileAttributesW, (const WCHAR* path));
+/// FALSE when closing a file fails, as where a write is reported that late; the handle is gone even then.
 QV_WIN32(BOOL, CloseHandle, (HANDLE object));
 
 // ---- memory --------------------------------------------------------------------------------------------------------

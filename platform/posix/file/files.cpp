@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <limits>
+#include <new>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -20,7 +21,13 @@ class File final : public KernelObject {
 public:
   File(int descriptor, DWORD access, bool read_ahead)
       : descriptor_(descriptor), access_(access), reads_ahead_(read_ahead) {}
-  ~File() override { close(descriptor_); }
+
+  BOOL close_handle() override {
+    // A file system may report a write that failed as late as this.
+    const BOOL closed = file_calls().close(descriptor_) == 0 ? TRUE : fail_with_errno();
+    release();
+    return closed;
+  }
 
   int descriptor() const { return descriptor_; }
   bool readable() const { return (access_ & GENERIC_READ) != 0; }
@@ -37,7 +44,8 @@ public:
   size_t write(const void* buffer, size_t bytes) {
     size_t done = 0;
     while (done < bytes) {
-      const ssize_t put = pwrite(descriptor_, static_cast<const char*>(buffer) + done, bytes - done, position);
+      const ssize_t put =
+          file_calls().write(descriptor_, static_cast<const char*>(buffer) + done, bytes - done, position);
       if (put < 0 && errno == EINTR) continue;
       if (put <= 0) break;
       done += static_cast<size_t>(put);
@@ -127,7 +135,11 @@ HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD share, SECURITY_ATTRIB
         }
         if (flags & FILE_FLAG_SEQUENTIAL_SCAN) posix_fadvise(descriptor, 0, 0, POSIX_FADV_SEQUENTIAL);
         const bool reads_ahead = (access & GENERIC_WRITE) == 0 && (share & FILE_SHARE_WRITE) == 0;
-        auto* file = new File(descriptor, access, reads_ahead);
+        auto* file = new (std::nothrow) File(descriptor, access, reads_ahead);
+        if (!file) {
+          close(descriptor);
+          return open_failed(ERROR_NOT_ENOUGH_MEMORY);
+        }
         SetLastError(existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
         return file->handle();
       });
@@ -205,5 +217,5 @@ BOOL GetFileSizeEx(HANDLE handle, LARGE_INTEGER* size) {
 BOOL FlushFileBuffers(HANDLE handle) {
   auto* file = object_of<File>(handle);
   if (!file) return FALSE;
-  return fsync(file->descriptor()) == 0 ? TRUE : fail_with_errno();
+  return file_calls().sync(file->descriptor()) == 0 ? TRUE : fail_with_errno();
 }

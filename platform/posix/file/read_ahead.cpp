@@ -1,8 +1,9 @@
 #include "platform/posix/file/read_ahead.h"
 
+#include "platform/posix/seams.h"
+
 #include <algorithm>
 #include <cerrno>
-#include <unistd.h>
 
 namespace qv::platform {
 
@@ -11,7 +12,7 @@ namespace {
 ssize_t read_once(int descriptor, void* buffer, size_t bytes, int64_t position) {
   ssize_t got = -1;
   do {
-    got = pread(descriptor, buffer, bytes, position);
+    got = file_calls().read(descriptor, buffer, bytes, position);
   } while (got < 0 && errno == EINTR);
   return got;
 }

@@ -200,7 +200,5 @@ BOOL PeekMessageW(MSG*, HWND, UINT, UINT, UINT) { return FALSE; }
 
 BOOL CloseHandle(HANDLE handle) {
   auto* object = object_of<KernelObject>(handle);
-  if (!object) return FALSE;
-  object->release();
-  return TRUE;
+  return object ? object->close_handle() : FALSE;
 }
