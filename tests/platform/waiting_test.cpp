@@ -1,8 +1,10 @@
 // Events, threads, waiting for several handles, and critical sections.
 #include "qv/win32.h"
 
+#include <atomic>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <memory>
 #include <vector>
 
 namespace {
@@ -51,6 +53,57 @@ TEST(Waiting, BadCallsFail) {
   EXPECT_EQ(WaitForMultipleObjects(65, twice, FALSE, 0), WAIT_FAILED);
   EXPECT_EQ(WaitForSingleObject(nullptr, 0), WAIT_FAILED);
   EXPECT_FALSE(SetEvent(nullptr));
+}
+
+TEST(Waiting, AWaitForMessagesTakesOneObjectLess) {
+  std::vector<std::unique_ptr<Handle>> events;
+  std::vector<HANDLE> handles;
+  for (DWORD i = 0; i < MAXIMUM_WAIT_OBJECTS; ++i) {
+    events.push_back(std::make_unique<Handle>(manual_event(i + 2 == MAXIMUM_WAIT_OBJECTS)));
+    handles.push_back(*events.back());
+  }
+  const auto wait = [&](DWORD count) { return MsgWaitForMultipleObjectsEx(count, handles.data(), 0, 0, 0); };
+  EXPECT_EQ(wait(MAXIMUM_WAIT_OBJECTS - 1), WAIT_OBJECT_0 + MAXIMUM_WAIT_OBJECTS - 2);
+  SetLastError(ERROR_SUCCESS);
+  EXPECT_EQ(wait(MAXIMUM_WAIT_OBJECTS), WAIT_FAILED);
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+  EXPECT_EQ(WaitForMultipleObjects(MAXIMUM_WAIT_OBJECTS, handles.data(), FALSE, 0),
+            WAIT_OBJECT_0 + MAXIMUM_WAIT_OBJECTS - 2);
+}
+
+// A thread takes two signals, one wait after the other. The second often comes while the first wait is over and the
+// thread has not run yet: it is for the next wait.
+TEST(Waiting, ASignalIsNotLostToAWaitThatIsOver) {
+  struct Game {
+    Handle first{auto_event(false)}, second{auto_event(false)}, taken_one{auto_event(false)};
+    std::atomic<int> taken{0};
+    std::atomic<bool> over{false};
+  } game;
+  const Handle thread(CreateThread(
+      nullptr, 0,
+      [](void* argument) -> DWORD {
+        auto& shared = *static_cast<Game*>(argument);
+        const HANDLE either[] = {shared.first, shared.second};
+        while (!shared.over) {
+          WaitForMultipleObjects(2, either, FALSE, INFINITE);
+          ++shared.taken;
+          SetEvent(shared.taken_one);
+        }
+        return 0;
+      },
+      &game, 0, nullptr));
+  constexpr DWORD kPatience = 10'000;
+  bool lost = false;
+  for (int round = 1; round <= 2000 && !lost; ++round) {
+    SetEvent(game.first);
+    SetEvent(game.second);
+    while (game.taken < 2 * round && !lost)
+      lost = WaitForSingleObject(game.taken_one, kPatience) != WAIT_OBJECT_0;
+  }
+  EXPECT_FALSE(lost);
+  game.over = true;
+  SetEvent(game.first);
+  EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
 }
 
 // Two threads hand a turn to and fro: every wake-up that got lost would end the test in its time limit.
