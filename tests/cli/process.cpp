@@ -3,6 +3,7 @@
 #include "tests/cli/scratch_folder.h"
 
 #include <cerrno>
+#include <csignal>
 #include <fcntl.h>
 #include <filesystem>
 #include <spawn.h>
@@ -42,7 +43,17 @@ Process::Process(const std::vector<std::string>& command) : out_path_(capture_fi
   posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
   posix_spawn_file_actions_addopen(&actions, 1, out_path_.c_str(), O_WRONLY | O_TRUNC, 0600);
   posix_spawn_file_actions_addopen(&actions, 2, error_path_.c_str(), O_WRONLY | O_TRUNC, 0600);
-  const int failed = posix_spawnp(&id_, words[0], &actions, nullptr, words.data(), environ);
+  // What ignores signals itself (nohup, a shell's job in the background) does not hand that on.
+  sigset_t defaults;
+  sigemptyset(&defaults);
+  for (const int signal : {SIGHUP, SIGINT, SIGTERM})
+    sigaddset(&defaults, signal);
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  posix_spawnattr_setsigdefault(&attributes, &defaults);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+  const int failed = posix_spawnp(&id_, words[0], &actions, &attributes, words.data(), environ);
+  posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&actions);
   if (failed != 0) throw std::runtime_error("could not start " + command[0]);
 }
