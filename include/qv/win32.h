@@ -31,9 +31,15 @@
 #include <objidl.h>
 // clang-format on
 #else
-#include "qv/win32/win32_posix.h"
-#include "qv/win32/win32_posix_com.h"
-#include "qv/win32/win32_posix_registry.h"
+#include "qv/win32/audio_format.h"
+#include "qv/win32/clock.h"
+#include "qv/win32/com.h"
+#include "qv/win32/file.h"
+#include "qv/win32/memory.h"
+#include "qv/win32/registry.h"
+#include "qv/win32/results.h"
+#include "qv/win32/text.h"
+#include "qv/win32/thread.h"
 #endif
 
 namespace qv {

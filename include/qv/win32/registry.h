@@ -22,7 +22,7 @@
 // once and while nobody uses it. Keys are not to be used in a child after fork.
 #pragma once
 
-#include "qv/win32/win32_posix.h"
+#include "qv/win32/types.h"
 
 struct HKEY__;
 using HKEY = HKEY__*;

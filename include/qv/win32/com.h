@@ -1,7 +1,7 @@
 // The COM interfaces that the library uses, on POSIX: do not include it directly.
 #pragma once
 
-#include "qv/win32/win32_posix.h"
+#include "qv/win32/types.h"
 
 #include <cstring>
 

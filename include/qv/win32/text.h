@@ -1,0 +1,27 @@
+// Part of qv/win32.h on POSIX: code pages and the user's locale. Do not include it directly.
+#pragma once
+
+#include "qv/win32/types.h"
+
+#define CP_ACP 0u
+#define CP_UTF8 65001u
+#define MB_PRECOMPOSED 1u
+#define MB_ERR_INVALID_CHARS 8u
+#define LOCALE_USER_DEFAULT 0x400u
+#define LOCALE_SNAME 0x5Cu
+#define LOCALE_SLIST 0x0Cu
+#define LOCALE_SDECIMAL 0x0Eu
+#define LOCALE_STHOUSAND 0x0Fu
+#define LOCALE_SGROUPING 0x10u
+#define LOCALE_STIME 0x1Eu
+
+/// Code pages CP_ACP (1252) and CP_UTF8. The five codes that 1252 leaves undefined map to U+0081, 8D, 8F, 90 and 9D.
+QV_WIN32(int, MultiByteToWideChar,
+         (UINT codePage, DWORD flags, const char* bytes, int byteCount, WCHAR* text, int textCapacity));
+/// What code page 1252 lacks becomes '?' (or *fallback).
+QV_WIN32(int, WideCharToMultiByte,
+         (UINT codePage, DWORD flags, const WCHAR* text, int textCount, char* bytes, int byteCapacity,
+          const char* fallback, BOOL* usedFallback));
+/// The locale of the user's environment (LC_ALL, LC_NUMERIC, LC_TIME, LANG); C and POSIX count as en-US. Serves the
+/// LOCALE_S* names above. Answers characters written, terminator included; with capacity 0 the count needed.
+QV_WIN32(int, GetLocaleInfoW, (LCID locale, LCTYPE type, WCHAR* text, int capacity));
