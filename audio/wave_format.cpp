@@ -55,7 +55,8 @@ void describe_by_tag(_qvwaveformat* record, DWORD capacity, const WAVEFORMATEX& 
   if (qv::audio::may_be_bare(format.wFormatTag)) return;
   const auto* extra = reinterpret_cast<const BYTE*>(&format) + qv::audio::kHeaderBytes;
   DWORD count = format.cbSize;
-  if (format.wFormatTag == WAVE_FORMAT_EXTENSIBLE && count >= kExtensibleExtra) {
+  if (format.wFormatTag == WAVE_FORMAT_EXTENSIBLE) {
+    if (count < kExtensibleExtra) return; // part of the fields that the tag promises, and nothing behind them
     const GUID sub_format = qv::audio::sub_format_of(format);
     record->formatTag = qv::audio::names_format_tag(sub_format) ? static_cast<WORD>(sub_format.Data1) : 0;
     extra += kExtensibleExtra;

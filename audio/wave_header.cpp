@@ -220,8 +220,8 @@ WAVEFORMATEX* QvAudio_AllocAndCopyWfx(const _qvwaveformat* src, QVWAVEFORMAT_COP
   return QvAudio_AllocAndCopyWfx(*src, dest);
 }
 
-_qvwaveformat_wfxcopyhelper::_qvwaveformat_wfxcopyhelper(const _qvwaveformat& format) {
-  format.ToWfx(&wfx_, sizeof wfx_, QVWAVEFORMAT_COPY_PLAIN);
+_qvwaveformat_wfxcopyhelper::_qvwaveformat_wfxcopyhelper(const _qvwaveformat& format) : wfx_{} {
+  format.ToWfx(&wfx_.Format, kHeaderBytes, QVWAVEFORMAT_COPY_PLAIN);
 }
 
 _qvwaveformat_wfxecopyhelper::_qvwaveformat_wfxecopyhelper(const _qvwaveformat& format) : wfx_{} {

@@ -87,9 +87,15 @@ enum : uint32_t {
   QVWAVEFORMAT_EXTENSIBLE = 16, ///< built from an extensible header; written back as one
 };
 
+namespace qv::on_records {
+/// An empty base of the record: a call with a record then looks for functions in this namespace too
+/// (qv/audio_records.h).
+struct Found {};
+} // namespace qv::on_records
+
 /// The compact format record, little-endian. Only the first 32 bytes are always there: extraSize and extra exist as far
 /// as the capacity that the caller allocated reaches, and are present when cbStruct is at least 34.
-struct QV_API _qvwaveformat {
+struct QV_API _qvwaveformat : qv::on_records::Found {
   DWORD cbStruct;          ///< 32 + count of extra bytes
   QVSAMPLETYPE sampleType; ///< 0: not an uncompressed layout
   DWORD samplesPerSec;     ///< frames per second
@@ -142,15 +148,16 @@ static_assert(offsetof(_qvwaveformat, channels) == 12 && offsetof(_qvwaveformat,
 static_assert(offsetof(_qvwaveformat, formatTag) == 24 && offsetof(_qvwaveformat, avgBytesPerSec) == 28);
 static_assert(offsetof(_qvwaveformat, extraSize) == 32 && offsetof(_qvwaveformat, extra) == 34);
 
-/// A WAVEFORMATEX copy of a record (copy mode 2); a compressed format's extra bytes are left out.
+/// A WAVEFORMATEX copy of a record (copy mode 2); a compressed format's extra bytes are left out. It stands in 40
+/// bytes, the rest zero, since the tag may be 0xFFFE.
 class QV_API _qvwaveformat_wfxcopyhelper {
 public:
   explicit _qvwaveformat_wfxcopyhelper(const _qvwaveformat& format);
-  operator const WAVEFORMATEX*() const { return &wfx_; }
-  const WAVEFORMATEX& operator*() const { return wfx_; }
+  operator const WAVEFORMATEX*() const { return &wfx_.Format; }
+  const WAVEFORMATEX& operator*() const { return wfx_.Format; }
 
 private:
-  WAVEFORMATEX wfx_;
+  WAVEFORMATEXTENSIBLE wfx_;
 };
 
 /// A WAVEFORMATEXTENSIBLE copy of a record (copy mode 4).

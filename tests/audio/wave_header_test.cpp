@@ -1,8 +1,10 @@
 // Headers from records, from headers and from parts.
 #include "qv/audio.h"
 
+#include <algorithm>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <memory>
 #include <random>
 
 namespace {
@@ -153,6 +155,7 @@ TEST(WaveHeader, PlainFromExtensible) {
   record.Init(48000, QVSAMPLE_FLOAT32, 2, 0, sizeof record);
   record.ToWfx(&source.Format, sizeof source, QVWAVEFORMAT_COPY_EXTENSIBLE);
   WAVEFORMATEX plain;
+  std::memset(static_cast<void*>(&plain), 0xCD, sizeof plain);
   EXPECT_EQ(QvAudio_CopyWfExtToWfx(&source, &plain), 0);
   EXPECT_EQ(plain.wFormatTag, 3);
   EXPECT_EQ(plain.cbSize, 0);
@@ -242,6 +245,29 @@ TEST(WaveHeader, FromParts) {
   record.Init(48000, QVSAMPLE_PCM24, 6, 0x3F, sizeof record);
   EXPECT_EQ((*_qvwaveformat_wfxcopyhelper(record)).wFormatTag, 1);
   EXPECT_EQ((*_qvwaveformat_wfxecopyhelper(record)).dwChannelMask, 0x3Fu);
+}
+
+// A file may say 0xFFFE without the 22 bytes that come with it. As a header the record keeps the tag, in room enough
+// for whoever then looks for the sub-format.
+TEST(WaveHeader, ShortExtensibleHeadersStayReadable) {
+  const struct {
+    WAVEFORMATEX format{0xFFFE, 2, 44100, 88200, 4, 16, 21};
+    BYTE extra[22]{1, 2, 3, 4, 5, 6, 7};
+  } shorter;
+  QVWAVEFORMATBUFFER record;
+  record.format.Init(sizeof record, shorter.format);
+  EXPECT_EQ(record.format.FormatTag(), 0xFFFEu);
+  EXPECT_EQ(record.format.ExtraCount(), 0u) << "they are a piece of the header";
+  using Helper = _qvwaveformat_wfxcopyhelper;
+  ASSERT_GE(sizeof(Helper), sizeof(WAVEFORMATEXTENSIBLE));
+  const std::unique_ptr<BYTE[]> memory(new BYTE[sizeof(Helper)]); // behind it the sanitizer watches
+  std::memset(memory.get(), 0xCD, sizeof(Helper));
+  const auto* const helper = new (memory.get()) Helper(record.format);
+  const WAVEFORMATEX* const header = *helper;
+  EXPECT_EQ(header->wFormatTag, 0xFFFE);
+  EXPECT_EQ(QvAudio_GetSampleType(header), QVSAMPLE_NONE);
+  EXPECT_TRUE(
+      std::all_of(memory.get() + sizeof(WAVEFORMATEX), memory.get() + sizeof(Helper), [](BYTE b) { return b == 0; }));
 }
 
 // An input of the fuzz target: nowhere to write to, and nothing to write.

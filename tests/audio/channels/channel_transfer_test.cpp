@@ -157,13 +157,16 @@ TEST(ChannelTransfer, StereoJoinsAndSplits) {
         QvAudio_InterleaveStereoEx(&stereo.format, stereo.data(), &left.format, left.data(), right.data(), kFrames),
         S_OK);
     expect_equal(stereo, expected, s, "join");
-    Buffer split_left(s, 1, 5), split_right(s, 1, 6), back(s, 1, 7);
-    for (size_t f = 0; f < kFrames; ++f)
-      convert(s, back.sample(f, 0), d, stereo.sample(f, 1));
+    Buffer split_left(s, 1, 5), split_right(s, 1, 6), back_left(s, 1, 7), back_right(s, 1, 7);
+    for (size_t f = 0; f < kFrames; ++f) {
+      convert(s, back_left.sample(f, 0), d, stereo.sample(f, 0));
+      convert(s, back_right.sample(f, 0), d, stereo.sample(f, 1));
+    }
     ASSERT_EQ(QvAudio_DeInterleaveStereoEx(&left.format, split_left.data(), split_right.data(), &stereo.format,
                                            stereo.data(), kFrames),
               S_OK);
-    expect_equal(split_right, back, d, "split");
+    expect_equal(split_left, back_left, d, "split");
+    expect_equal(split_right, back_right, d, "split");
   });
 }
 
