@@ -60,9 +60,10 @@ inline constexpr DWORD QVQUEUE_RETRY = 0x80000;
 /// cannot be created.
 QV_FUNCTION LONG QvQueueInitialize(tQVQHEAD* head);
 /// Releases the waiters, waits until callers that are inside have left, empties the queue without touching the elements
-/// and frees event and lock. Visitors of other queues are not waited for. Consumers that wait come back with null
-/// without touching the head: its memory may be given back when this has returned and nobody else is about to call with
-/// it. Not from a callback of the same queue, which would wait for itself. Deleting a deleted queue does nothing.
+/// and frees event and lock. Until this has returned the elements are in use. Visitors of other queues are not waited
+/// for. Consumers that wait come back with null without touching the head: its memory may be given back when this has
+/// returned and nobody else is about to call with it. Not from a callback of the same queue, which would wait for
+/// itself. Deleting a deleted queue does nothing.
 QV_FUNCTION void QvQueueDelete(tQVQHEAD* head);
 /// Empties the queue without touching the elements, and leaves the event signalled (see above): consumers without retry
 /// that wait return null, and so do those that come, until the signal is taken back.

@@ -224,8 +224,7 @@ TEST(QueueThreads, DeletionWaitsForNobodyInAnotherQueue) {
   Queues deleted_meanwhile(100);
   std::thread visitor([&] { QvQueueFind(&queue, delete_others, reinterpret_cast<LONGLONG>(&visit)); });
   std::thread deletion([&] {
-    while (visit.deleted_inside[99]->event)
-      std::this_thread::yield();
+    stay_until_deletion(nullptr, reinterpret_cast<LONGLONG>(visit.deleted_inside[99]));
     QvQueueDelete(&queue); // held up by the visitor
   });
   stay_until_deletion(nullptr, reinterpret_cast<LONGLONG>(&queue));
@@ -240,15 +239,18 @@ TEST(QueueThreads, AThousandHeadsBeginAgainUnderTheirUsers) {
   Queues queues(1000);
   const HANDLE never = CreateEventW(nullptr, TRUE, FALSE, nullptr);
   std::atomic<bool> quit = false;
+  std::deque<Number> elements[kUsers];
   std::vector<std::thread> users;
   for (int user = 0; user < kUsers; ++user) {
     users.emplace_back([&, user] {
       std::mt19937 random(user);
-      for (Number own{{}, user}; !quit;) {
+      for (tQVQELM* own = nullptr; !quit;) {
+        // One that is not found was taken by another, or is in a queue that is being deleted: it is nobody's yet.
+        if (!own) own = &elements[user].emplace_back(Number{{}, user}).link;
         tQVQHEAD* queue = queues[random() % 1000];
-        QvQueueInsert(queue, &own.link);
-        QvQueueMoveToTail(queue, &own.link);
-        QvQueueFindAndRemove(queue, has_value, user);
+        QvQueueInsert(queue, own);
+        QvQueueMoveToTail(queue, own);
+        own = QvQueueFindAndRemove(queue, has_value, user);
         if (random() % 4 == 0) wait_somehow(queue, user, never);
       }
     });
