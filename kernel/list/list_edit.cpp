@@ -1,7 +1,6 @@
 // Inserting, deleting and moving slots.
 #include "kernel/list/list_gate.h"
-#include "kernel/list/list_item_memory.h"
-#include "kernel/list/list_slots.h"
+#include "kernel/list/list_memory.h"
 
 #include <algorithm>
 #include <cstring>
@@ -88,6 +87,16 @@ HRESULT QvList_ArrayForceItemCount(tQVLIST* list, LONG newCount, LONG) {
   // Neither are dropped slots zeroed nor is memory given back: clients lower the count and raise it again.
   list->count = newCount;
   return S_OK;
+}
+
+HRESULT QvList_GrowAllocated(tQVLIST* list, LONG n) {
+  const ListGate gate(list);
+  return gate ? grow(list, n) : E_FAIL;
+}
+
+HRESULT QvList_ShrinkAllocated(tQVLIST* list, LONG n) {
+  const ListGate gate(list);
+  return gate ? shrink(list, n) : E_FAIL;
 }
 
 namespace {

@@ -1,7 +1,6 @@
 // The items of heap-item lists.
 #include "kernel/list/list_gate.h"
-#include "kernel/list/list_item_memory.h"
-#include "kernel/list/list_slots.h"
+#include "kernel/list/list_memory.h"
 
 #include <cstring>
 

@@ -1,6 +1,5 @@
 #include "kernel/list/list_gate.h"
-#include "kernel/list/list_item_memory.h"
-#include "kernel/list/list_slots.h"
+#include "kernel/list/list_memory.h"
 
 #include <algorithm>
 #include <climits>

@@ -7,31 +7,6 @@
 
 using namespace qv::kernel;
 
-namespace qv::kernel {
-
-MetricRead read_metric(HKEY key, const WCHAR* name, void* buffer, DWORD capacity) {
-  // A null buffer asks for the size, which is not what a buffer of 0 bytes does.
-  BYTE nothing = 0;
-  MetricRead read{ERROR_SUCCESS, REG_NONE, capacity};
-  BYTE* data = buffer ? static_cast<BYTE*>(buffer) : &nothing;
-  if (!buffer) read.bytes = 0;
-  read.error = RegQueryValueExW(key, name, nullptr, &read.type, data, &read.bytes);
-  if (read.error != ERROR_SUCCESS && read.error != ERROR_MORE_DATA) read.bytes = 0;
-  return read;
-}
-
-HRESULT write_metric(HKEY key, const WCHAR* name, DWORD type, const void* data, DWORD bytes) {
-  if (!key || !name) return E_FAIL;
-  return RegSetValueExW(key, name, 0, type, static_cast<const BYTE*>(data), bytes) == ERROR_SUCCESS ? S_OK : E_FAIL;
-}
-
-HRESULT delete_metric(HKEY key, const WCHAR* name) {
-  if (!key || !name) return E_FAIL;
-  return RegDeleteValueW(key, name) == ERROR_SUCCESS ? S_OK : E_FAIL;
-}
-
-} // namespace qv::kernel
-
 namespace {
 
 /// Whether there is a value of 4 bytes, and it.

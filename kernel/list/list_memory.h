@@ -1,4 +1,6 @@
-// The slot block. Everything here happens behind the gate.
+// A list's memory: the block of its slots, and the blocks of a heap-item list's items. The latter come from the C
+// runtime, so that clients can hand blocks of their own over and take them away, or from the list's private heap. All
+// of this happens behind the gate.
 #pragma once
 
 #include "qv/list.h"
@@ -19,5 +21,15 @@ HRESULT grow(tQVLIST* list, int64_t n);
 HRESULT shrink(tQVLIST* list, int64_t n);
 /// Copies `slots` slots from `source`, which may lie in the list's own, to before `index` (any). E_OUTOFMEMORY.
 HRESULT insert_slots(tQVLIST* list, int64_t index, const void* source, int64_t slots);
+
+/// Zeroed; null when it cannot be had.
+void* allocate_item(const tQVLIST* list, uint64_t bytes);
+/// Null, and the old item stays, when it cannot be had.
+void* reallocate_item(const tQVLIST* list, void* item, uint64_t bytes);
+void free_item(const tQVLIST* list, void* item);
+/// For an item that becomes the client's.
+void let_item_go(const tQVLIST* list, void* item);
+/// The bytes asked for; for a block that the list did not allocate, what its heap says.
+uint64_t item_bytes(const tQVLIST* list, void* item);
 
 } // namespace qv::kernel
