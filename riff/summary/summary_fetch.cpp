@@ -15,7 +15,7 @@ using Walk = ChunkWalk<RiffLayout>;
 /// A list's form is read wherever there is room for the list's header.
 constexpr WalkRules kRules = {.type_needs_room = false};
 
-/// The text is converted whole and then cut: a conversion into too small a buffer leaves it as it likes.
+/// Converts the text whole and then cuts it: a conversion into too small a buffer leaves it as it likes.
 HRESULT copy_out(const char* ansi, WCHAR* text, DWORD capacity) {
   if (!text || capacity == 0) return S_OK;
   const SIZE_T characters = std::strlen(ansi) + 1;

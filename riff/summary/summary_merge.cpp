@@ -15,7 +15,7 @@ HRESULT merge_copies(_summarylisttag& dst, const _summarylisttag& src, bool over
   return S_OK;
 }
 
-/// A record whose contents have gone over.
+/// Whether the contents of a record have gone over to the other list.
 bool is_cleared(const _summaryitemtag& item) { return item.id == 0 && !item.text; }
 
 void move_over_shared(_summarylisttag& dst, _summarylisttag& src) {

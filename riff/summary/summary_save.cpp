@@ -11,7 +11,7 @@ namespace {
 
 constexpr DWORD kHeaderBytes = RiffLayout::kHeaderBytes;
 constexpr DWORD kFormBytes = RiffLayout::kTypeBytes;
-/// With its header, a list this long is the longest whose whole size is a DWORD.
+/// The longest list whose size, with its header, is a DWORD.
 constexpr ULONGLONG kMaxListBytes = 0xFFFFFFFF - kHeaderBytes;
 
 /// Writes the sub-chunk of items[index] and adds what it takes to list_bytes.

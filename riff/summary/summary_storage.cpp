@@ -7,7 +7,7 @@ namespace qv::riff {
 
 namespace {
 
-/// What the system's conversions count in.
+/// MultiByteToWideChar counts in signed 32 bits.
 constexpr ULONGLONG kMaxCharacters = 0x7FFFFFFF;
 
 } // namespace

@@ -7,21 +7,21 @@
 
 namespace qv::riff {
 
-/// A zeroed block, moveable and locked, or null.
+/// Returns a zeroed block, moveable and locked, or null.
 void* new_block(ULONGLONG bytes);
 void free_block(void* memory);
 
-/// Room for `characters` with the terminator, zeroed, or null.
+/// Returns zeroed room for that many characters, the terminator among them, or null.
 WCHAR* new_text(ULONGLONG characters);
-/// Null when there is no memory. `text` is not null.
+/// Returns a copy, or null when there is no memory. `text` is not null.
 WCHAR* copy_text(const WCHAR* text);
-/// Characters without the terminator.
+/// Returns the number of characters without the terminator.
 inline SIZE_T text_length(const WCHAR* text) { return std::char_traits<WCHAR>::length(text); }
 
 /// Gives the list an array of `capacity` records, count of which it keeps. False leaves it as it was.
 bool resize_array(_summarylisttag& list, ULONGLONG capacity);
 
-/// The index of the first of `count` items with the id; count when there is none.
+/// Returns the index of the first of `count` items with the id; count when there is none.
 DWORD find_item(const _summarylisttag& list, DWORD id, DWORD count);
 
 /// Converts ANSI bytes, which end in a zero byte, into `capacity` characters, the last of which becomes 0.

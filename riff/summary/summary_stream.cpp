@@ -11,7 +11,7 @@ constexpr ULONGLONG kMaxBytesAtOnce = 1 << 30;
 constexpr ULONGLONG kFirstItems = 16;
 constexpr ULONGLONG kFirstCharacters = 2048;
 
-/// A stream may give less than it has at a time, but not nothing.
+/// Reads until the bytes are there: a stream may give less than it has at a time, but not nothing.
 HRESULT read_all(IStream* stream, void* buffer, ULONGLONG bytes) {
   for (auto* next = static_cast<BYTE*>(buffer); bytes != 0;) {
     ULONG taken = 0;
@@ -45,7 +45,8 @@ HRESULT write_item(IStream* stream, const _summaryitemtag& item) {
   return FAILED(result) ? result : write_all(stream, item.text, length * sizeof(WCHAR));
 }
 
-/// `text` is the list's at every moment, so that a failure leaves nothing behind.
+/// Reads that many characters, in blocks that grow. `text` is the list's at every moment, so that a failure leaves
+/// nothing behind.
 HRESULT read_text(IStream* stream, ULONGLONG length, WCHAR*& text) {
   for (ULONGLONG have = 0; have < length;) {
     const ULONGLONG room = std::min(length, have == 0 ? kFirstCharacters : 2 * have);

@@ -9,7 +9,7 @@ namespace qv::riff {
 
 namespace {
 
-/// What the size field of a Wave64 file without audio has always said, though the file has 112 bytes.
+/// The size field of a Wave64 file without audio has always said 130, though the file has 112 bytes.
 constexpr ULONGLONG kEmptyWave64Size = 130;
 
 template <class Layout>
