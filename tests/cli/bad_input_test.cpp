@@ -155,6 +155,17 @@ TEST(BadInput, CutDataIsReadToItsEndWithAWarning) {
   }
 }
 
+TEST(BadInput, AnAiffFormLongerThanTheFileEndsWhereTheFileDoes) {
+  const Bytes common = Bytes("COMM\0\0\0\x12\0\1\0\0\0\2\0\x10\x40\x0E\xAC\x44\0\0\0\0\0\0", 26);
+  const Bytes sound = Bytes("SSND\0\0\0\x0C\0\0\0\0\0\0\0\0", 16) + "1234";
+  const ScratchFolder folder;
+  const std::string in = folder.put("in.aiff", Bytes("FORM\0\0\x10\0AIFF", 12) + common + sound);
+  const Outcome info = run_qv({"info", in, "--json"});
+  EXPECT_EQ(info.exit_code, 0) << info.error;
+  EXPECT_NE(info.out.find("\"frames\": 2,"), std::string::npos) << info.out;
+  EXPECT_EQ(info.error, "");
+}
+
 TEST(BadInput, ASmallFileCutAfterEachByte) {
   const ScratchFolder folder;
   const std::string in = folder.file("in.wav");

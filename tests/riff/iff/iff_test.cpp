@@ -243,6 +243,12 @@ TEST(Aiff, Formats) {
        1'000'000,
        54,
        4}, // more is claimed than there is
+      {form("AIFF", common(1, 1'000'000, 16) + sound("1234") + be_chunk("NAME", "behind the sound")),
+       S_OK,
+       {0xFE02, 1, 44'100, 88'200, 2, 16, 0},
+       1'000'000,
+       54,
+       4}, // what is behind the sound is none
       {form("AIFF", sound("1234")), QVERR_RIFF_NOTFOUND, {}, 0, 0, 0},
       {form("AIFF", common(1, 1, 16)), QVERR_RIFF_NOTFOUND, {}, 0, 0, 0},
       {form("AIFF", be_chunk("COMM", "short") + sound("1234")), QVERR_RIFF_BADSIZE, {}, 0, 0, 0},
@@ -270,6 +276,28 @@ TEST(Aiff, Formats) {
     EXPECT_TRUE(FAILED(cases[i].result) || file.position() == static_cast<int64_t>(start));
     EXPECT_EQ(iff_GetAIFFWfx(file, &format, nullptr, nullptr, nullptr), cases[i].result);
   }
+}
+
+// A recording that was cut off: the form still claims what it was meant to hold.
+TEST(Aiff, AFormLongerThanTheFile) {
+  const Bytes body = "AIFF" + common(1, 2, 16) + be_chunk("NAME", "abc") + sound("1234");
+  const ScratchFile file(be_header("FORM", 5000) + body);
+  DWORD size = 0;
+  DWORD remaining = 0;
+  EXPECT_EQ(iff_IsAIFFFile(file, &size), 1);
+  EXPECT_EQ(size, 5000u);
+  EXPECT_EQ(iff_FindChunkFromStart(file, QVIFF_ID_SSND, &size, &remaining), S_OK);
+  EXPECT_EQ(remaining, 5000 - 4 - (body.size() - 4 - 12));
+  EXPECT_EQ(iff_FindChunkFromStart(file, QVIFF_ID_MARK, nullptr, &remaining), QVERR_RIFF_READ);
+  EXPECT_EQ(remaining, 4996u) << "the whole form, after a failed read";
+  WAVEFORMATEX format;
+  DWORD frames = 0;
+  ULONGLONG bytes = 0;
+  EXPECT_EQ(iff_GetAIFFWfx(file, &format, &frames, nullptr, &bytes), S_OK);
+  EXPECT_EQ(frames, 2u);
+  EXPECT_EQ(bytes, 4u);
+  EXPECT_EQ(iff_DeleteChunk(file, QvIffId("NAME"), nullptr), S_OK);
+  EXPECT_EQ(file.contents(), be_header("FORM", 5000 - 12) + "AIFF" + common(1, 2, 16) + sound("1234"));
 }
 
 TEST(Aiff, CutAfterEachByte) {

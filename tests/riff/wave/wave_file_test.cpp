@@ -184,6 +184,9 @@ TEST(WaveFiles, HeadersInserted) {
 TEST(WaveFiles, Recognised) {
   const Bytes pcm = record_bytes(kStereo);
   const Bytes adpcm = record_bytes(format_of(2, 2, 44'100, 4));
+  // An extensible header is taken by its GUID, which is read as zeros where the chunk is too short for what it claims.
+  const Bytes extensible = record_bytes(format_of(0xFFFE, 2, 44'100, 16)).substr(0, 16) + u16(22);
+  const Bytes pcm_guid = Bytes("\1\0\0\0\0\0\x10\0\x80\0\0\xAA\0\x38\x9B\x71", 16);
   struct Case {
     Bytes bytes;
     LONG plain, compressed, wave64;
@@ -192,6 +195,8 @@ TEST(WaveFiles, Recognised) {
       {riff("WAVE", chunk("fmt ", pcm) + chunk("data", "")), 1, 1, 0},
       {riff("WAVE", chunk("LIST", "INFO") + chunk("fmt ", pcm.substr(0, 16))), 1, 1, 0},
       {riff("WAVE", chunk("fmt ", adpcm)), 0, 1, 0},
+      {riff("WAVE", chunk("fmt ", extensible + Bytes(6, '\0') + pcm_guid)), 1, 1, 0},
+      {riff("WAVE", chunk("fmt ", extensible)) + Bytes(6, '\0') + pcm_guid, 0, 1, 0},
       {riff("WAVE", chunk("fmt ", pcm.substr(0, 15))), 0, 0, 0},
       {riff("WAVE", header("fmt ", 18) + pcm.substr(0, 17)), 0, 0, 0},
       {riff("WAVE", chunk("data", "")), 0, 0, 0},
