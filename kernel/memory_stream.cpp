@@ -14,11 +14,11 @@ namespace {
 using Bytes = std::vector<BYTE>;
 
 /// The largest size that a vector and an offset within it can have.
-constexpr ULONGLONG kMostBytes = PTRDIFF_MAX;
+constexpr ULONGLONG kMaxBytes = PTRDIFF_MAX;
 
 /// Changes the size, or leaves the bytes as they are when there is no memory for it.
 HRESULT resize(Bytes& bytes, ULONGLONG size) {
-  if (size > kMostBytes) return STG_E_MEDIUMFULL;
+  if (size > kMaxBytes) return STG_E_MEDIUMFULL;
   try {
     bytes.resize(size);
     return S_OK;
@@ -65,7 +65,7 @@ public:
     if (written) *written = 0;
     if (!buffer) return STG_E_INVALIDPOINTER;
     if (count == 0) return S_OK;
-    if (position_ > kMostBytes - count) return STG_E_MEDIUMFULL;
+    if (position_ > kMaxBytes - count) return STG_E_MEDIUMFULL;
     if (position_ + count > bytes_->size()) {
       const HRESULT result = resize(*bytes_, position_ + count);
       if (FAILED(result)) return result;
@@ -149,7 +149,7 @@ HRESULT QvCreateMemoryStream(const void* bytes, ULONGLONG size, IStream** stream
   if (!stream) return E_POINTER;
   *stream = nullptr;
   if (!bytes && size != 0) return E_POINTER;
-  if (size > qv::kernel::kMostBytes) return E_OUTOFMEMORY;
+  if (size > qv::kernel::kMaxBytes) return E_OUTOFMEMORY;
   try {
     const auto* first = static_cast<const BYTE*>(bytes);
     auto copy = std::make_shared<qv::kernel::Bytes>(first, first + size);

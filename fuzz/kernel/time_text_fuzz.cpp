@@ -68,7 +68,7 @@ void write(const qv::WString& format, const _qvposfmt& shown, QVNANOTIME time, D
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  const DWORD format = take<uint8_t>(data, size) % 22;
+  const DWORD format = take<uint8_t>(data, size) % (QVPOSFMT_COUNT + 2);
   const DWORD flags = take<uint8_t>(data, size);
   _qvposfmt shown = take<_qvposfmt>(data, size);
   const auto time = take<QVNANOTIME>(data, size);

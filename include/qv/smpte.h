@@ -51,10 +51,10 @@ static_assert(sizeof(_smpteval) == 24);
 /// frame skips is read as frame 2 of its minute. Fields beyond a clock's are counted as they are, modulo 2^32.
 QV_FUNCTION DWORD QVSMPTE_SMPTEToFrameCount(const _smpteval* label);
 /// Writes the four fields for a frame count, modulo 24 hours. A format that is none of the six is taken for drop frame.
-/// Answers 0.
+/// Returns 0.
 QV_FUNCTION DWORD QVSMPTE_FrameCountToSMPTE(_smpteval* label, DWORD count);
 /// Writes the four fields for a time: frame trunc(time * rate / 10^7 + 5e-6) in the format's real rate. Formats that
-/// are none of the six: 30 a second, with drop-frame labels. Times below 0 show frame 0. Answers 0.
+/// are none of the six: 30 a second, with drop-frame labels. Times below 0 show frame 0. Returns 0.
 QV_FUNCTION DWORD QVSMPTE_NanoToSMPTE(QVNANOTIME time, _smpteval* label);
 /// When the label's frame begins: trunc(count / rate * 10^7 + 0.999). Times one or two units of 100 ns before it have
 /// the same label, because QVSMPTE_NanoToSMPTE adds 5e-6 of a frame. 0 for a format that is none of the six.

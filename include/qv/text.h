@@ -33,11 +33,11 @@
 #include <cstdarg>
 
 /// Writes formatted text and its terminator to `dst`, which the caller has made large enough.
-/// Answers the number of characters before the terminator.
+/// Returns the number of characters before the terminator.
 QV_FUNCTION int QvPrintF(WCHAR* dst, const WCHAR* format, ...);
 
 /// The same, cut at `capacity` characters (terminator included) and always terminated. A capacity below 1 writes
-/// nothing and answers 0. Answers the number of characters written before the terminator.
+/// nothing and returns 0. Returns the number of characters written before the terminator.
 QV_FUNCTION int QvCchPrintF(WCHAR* dst, int capacity, const WCHAR* format, ...);
 
 /// QvCchPrintF with the arguments as a list. The list is used up.

@@ -48,7 +48,9 @@
 #define QV_POSFMT_CONSTANT(code, name, long_form, short_form, smpte) inline constexpr DWORD QVPOSFMT_##name = code;
 QV_POSFMT_TABLE(QV_POSFMT_CONSTANT)
 #undef QV_POSFMT_CONSTANT
-inline constexpr DWORD QVPOSFMT_COUNT = 20;
+#define QV_POSFMT_ROW(code, name, long_form, short_form, smpte) +1
+inline constexpr DWORD QVPOSFMT_COUNT = 0 QV_POSFMT_TABLE(QV_POSFMT_ROW);
+#undef QV_POSFMT_ROW
 
 /// How a position is shown.
 struct _qvposfmt {
@@ -74,11 +76,12 @@ inline constexpr DWORD QVTIME_VALIDATE = 4;
 /// up to 10^6, a sign, and separators of up to 7 characters.
 inline constexpr int QVTIME_TEXT_CHARS = 128;
 
-// ---- time to text: the number of characters written, with a leading "-"
-// -----------------------------------------------
+// ---- time to text ---------------------------------------------------------------------------------------------------
+//
+// All return the number of characters written, a leading "-" included.
 //
 // The counted functions (N) cut the text at `capacity` characters, terminator included; a capacity below 1 writes
-// nothing and answers 0. The others trust `out` to be large enough.
+// nothing and returns 0. The others trust `out` to be large enough.
 //
 // The format string gets numbers: hours, minutes, seconds and milliseconds or frames (TIME, TIMEFRAMES, CDTIME,
 // timecode); measure, beat, tick; feet and frames; one integer (SAMPLES, RAW, MICROSECONDS); one double (SECONDS,
@@ -97,8 +100,7 @@ QV_FUNCTION int QvNanoTimeToTextExN(WCHAR* out, int capacity, const _qvposfmt* s
 QV_FUNCTION int QvNanoTimeToText(WCHAR* out, const _qvposfmt* shown, QVNANOTIME time, BOOL shortForm);
 QV_FUNCTION int QvNanoTimeToTextN(WCHAR* out, int capacity, const _qvposfmt* shown, QVNANOTIME time, BOOL shortForm);
 
-// ---- text to time
-// -----------------------------------------------------------------------------------------------------
+// ---- text to time ---------------------------------------------------------------------------------------------------
 //
 // *end (optional) is the first character after the last digit run that was read, or where reading began when there was
 // none. In timecode and CDTIME the separators that stand for a last number 0 are read too: in "5:" it is behind the
@@ -134,11 +136,10 @@ QV_FUNCTION QVNANOTIME QvTextToMusicTimeToken(const WCHAR* text, const _qvposfmt
 /// Feet of 40 frames (or 16) and frames at frameRate. Each run may be grouped.
 QV_FUNCTION QVNANOTIME QvTextToFeetAndFramesToken(const WCHAR* text, const _qvposfmt* shown, BOOL fortyFrames);
 
-// ---- time and fields
-// --------------------------------------------------------------------------------------------------
+// ---- time and fields ------------------------------------------------------------------------------------------------
 
 /// Fills the record, as timecode when its format is one of the six; else in plain hours (modulo 24 unless `keepHours`),
-/// minutes, seconds and frames at `frameRate`, rounded to the nearest frame. Times below 0 show 0. Answers the seconds
+/// minutes, seconds and frames at `frameRate`, rounded to the nearest frame. Times below 0 show 0. Returns the seconds
 /// field.
 QV_FUNCTION DWORD QvNanoTimeToHMSF(QVNANOTIME time, _smpteval* fields, double frameRate, BOOL keepHours);
 /// The time of a record that holds timecode or plain fields.
@@ -147,12 +148,11 @@ QV_FUNCTION QVNANOTIME QvHMSFToNanoTime(const _smpteval* fields, double frameRat
 QV_FUNCTION void QvNanoTimeToMeasures(QVNANOTIME time, const _qvposfmt* shown, DWORD* measure, DWORD* beat,
                                       DWORD* tick);
 
-// ---- ticks and measures
-// -----------------------------------------------------------------------------------------------
+// ---- ticks and measures ---------------------------------------------------------------------------------------------
 
 /// Writes measure, beat and, in the long form, tick. `tick` counts within the measure; below 0 it borrows one measure.
 /// From 1: beat + 1, and measure + 1 unless the measure is below 0. Ticks of a beat are divided by `tickDivisor`. A
-/// beat has ticksPerBeat * 4 / beatUnit ticks, at least one. Answers the length.
+/// beat has ticksPerBeat * 4 / beatUnit ticks, at least one. Returns the length.
 QV_FUNCTION int QvMeasuresAndTicksToText(WCHAR* out, const _qvposfmt* shown, LONG measure, LONG tick, BOOL fromOne,
                                          BOOL shortForm, LONG tickDivisor);
 /// The same for ticks from the start; here a measure has beatsPerMeasure * ticksPerBeat ticks, whatever beatUnit is.
@@ -160,6 +160,6 @@ QV_FUNCTION int QvTicksToText(WCHAR* out, const _qvposfmt* shown, LONGLONG ticks
                               LONG tickDivisor);
 /// Skips white space and a "-" and reads measure, beat and tick, the measure first; "-" negates the measure. From 1: a
 /// measure or beat above 0 becomes one less, but not a measure after "-". Ticks are multiplied by `tickMultiplier`.
-/// Answers all in ticks; the three values go to the pointers that are not null.
+/// Returns all in ticks; the three values go to the pointers that are not null.
 QV_FUNCTION LONGLONG QvTextToMeasuresBeatsTicks(const WCHAR* text, const _qvposfmt* shown, BOOL fromOne,
                                                 LONG tickMultiplier, LONG* measure, LONG* beat, LONG* tick);

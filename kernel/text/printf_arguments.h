@@ -23,8 +23,8 @@ class Arguments {
 public:
   /// Holds a list of its own, so that it can be handed on by reference on every system (a va_list is an array on some).
   explicit Arguments(va_list list) { va_copy(list_, list); }
-  /// A conversion of another type gets the number converted, and 0 or null when there is none left: the format need
-  /// not be trusted.
+  /// Takes the arguments from numbers. A conversion of another type gets its number converted, and one that finds none
+  /// left gets 0 or null: the format need not be trusted.
   explicit Arguments(std::span<const Number> numbers) : has_numbers_(true), numbers_(numbers) {}
   ~Arguments() {
     if (!has_numbers_) va_end(list_);

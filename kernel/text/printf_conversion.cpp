@@ -18,7 +18,7 @@ const WCHAR* parse_flags(const WCHAR* text, Conversion& conversion) {
   }
 }
 
-// A number or "*". Digits that would pass the limit are read and not counted.
+// Reads a width or precision, which is a number or "*". Digits that would pass the limit are read and not counted.
 const WCHAR* parse_field(const WCHAR* text, int& value, bool& is_argument) {
   if (*text == QV_TEXT('*')) {
     is_argument = true;

@@ -7,7 +7,7 @@
 
 namespace qv::kernel {
 
-/// What stands between the precision and the conversion character.
+/// The size that stands between the precision and the conversion character.
 enum class ArgumentSize : uint8_t { kNone, kChar, kShort, kLong, k32, k64, kPointer };
 
 struct Conversion {
@@ -27,11 +27,11 @@ struct Conversion {
 /// Widths and precisions beyond this count as this.
 inline constexpr int kFieldLimit = 512;
 
-/// Reads the conversion whose "%" or "$" stands before `text`. Answers the character after it; for an incomplete or
+/// Reads the conversion whose "%" or "$" stands before `text`. Returns the character after it; for an incomplete or
 /// unknown one the first character that does not belong to it.
 const WCHAR* parse_conversion(const WCHAR* text, Conversion& conversion);
 
-/// "d", "u", "x", "f", ...: what "$" may stand before.
+/// Whether a conversion takes a number ("d", "u", "x", "f", ...), so that "$" may stand before it.
 bool is_numeric(WCHAR type);
 
 } // namespace qv::kernel

@@ -52,7 +52,7 @@ void write_wide(Sink& sink, const Conversion& conversion, const WCHAR* text, siz
   if (conversion.left) sink.fill(QV_TEXT(' '), spaces);
 }
 
-// Answers the characters written to `text`, which has room for one per byte: no code page needs more.
+// Returns how many characters were written to `text`, which has room for one per byte: no code page needs more.
 size_t convert(const char* bytes, size_t count, WCHAR* text) {
   const int room = static_cast<int>(count);
   const int converted = count == 0 ? 0 : MultiByteToWideChar(CP_ACP, 0, bytes, room, text, room);

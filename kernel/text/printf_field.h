@@ -17,14 +17,15 @@ void write_number(Sink& sink, const Conversion& conversion, const NumberText& nu
 bool is_plain_integer(const Conversion& conversion);
 void write_plain_integer(Sink& sink, const Conversion& conversion, bool negative, uint64_t magnitude);
 
-/// Zeros that fill the width are digits of the number, so they are grouped; spaces come after that.
+/// Writes a number with the locale's separators. Zeros that fill the width are digits of the number, so they are
+/// grouped; spaces come after that.
 void write_localized_number(Sink& sink, const Conversion& conversion, const NumberText& number,
                             const QVUSERLOCALE& locale);
 
-/// s and S. A null text prints "(null)".
+/// Writes the text of a conversion s or S; null prints "(null)".
 void write_string(Sink& sink, const Conversion& conversion, const void* text);
 
-/// c and C.
+/// Writes the character of a conversion c or C.
 void write_character(Sink& sink, const Conversion& conversion, int character);
 
 } // namespace qv::kernel

@@ -20,7 +20,7 @@ public:
   void write(const WCHAR* format);
 
 private:
-  // Each takes the format at its "%" or "$" and answers where the text goes on.
+  // These take the format at its "%" or "$" and return where the format goes on.
   const WCHAR* write_conversion(const WCHAR* format);
   const WCHAR* write_directive(const WCHAR* format);
   const WCHAR* write_token(const WCHAR* format);

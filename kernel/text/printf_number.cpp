@@ -32,7 +32,7 @@ int base_of(WCHAR type) {
   return type == QV_TEXT('x') || type == QV_TEXT('X') ? 16 : 10;
 }
 
-// How an "e" conversion of this precision rounds the value: its exponent.
+// The decimal exponent of the value after an "e" conversion of this precision has rounded it.
 int decimal_exponent(double value, int precision) {
   char text[kFieldLimit + 16];
   const char* end = std::to_chars(text, text + sizeof text, value, std::chars_format::scientific, precision).ptr;

@@ -22,10 +22,10 @@ struct NumberText {
   char digits[kCapacity];
 };
 
-/// d i u o x X
+/// Digits for the conversions d i u o x X.
 void format_integer(const Conversion& conversion, bool negative, uint64_t magnitude, NumberText& number);
 
-/// e E f F g G a A
+/// Digits for the conversions e E f F g G a A.
 void format_double(const Conversion& conversion, double value, NumberText& number);
 
 } // namespace qv::kernel

@@ -30,7 +30,7 @@ public:
     count_ += count;
   }
 
-  /// UTF-16 or ASCII.
+  /// Writes UTF-16 or ASCII characters, as many as fit.
   template <class Character>
   void write(const Character* source, size_t count) {
     count = std::min(count, left());
@@ -43,7 +43,7 @@ public:
       text_[count_++] = *source;
   }
 
-  /// Terminates the text and answers its length.
+  /// Terminates the text and returns its length.
   int finish() {
     text_[count_] = 0;
     return static_cast<int>(count_);

@@ -1,4 +1,4 @@
-// The separators that have names of their own: musical positions and timecode.
+// The separators that have names of their own, which programs replace by name: those of musical positions and timecode.
 #pragma once
 
 #include "qv/win32.h"

@@ -13,7 +13,7 @@ using namespace qv::kernel;
 
 namespace {
 
-// What holds where the system does not answer.
+// The values that hold where the system does not answer.
 constexpr QVUSERLOCALE kEnglish = {QV_TEXT("en-US"), QV_TEXT(":"), QV_TEXT("."),
                                    QV_TEXT(","),     QV_TEXT(","), QV_TEXT("3;0")};
 
@@ -93,7 +93,7 @@ QVUSERLOCALE terminated(QVUSERLOCALE locale) {
   return locale;
 }
 
-/// Behind the lock.
+/// Replaces the locale in force. The caller holds the lock.
 void put_in_force(const QVUSERLOCALE& locale) {
   if (tQVLIST* list = locale_list()) {
     QvList_DeleteList(list, 0, -1, 0);
@@ -136,7 +136,7 @@ const WCHAR* decimal_separator(const QVUSERLOCALE& locale) {
 DigitGrouping::DigitGrouping(const WCHAR* sizes) {
   int last_size = 0;
   int end = 0;
-  for (; count_ < kMost && *sizes >= QV_TEXT('0') && *sizes <= QV_TEXT('9'); sizes += 2) {
+  for (; count_ < kMaxGroups && *sizes >= QV_TEXT('0') && *sizes <= QV_TEXT('9'); sizes += 2) {
     const int size = *sizes - QV_TEXT('0');
     if (size == 0) {
       repeat_ = last_size;

@@ -16,12 +16,12 @@ struct ClockSeparators {
 
 ClockSeparators clock_separators();
 
-/// The same where both are one character, else zeros.
+/// The separators of times where both are one character, else zeros.
 struct ClockCharacters {
   WCHAR time, decimal;
 };
 
-/// The time separator above the decimal one; 0: not read yet, or not one character each.
+/// ClockCharacters in one word, the time separator in its high half; 0: not read yet, or not one character each.
 extern constinit std::atomic<uint32_t> packed_clock_characters;
 void read_locale_once();
 
@@ -40,19 +40,19 @@ const WCHAR* decimal_separator(const QVUSERLOCALE& locale);
 /// Where a locale puts separators between the digits of a number.
 class DigitGrouping {
 public:
-  /// From group sizes counted from the right: "3;0" repeats 3 for ever, "3;2;0" repeats 2 after one 3, "3" makes one
+  /// Group sizes are counted from the right: "3;0" repeats 3 for ever, "3;2;0" repeats 2 after one 3, "3" makes one
   /// group; "0", an empty text and anything that is no such list group nothing.
   explicit DigitGrouping(const WCHAR* sizes);
 
-  /// Whether a separator stands where this many digits follow.
+  /// Whether a separator stands before the last `digits_that_follow` digits.
   bool separates(int digits_that_follow) const;
 
-  /// Separators in a number of this many digits.
+  /// How many separators a number of `digits` digits has.
   int separators(int digits) const;
 
 private:
-  static constexpr int kMost = 8;
-  int ends_[kMost] = {}; // digits to the right of each separator, ascending
+  static constexpr int kMaxGroups = 8;
+  int ends_[kMaxGroups] = {}; // digits to the right of each separator, ascending
   int count_ = 0;
   int repeat_ = 0; // the size that goes on after the last, or 0
 };

@@ -89,8 +89,8 @@ private:
 };
 
 inline bool ClockLayout::write(Sink& sink, uint32_t first, uint32_t second, uint32_t third, uint32_t last) const {
-  constexpr size_t kMost = 12;
-  WCHAR* const start = sink.room_for(kMost);
+  constexpr size_t kMaxCharacters = 12;
+  WCHAR* const start = sink.room_for(kMaxCharacters);
   const uint32_t last_limit = last_digits_ == 3 ? 1000 : 100;
   if (!start || first >= 100 || second >= 100 || third >= 100) return false;
   if (last_digits_ != 0 && last >= last_limit) return false;

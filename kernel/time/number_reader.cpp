@@ -9,7 +9,8 @@ namespace qv::kernel {
 
 namespace {
 
-/// Behind `separator` where it stands between `text` and a digit; else null. An empty separator stands nowhere.
+/// The place behind `separator`, where that stands between `text` and a digit; else null. An empty separator stands
+/// nowhere.
 const WCHAR* behind(const WCHAR* text, const WCHAR* separator) {
   if (*separator == 0) return nullptr;
   for (; *separator != 0; ++separator, ++text)
@@ -23,7 +24,7 @@ class DecimalText {
 public:
   void add_whole(WCHAR digit) {
     if (length_ == 0 && digit == QV_TEXT('0')) return;
-    if (length_ == kMostWhole)
+    if (length_ == kMaxWhole)
       is_infinite_ = true;
     else
       put(static_cast<char>(digit));
@@ -40,8 +41,8 @@ public:
   }
 
 private:
-  static constexpr size_t kMostWhole = 308;
-  static constexpr size_t kCapacity = kMostWhole + 64;
+  static constexpr size_t kMaxWhole = 308;
+  static constexpr size_t kCapacity = kMaxWhole + 64;
 
   void put(char character) { text_[length_++] = character; }
 

@@ -10,7 +10,7 @@ namespace qv::kernel {
 
 inline bool is_digit(WCHAR character) { return character >= QV_TEXT('0') && character <= QV_TEXT('9'); }
 
-/// White space of ASCII, and the spaces that locales group digits with.
+/// Whether a character is white space of ASCII, or one of the spaces that locales group digits with.
 inline bool is_white(WCHAR character) {
   return character == QV_TEXT(' ') || (character >= QV_TEXT('\t') && character <= QV_TEXT('\r')) ||
          character == QV_TEXT('\u00A0') || character == QV_TEXT('\u2009') || character == QV_TEXT('\u202F');
@@ -30,9 +30,9 @@ inline const WCHAR* skip_digits(const WCHAR* text) {
 
 /// `value` with one more digit at its end; the largest number where that is out of range.
 inline int64_t with_digit(int64_t value, WCHAR digit) {
-  constexpr int64_t kMost = std::numeric_limits<int64_t>::max();
+  constexpr int64_t kMax = std::numeric_limits<int64_t>::max();
   const int64_t last = digit - QV_TEXT('0');
-  return value > (kMost - last) / 10 ? kMost : value * 10 + last;
+  return value > (kMax - last) / 10 ? kMax : value * 10 + last;
 }
 
 /// The number of the digits from `begin` to `end`.
@@ -49,14 +49,14 @@ public:
   /// Reads from `text` on, in the locale in force.
   explicit NumberReader(const WCHAR* text);
 
-  /// Where reading goes on: behind the last digit that was read.
+  /// The place behind the last digit that was read, where reading goes on.
   const WCHAR* position() const { return at_; }
   void move_to(const WCHAR* text) { at_ = text; }
 
   /// Digits with grouping separators between them; 0 where there is no digit. The largest number where it is out of
   /// range.
   int64_t integer();
-  /// The same with a fraction. Digits beyond those that a double can show are not looked at.
+  /// A number like integer()'s with a fraction. Digits beyond those that a double can show are not looked at.
   double real();
 
 private:

@@ -63,8 +63,7 @@ DWORD QvNanoTimeToHMSF(QVNANOTIME time, _smpteval* fields, double frameRate, BOO
     write_label_of_time(*fields, time);
     return fields->seconds;
   }
-  const double half_frame = frameRate > 0.01 ? 0.5 / frameRate : 0.0;
-  const ClockTime clock = clock_time(seconds_of(std::max<QVNANOTIME>(time, 0)) + half_frame, frameRate);
+  const ClockTime clock = clock_time(seconds_of(std::max<QVNANOTIME>(time, 0)) + half_frame(frameRate), frameRate);
   fields->hours = static_cast<DWORD>(keepHours != 0 ? clock.hours : clock.hours % 24);
   fields->minutes = clock.minutes;
   fields->seconds = clock.seconds;
@@ -75,8 +74,7 @@ DWORD QvNanoTimeToHMSF(QVNANOTIME time, _smpteval* fields, double frameRate, BOO
 QVNANOTIME QvHMSFToNanoTime(const _smpteval* fields, double frameRate) {
   if (is_smpte_format(fields->format)) return time_of_label(*fields);
   const double frames = fields->frames == 0 ? 0.0 : fields->frames / frameRate;
-  const double seconds = fields->hours * 3600.0 + fields->minutes * 60.0 + fields->seconds + frames;
-  return truncated(seconds * 1e7 + 0.5);
+  return time_of_seconds(fields->hours * 3600.0 + fields->minutes * 60.0 + fields->seconds + frames);
 }
 
 void QvNanoTimeToMeasures(QVNANOTIME time, const _qvposfmt* shown, DWORD* measure, DWORD* beat, DWORD* tick) {

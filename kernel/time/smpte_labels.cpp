@@ -39,7 +39,7 @@ QVNANOTIME QVSMPTE_SMPTEToNanos(const _smpteval* label) { return time_of_label(*
 
 QVNANOTIME QVSMPTE_SmpteLikeToNanos(double rate, const _smpteval* label) {
   const double seconds = (label->hours * 60.0 + label->minutes) * 60.0 + label->seconds;
-  return truncated((seconds * rate + label->frames) / rate * 1e7 + 0.999);
+  return time_of_frame_start((seconds * rate + label->frames) / rate);
 }
 
 void QVSMPTE_AddSMPTE(_smpteval* a, const _smpteval* b) {

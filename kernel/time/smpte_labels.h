@@ -6,6 +6,7 @@
 #include "qv/smpte.h"
 
 #include <cstdint>
+#include <iterator>
 
 namespace qv::kernel {
 
@@ -14,8 +15,6 @@ struct SmpteRate {
   double rate;      ///< real frames per second
   uint32_t dial;    ///< frames in 24 hours
 };
-
-inline constexpr uint32_t kSmpteFormats = 6;
 
 inline constexpr uint32_t kDroppedPerTenMinutes = 18;
 inline constexpr uint32_t kDroppedPerHour = 6 * kDroppedPerTenMinutes;
@@ -27,10 +26,10 @@ constexpr SmpteRate smpte_rate_of_row(uint32_t code, uint32_t counted, double nu
 
 #define QV_SMPTE_RATE(code, name, counted, numerator, denominator)                                                     \
   smpte_rate_of_row(code, counted, numerator, denominator),
-inline constexpr SmpteRate kSmpteRates[kSmpteFormats] = {QV_SMPTE_FORMAT_TABLE(QV_SMPTE_RATE)};
+inline constexpr SmpteRate kSmpteRates[] = {QV_SMPTE_FORMAT_TABLE(QV_SMPTE_RATE)};
 #undef QV_SMPTE_RATE
 
-inline bool is_smpte_format(uint32_t format) { return format - 1 < kSmpteFormats; }
+inline bool is_smpte_format(uint32_t format) { return format - 1 < std::size(kSmpteRates); }
 
 /// Real frames per second; 30 for a format that is none of the six.
 inline double smpte_real_rate(uint32_t format) { return is_smpte_format(format) ? kSmpteRates[format - 1].rate : 30.0; }
@@ -89,15 +88,16 @@ inline void write_label_of_time(_smpteval& label, QVNANOTIME time) {
 }
 
 inline QVNANOTIME time_of_label(const _smpteval& label) {
-  return truncated(frame_count_of(label) / smpte_real_rate(label.format) * 1e7 + 0.999);
+  return time_of_frame_start(frame_count_of(label) / smpte_real_rate(label.format));
 }
 
+/// Where read_smpte stopped.
 struct SmpteReading {
   const WCHAR* end; ///< behind all that was read, a separator at the end too; the text itself without a digit
   WCHAR stopped_at; ///< 0 when the text was used up
 };
 
-/// QVSMPTE_TextToSMPTE, and where it read.
+/// Reads as QVSMPTE_TextToSMPTE does, and says where it stopped.
 SmpteReading read_smpte(const WCHAR* text, _smpteval* label);
 
 } // namespace qv::kernel

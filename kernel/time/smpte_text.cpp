@@ -6,7 +6,7 @@ namespace qv::kernel {
 
 namespace {
 
-constexpr int kMostNumbers = 4;
+constexpr int kMaxNumbers = 4;
 constexpr int kFourPairs = 11; ///< characters of four pairs with separators between them
 
 /// The end of the text but for the spaces there. Other white space is a separator.
@@ -24,7 +24,7 @@ void shift_in(_smpteval* label, DWORD number) {
   label->frames = number;
 }
 
-/// Moves what fills `limit` from one field to the next. Most fields do not: they are spared the division.
+/// Carries what `field` holds beyond `limit` into the next field. Few fields do: the others are spared the division.
 void carry(DWORD& field, uint32_t limit, DWORD& next) {
   if (field < limit) return;
   next += field / limit;
@@ -38,14 +38,14 @@ void normalise(_smpteval* label) {
   label->hours %= 24;
 }
 
-/// The texts that are written most, "01:02:03:04" with any separators and nothing around them, at one look. False when
-/// the text is none of them.
+/// Reads the texts that are most frequent, "01:02:03:04" with any separators and nothing around them, at one look.
+/// Returns false for any other text.
 bool read_four_pairs(const WCHAR* text, _smpteval* label) {
   constexpr int kPair = 3;
-  DWORD numbers[kMostNumbers];
-  for (int i = 0; i < kMostNumbers; ++i) {
+  DWORD numbers[kMaxNumbers];
+  for (int i = 0; i < kMaxNumbers; ++i) {
     const WCHAR* const pair = text + i * kPair;
-    const bool is_last = i + 1 == kMostNumbers;
+    const bool is_last = i + 1 == kMaxNumbers;
     if (!is_digit(pair[0]) || !is_digit(pair[1]) || is_digit(pair[2]) || (pair[2] == 0) != is_last) return false;
     numbers[i] = (pair[0] - QV_TEXT('0')) * 10u + (pair[1] - QV_TEXT('0'));
   }
@@ -70,19 +70,19 @@ SmpteReading read_smpte(const WCHAR* text, _smpteval* label) {
   const WCHAR* const end = end_without_spaces(text);
   const WCHAR* at = text;
   int numbers = 0;
-  while (numbers < kMostNumbers) {
+  while (numbers < kMaxNumbers) {
     while (at != end && !is_digit(*at))
       ++at;
     if (at == end) break;
     // Pairs from the right: only the first number of a run can have a single digit.
     const WCHAR* const run = skip_digits(at);
-    for (; at != run && numbers < kMostNumbers; ++numbers) {
+    for (; at != run && numbers < kMaxNumbers; ++numbers) {
       const WCHAR* const pair = at + ((run - at) % 2 != 0 ? 1 : 2);
       shift_in(label, static_cast<DWORD>(digits_value(at, pair)));
       at = pair;
     }
   }
-  if (numbers < kMostNumbers) {
+  if (numbers < kMaxNumbers) {
     if (end != text && !is_digit(end[-1])) shift_in(label, 0);
     at = end;
   }

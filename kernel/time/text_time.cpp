@@ -12,14 +12,15 @@ using namespace qv::kernel;
 namespace {
 
 // Seconds that samples and frames may reach: 2^62 units below 0 and 2^61 above.
-constexpr double kLeastSeconds = -461168601842.7388;
-constexpr double kMostSeconds = 230584300921.3694;
+constexpr double kMinSeconds = -461168601842.7388;
+constexpr double kMaxSeconds = 230584300921.3694;
 
-/// Runs of digits, each of which moves the earlier ones one field to the left.
+/// The runs of digits of a text. They fill the fields from the right: each moves the earlier ones one field to the
+/// left.
 template <size_t Fields>
 struct FieldRuns {
-  explicit FieldRuns(const WCHAR* text, size_t most = Fields) : end(text) {
-    for (; *text != 0 && count < most; ++text) {
+  explicit FieldRuns(const WCHAR* text, size_t max = Fields) : end(text) {
+    for (; *text != 0 && count < max; ++text) {
       if (is_white(*text)) has_white_space = true;
       if (!is_digit(*text)) continue;
       last = text;
@@ -35,8 +36,8 @@ struct FieldRuns {
 
   std::array<int64_t, Fields> values{}; ///< filled from the right
   size_t count = 0;
-  const WCHAR* last = nullptr; ///< the last run
-  const WCHAR* end;            ///< behind it; the text when there is none
+  const WCHAR* last = nullptr; ///< where the last run begins
+  const WCHAR* end;            ///< behind the last run; the text when there is none
   bool has_white_space = false;
 };
 
@@ -44,21 +45,19 @@ void store(const WCHAR** end, const WCHAR* value) {
   if (end) *end = value;
 }
 
-/// What stands before it is raised, then lowered: the bounds of negative rates stand the wrong way round.
+/// `value` raised to `min`, then lowered to `max`. Bounds of negative rates stand the wrong way round: `max` wins.
 template <class Value>
-Value kept_within(Value value, Value least, Value most) {
-  return std::min(std::max(value, least), most);
+Value kept_within(Value value, Value min, Value max) {
+  return std::min(std::max(value, min), max);
 }
 
 /// The time of `count` units at a rate per second.
-QVNANOTIME time_of(double count, double rate) { return truncated(count / rate * 1e7 + 0.5); }
+QVNANOTIME time_of(double count, double rate) { return time_of_seconds(count / rate); }
 
-/// Parts of a second, 0 whatever the rate when there are none.
+/// The seconds that frames last; 0 frames last 0 seconds at any rate, even at 0.
 double seconds_of_frames(double frames, double rate) { return frames == 0.0 ? 0.0 : frames / rate; }
 
 double clock_seconds(double hours, double minutes, double seconds) { return hours * 3600.0 + minutes * 60.0 + seconds; }
-
-QVNANOTIME clock_time_value(double seconds) { return truncated(seconds * 1e7 + 0.5); }
 
 int64_t milliseconds_of_fraction(const WCHAR* first, const WCHAR* end) {
   int64_t value = digits_value(first, std::min(end, first + 3));
@@ -75,15 +74,15 @@ int64_t saturated_milliseconds(int64_t hours, int64_t minutes, int64_t seconds, 
 
 QVNANOTIME samples_time(int64_t count, DWORD rate) {
   if (rate == 0) return 0;
-  const int64_t least = truncated(0.5 + rate * kLeastSeconds);
-  const int64_t most = truncated(rate * kMostSeconds + 0.5);
-  return time_of(static_cast<double>(kept_within(count, least, most)), rate);
+  const int64_t min = truncated(0.5 + rate * kMinSeconds);
+  const int64_t max = truncated(rate * kMaxSeconds + 0.5);
+  return time_of(static_cast<double>(kept_within(count, min, max)), rate);
 }
 
 QVNANOTIME frames_time(double count, double rate) {
-  const auto least = static_cast<double>(floor_plus(1e-5 + rate * kLeastSeconds));
-  const auto most = static_cast<double>(floor_plus(rate * kMostSeconds + 1e-5));
-  return time_of(kept_within(count, least, most), rate);
+  const auto min = static_cast<double>(floor_plus(kFrameSlack + rate * kMinSeconds));
+  const auto max = static_cast<double>(floor_plus(rate * kMaxSeconds + kFrameSlack));
+  return time_of(kept_within(count, min, max), rate);
 }
 
 QVNANOTIME timecode_time(const WCHAR* text, DWORD smpte_format, const WCHAR** end) {
@@ -96,8 +95,8 @@ QVNANOTIME timecode_time(const WCHAR* text, DWORD smpte_format, const WCHAR** en
 QVNANOTIME cd_time(const WCHAR* text, const WCHAR** end) {
   _smpteval label = {};
   store(end, read_smpte(text, &label).end);
-  return clock_time_value(clock_seconds(label.hours, label.minutes, label.seconds) +
-                          static_cast<double>(label.frames) / kCdFramesPerSecond);
+  return time_of_seconds(clock_seconds(label.hours, label.minutes, label.seconds) +
+                         static_cast<double>(label.frames) / kCdFramesPerSecond);
 }
 
 QVNANOTIME feet_time(const WCHAR* text, const _qvposfmt& shown, bool forty, const WCHAR** end) {
@@ -174,8 +173,8 @@ QVNANOTIME QvTextToHMSFToken(const WCHAR* text, const _qvposfmt* shown, BOOL sho
   store(end, fields.end);
   const size_t hours = shortForm != 0 ? 1 : 0; // fields of the short form end where the long form's frames are
   const double frames = shortForm != 0 ? 0.0 : fields.real(3);
-  return clock_time_value(clock_seconds(fields.real(hours), fields.real(hours + 1), fields.real(hours + 2)) +
-                          seconds_of_frames(frames, shown->frameRate));
+  return time_of_seconds(clock_seconds(fields.real(hours), fields.real(hours + 1), fields.real(hours + 2)) +
+                         seconds_of_frames(frames, shown->frameRate));
 }
 
 QVNANOTIME QvTextToMusicTimeToken(const WCHAR* text, const _qvposfmt* shown, DWORD flags, const WCHAR** end) {

@@ -22,7 +22,7 @@ constexpr const WCHAR* kCompactMinute = QV_TEXT("%u$:%02u");
 constexpr const WCHAR* kInteger = QV_TEXT("$I64d");
 constexpr std::basic_string_view<WCHAR> kWholeUnits = QV_TEXT("$.0f");
 
-/// Where a format string comes from: the table's have layouts, a caller's has none.
+/// A format string, with its layout if it is one of the table's that has one.
 struct Form {
   explicit Form(const TextForm& form) : format(form.format), layout(form.layout.is_usable() ? &form.layout : nullptr) {}
   explicit Form(const WCHAR* text) : format(text ? text : QV_TEXT("")) {}
@@ -42,7 +42,7 @@ void write_integer(Sink& sink, const Form& form, int64_t value) {
   write_numbers(sink, form, {&number, 1});
 }
 
-/// A double, or what `whole` makes of it where the format string asks for whole units.
+/// Writes a double, or the integer that `whole` makes of it where the format string asks for whole units.
 void write_real(Sink& sink, const Form& form, double value, int64_t (*whole)(double)) {
   if (form.shows_whole_units()) return write_integer(sink, Form(kInteger), whole(value));
   const Number number = Number::of(value);
@@ -62,10 +62,11 @@ void write_clock(Sink& sink, const Form& form, const ClockTime& clock) {
   write_fields(sink, form, hour_of_day(clock), clock.minutes, clock.seconds, clock.part);
 }
 
-/// As clock_time does it, without divisions of doubles where those could not give anything else: up to here the double
-/// nearest to the time is so near that floor+ finds the same millisecond.
+/// Up to here a clock's fields can be found in integers: the double nearest to the time is so near that floor+ finds
+/// the same millisecond.
 constexpr QVNANOTIME kExactMilliseconds = 32'000 * QVNANOTIME_SECOND;
 
+/// clock_time at 1000 parts a second, without divisions of doubles where those would find the same.
 ClockTime milliseconds_clock(QVNANOTIME time) {
   if (time >= kExactMilliseconds) return clock_time(seconds_of(time) + 0.0005, 1000.0);
   const auto milliseconds = static_cast<uint32_t>((time + 5'000) / 10'000);
@@ -105,24 +106,22 @@ void write_measures(Sink& sink, const Form& form, const _qvposfmt& shown, QVNANO
 }
 
 void write_feet(Sink& sink, const Form& form, const _qvposfmt& shown, QVNANOTIME time) {
-  const int64_t frames = floor_plus(seconds_of(time) * shown.frameRate + 1e-5);
+  const int64_t frames = floor_plus(seconds_of(time) * shown.frameRate + kFrameSlack);
   const int64_t per_foot = frames_per_foot(shown.format == QVPOSFMT_FEETFRAMES16);
   const Number numbers[] = {Number::of(frames / per_foot), Number::of(frames % per_foot)};
   write_numbers(sink, form, numbers);
 }
 
-/// A time that is not below 0.
+/// `time` is not below 0.
 void write_position(Sink& sink, const Form& form, const _qvposfmt& shown, QVNANOTIME time, DWORD flags) {
   const auto seconds = [time] { return seconds_of(time); };
   switch (shown.format) {
   case QVPOSFMT_SAMPLES: return write_integer(sink, form, truncated(seconds() * shown.sampleRate + 0.5));
   case QVPOSFMT_TIME: return write_milliseconds(sink, form, time);
   case QVPOSFMT_SECONDS: return write_real(sink, form, seconds(), truncated);
-  case QVPOSFMT_TIMEFRAMES: {
-    const double half_frame = shown.frameRate > 0.01 ? 0.5 / shown.frameRate : 0.0;
-    return write_clock(sink, form, clock_time(seconds() + half_frame, shown.frameRate));
-  }
-  case QVPOSFMT_FRAMES: return write_real(sink, form, seconds() * shown.frameRate + 1e-5, floor_plus);
+  case QVPOSFMT_TIMEFRAMES:
+    return write_clock(sink, form, clock_time(seconds() + half_frame(shown.frameRate), shown.frameRate));
+  case QVPOSFMT_FRAMES: return write_real(sink, form, seconds() * shown.frameRate + kFrameSlack, floor_plus);
   case QVPOSFMT_MEASURES: return write_measures(sink, form, shown, time, (flags & QVTIME_ABSOLUTE) != 0 ? 0 : 1);
   case QVPOSFMT_MEASURES0: return write_measures(sink, form, shown, time, 0);
   case QVPOSFMT_MICROSECONDS: return write_integer(sink, form, saturated_sum(time, 5) / 10);

@@ -250,7 +250,8 @@ TEST_F(TextTime, TextsOfTheLibraryAreReadBack) {
   std::mt19937_64 random(11);
   for (const QVUSERLOCALE* locale : {&kEnglish, &kGerman, &kFrench, &kFinnish, &kHindi}) {
     QvText_SetUserLocale(locale);
-    for (DWORD format = 0; format < QVPOSFMT_COMPACT; ++format) {
+    for (DWORD format = 0; format < QVPOSFMT_COUNT; ++format) {
+      if (format == QVPOSFMT_COMPACT) continue; // is not read
       _qvposfmt shown = shown_as(format);
       for (int i = 0; i < 3'000; ++i) {
         // Within what the texts hold: a day, less where timecode runs slow, and 999 measures of 2 s.
