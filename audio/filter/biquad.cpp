@@ -1,5 +1,5 @@
 // Biquad sections from musical parameters, and samples through them.
-#include "audio/filter/parameter_range.h"
+#include "audio/filter/arguments.h"
 
 #include "qv/filter.h"
 

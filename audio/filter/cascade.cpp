@@ -1,9 +1,12 @@
 #include "audio/filter/cascade.h"
 
-#include "audio/filter/chosen_channels.h"
-#include "audio/filter/flush_to_zero.h"
+#include "audio/filter/arguments.h"
 
 #include <algorithm>
+
+#if defined(__SSE2__)
+#include <xmmintrin.h>
+#endif
 
 namespace qv::audio {
 
@@ -11,6 +14,27 @@ namespace {
 
 /// Below so many frames filling the lanes of wide vectors takes longer than they save.
 constexpr DWORD kShortBlock = 32;
+
+/// Denormal numbers count as 0 while an instance of this lives, on the thread that made it. What a filter's state
+/// decays to would otherwise cost many times the time of other numbers.
+class FlushToZero {
+public:
+#if defined(__SSE2__)
+  FlushToZero() : before_(_mm_getcsr()) { _mm_setcsr(before_ | kFlushResults | kDenormalsAreZero); }
+  ~FlushToZero() { _mm_setcsr(before_); }
+#else
+  FlushToZero() = default;
+#endif
+  FlushToZero(const FlushToZero&) = delete;
+  FlushToZero& operator=(const FlushToZero&) = delete;
+
+#if defined(__SSE2__)
+private:
+  static constexpr unsigned kFlushResults = 0x8000;
+  static constexpr unsigned kDenormalsAreZero = 0x0040;
+  const unsigned before_;
+#endif
+};
 
 } // namespace
 

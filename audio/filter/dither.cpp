@@ -1,9 +1,8 @@
 // CQvDither: quantisation with dither.
 #include "qv/dither.h"
 
-#include "audio/filter/chosen_channels.h"
-#include "audio/filter/parameter_range.h"
-#include "audio/filter/pcg32.h"
+#include "audio/filter/arguments.h"
+#include "audio/filter/dither_noise.h"
 
 #include <algorithm>
 #include <cmath>
@@ -26,15 +25,6 @@ struct DitherChannel {
   Pcg32 generator;
   double error = 0.0;
 };
-
-/// A well-mixed number of a seed and a channel (SplitMix64: G. L. Steele, D. Lea, C. H. Flood, "Fast splittable
-/// pseudorandom number generators", 2014), so that no two channels start alike.
-uint64_t start_of(uint64_t seed, uint64_t channel) {
-  uint64_t mixed = seed + (channel + 1) * 0x9E3779B97F4A7C15u;
-  mixed = (mixed ^ mixed >> 30) * 0xBF58476D1CE4E5B9u;
-  mixed = (mixed ^ mixed >> 27) * 0x94D049BB133111EBu;
-  return mixed ^ mixed >> 31;
-}
 
 /// To nearest, ties to even: beyond 1.5 x 2^52 a double has no fraction.
 double nearest(double value) {

@@ -1,5 +1,5 @@
 // CQvFIR: state, and the way of samples through a filter.
-#include "audio/filter/chosen_channels.h"
+#include "audio/filter/arguments.h"
 #include "audio/filter/fir_design.h"
 #include "audio/filter/fir_outputs.h"
 

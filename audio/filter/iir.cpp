@@ -1,6 +1,6 @@
 // CQvIIR: a designed cascade.
+#include "audio/filter/arguments.h"
 #include "audio/filter/cascade.h"
-#include "audio/filter/parameter_range.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,7 +1,7 @@
 // First-order shelves and a second-order band-pass, made of allpass filters.
 #include "qv/signal.h"
 
-#include "audio/filter/parameter_range.h"
+#include "audio/filter/arguments.h"
 
 #include <cmath>
 #include <numbers>

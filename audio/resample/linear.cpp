@@ -2,7 +2,6 @@
 #include "audio/kernels/double_pair.h"
 #include "audio/kernels/kernel_tables.h"
 #include "audio/resample/block.h"
-#include "audio/resample/linear_stereo.h"
 
 #include "qv/cpu.h"
 

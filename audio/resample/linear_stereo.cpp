@@ -1,5 +1,5 @@
 // Four outputs at a time, their positions side by side in vectors: one by one the positions took most of the time.
-#include "audio/resample/linear_stereo.h"
+#include "audio/resample/block.h"
 
 #include <immintrin.h>
 

@@ -1,8 +1,7 @@
 // Converters: opened, driven block by block, asked where they stand.
 #include "qv/resample.h"
 
-#include "audio/resample/format_pair.h"
-#include "audio/resample/handle.h"
+#include "audio/resample/opening.h"
 #include "audio/resample/sinc.h"
 
 #include "qv/audio_kernels.h"

@@ -1,7 +1,6 @@
 // Streaming converters: frames wait as doubles until all that an output looks at are there.
 #include "audio/resample/block.h"
-#include "audio/resample/format_pair.h"
-#include "audio/resample/handle.h"
+#include "audio/resample/opening.h"
 #include "audio/resample/sinc_product.h"
 #include "audio/resample/soxr_filter.h"
 #include "audio/resample/tap_rows.h"

@@ -1,5 +1,5 @@
 // CQvDither and its generator.
-#include "audio/filter/pcg32.h"
+#include "audio/filter/dither_noise.h"
 #include "tests/audio/resample/stream_checks.h"
 
 #include "qv/audio.h"

@@ -32,4 +32,13 @@ private:
   uint64_t increment_ = 1;
 };
 
+/// A well-mixed number of a seed and a channel (SplitMix64: G. L. Steele, D. Lea, C. H. Flood, "Fast splittable
+/// pseudorandom number generators", 2014), so that no two channels start alike.
+inline uint64_t start_of(uint64_t seed, uint64_t channel) {
+  uint64_t mixed = seed + (channel + 1) * 0x9E3779B97F4A7C15u;
+  mixed = (mixed ^ mixed >> 30) * 0xBF58476D1CE4E5B9u;
+  mixed = (mixed ^ mixed >> 27) * 0x94D049BB133111EBu;
+  return mixed ^ mixed >> 31;
+}
+
 } // namespace qv::audio

@@ -1,7 +1,7 @@
 // A section's next state waits for its last one, some eight cycles; sections that follow each other wait for each other
 // too. So several run side by side in the lanes of vectors, each a few samples behind the one before it, which hides
 // the wait: the samples, and what is computed from them, are the same as section after section.
-#include "audio/filter/iir_cascade.h"
+#include "audio/filter/iir_outputs.h"
 
 #include "audio/kernels/double_pair.h"
 

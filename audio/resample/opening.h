@@ -1,6 +1,7 @@
-// How converters of both generations come to be behind their handles, and begin anew.
+// How converters of both generations are opened, between rates or formats, and begin anew.
 #pragma once
 
+#include "qv/audio.h"
 #include "qv/result.h"
 
 #include <exception>
@@ -8,6 +9,24 @@
 #include <utility>
 
 namespace qv::audio {
+
+/// What two formats between which is converted agree in.
+/// Rates of 0 where they do not.
+struct FormatPair {
+  QVSAMPLETYPE type{};
+  DWORD src_rate = 0;
+  DWORD dst_rate = 0;
+  DWORD channels = 0;
+
+  FormatPair(const WAVEFORMATEX* dst, const WAVEFORMATEX* src) {
+    if (!dst || !src) return;
+    type = QvAudio_GetSampleType(src);
+    if (QvAudio_GetSampleType(dst) != type || dst->nChannels != src->nChannels) return;
+    src_rate = src->nSamplesPerSec;
+    dst_rate = dst->nSamplesPerSec;
+    channels = src->nChannels;
+  }
+};
 
 /// Makes a converter that `set_up` (of the converter, answers a result, may throw) fills; the handle is null without.
 template <class Converter, class SetUp>

@@ -1,4 +1,4 @@
-// Which channels of an interleaved buffer a mask chooses, and what becomes of the others.
+// What filters make of their callers' arguments: values that are out of range, and the channels that a mask chooses.
 #pragma once
 
 #include "qv/win32.h"
@@ -6,6 +6,12 @@
 #include <cstddef>
 
 namespace qv::audio {
+
+/// A NaN counts as the lowest.
+constexpr double within(double value, double least, double most) {
+  if (!(value > least)) return least;
+  return value < most ? value : most;
+}
 
 /// A mask of 0 chooses all; channels from 32 on are chosen by that alone.
 constexpr bool is_chosen(DWORD mask, DWORD channel) {
