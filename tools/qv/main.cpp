@@ -9,7 +9,6 @@
 #include <shellapi.h>
 #endif
 
-#include <algorithm>
 #include <cstdio>
 #include <iostream>
 
@@ -51,40 +50,19 @@ int run(const Work& work) {
   return kWorkFailed;
 }
 
-int wrong_usage(const CLI::ParseError& error) {
-  std::string reason = error.what();
-  std::replace(reason.begin(), reason.end(), '\n', ' ');
-  print_error(reason + " (qv --help says more)");
-  return kWrongUsage;
+void add_all(const Command& program) {
+  for (const auto add :
+       {add_info, add_convert, add_stats, add_cpu, add_filter, add_repair, add_settings, add_tag, add_time})
+    add(program);
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-  CLI::App app("Reads, converts, filters, measures and mends audio files; converts times; reads and writes settings.",
-               "qv");
-  app.require_subcommand(0, 1);
-  app.set_version_flag("--version", QV_PROGRAM_VERSION);
-  Work chosen;
-  add_info(app, chosen);
-  add_convert(app, chosen);
-  add_stats(app, chosen);
-  add_cpu(app, chosen);
-  add_filter(app, chosen);
-  add_repair(app, chosen);
-  add_settings(app, chosen);
-  add_tag(app, chosen);
-  add_time(app, chosen);
-  try {
-    std::vector<std::string> arguments = program_arguments(argc, argv);
-    std::reverse(arguments.begin(), arguments.end()); // the parser takes them from the back
-    app.parse(arguments);
-    // Only now, so that a word that is no subcommand is reported by its name.
-    if (!chosen) throw CLI::RequiredError::Subcommand(1);
-  } catch (const CLI::ParseError& error) {
-    return error.get_exit_code() == 0 ? app.exit(error) : wrong_usage(error);
-  }
-  return run(chosen);
+  const Request request = parse_command_line(
+      "qv", "Reads, converts, filters, measures and mends audio files; converts times; reads and writes settings.",
+      QV_PROGRAM_VERSION, program_arguments(argc, argv), add_all);
+  return request.work ? run(request.work) : request.exit_code;
 }
 
 } // namespace qv::tool

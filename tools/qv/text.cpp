@@ -2,6 +2,8 @@
 
 #include "tools/qv/failure.h"
 
+#include <filesystem>
+
 namespace qv::tool {
 
 std::string utf8(const WString& text) {
@@ -21,17 +23,15 @@ std::optional<WString> utf16(const std::string& text) {
   return converted;
 }
 
-std::filesystem::path path_from(const std::string& name) {
+WString path_from(const std::string& name) {
   if (name.empty()) throw Failure("\"\"", "the file name is empty");
   const std::optional<WString> converted = utf16(name);
   if (!converted) throw Failure(name, "the file name is not UTF-8 text");
   return *converted;
 }
 
-WString wide(const std::filesystem::path& path) { return path.string<WCHAR>(); }
-
 bool is_wave64_name(const std::string& name) {
-  const std::string extension = path_from(name).extension().string();
+  const std::string extension = std::filesystem::path(path_from(name)).extension().string();
   return extension == ".w64" || extension == ".W64";
 }
 

@@ -3,7 +3,6 @@
 
 #include "qv/audio.h"
 
-#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -14,8 +13,7 @@ std::string utf8(const WString& text);
 std::optional<WString> utf16(const std::string& text);
 
 /// A file name from the command line. Throws Failure for one that is empty or not UTF-8.
-std::filesystem::path path_from(const std::string& name);
-WString wide(const std::filesystem::path& path);
+WString path_from(const std::string& name);
 /// Whether a file of that name is a Wave64 file: it ends in .w64.
 bool is_wave64_name(const std::string& name);
 

@@ -1,22 +1,18 @@
 // The subcommands: each adds itself to the command line and, when it is chosen, says what is to be run.
 #pragma once
 
-#include <CLI/CLI.hpp>
-#include <functional>
+#include "tools/qv/command_line.h"
 
 namespace qv::tool {
 
-/// The chosen work; answers an exit code and may throw Failure.
-using Work = std::function<int()>;
-
-void add_info(CLI::App& app, Work& chosen);
-void add_convert(CLI::App& app, Work& chosen);
-void add_stats(CLI::App& app, Work& chosen);
-void add_cpu(CLI::App& app, Work& chosen);
-void add_filter(CLI::App& app, Work& chosen);
-void add_repair(CLI::App& app, Work& chosen);
-void add_settings(CLI::App& app, Work& chosen);
-void add_tag(CLI::App& app, Work& chosen);
-void add_time(CLI::App& app, Work& chosen);
+void add_info(const Command& program);
+void add_convert(const Command& program);
+void add_stats(const Command& program);
+void add_cpu(const Command& program);
+void add_filter(const Command& program);
+void add_repair(const Command& program);
+void add_settings(const Command& program);
+void add_tag(const Command& program);
+void add_time(const Command& program);
 
 } // namespace qv::tool

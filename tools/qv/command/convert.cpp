@@ -111,7 +111,7 @@ int convert(const Options& options) {
 std::string check_gain(const std::string& text) {
   double gain_db = 0.0;
   // Written so that a NaN is refused too.
-  const bool fits = CLI::detail::lexical_cast(text, gain_db) && std::fabs(gain_db) <= kMostDecibels;
+  const bool fits = read_number(text, gain_db) && std::fabs(gain_db) <= kMostDecibels;
   return fits ? "" : "\"" + text + "\" is not a number of dB from -200 to 200";
 }
 
@@ -121,30 +121,28 @@ std::string check_channels(const std::string& text) {
 
 } // namespace
 
-void add_convert(CLI::App& app, Work& chosen) {
+void add_convert(const Command& program) {
   auto options = std::make_shared<Options>();
-  CLI::App* command =
-      app.add_subcommand("convert", "Write a wave file with another sample type, level, rate or channels");
-  command->add_option("IN", options->in, "File to read: RIFF wave, Wave64, AIFF or AIFF-C")->required();
-  command->add_option("OUT", options->out, "Wave file to write, Wave64 for .w64; it appears whole or not at all")
-      ->required();
-  command->add_option("--type", options->type, "Sample type: pcm8, pcm16, pcm24, pcm32, float32 or float64")
-      ->check(CLI::IsMember(type_names()));
-  command->add_option("--gain-db", options->gain_db, "Change of level in dB, from -200 to 200")
-      ->check(CLI::Validator(check_gain, "G"));
-  CLI::Option* channels =
-      command->add_option("--channels", options->channels,
-                          "A number of channels, or for each channel the source channel (from 1; 0 is silence): 2,1");
-  channels->check(CLI::Validator(check_channels, "N|A,B,..."));
-  CLI::Option* rate = command->add_option("--rate", options->rate, "Sample rate in Hz; the samples are resampled");
-  rate->check(CLI::Range(DWORD{1}, DWORD{10'000'000}));
-  command->add_option("--quality", options->quality, "Of the resampling: linear, filtered, sinc or best (as it is)")
-      ->check(CLI::IsMember(RateConversion::quality_names()))
-      ->needs(rate);
-  command->add_option("--dither", options->dither, "For integer types: none (as it is), rect, tri or shaped")
-      ->check(CLI::IsMember(DoubleOutput::dither_names()));
-  command->add_flag("--mono", options->mono, "Average all channels to one")->excludes(channels);
-  command->callback([options, &chosen] { chosen = [options] { return convert(*options); }; });
+  const Command command =
+      program.subcommand("convert", "Write a wave file with another sample type, level, rate or channels");
+  command.option("IN", options->in, "File to read: RIFF wave, Wave64, AIFF or AIFF-C").required();
+  command.option("OUT", options->out, "Wave file to write, Wave64 for .w64; it appears whole or not at all").required();
+  command.option("--type", options->type, "Sample type: pcm8, pcm16, pcm24, pcm32, float32 or float64")
+      .one_of(type_names());
+  command.option("--gain-db", options->gain_db, "Change of level in dB, from -200 to 200").checked_by(check_gain, "G");
+  Option channels =
+      command.option("--channels", options->channels,
+                     "A number of channels, or for each channel the source channel (from 1; 0 is silence): 2,1");
+  channels.checked_by(check_channels, "N|A,B,...");
+  Option rate = command.option("--rate", options->rate, "Sample rate in Hz; the samples are resampled");
+  rate.between(DWORD{1}, DWORD{10'000'000});
+  command.option("--quality", options->quality, "Of the resampling: linear, filtered, sinc or best (as it is)")
+      .one_of(RateConversion::quality_names())
+      .needs(rate);
+  command.option("--dither", options->dither, "For integer types: none (as it is), rect, tri or shaped")
+      .one_of(DoubleOutput::dither_names());
+  command.flag("--mono", options->mono, "Average all channels to one").excludes(channels);
+  command.runs([options] { return convert(*options); });
 }
 
 } // namespace qv::tool

@@ -3,6 +3,7 @@
 
 #include "tools/qv/command/command.h"
 #include "tools/qv/failure.h"
+#include "tools/qv/json.h"
 #include "tools/qv/text.h"
 
 #include "qv/audio_kernels.h"
@@ -10,13 +11,10 @@
 #include <cstdio>
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 namespace qv::tool {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 struct NamedBit {
   uint32_t bit;
@@ -114,20 +112,20 @@ void print_json() {
   const uint32_t word = QvGetCPUSupport(0);
   Json pairs = Json::array();
   for (const Pair& pair : vector_pairs()) {
-    pairs.push_back(
-        {{"family", pair.family}, {"dst", static_cast<uint32_t>(pair.dst)}, {"src", static_cast<uint32_t>(pair.src)}});
+    pairs.push_back(Json::object(
+        {{"family", pair.family}, {"dst", static_cast<uint32_t>(pair.dst)}, {"src", static_cast<uint32_t>(pair.src)}}));
   }
-  const Json json = {{"support", word},
-                     {"support_hex", hexadecimal(word)},
-                     {"features", features_of(word)},
-                     {"class", word & QVCPU_CLASS_MASK},
-                     {"class_text", name_of(kClasses, word & QVCPU_CLASS_MASK)},
-                     {"os_support", QvGetOSSupport(0)},
-                     {"os_features", features_of(QvGetOSSupport(0))},
-                     {"processors", QvGetProcessorCount()},
-                     {"kernel_level", name_of(kLevels, QvGetKernelLevel())},
-                     {"vector_kernels", pairs}};
-  std::cout << json.dump(2) << "\n";
+  const Json json = Json::object({{"support", word},
+                                  {"support_hex", hexadecimal(word)},
+                                  {"features", features_of(word)},
+                                  {"class", word & QVCPU_CLASS_MASK},
+                                  {"class_text", name_of(kClasses, word & QVCPU_CLASS_MASK)},
+                                  {"os_support", QvGetOSSupport(0)},
+                                  {"os_features", features_of(QvGetOSSupport(0))},
+                                  {"processors", QvGetProcessorCount()},
+                                  {"kernel_level", name_of(kLevels, QvGetKernelLevel())},
+                                  {"vector_kernels", pairs}});
+  std::cout << json.dump() << "\n";
 }
 
 void print_text() {
@@ -147,15 +145,13 @@ void print_text() {
 
 } // namespace
 
-void add_cpu(CLI::App& app, Work& chosen) {
+void add_cpu(const Command& program) {
   auto json = std::make_shared<bool>(false);
-  CLI::App* command = app.add_subcommand("cpu", "Show the processor support and the kernels chosen by it");
-  command->add_flag("--json", *json, "Print JSON");
-  command->callback([json, &chosen] {
-    chosen = [json] {
-      *json ? print_json() : print_text();
-      return int{kSuccess};
-    };
+  const Command command = program.subcommand("cpu", "Show the processor support and the kernels chosen by it");
+  command.flag("--json", *json, "Print JSON");
+  command.runs([json] {
+    *json ? print_json() : print_text();
+    return int{kSuccess};
   });
 }
 

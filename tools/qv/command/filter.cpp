@@ -67,39 +67,36 @@ int filter(const Options& options) {
 
 } // namespace
 
-void add_filter(CLI::App& app, Work& chosen) {
+void add_filter(const Command& program) {
   auto options = std::make_shared<Options>();
   FilterOptions& filter_options = options->filter;
-  CLI::App* command = app.add_subcommand("filter", "Write a wave file through a filter");
-  command->add_option("IN", options->in, "File to read: RIFF wave, Wave64, AIFF or AIFF-C")->required();
-  command->add_option("OUT", options->out, "Wave file to write, Wave64 for .w64; it appears whole or not at all")
-      ->required();
-  command->add_option("--type", filter_options.type, "lowpass, highpass, bandpass, bandstop, peak, lowshelf, highshelf")
-      ->check(CLI::IsMember(FilterChain::type_names()))
-      ->required();
-  command->add_option("--freq", filter_options.frequency, "Edge, or middle of a band, in Hz (1000)")
-      ->check(CLI::Range(0.001, 10'000'000.0));
+  const Command command = program.subcommand("filter", "Write a wave file through a filter");
+  command.option("IN", options->in, "File to read: RIFF wave, Wave64, AIFF or AIFF-C").required();
+  command.option("OUT", options->out, "Wave file to write, Wave64 for .w64; it appears whole or not at all").required();
+  command.option("--type", filter_options.type, "lowpass, highpass, bandpass, bandstop, peak, lowshelf, highshelf")
+      .one_of(FilterChain::type_names())
+      .required();
+  command.option("--freq", filter_options.frequency, "Edge, or middle of a band, in Hz (1000)")
+      .between(0.001, 10'000'000.0);
   command
-      ->add_option("--design", filter_options.design,
-                   "Of a pass or stop: butterworth (as it is), chebyshev, bessel or resonator")
-      ->check(CLI::IsMember(FilterChain::design_names()));
-  command->add_option("--order", filter_options.order, "Of a pass or stop: 1 to 15 (2)")
-      ->check(CLI::Range(DWORD{1}, DWORD{QVIIR_MAX_ORDER}));
-  command->add_option("--bandwidth", filter_options.bandwidth, "Octaves of a band or a peak (1)")
-      ->check(CLI::Range(0.001, 20.0));
-  command->add_option("--q", filter_options.q, "Of a resonator (5)")->check(CLI::Range(0.05, 100'000.0));
-  command->add_option("--slope", filter_options.slope, "Of a shelf, 0.1 to 1 (1)")->check(CLI::Range(0.1, 1.0));
+      .option("--design", filter_options.design,
+              "Of a pass or stop: butterworth (as it is), chebyshev, bessel or resonator")
+      .one_of(FilterChain::design_names());
+  command.option("--order", filter_options.order, "Of a pass or stop: 1 to 15 (2)")
+      .between(DWORD{1}, DWORD{QVIIR_MAX_ORDER});
+  command.option("--bandwidth", filter_options.bandwidth, "Octaves of a band or a peak (1)").between(0.001, 20.0);
+  command.option("--q", filter_options.q, "Of a resonator (5)").between(0.05, 100'000.0);
+  command.option("--slope", filter_options.slope, "Of a shelf, 0.1 to 1 (1)").between(0.1, 1.0);
   command
-      ->add_option("--gain", filter_options.gain,
-                   "dB, -100 to 25, of peak and shelves; a pass or stop with a gain is added to the input")
-      ->check(CLI::Range(-100.0, 25.0));
-  command->add_option("--sample-type", options->sample_type, "Of OUT: pcm8, pcm16, pcm24, pcm32, float32 or float64")
-      ->check(CLI::IsMember(type_names()));
+      .option("--gain", filter_options.gain,
+              "dB, -100 to 25, of peak and shelves; a pass or stop with a gain is added to the input")
+      .between(-100.0, 25.0);
+  command.option("--sample-type", options->sample_type, "Of OUT: pcm8, pcm16, pcm24, pcm32, float32 or float64")
+      .one_of(type_names());
   command
-      ->add_option("--response", options->response,
-                   "Also draw the response into a .svg or .png file, or list it in a .csv")
-      ->check(CLI::Validator(check_response_name, "FILE"));
-  command->callback([options, &chosen] { chosen = [options] { return filter(*options); }; });
+      .option("--response", options->response, "Also draw the response into a .svg or .png file, or list it in a .csv")
+      .checked_by(check_response_name, "FILE");
+  command.runs([options] { return filter(*options); });
 }
 
 } // namespace qv::tool

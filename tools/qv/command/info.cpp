@@ -3,6 +3,7 @@
 #include "tools/qv/failure.h"
 #include "tools/qv/file/markers.h"
 #include "tools/qv/file/wave_input.h"
+#include "tools/qv/json.h"
 #include "tools/qv/text.h"
 
 #include "qv/riff.h"
@@ -10,13 +11,10 @@
 #include <cstdio>
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 namespace qv::tool {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr int kTextCapacity = 256;
 
@@ -32,8 +30,8 @@ std::string sample_type_text(QVSAMPLETYPE type) {
 }
 
 Json chunk_json(const ChunkEntry& chunk) {
-  Json json = {{"id", code_text(chunk.id)}, {"offset", chunk.offset}, {"size", chunk.size}};
-  if (chunk.list_type != 0) json["list_type"] = code_text(chunk.list_type);
+  Json json = Json::object({{"id", code_text(chunk.id)}, {"offset", chunk.offset}, {"size", chunk.size}});
+  if (chunk.list_type != 0) json.set("list_type", code_text(chunk.list_type));
   return json;
 }
 
@@ -42,28 +40,28 @@ Json info_json(const WaveInput& input) {
   Json chunks = Json::array();
   for (const ChunkEntry& chunk : input.chunks())
     chunks.push_back(chunk_json(chunk));
-  Json summary = Json::object();
+  Json summary = Json::object({});
   for (const auto& [id, text] : input.summary())
-    if (!summary.contains(code_text(id))) summary[code_text(id)] = text; // the first counts
+    if (!summary.find(code_text(id))) summary.set(code_text(id), text); // the first counts
   Json markers = Json::array();
   for (const Marker& marker : read_markers(input))
-    markers.push_back({{"id", marker.id}, {"position", marker.position}, {"name", marker.name}});
-  return {{"file", input.name()},
-          {"container", input.container()},
-          {"format_text", format_text(input.format().FormatTag(), input.header())},
-          {"sample_type", static_cast<uint32_t>(format.sampleType)},
-          {"sample_type_text", sample_type_text(format.sampleType)},
-          {"format_tag", format.FormatTag()},
-          {"sample_rate", format.samplesPerSec},
-          {"channels", format.channels},
-          {"channel_mask", format.channelMask},
-          {"bits", format.BitsPerSample()},
-          {"block_align", format.blockAlign},
-          {"frames", input.frames()},
-          {"duration_100ns", input.duration()},
-          {"chunks", chunks},
-          {"summary", summary},
-          {"markers", markers}};
+    markers.push_back(Json::object({{"id", marker.id}, {"position", marker.position}, {"name", marker.name}}));
+  return Json::object({{"file", input.name()},
+                       {"container", input.container()},
+                       {"format_text", format_text(input.format().FormatTag(), input.header())},
+                       {"sample_type", static_cast<uint32_t>(format.sampleType)},
+                       {"sample_type_text", sample_type_text(format.sampleType)},
+                       {"format_tag", format.FormatTag()},
+                       {"sample_rate", format.samplesPerSec},
+                       {"channels", format.channels},
+                       {"channel_mask", format.channelMask},
+                       {"bits", format.BitsPerSample()},
+                       {"block_align", format.blockAlign},
+                       {"frames", input.frames()},
+                       {"duration_100ns", input.duration()},
+                       {"chunks", chunks},
+                       {"summary", summary},
+                       {"markers", markers}});
 }
 
 std::string duration_text(uint64_t duration) {
@@ -134,19 +132,19 @@ int info(const Options& options) {
       exit_code = kWorkFailed;
     }
   }
-  if (!options.json || (options.files.size() == 1 && all.empty())) return exit_code;
-  std::cout << (options.files.size() == 1 ? all[0] : all).dump(2) << "\n";
+  if (!options.json || (options.files.size() == 1 && all.items().empty())) return exit_code;
+  std::cout << (options.files.size() == 1 ? all.items()[0] : all).dump() << "\n";
   return exit_code;
 }
 
 } // namespace
 
-void add_info(CLI::App& app, Work& chosen) {
+void add_info(const Command& program) {
   auto options = std::make_shared<Options>();
-  CLI::App* command = app.add_subcommand("info", "Show format, length and chunks of wave files");
-  command->add_option("FILE", options->files, "Wave files")->required();
-  command->add_flag("--json", options->json, "Print JSON: an object for one file, an array for several");
-  command->callback([options, &chosen] { chosen = [options] { return info(*options); }; });
+  const Command command = program.subcommand("info", "Show format, length and chunks of wave files");
+  command.option("FILE", options->files, "Wave files").required();
+  command.flag("--json", options->json, "Print JSON: an object for one file, an array for several");
+  command.runs([options] { return info(*options); });
 }
 
 } // namespace qv::tool

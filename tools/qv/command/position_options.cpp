@@ -57,39 +57,35 @@ std::string position_format_name(DWORD code) {
   return code < QVPOSFMT_COUNT ? lower_case(kNames[code]) : std::to_string(code);
 }
 
-void PositionOptions::add_to(CLI::App& command) {
+void PositionOptions::read_frame_rate(const std::string& text) {
+  const std::optional<double> rate = rate_from(text);
+  if (!rate) throw WrongUsage("--fps", text + " is no rate above 0");
+  frame_rate = *rate;
+}
+
+void PositionOptions::read_meter(const std::string& text) {
+  const size_t slash = std::min(text.find('/'), text.size());
+  const auto beats = number_from<WORD>(std::string_view(text).substr(0, slash));
+  const auto unit = number_from<WORD>(std::string_view(text).substr(std::min(slash + 1, text.size())));
+  if (!beats || !unit || *beats == 0 || *unit == 0) throw WrongUsage("--meter", text + " is no meter such as 6/8");
+  beats_per_measure = *beats;
+  beat_unit = *unit;
+}
+
+void PositionOptions::add_to(const Command& command) {
   command
-      .add_option_function<std::string>(
-          "--fps",
-          [this](const std::string& text) {
-            const std::optional<double> rate = rate_from(text);
-            if (!rate) throw CLI::ValidationError("--fps", text + " is no rate above 0");
-            frame_rate = *rate;
-          },
+      .option(
+          "--fps", [this](const std::string& text) { read_frame_rate(text); },
           "Frames per second, a number or a ratio such as 30000/1001")
-      ->default_str("25");
-  command.add_option("--tempo", tempo, "Beats per minute")->check(CLI::PositiveNumber)->capture_default_str();
+      .default_text("25");
+  command.option("--tempo", tempo, "Beats per minute").above_zero().shows_default();
   command
-      .add_option_function<std::string>(
-          "--meter",
-          [this](const std::string& text) {
-            const size_t slash = std::min(text.find('/'), text.size());
-            const auto beats = number_from<WORD>(std::string_view(text).substr(0, slash));
-            const auto unit = number_from<WORD>(std::string_view(text).substr(std::min(slash + 1, text.size())));
-            if (!beats || !unit || *beats == 0 || *unit == 0)
-              throw CLI::ValidationError("--meter", text + " is no meter such as 6/8");
-            beats_per_measure = *beats;
-            beat_unit = *unit;
-          },
-          "Beats per measure and their note value")
-      ->default_str("4/4");
-  command.add_option("--tpb", ticks_per_beat, "Ticks per quarter note")
-      ->check(CLI::Range(1, INT32_MAX))
-      ->capture_default_str();
-  command.add_option("--rate", sample_rate, "Samples per second")
-      ->check(CLI::Range(1, INT32_MAX))
-      ->capture_default_str();
-  command.add_option("--offset", offset, "The position that counts as 0, in units of 100 ns")->capture_default_str();
+      .option(
+          "--meter", [this](const std::string& text) { read_meter(text); }, "Beats per measure and their note value")
+      .default_text("4/4");
+  command.option("--tpb", ticks_per_beat, "Ticks per quarter note").between(1, INT32_MAX).shows_default();
+  command.option("--rate", sample_rate, "Samples per second").between(1, INT32_MAX).shows_default();
+  command.option("--offset", offset, "The position that counts as 0, in units of 100 ns").shows_default();
 }
 
 _qvposfmt PositionOptions::shown_as(DWORD format) const {
@@ -99,15 +95,16 @@ _qvposfmt PositionOptions::shown_as(DWORD format) const {
 DWORD position_format_from(const std::string& text, const std::string& option) {
   for (DWORD code = 0; code < QVPOSFMT_COUNT; ++code)
     if (text == position_format_name(code) || text == std::to_string(code)) return code;
-  throw CLI::ValidationError(option, "unknown format " + text);
+  throw WrongUsage(option, "unknown format " + text);
 }
 
-void add_format_option(CLI::App& command, const std::string& option, DWORD& format, const std::string& description) {
+void add_format_option(const Command& command, const std::string& option, DWORD& format,
+                       const std::string& description) {
   command
-      .add_option_function<std::string>(
+      .option(
           option, [&format, option](const std::string& text) { format = position_format_from(text, option); },
           description)
-      ->type_name("FORMAT");
+      .type_name("FORMAT");
 }
 
 QVNANOTIME position_from(const std::string& text, const _qvposfmt& shown, DWORD flags) {

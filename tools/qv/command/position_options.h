@@ -1,9 +1,10 @@
 // How positions are written on the command line: the display formats by name, and what they need to know.
 #pragma once
 
+#include "tools/qv/command_line.h"
+
 #include "qv/time.h"
 
-#include <CLI/CLI.hpp>
 #include <string>
 
 namespace qv::tool {
@@ -21,14 +22,19 @@ struct PositionOptions {
   DWORD sample_rate = 48'000;
   QVNANOTIME offset = 0;
 
-  void add_to(CLI::App& command);
+  void add_to(const Command& command);
   _qvposfmt shown_as(DWORD format) const;
+
+private:
+  void read_frame_rate(const std::string& text);
+  void read_meter(const std::string& text);
 };
 
 /// The code for a format's name or number; any other is a wrong usage of the option.
 DWORD position_format_from(const std::string& text, const std::string& option);
 /// Adds an option that takes one.
-void add_format_option(CLI::App& command, const std::string& option, DWORD& format, const std::string& description);
+void add_format_option(const Command& command, const std::string& option, DWORD& format,
+                       const std::string& description);
 
 /// The whole of `text` as a position. Throws Failure where it is none.
 QVNANOTIME position_from(const std::string& text, const _qvposfmt& shown, DWORD flags);

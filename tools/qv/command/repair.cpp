@@ -76,7 +76,8 @@ void apply(HANDLE file, const std::string& name, const std::vector<Edit>& edits)
 void back_up(const std::string& name) {
   const std::string backup = name + ".bak";
   std::error_code error;
-  if (std::filesystem::exists(path_from(backup), error)) throw Failure(backup, "is there already: nothing was written");
+  if (std::filesystem::exists(std::filesystem::path(path_from(backup)), error))
+    throw Failure(backup, "is there already: nothing was written");
   const OpenFile from = open_existing(name, GENERIC_READ);
   OutputFile to(backup);
   to.append(from, name, 0, size_of(from));
@@ -131,25 +132,25 @@ int repair(const Options& options) {
 
 } // namespace
 
-void add_repair(CLI::App& app, Work& chosen) {
+void add_repair(const Command& program) {
   auto options = std::make_shared<Options>();
-  CLI::App* command = app.add_subcommand("repair", "Mend the header of a damaged wave file; its audio stays as it is");
-  command->add_option("FILE", options->file, "A RIFF wave or Wave64 file")->required();
-  command->add_option("--rate", options->rate, "Sample rate where the header says none that makes sense (44100)")
-      ->check(CLI::Range(DWORD{1}, DWORD{10'000'000}));
-  command->add_option("--channels", options->channels, "The same for channels (2)")->check(CLI::Range(1, 1024));
+  const Command command =
+      program.subcommand("repair", "Mend the header of a damaged wave file; its audio stays as it is");
+  command.option("FILE", options->file, "A RIFF wave or Wave64 file").required();
+  command.option("--rate", options->rate, "Sample rate where the header says none that makes sense (44100)")
+      .between(DWORD{1}, DWORD{10'000'000});
+  command.option("--channels", options->channels, "The same for channels (2)").between(1, 1024);
   command
-      ->add_option("--type", options->type,
-                   "The same for the sample type: pcm8, pcm16 (as it is), pcm24, pcm32, "
-                   "float32 or float64")
-      ->check(CLI::IsMember(type_names()));
+      .option("--type", options->type,
+              "The same for the sample type: pcm8, pcm16 (as it is), pcm24, pcm32, float32 or float64")
+      .one_of(type_names());
   command
-      ->add_option("--limit", options->limit,
-                   "Look for a header up to this byte (65536); where there is none, the audio starts there")
-      ->check(CLI::NonNegativeNumber);
-  command->add_flag("--dry-run", options->dry_run, "Say what is to be done, and write nothing");
-  command->add_flag("--backup", options->backup, "Keep the file as it is in FILE.bak");
-  command->callback([options, &chosen] { chosen = [options] { return repair(*options); }; });
+      .option("--limit", options->limit,
+              "Look for a header up to this byte (65536); where there is none, the audio starts there")
+      .not_negative();
+  command.flag("--dry-run", options->dry_run, "Say what is to be done, and write nothing");
+  command.flag("--backup", options->backup, "Keep the file as it is in FILE.bak");
+  command.runs([options] { return repair(*options); });
 }
 
 } // namespace qv::tool

@@ -3,6 +3,7 @@
 #include "tools/qv/failure.h"
 #include "tools/qv/file/block_size.h"
 #include "tools/qv/file/wave_input.h"
+#include "tools/qv/json.h"
 #include "tools/qv/long_work.h"
 
 #include "qv/audio_kernels.h"
@@ -11,13 +12,10 @@
 #include <cstdio>
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 namespace qv::tool {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 struct Options {
   std::string file;
@@ -70,7 +68,7 @@ double rms(const ChannelStats& stats, uint64_t frames) {
 
 double decibels(double level) { return 20.0 * std::log10(level); }
 
-Json decibels_json(double level) { return level == 0.0 ? Json(nullptr) : Json(decibels(level)); }
+Json decibels_json(double level) { return level == 0.0 ? Json() : Json(decibels(level)); }
 
 std::string decibels_text(double level) {
   if (level == 0.0) return "-inf";
@@ -82,13 +80,13 @@ std::string decibels_text(double level) {
 void print_json(const WaveInput& input, const std::vector<ChannelStats>& stats) {
   Json channels = Json::array();
   for (size_t k = 0; k < stats.size(); ++k) {
-    channels.push_back({{"channel", k + 1},
-                        {"peak_min", stats[k].peak_min},
-                        {"peak_max", stats[k].peak_max},
-                        {"peak_dbfs", decibels_json(stats[k].peak())},
-                        {"rms_dbfs", decibels_json(rms(stats[k], input.frames()))}});
+    channels.push_back(Json::object({{"channel", k + 1},
+                                     {"peak_min", stats[k].peak_min},
+                                     {"peak_max", stats[k].peak_max},
+                                     {"peak_dbfs", decibels_json(stats[k].peak())},
+                                     {"rms_dbfs", decibels_json(rms(stats[k], input.frames()))}}));
   }
-  std::cout << Json{{"file", input.name()}, {"channels", channels}}.dump(2) << "\n";
+  std::cout << Json::object({{"file", input.name()}, {"channels", channels}}).dump() << "\n";
 }
 
 void print_table(const WaveInput& input, const std::vector<ChannelStats>& stats) {
@@ -111,12 +109,12 @@ int show_stats(const Options& options) {
 
 } // namespace
 
-void add_stats(CLI::App& app, Work& chosen) {
+void add_stats(const Command& program) {
   auto options = std::make_shared<Options>();
-  CLI::App* command = app.add_subcommand("stats", "Measure the peaks and the RMS of every channel");
-  command->add_option("FILE", options->file, "Wave file")->required();
-  command->add_flag("--json", options->json, "Print JSON; levels of silence are null");
-  command->callback([options, &chosen] { chosen = [options] { return show_stats(*options); }; });
+  const Command command = program.subcommand("stats", "Measure the peaks and the RMS of every channel");
+  command.option("FILE", options->file, "Wave file").required();
+  command.flag("--json", options->json, "Print JSON; levels of silence are null");
+  command.runs([options] { return show_stats(*options); });
 }
 
 } // namespace qv::tool

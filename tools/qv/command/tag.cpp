@@ -37,7 +37,7 @@ public:
 
 DWORD id_from(const std::string& text) {
   const bool printable = std::all_of(text.begin(), text.end(), [](char c) { return c > ' ' && c <= '~'; });
-  if (text.size() != 4 || !printable) throw CLI::ValidationError("ID", text + " is no id of four characters");
+  if (text.size() != 4 || !printable) throw WrongUsage("ID", text + " is no id of four characters");
   DWORD id = 0;
   std::memcpy(&id, text.data(), sizeof id);
   return id;
@@ -46,7 +46,7 @@ DWORD id_from(const std::string& text) {
 void check_ids(const Options& options) {
   for (const std::string& text : options.texts) {
     const size_t equals = text.find('=');
-    if (equals == std::string::npos) throw CLI::ValidationError("ID=TEXT", text + " has no =");
+    if (equals == std::string::npos) throw WrongUsage("ID=TEXT", text + " has no =");
     id_from(text.substr(0, equals));
   }
   for (const std::string& id : options.removed)
@@ -117,17 +117,14 @@ int tag(const Options& options) {
 
 } // namespace
 
-void add_tag(CLI::App& app, Work& chosen) {
+void add_tag(const Command& program) {
   auto options = std::make_shared<Options>();
-  CLI::App* command = app.add_subcommand("tag", "Print or change the texts in the INFO list of a wave file");
-  command->add_option("FILE", options->file, "A RIFF wave file")->required();
-  command->add_option("ID=TEXT", options->texts, "Texts to set, each under an id of four characters, such as INAM");
-  command->add_option("--remove", options->removed, "Ids whose texts are removed")->allow_extra_args(false);
-  command->add_flag("--clear", options->clear, "Remove all texts that are there first");
-  command->callback([options, &chosen] {
-    check_ids(*options);
-    chosen = [options] { return tag(*options); };
-  });
+  const Command command = program.subcommand("tag", "Print or change the texts in the INFO list of a wave file");
+  command.option("FILE", options->file, "A RIFF wave file").required();
+  command.option("ID=TEXT", options->texts, "Texts to set, each under an id of four characters, such as INAM");
+  command.option("--remove", options->removed, "Ids whose texts are removed").takes_one();
+  command.flag("--clear", options->clear, "Remove all texts that are there first");
+  command.runs([options] { return tag(*options); }, [options] { check_ids(*options); });
 }
 
 } // namespace qv::tool

@@ -2,17 +2,15 @@
 #include "tools/qv/command/command.h"
 #include "tools/qv/command/position_options.h"
 #include "tools/qv/failure.h"
+#include "tools/qv/json.h"
 
 #include <cstdio>
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 namespace qv::tool {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 struct Options {
   PositionOptions position;
@@ -29,27 +27,27 @@ struct Options {
   QVNANOTIME read(const std::string& text) const { return position_from(text, position.shown_as(from), flags()); }
 };
 
-void print_json(const Json& document) { std::cout << document.dump(2) << "\n"; }
+void print_json(const Json& document) { std::cout << document.dump() << "\n"; }
 
 int print_position(const Options& options, QVNANOTIME time, DWORD format) {
   const std::string text = text_of(time, options.position.shown_as(format), options.flags());
   if (options.json)
-    print_json({{"text", text}, {"time_100ns", time}});
+    print_json(Json::object({{"text", text}, {"time_100ns", time}}));
   else
     std::cout << text << "\n";
   return kSuccess;
 }
 
 int print_all(const Options& options, QVNANOTIME time) {
-  Json texts = Json::object();
+  Json texts = Json::object({});
   for (DWORD code = 0; code < QVPOSFMT_COUNT; ++code) {
     const std::string text = text_of(time, options.position.shown_as(code), options.flags());
     if (options.json)
-      texts[position_format_name(code)] = text;
+      texts.set(position_format_name(code), text);
     else
       std::printf("%-13s %s\n", position_format_name(code).c_str(), text.c_str());
   }
-  if (options.json) print_json({{"time_100ns", time}, {"texts", texts}});
+  if (options.json) print_json(Json::object({{"time_100ns", time}, {"texts", texts}}));
   return kSuccess;
 }
 
@@ -68,13 +66,13 @@ int print_table(const Options& options) {
     const std::string long_text = text_of(time, shown, options.flags() & ~QVTIME_SHORT);
     const std::string short_text = text_of(time, shown, options.flags() | QVTIME_SHORT);
     if (options.json) {
-      rows.push_back({{"code", code}, {"format", name}, {"long", long_text}, {"short", short_text}});
+      rows.push_back(Json::object({{"code", code}, {"format", name}, {"long", long_text}, {"short", short_text}}));
     } else {
       std::printf("%2u  %-13s %-22s %s\n", static_cast<unsigned>(code), name.c_str(), long_text.c_str(),
                   short_text.c_str());
     }
   }
-  if (options.json) print_json({{"time_100ns", time}, {"formats", rows}});
+  if (options.json) print_json(Json::object({{"time_100ns", time}, {"formats", rows}}));
   return kSuccess;
 }
 
@@ -115,63 +113,58 @@ int combine(const Options& options, DialOperation operation, int sign) {
   return print_position(options, result, options.from);
 }
 
-std::shared_ptr<Options> add_common(CLI::App& command) {
+std::shared_ptr<Options> add_common(const Command& command) {
   auto options = std::make_shared<Options>();
   options->position.add_to(command);
-  command.add_flag("--short", options->short_form, "Use the short forms");
-  command.add_flag("--absolute", options->absolute, "Leave the offset out; count measures from 0");
-  command.add_flag("--json", options->json, "Print JSON");
+  command.flag("--short", options->short_form, "Use the short forms");
+  command.flag("--absolute", options->absolute, "Leave the offset out; count measures from 0");
+  command.flag("--json", options->json, "Print JSON");
   return options;
 }
 
-void add_combination(CLI::App& time, Work& chosen, const std::string& name, const std::string& description,
+void add_combination(const Command& time, const std::string& name, const std::string& description,
                      DialOperation operation, int sign) {
-  CLI::App* command = time.add_subcommand(name, description);
-  const std::shared_ptr<Options> options = add_common(*command);
-  command->add_option("A", options->value, "A position")->required();
-  command->add_option("B", options->other, "Another")->required();
-  add_format_option(*command, "--format", options->from, "Of both and of the result; raw by default");
-  command->callback([options, operation, sign, &chosen] {
-    chosen = [options, operation, sign] { return combine(*options, operation, sign); };
-  });
+  const Command command = time.subcommand(name, description);
+  const std::shared_ptr<Options> options = add_common(command);
+  command.option("A", options->value, "A position").required();
+  command.option("B", options->other, "Another").required();
+  add_format_option(command, "--format", options->from, "Of both and of the result; raw by default");
+  command.runs([options, operation, sign] { return combine(*options, operation, sign); });
 }
 
-void add_table(CLI::App& time, Work& chosen) {
-  CLI::App* command = time.add_subcommand("table", "Print a position in all formats, long and short");
-  const std::shared_ptr<Options> options = add_common(*command);
+void add_table(const Command& time) {
+  const Command command = time.subcommand("table", "Print a position in all formats, long and short");
+  const std::shared_ptr<Options> options = add_common(command);
   options->value = "37234567890";
-  command->add_option("VALUE", options->value, "The position")->capture_default_str();
-  add_format_option(*command, "--from", options->from, "Of VALUE; raw by default");
-  command->callback([options, &chosen] { chosen = [options] { return print_table(*options); }; });
+  command.option("VALUE", options->value, "The position").shows_default();
+  add_format_option(command, "--from", options->from, "Of VALUE; raw by default");
+  command.runs([options] { return print_table(*options); });
+}
+
+/// A format, or all.
+void read_target(Options& options, const std::string& text) {
+  if (text == "all")
+    options.to_all = true;
+  else
+    options.to = position_format_from(text, "--to");
 }
 
 } // namespace
 
-void add_time(CLI::App& app, Work& chosen) {
-  CLI::App* time = app.add_subcommand("time", "Convert positions between time, timecode, samples and measures");
-  const std::shared_ptr<Options> options = add_common(*time);
-  time->add_option("VALUE", options->value, "A position");
-  add_format_option(*time, "--from", options->from, "Of VALUE: a name (qv time table) or number; raw by default");
-  time->add_option_function<std::string>(
-          "--to",
-          [options](const std::string& text) {
-            if (text == "all")
-              options->to_all = true;
-            else
-              options->to = position_format_from(text, "--to");
-          },
+void add_time(const Command& program) {
+  const Command time = program.subcommand("time", "Convert positions between time, timecode, samples and measures");
+  const std::shared_ptr<Options> options = add_common(time);
+  time.option("VALUE", options->value, "A position");
+  add_format_option(time, "--from", options->from, "Of VALUE: a name (qv time table) or number; raw by default");
+  time.option(
+          "--to", [options](const std::string& text) { read_target(*options, text); },
           "Of the result, or all; raw by default")
-      ->type_name("FORMAT|all");
-  time->require_subcommand(0, 1);
-  add_combination(*time, chosen, "add", "Add two positions; timecode on its dial of 24 hours", QVSMPTE_AddSMPTE, 1);
-  add_combination(*time, chosen, "sub", "Subtract B from A; timecode on its dial of 24 hours", QVSMPTE_SubtractSMPTE,
-                  -1);
-  add_table(*time, chosen);
-  time->callback([options, time, &chosen] {
-    if (!time->get_subcommands().empty()) return;
-    if (time->count("VALUE") == 0) throw CLI::RequiredError("VALUE");
-    chosen = [options] { return convert(*options); };
-  });
+      .type_name("FORMAT|all");
+  time.needs_subcommand(false);
+  add_combination(time, "add", "Add two positions; timecode on its dial of 24 hours", QVSMPTE_AddSMPTE, 1);
+  add_combination(time, "sub", "Subtract B from A; timecode on its dial of 24 hours", QVSMPTE_SubtractSMPTE, -1);
+  add_table(time);
+  time.runs_alone("VALUE", [options] { return convert(*options); });
 }
 
 } // namespace qv::tool

@@ -6,7 +6,7 @@
 namespace qv::tool {
 
 OpenFile open_existing(const std::string& name, DWORD access, DWORD flags) {
-  const WString path = wide(path_from(name));
+  const WString path = path_from(name);
   const DWORD attributes = GetFileAttributesW(path.c_str());
   if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY))
     throw Failure(name, "is a folder");

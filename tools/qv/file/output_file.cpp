@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <random>
 #include <vector>
 
@@ -16,6 +17,8 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr int kNameAttempts = 16;
+
+WString wide(const fs::path& path) { return path.string<WCHAR>(); }
 
 /// Where a symbolic link leads, so that the link stays and its target is replaced.
 fs::path behind_links(const fs::path& path) {
@@ -35,28 +38,29 @@ std::string random_name() {
 
 } // namespace
 
-OutputFile::OutputFile(const std::string& name) : name_(name), target_(behind_links(path_from(name))) {
+OutputFile::OutputFile(const std::string& name) : name_(name), target_(wide(behind_links(path_from(name)))) {
   check_target();
   create_temporary();
 }
 
 OutputFile::OutputFile(const std::string& name, const std::string& input_name)
-    : name_(name), target_(behind_links(path_from(name))) {
+    : name_(name), target_(wide(behind_links(path_from(name)))) {
   check_target();
   std::error_code error;
-  if (fs::equivalent(path_from(input_name), target_, error)) throw Failure(name_, "is the input file itself");
+  if (fs::equivalent(fs::path(path_from(input_name)), fs::path(target_), error))
+    throw Failure(name_, "is the input file itself");
   create_temporary();
 }
 
 OutputFile::~OutputFile() {
   if (temporary_.empty()) return;
   file_.close();
-  DeleteFileW(wide(temporary_).c_str());
+  DeleteFileW(temporary_.c_str());
 }
 
 void OutputFile::check_target() const {
-  if (!target_.has_filename()) throw Failure(name_, "names a folder");
-  const DWORD attributes = GetFileAttributesW(wide(target_).c_str());
+  if (!fs::path(target_).has_filename()) throw Failure(name_, "names a folder");
+  const DWORD attributes = GetFileAttributesW(target_.c_str());
   if (attributes == INVALID_FILE_ATTRIBUTES) return;
   if (attributes & FILE_ATTRIBUTE_DIRECTORY) throw Failure(name_, "is a folder");
   if (attributes & FILE_ATTRIBUTE_DEVICE) throw Failure(name_, "is not a regular file");
@@ -65,8 +69,8 @@ void OutputFile::check_target() const {
 
 void OutputFile::create_temporary() {
   for (int attempt = 0; attempt < kNameAttempts && !file_.is_open(); ++attempt) {
-    const fs::path candidate = target_.parent_path() / random_name();
-    file_ = OpenFile(CreateFileW(wide(candidate).c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+    const WString candidate = wide(fs::path(target_).parent_path() / random_name());
+    file_ = OpenFile(CreateFileW(candidate.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_NEW,
                                  FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
     if (file_.is_open()) temporary_ = candidate;
     const DWORD error = file_.is_open() ? ERROR_SUCCESS : GetLastError();
@@ -106,8 +110,8 @@ void OutputFile::append(HANDLE from, const std::string& from_name, uint64_t offs
 void OutputFile::keep_permissions() const {
   // Best effort: a file system without permissions is no reason to fail.
   std::error_code error;
-  const fs::file_status status = fs::status(target_, error);
-  if (fs::exists(status)) fs::permissions(temporary_, status.permissions(), error);
+  const fs::file_status status = fs::status(fs::path(target_), error);
+  if (fs::exists(status)) fs::permissions(fs::path(temporary_), status.permissions(), error);
 }
 
 void OutputFile::commit(uint64_t expected_bytes) {
@@ -116,7 +120,7 @@ void OutputFile::commit(uint64_t expected_bytes) {
   if (static_cast<uint64_t>(size.QuadPart) != expected_bytes) throw Failure(name_, "could not be written whole");
   if (!FlushFileBuffers(file_) || !file_.close()) write_failed();
   keep_permissions();
-  if (!MoveFileExW(wide(temporary_).c_str(), wide(target_).c_str(), MOVEFILE_REPLACE_EXISTING)) write_failed();
+  if (!MoveFileExW(temporary_.c_str(), target_.c_str(), MOVEFILE_REPLACE_EXISTING)) write_failed();
   temporary_.clear();
 }
 

@@ -3,7 +3,6 @@
 
 #include "tools/qv/file/open_file.h"
 
-#include <filesystem>
 #include <string>
 
 namespace qv::tool {
@@ -39,8 +38,8 @@ private:
   void keep_permissions() const;
 
   std::string name_;
-  std::filesystem::path target_;
-  std::filesystem::path temporary_;
+  WString target_;    ///< its path behind symbolic links
+  WString temporary_; ///< the path until then; empty afterwards
   OpenFile file_;
 };
 

@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <stdexcept>
 
 namespace qv::tool {
@@ -13,7 +14,9 @@ namespace {
 
 constexpr size_t kRows = 1000;
 
-std::string extension_of(const std::string& name) { return path_from(name).extension().string(); }
+std::string extension_of(const std::string& name) {
+  return std::filesystem::path(path_from(name)).extension().string();
+}
 
 std::string as_csv(const std::vector<Response>& responses) {
   std::string text = "frequency_hz,magnitude_db,phase_degrees,group_delay_ms\n";

@@ -136,26 +136,28 @@ std::vector<BYTE> bytes_from_text(const SettingType& type, const std::vector<std
 
 std::vector<BYTE> bytes_from_json(const SettingType& type, const Json& value) {
   if (type.type == REG_DWORD) {
-    if (!value.is_number_unsigned()) reject("a dword is a number from 0 to 4294967295");
-    return number_bytes(value.get<uint64_t>());
+    const std::optional<uint64_t> number = value.whole_number();
+    if (!number) reject("a dword is a number from 0 to 4294967295");
+    return number_bytes(*number);
   }
   if (type.type == REG_MULTI_SZ) {
-    if (!value.is_array()) reject("a multi is an array of strings");
-    for (const Json& text : value)
-      if (!text.is_string()) reject("a multi is an array of strings");
-    return multi_from(value.get<std::vector<std::string>>());
+    std::vector<std::string> texts;
+    for (const Json& text : value.items())
+      if (text.is_string()) texts.push_back(text.text());
+    if (!value.is_array() || texts.size() != value.items().size()) reject("a multi is an array of strings");
+    return multi_from(texts);
   }
   if (!value.is_string()) reject("a " + std::string(type.name) + " is a string");
-  return bytes_from_text(type, {value.get<std::string>()});
+  return bytes_from_text(type, {value.text()});
 }
 
 Json json_value(const Setting& setting) {
   switch (setting.type->type) {
   case REG_DWORD: {
     DWORD number = 0;
-    if (setting.bytes.size() != sizeof number) return nullptr;
+    if (setting.bytes.size() != sizeof number) return {};
     std::memcpy(&number, setting.bytes.data(), sizeof number);
-    return static_cast<uint32_t>(number);
+    return number;
   }
   case REG_SZ: return string_of(setting);
   case REG_BINARY: return digits_of(setting.bytes);
@@ -166,11 +168,10 @@ Json json_value(const Setting& setting) {
 std::string text_value(const Setting& setting) {
   const Json value = json_value(setting);
   if (value.is_null()) return "(damaged: " + std::to_string(setting.bytes.size()) + " bytes)";
-  if (value.is_string()) return value.get<std::string>();
-  if (!value.is_array()) return value.dump();
+  if (!value.is_array()) return value.text();
   std::string lines;
-  for (const Json& text : value)
-    lines += (lines.empty() ? "" : "\n") + text.get<std::string>();
+  for (const Json& text : value.items())
+    lines += (lines.empty() ? "" : "\n") + text.text();
   return lines;
 }
 

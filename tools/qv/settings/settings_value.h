@@ -1,15 +1,14 @@
 // One setting: how its type is called, and its value as text and as JSON.
 #pragma once
 
+#include "tools/qv/json.h"
+
 #include "qv/win32.h"
 
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 namespace qv::tool {
-
-using Json = nlohmann::ordered_json;
 
 struct SettingType {
   const char* name;
