@@ -1,9 +1,8 @@
 // Whole files through the program's reader and writer.
 #include "bench/ratios.h"
 #include "bench/riff/groups.h"
-#include "tools/qv/file/block_size.h"
 #include "tools/qv/file/sample_conversion.h"
-#include "tools/qv/file/wave_input.h"
+#include "tools/qv/file/sample_reader.h"
 #include "tools/qv/file/wave_output.h"
 
 #include <cmath>
@@ -48,10 +47,11 @@ void write(const std::string& name, QVSAMPLETYPE type, const float* samples) {
 }
 
 void read(const std::string& name, float* samples) {
-  qv::tool::WaveInput input(name);
+  const qv::tool::AudioFile input = qv::tool::read_audio_file(name, qv::tool::Detail::kAudio);
+  qv::tool::SampleReader reader(input);
   qv::tool::SampleConversion conversion(input.format(), QVSAMPLE_FLOAT32, {}, 1.0f, kBlockFrames);
-  qv::tool::for_each_block(input.frames(), kBlockFrames, [&](DWORD frames) {
-    input.read_frames(conversion.input(), frames);
+  qv::tool::for_each_block(input.frames, kBlockFrames, [&](DWORD frames) {
+    reader.read(conversion.input(), frames);
     conversion.run(samples, conversion.input(), frames);
   });
 }

@@ -1,10 +1,9 @@
 // qv convert: another sample type, level, rate or arrangement of channels.
 #include "tools/qv/command/command.h"
 #include "tools/qv/failure.h"
-#include "tools/qv/file/block_size.h"
 #include "tools/qv/file/rate_conversion.h"
 #include "tools/qv/file/sample_conversion.h"
-#include "tools/qv/file/wave_input.h"
+#include "tools/qv/file/sample_reader.h"
 #include "tools/qv/file/wave_output.h"
 #include "tools/qv/long_work.h"
 
@@ -37,11 +36,11 @@ ChannelPlan make_plan(const Options& options) {
   return plan;
 }
 
-_qvwaveformat output_format(const WaveInput& input, QVSAMPLETYPE type, const ChannelPlan& plan, DWORD rate) {
+_qvwaveformat output_format(const AudioFile& input, QVSAMPLETYPE type, const ChannelPlan& plan, DWORD rate) {
   const _qvwaveformat& source = input.format();
   const DWORD channels = plan.channels(source.channels);
   if (channels * QvAudio_BytesFromSampleType(type) > 0xFFFF)
-    throw Failure(input.name(), std::to_string(channels) + " channels of this sample type do not fit a wave file");
+    throw Failure(input.name, std::to_string(channels) + " channels of this sample type do not fit a wave file");
   _qvwaveformat format;
   format.Init(rate, type, static_cast<WORD>(channels), channels == source.channels ? source.channelMask : 0,
               sizeof format);
@@ -49,24 +48,25 @@ _qvwaveformat output_format(const WaveInput& input, QVSAMPLETYPE type, const Cha
 }
 
 /// Block by block from the source's samples to the file's.
-void convert_directly(WaveInput& input, WaveOutput& output, SampleConversion& conversion, DWORD block_frames) {
-  Progress progress("converting", input.frames());
-  for_each_block(input.frames(), block_frames, [&](DWORD frames) {
+void convert_directly(const AudioFile& input, SampleReader& samples, WaveOutput& output, SampleConversion& conversion,
+                      DWORD block_frames) {
+  Progress progress("converting", input.frames);
+  for_each_block(input.frames, block_frames, [&](DWORD frames) {
     check_interruption();
-    input.read_frames(conversion.input(), frames);
+    samples.read(conversion.input(), frames);
     output.write_frames(conversion.run(frames), frames);
     progress.advance(frames);
   });
 }
 
 /// The same with doubles between, at another rate or with dither. `conversion` makes doubles.
-void convert_by_doubles(WaveInput& input, DoubleOutput& output, SampleConversion& conversion,
-                        std::optional<RateConversion>& rate, DWORD block_frames) {
-  Progress progress("converting", input.frames());
+void convert_by_doubles(const AudioFile& input, SampleReader& reader, DoubleOutput& output,
+                        SampleConversion& conversion, std::optional<RateConversion>& rate, DWORD block_frames) {
+  Progress progress("converting", input.frames);
   const auto write = [&](double* samples, DWORD frames) { output.write(samples, frames); };
-  for_each_block(input.frames(), block_frames, [&](DWORD frames) {
+  for_each_block(input.frames, block_frames, [&](DWORD frames) {
     check_interruption();
-    input.read_frames(conversion.input(), frames);
+    reader.read(conversion.input(), frames);
     auto* const samples = static_cast<double*>(conversion.output());
     conversion.run(samples, conversion.input(), frames);
     if (rate)
@@ -79,10 +79,10 @@ void convert_by_doubles(WaveInput& input, DoubleOutput& output, SampleConversion
 }
 
 int convert(const Options& options) {
-  WaveInput input(options.in);
-  input.require_samples();
+  const AudioFile input = read_audio_file(options.in, Detail::kAudio);
+  SampleReader samples(input);
   const ChannelPlan plan = make_plan(options);
-  if (const auto objection = plan.objection(input.format().channels)) throw Failure(input.name(), *objection);
+  if (const auto objection = plan.objection(input.format().channels)) throw Failure(input.name, *objection);
   const QVSAMPLETYPE type = output_type(options.type, input.format().sampleType);
   const DWORD source_rate = input.format().samplesPerSec;
   const _qvwaveformat format = output_format(input, type, plan, options.rate.value_or(source_rate));
@@ -92,16 +92,16 @@ int convert(const Options& options) {
   SampleConversion conversion(input.format(), by_doubles ? QVSAMPLE_FLOAT64 : type, plan, gain, block_frames);
   std::optional<RateConversion> rate;
   if (format.samplesPerSec != source_rate)
-    rate.emplace(input.name(), input.frames(), source_rate, format.samplesPerSec, format.channels, options.quality);
+    rate.emplace(input.name, input.frames, source_rate, format.samplesPerSec, format.channels, options.quality);
 
   watch_interruption();
   WaveOutput output(options.out, options.in, format,
-                    RateConversion::frames_at(input.frames(), source_rate, format.samplesPerSec));
+                    RateConversion::frames_at(input.frames, source_rate, format.samplesPerSec));
   if (by_doubles) {
     DoubleOutput doubles(output, options.out, format, options.dither);
-    convert_by_doubles(input, doubles, conversion, rate, block_frames);
+    convert_by_doubles(input, samples, doubles, conversion, rate, block_frames);
   } else {
-    convert_directly(input, output, conversion, block_frames);
+    convert_directly(input, samples, output, conversion, block_frames);
   }
   check_interruption();
   output.commit();

@@ -1,9 +1,8 @@
 // qv filter: a recursive filter over a file, and pictures of what it does.
 #include "tools/qv/command/command.h"
 #include "tools/qv/failure.h"
-#include "tools/qv/file/block_size.h"
 #include "tools/qv/file/sample_conversion.h"
-#include "tools/qv/file/wave_input.h"
+#include "tools/qv/file/sample_reader.h"
 #include "tools/qv/file/wave_output.h"
 #include "tools/qv/filter/filter_chain.h"
 #include "tools/qv/filter/response_file.h"
@@ -35,10 +34,10 @@ std::string title_of(const FilterOptions& options, DWORD rate) {
 }
 
 int filter(const Options& options) {
-  WaveInput input(options.in);
-  input.require_samples();
+  const AudioFile input = read_audio_file(options.in, Detail::kAudio);
+  SampleReader reader(input);
   const _qvwaveformat& source = input.format();
-  FilterChain chain(input.name(), options.filter, source.samplesPerSec, source.channels);
+  FilterChain chain(input.name, options.filter, source.samplesPerSec, source.channels);
   _qvwaveformat format;
   format.Init(source.samplesPerSec, output_type(options.sample_type, source.sampleType), source.channels,
               source.channelMask, sizeof format);
@@ -46,12 +45,12 @@ int filter(const Options& options) {
   SampleConversion conversion(source, QVSAMPLE_FLOAT64, {}, 1.0f, block_frames);
 
   watch_interruption();
-  WaveOutput output(options.out, options.in, format, input.frames());
+  WaveOutput output(options.out, options.in, format, input.frames);
   DoubleOutput doubles(output, options.out, format, "none");
-  Progress progress("filtering", input.frames());
-  for_each_block(input.frames(), block_frames, [&](DWORD frames) {
+  Progress progress("filtering", input.frames);
+  for_each_block(input.frames, block_frames, [&](DWORD frames) {
     check_interruption();
-    input.read_frames(conversion.input(), frames);
+    reader.read(conversion.input(), frames);
     auto* const samples = static_cast<double*>(conversion.output());
     conversion.run(samples, conversion.input(), frames);
     chain.process(samples, frames);

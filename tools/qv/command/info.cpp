@@ -1,8 +1,7 @@
 // qv info: what a wave file holds.
 #include "tools/qv/command/command.h"
 #include "tools/qv/failure.h"
-#include "tools/qv/file/markers.h"
-#include "tools/qv/file/wave_input.h"
+#include "tools/qv/file/audio_file.h"
 #include "tools/qv/json.h"
 #include "tools/qv/text.h"
 
@@ -35,20 +34,20 @@ Json chunk_json(const ChunkEntry& chunk) {
   return json;
 }
 
-Json info_json(const WaveInput& input) {
-  const _qvwaveformat& format = input.format();
+Json info_json(const AudioFile& audio) {
+  const _qvwaveformat& format = audio.format();
   Json chunks = Json::array();
-  for (const ChunkEntry& chunk : input.chunks())
+  for (const ChunkEntry& chunk : audio.chunks)
     chunks.push_back(chunk_json(chunk));
   Json summary = Json::object({});
-  for (const auto& [id, text] : input.summary())
+  for (const auto& [id, text] : audio.texts)
     if (!summary.find(code_text(id))) summary.set(code_text(id), text); // the first counts
   Json markers = Json::array();
-  for (const Marker& marker : read_markers(input))
+  for (const Marker& marker : audio.markers)
     markers.push_back(Json::object({{"id", marker.id}, {"position", marker.position}, {"name", marker.name}}));
-  return Json::object({{"file", input.name()},
-                       {"container", input.container()},
-                       {"format_text", format_text(input.format().FormatTag(), input.header())},
+  return Json::object({{"file", audio.name},
+                       {"container", audio.container},
+                       {"format_text", format_text(format.FormatTag(), audio.wave_header())},
                        {"sample_type", static_cast<uint32_t>(format.sampleType)},
                        {"sample_type_text", sample_type_text(format.sampleType)},
                        {"format_tag", format.FormatTag()},
@@ -57,8 +56,8 @@ Json info_json(const WaveInput& input) {
                        {"channel_mask", format.channelMask},
                        {"bits", format.BitsPerSample()},
                        {"block_align", format.blockAlign},
-                       {"frames", input.frames()},
-                       {"duration_100ns", input.duration()},
+                       {"frames", audio.frames},
+                       {"duration_100ns", duration_of(audio)},
                        {"chunks", chunks},
                        {"summary", summary},
                        {"markers", markers}});
@@ -93,25 +92,25 @@ void print_chunk(const ChunkEntry& chunk) {
   print_line("chunk", "\"" + printable_code(chunk.id) + "\"" + type + place);
 }
 
-void print_info(const WaveInput& input) {
-  const _qvwaveformat& format = input.format();
+void print_info(const AudioFile& audio) {
+  const _qvwaveformat& format = audio.format();
   const std::string type = format.IsCompressed() ? "none" : sample_type_text(format.sampleType);
-  std::cout << input.name() << "\n";
-  print_line("container", input.container());
-  print_line("format", format_text(input.format().FormatTag(), input.header()));
+  std::cout << audio.name << "\n";
+  print_line("container", audio.container);
+  print_line("format", format_text(format.FormatTag(), audio.wave_header()));
   print_line("format tag", std::to_string(format.FormatTag()));
   print_line("sample type", std::to_string(format.sampleType) + " (" + type + ")");
   print_line("sample rate", std::to_string(format.samplesPerSec) + " Hz");
   print_line("channels", std::to_string(format.channels) + ", mask " + mask_text(format.channelMask));
   print_line("bits", std::to_string(format.BitsPerSample()));
   print_line("block align", std::to_string(format.blockAlign) + " bytes");
-  print_line("frames", std::to_string(input.frames()));
-  print_line("duration", duration_text(input.duration()));
-  for (const ChunkEntry& chunk : input.chunks())
+  print_line("frames", std::to_string(audio.frames));
+  print_line("duration", duration_text(duration_of(audio)));
+  for (const ChunkEntry& chunk : audio.chunks)
     print_chunk(chunk);
-  for (const auto& [id, text] : input.summary())
+  for (const auto& [id, text] : audio.texts)
     print_line("summary", printable_code(id) + ": " + printable(text));
-  for (const Marker& marker : read_markers(input))
+  for (const Marker& marker : audio.markers)
     print_line("marker", std::to_string(marker.id) + " at frame " + std::to_string(marker.position) +
                              (marker.name.empty() ? "" : ": " + printable(marker.name)));
 }
@@ -122,11 +121,11 @@ int info(const Options& options) {
   Json all = Json::array();
   for (const std::string& name : options.files) {
     try {
-      const WaveInput input(name);
+      const AudioFile audio = read_audio_file(name, Detail::kAll);
       if (options.json)
-        all.push_back(info_json(input));
+        all.push_back(info_json(audio));
       else
-        print_info(input);
+        print_info(audio);
     } catch (const Failure& failure) {
       print_error(failure.what());
       exit_code = kWorkFailed;

@@ -1,8 +1,7 @@
 // qv stats: peaks and RMS of every channel.
 #include "tools/qv/command/command.h"
 #include "tools/qv/failure.h"
-#include "tools/qv/file/block_size.h"
-#include "tools/qv/file/wave_input.h"
+#include "tools/qv/file/sample_reader.h"
 #include "tools/qv/json.h"
 #include "tools/qv/long_work.h"
 
@@ -31,23 +30,24 @@ struct ChannelStats {
 };
 
 /// The formats whose kernels do not measure are big-endian: no wave file has them.
-void check(const WaveInput& input, HRESULT result) {
-  if (FAILED(result)) throw Failure(input.name(), result_text(result));
+void check(const AudioFile& input, HRESULT result) {
+  if (FAILED(result)) throw Failure(input.name, result_text(result));
 }
 
-std::vector<ChannelStats> measure(WaveInput& input) {
+std::vector<ChannelStats> measure(const AudioFile& input, SampleReader& samples) {
   const DWORD channels = input.format().channels;
   const DWORD block_frames = frames_per_block(channels);
   std::vector<ChannelStats> stats(channels);
   std::vector<BYTE> block(size_t{block_frames} * input.format().blockAlign);
   std::vector<float> peaks(2 * size_t{channels});
   std::vector<double> mean_squares(channels);
-  WAVEFORMATEX format;
+  WAVEFORMATEXTENSIBLE whole = {}; // all that a reader of headers may look at
+  WAVEFORMATEX& format = whole.Format;
   QvAudio_InitWfx(&format, input.format().samplesPerSec, input.format().sampleType, input.format().channels);
-  Progress progress("measuring", input.frames());
+  Progress progress("measuring", input.frames);
   bool first = true;
-  for_each_block(input.frames(), block_frames, [&](DWORD frames) {
-    input.read_frames(block.data(), frames);
+  for_each_block(input.frames, block_frames, [&](DWORD frames) {
+    samples.read(block.data(), frames);
     check(input, QvAudio_FindPeaks(&format, 0, block.data(), frames, peaks.data()));
     check(input, QvAudio_CalcPreRMS(&format, block.data(), frames, mean_squares.data()));
     for (DWORD channel = 0; channel < channels; ++channel) {
@@ -77,32 +77,32 @@ std::string decibels_text(double level) {
   return text;
 }
 
-void print_json(const WaveInput& input, const std::vector<ChannelStats>& stats) {
+void print_json(const AudioFile& input, const std::vector<ChannelStats>& stats) {
   Json channels = Json::array();
   for (size_t k = 0; k < stats.size(); ++k) {
     channels.push_back(Json::object({{"channel", k + 1},
                                      {"peak_min", stats[k].peak_min},
                                      {"peak_max", stats[k].peak_max},
                                      {"peak_dbfs", decibels_json(stats[k].peak())},
-                                     {"rms_dbfs", decibels_json(rms(stats[k], input.frames()))}}));
+                                     {"rms_dbfs", decibels_json(rms(stats[k], input.frames))}}));
   }
-  std::cout << Json::object({{"file", input.name()}, {"channels", channels}}).dump() << "\n";
+  std::cout << Json::object({{"file", input.name}, {"channels", channels}}).dump() << "\n";
 }
 
-void print_table(const WaveInput& input, const std::vector<ChannelStats>& stats) {
-  std::cout << input.name() << "\n";
+void print_table(const AudioFile& input, const std::vector<ChannelStats>& stats) {
+  std::cout << input.name << "\n";
   std::printf("  %7s %11s %11s %10s %10s\n", "channel", "minimum", "maximum", "peak dBFS", "RMS dBFS");
   for (size_t k = 0; k < stats.size(); ++k) {
     std::printf("  %7zu %11.6f %11.6f %10s %10s\n", k + 1, static_cast<double>(stats[k].peak_min),
                 static_cast<double>(stats[k].peak_max), decibels_text(stats[k].peak()).c_str(),
-                decibels_text(rms(stats[k], input.frames())).c_str());
+                decibels_text(rms(stats[k], input.frames)).c_str());
   }
 }
 
 int show_stats(const Options& options) {
-  WaveInput input(options.file);
-  input.require_samples();
-  const std::vector<ChannelStats> stats = measure(input);
+  const AudioFile input = read_audio_file(options.file, Detail::kAudio);
+  SampleReader samples(input);
+  const std::vector<ChannelStats> stats = measure(input, samples);
   options.json ? print_json(input, stats) : print_table(input, stats);
   return kSuccess;
 }

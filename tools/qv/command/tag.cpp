@@ -1,8 +1,8 @@
 // qv tag: the texts in the "INFO" list of a wave file.
 #include "tools/qv/command/command.h"
 #include "tools/qv/failure.h"
+#include "tools/qv/file/audio_file.h"
 #include "tools/qv/file/output_file.h"
-#include "tools/qv/file/wave_input.h"
 #include "tools/qv/text.h"
 
 #include "qv/riff.h"
@@ -72,9 +72,9 @@ void change(Summary& list, const Options& options) {
 }
 
 /// Only where the chunks fill the file can one more be added behind them.
-void require_sound_chunks(const WaveInput& input) {
-  if (std::strcmp(input.container(), "RIFF") != 0) throw Failure(input.name(), "is no RIFF wave file");
-  if (!input.is_whole()) throw Failure(input.name(), "its header does not fit the file: nothing can be added to it");
+void require_sound_chunks(const AudioFile& input) {
+  if (std::strcmp(input.container, "RIFF") != 0) throw Failure(input.name, "is no RIFF wave file");
+  if (!input.is_whole) throw Failure(input.name, "its header does not fit the file: nothing can be added to it");
 }
 
 /// Replaces the lists of the form "INFO" by one at the file's end.
@@ -93,24 +93,25 @@ void replace_list(const OutputFile& file, const Summary& list) {
   if (FAILED(riff_SetRIFFSize(file, static_cast<DWORD>(whole - 8)))) file.write_failed();
 }
 
-int print_texts(const WaveInput& input) {
-  for (const auto& [id, text] : input.summary())
+int print_texts(const AudioFile& input) {
+  for (const auto& [id, text] : input.texts)
     std::cout << printable_code(id) << "=" << printable(text) << "\n";
   return kSuccess;
 }
 
 int tag(const Options& options) {
-  // Closed before the new file takes its place: Windows replaces no file that is open.
-  auto input = std::make_optional<WaveInput>(options.file);
-  if (options.texts.empty() && options.removed.empty() && !options.clear) return print_texts(*input);
-  require_sound_chunks(*input);
+  if (options.texts.empty() && options.removed.empty() && !options.clear)
+    return print_texts(read_audio_file(options.file, Detail::kAll));
+  AudioFile input = read_audio_file(options.file, Detail::kAudio);
+  require_sound_chunks(input);
   Summary list;
-  input->load_summary(list);
+  load_info_list(input, list);
   change(list, options);
   OutputFile output(options.file);
-  output.append(input->handle(), options.file, 0, size_of(input->handle()));
+  output.append(input.file, options.file, 0, size_of(input.file));
   replace_list(output, list);
-  input.reset();
+  // Closed before the new file takes its place: Windows replaces no file that is open.
+  input.file.close();
   output.commit(size_of(output));
   return kSuccess;
 }

@@ -1,12 +1,11 @@
-#include "tools/qv/file/markers.h"
-
+// Named positions: the "MARK" chunk of AIFF, the "cue " chunk of RIFF wave and its labels.
+#include "tools/qv/file/container_readers.h"
 #include "tools/qv/text.h"
 
 #include "qv/iff.h"
 #include "qv/riff.h"
 
 #include <algorithm>
-#include <cstring>
 #include <map>
 
 namespace qv::tool {
@@ -62,23 +61,6 @@ std::string text_from(std::string bytes) {
   return utf8(wide);
 }
 
-std::vector<Marker> aiff_markers(HANDLE file, const ChunkEntry& chunk) {
-  std::vector<Marker> markers;
-  ChunkBytes bytes(file, chunk.offset + 8, chunk.size);
-  WORD count = 0;
-  WORD id = 0;
-  DWORD position = 0;
-  BYTE length = 0;
-  for (bool more = bytes.read_word(iff_ReadWORD, count); more && count > 0; --count) {
-    char name[256];
-    // The name's length and characters are an even number of bytes.
-    more = bytes.read_word(iff_ReadWORD, id) && bytes.read_word(iff_ReadDWORD, position) && bytes.read(&length, 1) &&
-           bytes.read(name, length + (length % 2 == 0 ? 1u : 0u));
-    if (more) markers.push_back({id, position, text_from({name, length})});
-  }
-  return markers;
-}
-
 std::map<DWORD, std::string> labels(HANDLE file, const ChunkEntry& list) {
   std::map<DWORD, std::string> texts;
   const uint64_t end = list.offset + 8 + list.size;
@@ -95,18 +77,6 @@ std::map<DWORD, std::string> labels(HANDLE file, const ChunkEntry& list) {
   return texts;
 }
 
-std::vector<Marker> cue_markers(HANDLE file, const ChunkEntry& chunk) {
-  std::vector<Marker> markers;
-  ChunkBytes bytes(file, chunk.offset + 8, chunk.size);
-  DWORD count = 0;
-  CuePoint point;
-  for (bool more = bytes.read(&count, sizeof count); more && count > 0; --count) {
-    more = bytes.read(&point, sizeof point);
-    if (more) markers.push_back({point.id, point.frame, {}});
-  }
-  return markers;
-}
-
 const ChunkEntry* find(const std::vector<ChunkEntry>& chunks, DWORD id, DWORD list_type) {
   const auto found = std::find_if(chunks.begin(), chunks.end(), [=](const ChunkEntry& chunk) {
     return chunk.id == id && chunk.list_type == list_type;
@@ -116,17 +86,39 @@ const ChunkEntry* find(const std::vector<ChunkEntry>& chunks, DWORD id, DWORD li
 
 } // namespace
 
-std::vector<Marker> read_markers(const WaveInput& input) {
-  const bool is_riff = std::strcmp(input.container(), "RIFF") == 0;
-  const ChunkEntry* chunk = find(input.chunks(), is_riff ? kCueId : kMarkId, 0);
-  if (!chunk) return {};
-  if (!is_riff) return aiff_markers(input.handle(), *chunk);
-  std::vector<Marker> markers = cue_markers(input.handle(), *chunk);
-  const ChunkEntry* const list = find(input.chunks(), QVRIFF_ID_LIST, kLabelListType);
-  if (!list) return markers;
-  const std::map<DWORD, std::string> texts = labels(input.handle(), *list);
-  for (Marker& marker : markers)
-    if (const auto text = texts.find(marker.id); text != texts.end()) marker.name = text->second;
+std::vector<Marker> aiff_markers(const AudioFile& audio) {
+  std::vector<Marker> markers;
+  const ChunkEntry* const chunk = find(audio.chunks, kMarkId, 0);
+  if (!chunk) return markers;
+  ChunkBytes bytes(audio.file, chunk->offset + 8, chunk->size);
+  WORD count = 0;
+  WORD id = 0;
+  DWORD position = 0;
+  BYTE length = 0;
+  for (bool more = bytes.read_word(iff_ReadWORD, count); more && count > 0; --count) {
+    char name[256];
+    // The name's length and characters are an even number of bytes.
+    more = bytes.read_word(iff_ReadWORD, id) && bytes.read_word(iff_ReadDWORD, position) && bytes.read(&length, 1) &&
+           bytes.read(name, length + (length % 2 == 0 ? 1u : 0u));
+    if (more) markers.push_back({id, position, text_from({name, length})});
+  }
+  return markers;
+}
+
+std::vector<Marker> cue_markers(const AudioFile& audio) {
+  std::vector<Marker> markers;
+  const ChunkEntry* const chunk = find(audio.chunks, kCueId, 0);
+  if (!chunk) return markers;
+  const ChunkEntry* const list = find(audio.chunks, QVRIFF_ID_LIST, kLabelListType);
+  const std::map<DWORD, std::string> texts = list ? labels(audio.file, *list) : std::map<DWORD, std::string>();
+  ChunkBytes bytes(audio.file, chunk->offset + 8, chunk->size);
+  DWORD count = 0;
+  CuePoint point = {};
+  for (bool more = bytes.read(&count, sizeof count); more && count > 0; --count) {
+    more = bytes.read(&point, sizeof point);
+    const auto text = texts.find(point.id);
+    if (more) markers.push_back({point.id, point.frame, text == texts.end() ? std::string() : text->second});
+  }
   return markers;
 }
 

@@ -24,7 +24,16 @@ QVSAMPLETYPE arranged_type(const _qvwaveformat& source, const ChannelPlan& plan)
   return plan.kind == ChannelPlan::Kind::kMono ? QVSAMPLE_FLOAT64 : source.sampleType;
 }
 
-size_t block_bytes(const WAVEFORMATEX& format, DWORD frames) { return size_t{format.nBlockAlign} * frames; }
+/// With all the bytes that a reader of headers may look at.
+WAVEFORMATEXTENSIBLE header_of(const _qvwaveformat& source, QVSAMPLETYPE type, DWORD channels) {
+  WAVEFORMATEXTENSIBLE header = {};
+  QvAudio_InitWfx(&header.Format, source.samplesPerSec, type, static_cast<WORD>(channels));
+  return header;
+}
+
+size_t block_bytes(const WAVEFORMATEXTENSIBLE& header, DWORD frames) {
+  return size_t{header.Format.nBlockAlign} * frames;
+}
 
 } // namespace
 
@@ -68,23 +77,20 @@ std::optional<ChannelPlan> parse_channel_plan(const std::string& text) {
 
 SampleConversion::SampleConversion(const _qvwaveformat& source, QVSAMPLETYPE type, const ChannelPlan& plan, float gain,
                                    DWORD block_frames)
-    : plan_(plan), gain_(gain), copy_(QvAudio_GetCopyFunction2(type, arranged_type(source, plan))) {
+    : plan_(plan), gain_(gain), source_(header_of(source, source.sampleType, source.channels)),
+      arranged_(header_of(source, arranged_type(source, plan), plan.channels(source.channels))),
+      copy_(QvAudio_GetCopyFunction2(type, arranged_type(source, plan))) {
   if (!copy_) throw std::runtime_error("there is no conversion between the two sample types");
-  const WORD channels = static_cast<WORD>(plan.channels(source.channels));
-  WAVEFORMATEX result;
-  QvAudio_InitWfx(&source_, source.samplesPerSec, source.sampleType, source.channels);
-  QvAudio_InitWfx(&arranged_, source.samplesPerSec, arranged_type(source, plan), channels);
-  QvAudio_InitWfx(&result, source.samplesPerSec, type, channels);
   input_.resize(block_bytes(source_, block_frames));
   if (plan.kind != ChannelPlan::Kind::kKeep) between_.resize(block_bytes(arranged_, block_frames));
-  output_.resize(block_bytes(result, block_frames));
+  output_.resize(block_bytes(header_of(source, type, plan.channels(source.channels)), block_frames));
 }
 
 HRESULT SampleConversion::apply_map(const void* samples, DWORD frames) {
-  HRESULT result = QvAudio_FillSilence(&arranged_, between_.data(), frames);
+  HRESULT result = QvAudio_FillSilence(&arranged_.Format, between_.data(), frames);
   for (DWORD channel = 0; channel < plan_.map.size() && SUCCEEDED(result); ++channel) {
     if (plan_.map[channel] == 0) continue;
-    result = QvAudio_CopyChannelToChannel(&arranged_, between_.data(), channel, &source_, samples,
+    result = QvAudio_CopyChannelToChannel(&arranged_.Format, between_.data(), channel, &source_.Format, samples,
                                           plan_.map[channel] - 1, frames);
   }
   return result;
@@ -95,10 +101,10 @@ const void* SampleConversion::arrange(const void* samples, DWORD frames) {
   switch (plan_.kind) {
   case ChannelPlan::Kind::kKeep: return samples;
   case ChannelPlan::Kind::kCount:
-    result = QvAudio_ChannelChange(&arranged_, between_.data(), &source_, samples, frames);
+    result = QvAudio_ChannelChange(&arranged_.Format, between_.data(), &source_.Format, samples, frames);
     break;
   case ChannelPlan::Kind::kMono:
-    result = QvAudio_ChannelChangeAvg(&arranged_, between_.data(), &source_, samples, frames);
+    result = QvAudio_ChannelChangeAvg(&arranged_.Format, between_.data(), &source_.Format, samples, frames);
     break;
   case ChannelPlan::Kind::kMap: result = apply_map(samples, frames); break;
   }
@@ -107,7 +113,7 @@ const void* SampleConversion::arrange(const void* samples, DWORD frames) {
 }
 
 void SampleConversion::run(void* converted, const void* samples, DWORD frames) {
-  copy_(converted, arrange(samples, frames), static_cast<LONG>(frames * arranged_.nChannels), gain_);
+  copy_(converted, arrange(samples, frames), static_cast<LONG>(frames * arranged_.Format.nChannels), gain_);
 }
 
 } // namespace qv::tool

@@ -54,8 +54,8 @@ private:
 
   ChannelPlan plan_;
   float gain_;
-  WAVEFORMATEX source_;
-  WAVEFORMATEX arranged_;
+  WAVEFORMATEXTENSIBLE source_;
+  WAVEFORMATEXTENSIBLE arranged_;
   QVAUDIO_COPYFUNC copy_;
   std::vector<BYTE> input_;
   std::vector<BYTE> between_;

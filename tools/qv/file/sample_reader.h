@@ -1,12 +1,25 @@
-// How many frames are worked on at a time.
+// The samples of a file with audio, in order and block by block.
 #pragma once
 
-#include "qv/win32.h"
+#include "tools/qv/file/audio_file.h"
 
 #include <algorithm>
-#include <cstdint>
 
 namespace qv::tool {
+
+/// Reads from a place of its own, so that several can read one file.
+class SampleReader {
+public:
+  /// The file stays where it is. Throws Failure for a format whose samples the library does not read.
+  explicit SampleReader(const AudioFile& audio);
+
+  /// Reads the next frames. Throws Failure when they are not there.
+  void read(void* buffer, DWORD frames);
+
+private:
+  const AudioFile& audio_;
+  uint64_t position_; ///< in the file
+};
 
 /// 64 Ki frames, fewer for many channels: a block of doubles stays within 4 MiB whatever the format says.
 inline DWORD frames_per_block(DWORD channels) {

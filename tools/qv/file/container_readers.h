@@ -1,0 +1,42 @@
+// The readers of the containers, one function each; audio_file.cpp has the table of them. Each fills an AudioFile whose
+// name, file and length are known, and throws Failure.
+#pragma once
+
+#include "tools/qv/file/audio_file.h"
+
+namespace qv::tool {
+
+void read_riff(AudioFile& audio, Detail detail);
+void read_wave64(AudioFile& audio, Detail detail);
+void read_aiff(AudioFile& audio, Detail detail);
+
+[[noreturn]] void fail(const AudioFile& audio, const std::string& reason);
+/// What every reader does as soon as format and audio are known: checks the format, and counts the frames.
+void check_format(AudioFile& audio);
+
+/// The markers of a file whose chunks are listed. A chunk that ends too early gives those before its end.
+std::vector<Marker> aiff_markers(const AudioFile& audio);
+std::vector<Marker> cue_markers(const AudioFile& audio);
+
+/// What RIFF wave and Wave64 files have in common is read by one function: chunks, of which one is the format and one
+/// the audio.
+struct WaveChunks {
+  enum class Role { kFormat, kAudio, kOther };
+  uint64_t file_header;
+  uint64_t chunk_header;
+  uint64_t alignment; ///< of chunks
+  /// Reads the header of a chunk at the file's position.
+  HRESULT (*read_header)(HANDLE file, ChunkEntry& entry, Role& role);
+  /// Takes what it needs of a whole chunk besides format and audio, whose data begin at the file's position.
+  void (*look_into)(AudioFile& audio, ChunkEntry& entry);
+};
+
+/// How far the chunks go.
+struct FormEnd {
+  uint64_t at;
+  bool is_guessed; ///< a recorder that could not go back left no size: the form then goes as far as the file
+};
+
+void read_wave_chunks(AudioFile& audio, const WaveChunks& container, const FormEnd& end);
+
+} // namespace qv::tool
