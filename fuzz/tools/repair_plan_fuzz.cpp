@@ -1,4 +1,4 @@
-// What `qv repair` would do to any bytes: what it says is sound afterwards, and behind the header nothing is lost.
+// What `qv repair` would do to any bytes: what it says is sound afterwards, and no byte of audio is touched or lost.
 //
 // Input: a byte that says whether the file is a Wave64 file by its name, and the file.
 #include "fuzz/riff/memory_file.h"
@@ -7,6 +7,7 @@
 
 #include "qv/wave_file.h"
 
+#include <algorithm>
 #include <string>
 
 using namespace fuzz;
@@ -40,11 +41,25 @@ std::string repaired(const std::string& bytes, const RepairPlan& plan) {
     require(plan.kept_front <= plan.kept_from && plan.kept_from < bytes.size());
     mended = bytes.substr(0, plan.kept_front) + plan.new_header + bytes.substr(plan.kept_from);
   }
-  for (const qv::tool::Edit& edit : plan.edits) {
-    require(edit.offset + edit.bytes.size() <= mended.size());
+  for (const qv::tool::Edit& edit : plan.edits)
     mended.replace(edit.offset, edit.bytes.size(), edit.bytes);
-  }
   return mended;
+}
+
+/// In front of the audio, and no byte twice.
+void require_apart(std::vector<qv::tool::Edit> edits, uint64_t audio) {
+  std::sort(edits.begin(), edits.end(), [](const auto& a, const auto& b) { return a.offset < b.offset; });
+  uint64_t end = 0;
+  for (const qv::tool::Edit& edit : edits) {
+    require(edit.offset >= end && edit.offset <= audio && edit.bytes.size() <= audio - edit.offset);
+    end = edit.offset + edit.bytes.size();
+  }
+}
+
+void require_kept_audio(const std::string& bytes, const RepairPlan& plan, const std::string& mended) {
+  const uint64_t from = plan.way == RepairPlan::Way::kNewFile ? plan.kept_from : plan.audio;
+  require(plan.audio <= mended.size() && from <= bytes.size() &&
+          mended.compare(plan.audio, std::string::npos, bytes, from, std::string::npos) == 0);
 }
 
 } // namespace
@@ -54,8 +69,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string name = data[0] % 2 == 0 ? "file.wav" : "file.w64";
   const std::string bytes(reinterpret_cast<const char*>(data) + 1, size - 1);
   try {
-    const std::string mended = repaired(bytes, plan_for(bytes, name));
-    require(plan_for(mended, name).is_sound());
+    const RepairPlan plan = plan_for(bytes, name);
+    require_apart(plan.edits, plan.audio);
+    const std::string mended = repaired(bytes, plan);
+    require_kept_audio(bytes, plan, mended);
+    const RepairPlan again = plan_for(mended, name);
+    require(again.is_sound() && again.audio == plan.audio);
   } catch (const qv::tool::Failure&) {
     // Of another kind, or without audio: nothing is written.
   }

@@ -63,8 +63,10 @@ bool makes_sense(const std::string& record) {
   return is_extensible || compressed_makes_sense(format);
 }
 
-WAVEFORMATEX mended(const std::string& record, const WAVEFORMATEX& hint) {
-  WAVEFORMATEX format = loaded(record).Format;
+WAVEFORMATEXTENSIBLE mended(const std::string& record, const WAVEFORMATEX& hint) {
+  WAVEFORMATEXTENSIBLE whole = {};
+  WAVEFORMATEX& format = whole.Format;
+  format = loaded(record).Format;
   if (format.nSamplesPerSec < kLeastRate || format.nSamplesPerSec > kMostRate)
     format.nSamplesPerSec = hint.nSamplesPerSec;
   if (format.nChannels != 1 && format.nChannels != 2) format.nChannels = hint.nChannels;
@@ -78,13 +80,11 @@ WAVEFORMATEX mended(const std::string& record, const WAVEFORMATEX& hint) {
   format.cbSize = 0;
   format.nBlockAlign = static_cast<WORD>(format.wBitsPerSample / 8 * format.nChannels);
   format.nAvgBytesPerSec = format.nBlockAlign * format.nSamplesPerSec;
-  return format;
+  return whole;
 }
 
-std::string record_bytes(const WAVEFORMATEX& format, size_t size) {
-  std::string bytes(reinterpret_cast<const char*>(&format), sizeof format);
-  bytes.resize(size, '\0');
-  return bytes;
+std::string record_bytes(const WAVEFORMATEXTENSIBLE& format, size_t size) {
+  return {reinterpret_cast<const char*>(&format), size};
 }
 
 } // namespace qv::tool

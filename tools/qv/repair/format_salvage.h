@@ -11,10 +11,10 @@ namespace qv::tool {
 WAVEFORMATEXTENSIBLE loaded(const std::string& record);
 /// Whether the data of a format chunk, of 16 bytes or more, describe audio that can be.
 bool makes_sense(const std::string& record);
-/// A record of 18 bytes from what the first 16 of `record` still say, as the library's repair mends it: the hint's
-/// values where they make no sense.
-WAVEFORMATEX mended(const std::string& record, const WAVEFORMATEX& hint);
-/// The first `size` bytes of a record, zeros behind it.
-std::string record_bytes(const WAVEFORMATEX& format, size_t size);
+/// A record of 18 bytes, zeros behind it, from what the first 16 of `record` still say, as the library's repair mends
+/// it: the hint's values where they make no sense.
+WAVEFORMATEXTENSIBLE mended(const std::string& record, const WAVEFORMATEX& hint);
+/// The first `size` bytes of a record, up to 40.
+std::string record_bytes(const WAVEFORMATEXTENSIBLE& format, size_t size);
 
 } // namespace qv::tool

@@ -29,6 +29,7 @@ struct RepairPlan {
   Way way = Way::kInPlace;
   std::vector<Edit> edits;
   uint64_t limit = 0; ///< for the library's search
+  uint64_t audio = 0; ///< where the audio begins in the mended file: edits end before
 
   // A new file has the old one's first `kept_front` bytes, a new header, and what the old one has from `kept_from` on.
   uint64_t kept_front = 0;

@@ -1,0 +1,95 @@
+#include "tools/qv/repair/chunk_map.h"
+
+#include <algorithm>
+
+namespace qv::tool {
+
+namespace {
+
+// What a file that is made to cost time may cost: more headers of audio, or more chunks behind it, are not looked at.
+constexpr size_t kMostHeaders = 64;
+constexpr int kMostChunksBehind = 65'536;
+
+/// The header of a chunk, whatever its id.
+std::optional<Chunk> header_at(const DamagedFile& damaged, uint64_t at) {
+  const HeaderLayout& layout = *damaged.layout;
+  const std::string bytes = damaged.read(at, layout.chunk_header());
+  if (bytes.size() < layout.chunk_header()) return std::nullopt;
+  const uint64_t stored = layout.stored_in(bytes, layout.id_bytes());
+  Chunk chunk = {bytes.substr(0, layout.id_bytes()), at, at + layout.chunk_header(), 0};
+  // Of its audio a recorder may have left no size.
+  if (stored < layout.chunk_size_includes && chunk.id != layout.data_id) return std::nullopt;
+  chunk.size = stored - std::min(stored, layout.chunk_size_includes);
+  return chunk;
+}
+
+/// Whether a chunk under another name may be the audio: nothing follows, or it is most of the file and chunks follow.
+bool could_be_audio(const DamagedFile& damaged, const Chunk& chunk) {
+  if (ends_file(damaged, chunk)) return true;
+  return is_whole(damaged, chunk) && chunk.size > damaged.size / 2 &&
+         chunks_end(damaged, chunk.data + damaged.layout->padded(chunk.size));
+}
+
+} // namespace
+
+bool is_whole(const DamagedFile& damaged, const Chunk& chunk) { return chunk.size <= damaged.size - chunk.data; }
+
+bool ends_file(const DamagedFile& damaged, const Chunk& chunk) {
+  return is_whole(damaged, chunk) && chunk.data + damaged.layout->padded(chunk.size) >= damaged.size;
+}
+
+ChunkMap map_chunks(const DamagedFile& damaged, uint64_t from) {
+  const HeaderLayout& layout = *damaged.layout;
+  ChunkMap map = {std::nullopt, std::nullopt, std::nullopt, from};
+  while (const std::optional<Chunk> chunk = header_at(damaged, map.end)) {
+    if (chunk->id == layout.data_id) {
+      map.audio = chunk;
+      return map;
+    }
+    const bool is_larger = !map.nameless || map.nameless->size < chunk->size;
+    if (map.format && is_larger && !layout.is_known(chunk->id) && could_be_audio(damaged, *chunk)) map.nameless = chunk;
+    if (!layout.is_plausible(chunk->id) || !is_whole(damaged, *chunk)) return map;
+    if (chunk->id == layout.format_id && chunk->size >= kPlainRecord && !map.format) map.format = chunk;
+    map.end = chunk->data + layout.padded(chunk->size);
+  }
+  return map;
+}
+
+uint64_t chunks_end_before(const DamagedFile& damaged, const ChunkMap& map, const Chunk& audio) {
+  uint64_t at = map.format->at;
+  for (std::optional<Chunk> chunk = map.format; chunk && at < map.end; chunk = header_at(damaged, at)) {
+    const uint64_t end = chunk->data + damaged.layout->padded(chunk->size);
+    if (end > audio.at) break;
+    at = end;
+  }
+  return at;
+}
+
+std::optional<uint64_t> chunks_end(const DamagedFile& damaged, uint64_t from) {
+  const HeaderLayout& layout = *damaged.layout;
+  for (int count = 0; from + layout.chunk_header() <= damaged.size; ++count) {
+    const std::optional<Chunk> chunk = header_at(damaged, from);
+    if (count == kMostChunksBehind || !chunk || !layout.is_plausible(chunk->id) || chunk->id == layout.data_id)
+      return std::nullopt;
+    if (!is_whole(damaged, *chunk)) return layout.is_known(chunk->id) ? std::optional(damaged.size) : std::nullopt;
+    from = chunk->data + layout.padded(chunk->size);
+  }
+  return std::min(from, damaged.size);
+}
+
+std::vector<Chunk> audio_headers(const DamagedFile& damaged, uint64_t from) {
+  constexpr uint64_t kBlock = 65'536;
+  const std::string& id = damaged.layout->data_id;
+  std::vector<Chunk> headers;
+  const uint64_t end = std::min(damaged.size, damaged.limit);
+  for (uint64_t at = from; at < end && headers.size() < kMostHeaders; at += kBlock) {
+    const uint64_t positions = std::min(kBlock, end - at);
+    const std::string block = damaged.read(at, positions + id.size() - 1);
+    for (size_t match = block.find(id); match < positions && headers.size() < kMostHeaders;
+         match = block.find(id, match + 1))
+      if (const std::optional<Chunk> header = header_at(damaged, at + match)) headers.push_back(*header);
+  }
+  return headers;
+}
+
+} // namespace qv::tool
