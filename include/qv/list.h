@@ -155,7 +155,7 @@ QV_FUNCTION HRESULT QvList_MoveItemsBetweenHeapLists(tQVLIST* dest, LONG destInd
 QV_FUNCTION LONG QvList_FindItemRange(tQVLIST* list, LONG start, LONG n, LONGLONG context, QVLISTMATCH match);
 /// The first slot whose value is `item`; for array lists, whose bytes equal the itemSize bytes at `item`.
 QV_FUNCTION LONG QvList_FindSpecificItemRange(tQVLIST* list, LONG start, LONG n, const void* item);
-/// Binary search in an ascending range; of a run of equals any may be answered.
+/// Binary search in an ascending range; of a run of equals any may be found.
 QV_FUNCTION LONG QvList_FindSortedItemRange(tQVLIST* list, const void* key, LONG start, LONG n, QVLISTCOMPARE compare);
 /// Where `key` is to be inserted to keep the range ascending; the index of an equal item where there is one. An empty
 /// range gives 0 whatever start is; start above count gives -1.
@@ -176,7 +176,7 @@ QV_FUNCTION HRESULT QvList_SortTo(tQVLIST* dest, tQVLIST* src, LONGLONG criteria
 
 QV_FUNCTION LONGLONG QvList_GetSortCriteria(tQVLIST* list);
 QV_FUNCTION DWORD QvList_GetCreateOptions(tQVLIST* list);
-/// Exchanges the value atomically and answers the previous one. Refused: 0xFFFFFFFF.
+/// Exchanges the value atomically and returns the previous one. Refused: 0xFFFFFFFF.
 QV_FUNCTION LONGLONG QvList_SetUserData(tQVLIST* list, LONGLONG value);
 /// Refused: 0xFFFFFFFF.
 QV_FUNCTION LONGLONG QvList_GetUserData(tQVLIST* list);
@@ -189,5 +189,5 @@ QV_FUNCTION LONG QvList_IsList(const void* list, ULONGLONG bytes);
 QV_FUNCTION LONG QvList_IsListFast(const void* list);
 /// 1 for 0 <= index < count. Refused: 0.
 QV_FUNCTION LONG QvList_IsValidIndexSlow(tQVLIST* list, LONG index);
-/// No debug record is kept: writes an empty string to `text` (may be null) and answers -1.
+/// No debug record is kept: writes an empty string to `text` (may be null) and returns -1.
 QV_FUNCTION LONG QvList_GetFileAndLine(tQVLIST* list, WCHAR* text);

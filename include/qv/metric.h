@@ -15,7 +15,7 @@
 // key (ERROR_FILENAME_EXCED_RANGE as a result) and deletes none. Company and application must not be empty.
 //
 // QVMETRIC_DEFAULT stands for the process's default handle in every getter and in what says so; where it is not
-// accepted, functions behave as without a handle. Getters never fail: they answer 0, the default, or zeroed buffers.
+// accepted, functions behave as without a handle. Getters never fail: they return 0, the default, or zeroed buffers.
 // Setters and deleters give E_FAIL for any registry error and for a missing handle or key. What the store holds is not
 // trusted: texts are cut and terminated, types and sizes are checked.
 //
@@ -47,7 +47,7 @@ QV_FUNCTION HRESULT QvMetric_Close(HQVMETRIC handle);
 /// Closes the handle and deletes its key with everything below it, as far as it can be: S_OK. E_FAIL: null or
 /// QVMETRIC_DEFAULT.
 QV_FUNCTION HRESULT QvMetric_CloseAndDeleteKey(HQVMETRIC handle);
-/// Sets the default handle, which stays the caller's, and answers the previous one. For start-up; null takes it away.
+/// Sets the default handle, which stays the caller's, and returns the previous one. For start-up; null takes it away.
 QV_FUNCTION HQVMETRIC QvMetric_SetDefault(HQVMETRIC handle);
 
 // ---- deleting keys: S_OK always ------------------------------------------------------------------------------------
@@ -105,14 +105,14 @@ QV_FUNCTION HRESULT QvSetMetricStream(HQVMETRIC handle, LONG n, IStream* stream)
 
 // ---- texts ---------------------------------------------------------------------------------------------------------
 
-/// The text in the buffer of `capacity` characters, the rest zeroed; answers its length, which is that of the stored
+/// The text in the buffer of `capacity` characters, the rest zeroed; returns its length, which is that of the stored
 /// value less its terminator. Absent, larger than the buffer, of another type, or empty without keepEmpty: the default
 /// text (optional), cut to the capacity, and its length.
 QV_FUNCTION DWORD QvGetMetricStringEx(HQVMETRIC handle, LONG n, WCHAR* buffer, DWORD capacity, const WCHAR* absent,
                                       BOOL keepEmpty);
 /// Refuses QVMETRIC_DEFAULT and a null text.
 QV_FUNCTION HRESULT QvSetMetricString(HQVMETRIC handle, LONG n, const WCHAR* text);
-/// Texts one behind the other, each with its terminator, and a last terminator. Answers the characters stored less
+/// Texts one behind the other, each with its terminator, and a last terminator. Returns the characters stored less
 /// one; 0 with a zeroed buffer when absent, larger than the buffer or of another type. What is read always ends with
 /// two terminators where the capacity allows.
 QV_FUNCTION DWORD QvGetMetricMultiStringEx(HQVMETRIC handle, LONG n, WCHAR* buffer, DWORD capacity);

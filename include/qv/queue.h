@@ -8,7 +8,7 @@
 //
 // The caller owns the elements; a queue never allocates or frees one. An element is in one queue at most.
 //
-// Threads: every function may be called from any thread, also on a deleted queue, which answers null and 0 and inserts
+// Threads: every function may be called from any thread, also on a deleted queue, which returns null and 0 and inserts
 // nothing. Callbacks run inside the lock and must not call functions of their queue that change it; other queues they
 // may change, and delete.
 //
@@ -25,7 +25,7 @@
 // A loop of such removals must look at a flag of its own, as this one does: after a flush every removal returns null
 // without waiting. Consumers with retry do not return for a flush at all.
 //
-// A null head or a null callback answers null or 0.
+// Null or 0 is returned for a null head and for a null callback.
 #pragma once
 
 #include "qv/win32.h"

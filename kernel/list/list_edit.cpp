@@ -17,7 +17,7 @@ HRESULT insert_pending(tQVLIST* list, LONG index) {
   return result;
 }
 
-/// Whether the pending item is among slots that a client hands over.
+/// True when one of the `n` slots that a client hands over is the pending item.
 bool has_pending(const tQVLIST* list, const void* slots, int64_t n) {
   for (int64_t i = 0; i < n; ++i)
     if (std::memcmp(static_cast<const BYTE*>(slots) + i * int64_t{sizeof(void*)}, &list->pendingItem, sizeof(void*)) ==
@@ -51,7 +51,7 @@ HRESULT delete_pending(tQVLIST* list) {
   return S_OK;
 }
 
-/// A range that is known to be in the list.
+/// Deletes the slots index .. index + n - 1, which are in the list, and the items of a heap-item list.
 void delete_slots(tQVLIST* list, int64_t index, int64_t n) {
   if (is_heap_list(list))
     for (int64_t i = index; i < index + n; ++i)
@@ -84,7 +84,7 @@ HRESULT QvList_ArrayForceItemCount(tQVLIST* list, LONG newCount, LONG) {
     const HRESULT result = grow(list, int64_t{newCount} - list->allocated);
     if (FAILED(result)) return result;
   }
-  // Neither are dropped slots zeroed nor is memory given back: clients lower the count and raise it again.
+  // Dropped slots keep their bytes and their memory: clients lower the count, raise it again and find them.
   list->count = newCount;
   return S_OK;
 }
@@ -101,7 +101,7 @@ HRESULT QvList_ShrinkAllocated(tQVLIST* list, LONG n) {
 
 namespace {
 
-/// Room for the slots that a move carries: on the stack for the few bytes that most moves are.
+/// A buffer for the slots that a move carries: 512 bytes on the stack, which most moves fit in, else a global block.
 class Scratch {
 public:
   explicit Scratch(uint64_t bytes)
@@ -125,7 +125,7 @@ HRESULT move_slots(tQVLIST* list, int64_t from, int64_t to, int64_t n) {
   Scratch scratch(bytes);
   if (!scratch.memory()) return E_OUTOFMEMORY;
   std::memcpy(scratch.memory(), slot_address(list, from), bytes);
-  // What lies between the two places makes room by n slots.
+  // The slots between the old and the new place move by n towards the old one.
   if (from < to) {
     std::memmove(slot_address(list, from), slot_address(list, from + n),
                  static_cast<uint64_t>(to - from) * list->itemSize);

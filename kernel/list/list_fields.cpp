@@ -1,4 +1,4 @@
-// The record's fields for clients, and checks.
+// Fields of the header record that clients read and set, and checks of a record.
 #include "kernel/list/list_gate.h"
 
 using namespace qv::kernel;

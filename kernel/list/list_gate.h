@@ -1,4 +1,4 @@
-// The thread gate that operations on lists pass first, and what the operations share about a list's kind.
+// The thread gate, which operations on lists pass first; and what they share: the kind of a list, its slots, ranges.
 #pragma once
 
 #include "qv/list.h"
@@ -7,14 +7,15 @@
 
 namespace qv::kernel {
 
-/// The options as another thread may see them: QvList_MoveItemsBetweenHeapLists changes them while it has the lock.
+/// A list's options, read atomically: QvList_MoveItemsBetweenHeapLists changes them inside the lock, while other
+/// threads look at them to find out whether there is one.
 inline DWORD options_of(const tQVLIST* list) {
   return std::atomic_ref<DWORD>(const_cast<DWORD&>(list->options)).load(std::memory_order_relaxed);
 }
 
 inline bool has_option(const tQVLIST* list, DWORD option) { return (options_of(list) & option) != 0; }
 
-/// Holds the lock of a list that is thread-safe; of any other list, or null, nothing.
+/// Holds the lock of a thread-safe list while it lives. A list of another kind, or null, has nothing to hold.
 class ListLock {
 public:
   explicit ListLock(tQVLIST* list) : locked_(list && has_option(list, QVLIST_OPT_THREADSAFE) ? list : nullptr) {
@@ -31,12 +32,12 @@ private:
   tQVLIST* locked_;
 };
 
-/// Whether a list without a lock refuses the calling thread.
+/// True when a list that is not thread-safe may not be used by the calling thread.
 inline bool refuses_thread(const tQVLIST* list) {
   return !has_option(list, QVLIST_OPT_ANYTHREAD) && GetCurrentThreadId() != list->ownerThread;
 }
 
-/// What operations pass first: holds the lock as ListLock does. False when the list is null or refuses the thread.
+/// The thread gate: a ListLock that converts to false when the list is null or refuses the calling thread.
 class ListGate {
 public:
   explicit ListGate(tQVLIST* list) : lock_(list), open_(lock_ || (list && !refuses_thread(list))) {}
@@ -53,14 +54,14 @@ inline bool is_heap_list(const tQVLIST* list) { return has_option(list, QVLIST_O
 inline BYTE* slot_address(const tQVLIST* list, int64_t index) {
   return static_cast<BYTE*>(list->items) + static_cast<uint64_t>(index) * list->itemSize;
 }
-/// The slot of a list that is not an array list.
+/// The value in a slot of a pointer or heap-item list.
 inline void*& slot_value(const tQVLIST* list, int64_t index) { return static_cast<void**>(list->items)[index]; }
-/// What callbacks get for a slot.
+/// The argument that callbacks get for a slot: its address in an array list, its value in others.
 inline const void* callback_item(const tQVLIST* list, int64_t index) {
   return is_array(list) ? slot_address(list, index) : slot_value(list, index);
 }
 
-/// What is left of `n` items from `start` on (both as callers give them: n < 0 means all).
+/// The length of a range as callers give it, from `start` on: `n` slots, or all for n < 0, cut to those that there are.
 inline int64_t cut_range(const tQVLIST* list, int64_t start, int64_t n) {
   const int64_t left = list->count > start ? list->count - start : 0;
   return n < 0 || n > left ? left : n;

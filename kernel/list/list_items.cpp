@@ -1,4 +1,4 @@
-// The items of heap-item lists.
+// Items of heap-item lists: allocating them, asking for their size, moving them between lists.
 #include "kernel/list/list_gate.h"
 #include "kernel/list/list_memory.h"
 
@@ -19,7 +19,7 @@ HRESULT QvList_AllocItem(tQVLIST* list, ULONGLONG size, void** item) {
 HRESULT QvList_AllocAndInsertItem(tQVLIST* list, const void* src, ULONGLONG size, LONG index, LONG* outIndex) {
   if (outIndex) *outIndex = -1;
   if (!list) return E_FAIL;
-  // No gate of its own: that of the first step is what refuses, and ends as any failure does.
+  // Other threads are refused by the gate of QvList_AllocItem, and that ends as any failure does.
   const ListLock whole(list);
   if (index < 0 || index > list->count) index = list->count;
   void* item = nullptr;
@@ -29,7 +29,7 @@ HRESULT QvList_AllocAndInsertItem(tQVLIST* list, const void* src, ULONGLONG size
     result = QvList_InsertList(list, index, nullptr, -1);
   }
   if (FAILED(result)) {
-    // Its own item, or one that was pending before: a failure leaves none.
+    // The pending item is the new one, or one that was there before: a failure leaves neither.
     free_item(list, list->pendingItem);
     list->pendingItem = nullptr;
     return result;
@@ -61,7 +61,7 @@ ULONGLONG QvList_AllocSize(tQVLIST* list, LONG index) {
 
 namespace {
 
-/// Takes a list's items for the client's while it lives, so that deleting a slot leaves its item alone.
+/// Makes a heap-item list one of pointers while it lives, so that deleting a slot does not free the item.
 class BorrowedItems {
 public:
   explicit BorrowedItems(tQVLIST* list) : options_(list->options) {
@@ -86,11 +86,11 @@ HRESULT QvList_MoveItemsBetweenHeapLists(tQVLIST* dest, LONG destIndex, tQVLIST*
   const int64_t moved = n < 0 ? src->count : n;
   if (moved == 0) return S_OK;
   if (srcIndex < 0 || srcIndex + moved > src->count) return E_FAIL;
-  // A source that refuses its part of a step would leave the item to both lists.
+  // If src refused the deletion after dest has accepted the insertion, the item would be in both lists.
   if (!src_lock && refuses_thread(src)) return E_FAIL;
   const BorrowedItems borrowed(src);
   HRESULT result = S_OK;
-  // Backwards, always to the same place: the items keep their order.
+  // From the last item to the first, each inserted at the same index: so they keep their order.
   for (int64_t i = srcIndex + moved - 1; i >= srcIndex && SUCCEEDED(result); --i) {
     dest->pendingItem = slot_value(src, i);
     result = QvList_InsertList(dest, destIndex, nullptr, -1);

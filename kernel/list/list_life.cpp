@@ -11,11 +11,11 @@ using namespace qv::kernel;
 namespace {
 
 constexpr LONG kDefaultSlots = 16;
-constexpr LONG kFewestSlots = 4;
-constexpr LONG kMostGrowth = 0x10400;
+constexpr LONG kMinSlots = 4;
+constexpr LONG kMaxGrowth = 0x10400;
 constexpr SIZE_T kPrivateHeapBytes = 4096;
 
-/// Gives back a header whose creation failed.
+/// Frees the header of a list whose creation failed, or takes the signature from storage of the caller's.
 HRESULT give_up(tQVLIST** list, tQVLIST* header, bool in_place) {
   header->signature = 0;
   if (!in_place) {
@@ -27,7 +27,7 @@ HRESULT give_up(tQVLIST** list, tQVLIST* header, bool in_place) {
 
 void free_items(tQVLIST* list) {
   if (list->itemHeap) {
-    HeapDestroy(list->itemHeap); // and every item with it
+    HeapDestroy(list->itemHeap); // frees every item in it
     list->itemHeap = nullptr;
     return;
   }
@@ -55,8 +55,8 @@ HRESULT QvList_CreateExZ(tQVLIST** list, DWORD itemSize, LONG initialCount, LONG
 
   header->signature = QVLIST_SIGNATURE;
   header->itemSize = (options & QVLIST_OPT_ARRAY) != 0 ? (uint64_t{itemSize} + 3) / 4 * 4 : sizeof(void*);
-  header->growBy = std::clamp(growBy <= 0 ? kDefaultSlots : growBy, kFewestSlots, kMostGrowth);
-  const int64_t slots = whole_steps(header, std::max(initialCount <= 0 ? kDefaultSlots : initialCount, kFewestSlots));
+  header->growBy = std::clamp(growBy <= 0 ? kDefaultSlots : growBy, kMinSlots, kMaxGrowth);
+  const int64_t slots = whole_steps(header, std::max(initialCount <= 0 ? kDefaultSlots : initialCount, kMinSlots));
   if (slots <= INT_MAX) header->items = allocate_slots(static_cast<uint64_t>(slots), header->itemSize);
   if (!header->items) return give_up(list, header, in_place);
   header->allocated = static_cast<LONG>(slots);

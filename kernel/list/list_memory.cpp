@@ -32,7 +32,7 @@ int64_t whole_steps(const tQVLIST* list, int64_t n) {
 
 namespace {
 
-/// Changes the size of the slot block, which GMEM_MOVEABLE allows to move; what is new is zeroed. False: as it was.
+/// Changes the size of the slot block; added bytes are zero. may_move: GMEM_MOVEABLE or 0. False: nothing has changed.
 bool resize_block(tQVLIST* list, uint64_t bytes, UINT may_move) {
   const HGLOBAL block = GlobalHandle(list->items);
   GlobalUnlock(block);
@@ -47,7 +47,7 @@ HRESULT grow(tQVLIST* list, int64_t n) {
   const int64_t allocated = list->allocated + whole_steps(list, n < 1 ? list->growBy : n);
   if (allocated > INT_MAX) return E_OUTOFMEMORY;
   if (!resize_block(list, static_cast<uint64_t>(allocated) * list->itemSize, GMEM_MOVEABLE)) return E_OUTOFMEMORY;
-  // The block of a list that was shrunk to nothing kept the bytes of one slot.
+  // Shrinking to a capacity of 0 left the block one slot long, whose bytes are old.
   if (list->allocated == 0) std::memset(list->items, 0, list->itemSize);
   list->allocated = static_cast<LONG>(allocated);
   return S_OK;
@@ -66,8 +66,8 @@ HRESULT shrink(tQVLIST* list, int64_t n) {
 
 namespace {
 
-/// Fills a gap of `bytes` bytes at `gap`, which moved what was behind it up, from `offset` of the same block as it was
-/// before.
+/// Copies `bytes` bytes within a slot block in which everything from `gap` on has just moved up by as many, to make
+/// room for them there. `offset` is where they were before that move.
 void fill_from_own(BYTE* items, uint64_t gap, uint64_t bytes, uint64_t offset) {
   const uint64_t below = offset < gap ? std::min(bytes, gap - offset) : 0;
   std::memcpy(items + gap, items + offset, below);
@@ -100,15 +100,15 @@ HRESULT insert_slots(tQVLIST* list, int64_t index, const void* source, int64_t s
 
 namespace {
 
-/// How many bytes were asked for. The C runtime only knows how many may be used, which some round up; so the note
-/// stands at the end of those, where it needs no header and free() takes the block as it is. The check tells it from
-/// what a block that the client allocated happens to hold there.
+/// The size that an item was allocated with, noted in the last bytes of its block. The C runtime knows only the usable
+/// size, which may be larger. There the note needs no header, and free() takes the block as it is. The check tells it
+/// from what a block that the client allocated happens to hold there.
 struct SizeNote {
   uint64_t bytes;
   uint64_t check;
 };
 
-constexpr uint64_t kLargest = SIZE_MAX - sizeof(SizeNote);
+constexpr uint64_t kMaxItemBytes = SIZE_MAX - sizeof(SizeNote);
 
 uint64_t check_of(const void* block, uint64_t bytes) {
   return (std::bit_cast<uintptr_t>(block) ^ bytes) * 0x9E3779B97F4A7C15u + 0x5156;
@@ -121,6 +121,7 @@ void* with_note(void* block, uint64_t bytes) {
   return block;
 }
 
+/// The size in a block's note; nothing when it has no note.
 std::optional<uint64_t> noted_bytes(void* block) {
   const uint64_t usable = _msize(block);
   if (usable < sizeof(SizeNote)) return std::nullopt;
@@ -130,8 +131,8 @@ std::optional<uint64_t> noted_bytes(void* block) {
   return valid ? std::optional(note.bytes) : std::nullopt;
 }
 
-/// Makes the note of a block invalid, which a later block at that address would be sized by. Volatile, as compilers
-/// drop writes to what is freed next.
+/// Makes a block's note invalid, so that a later block at the same address is not given its size. The write is volatile
+/// because compilers drop others to memory that is freed next.
 void strike_note(void* block) {
   if (!noted_bytes(block)) return;
   volatile BYTE* last = static_cast<BYTE*>(block) + _msize(block) - 1;
@@ -144,13 +145,13 @@ bool has_private_heap(const tQVLIST* list) { return list->itemHeap != nullptr; }
 
 void* allocate_item(const tQVLIST* list, uint64_t bytes) {
   if (has_private_heap(list)) return HeapAlloc(list->itemHeap, list->heapAllocFlags, bytes);
-  return bytes > kLargest ? nullptr : with_note(std::calloc(1, bytes + sizeof(SizeNote)), bytes);
+  return bytes > kMaxItemBytes ? nullptr : with_note(std::calloc(1, bytes + sizeof(SizeNote)), bytes);
 }
 
 void* reallocate_item(const tQVLIST* list, void* item, uint64_t bytes) {
   if (!item) return allocate_item(list, bytes);
   if (has_private_heap(list)) return HeapReAlloc(list->itemHeap, list->heapAllocFlags, item, bytes);
-  if (bytes > kLargest) return nullptr;
+  if (bytes > kMaxItemBytes) return nullptr;
   const std::optional<uint64_t> noted = noted_bytes(item);
   strike_note(item);
   void* const resized = std::realloc(item, bytes + sizeof(SizeNote));

@@ -12,8 +12,8 @@ struct Probed {
   LONG comparison; ///< of the key with it; 0 when it is equal
 };
 
-/// Binary search that halves as the C runtime's does: the probe has one item fewer below it than above where it cannot
-/// have as many. The range is not empty. `item_of` answers a slot's item.
+/// Binary search for `key` among the `left` > 0 items from `low` on. It probes as the C runtime's does: of an even
+/// number of items, the lower of the two in the middle. item_of: a slot's argument for callbacks.
 template <class ItemOf>
 Probed probe(LONGLONG criteria, const void* key, int64_t low, uint64_t left, QVLISTCOMPARE compare, ItemOf item_of) {
   for (;;) {
@@ -27,7 +27,7 @@ Probed probe(LONGLONG criteria, const void* key, int64_t low, uint64_t left, QVL
   }
 }
 
-/// The kind of the list is looked at once, not at every probe.
+/// Binary search in a list, whose kind is looked at once rather than at every probe.
 Probed probe(const tQVLIST* list, const void* key, int64_t low, int64_t count, QVLISTCOMPARE compare) {
   const auto left = static_cast<uint64_t>(count);
   if (is_array(list))
@@ -83,7 +83,7 @@ LONG QvList_FindSortedInsertIndexRange(tQVLIST* list, const void* key, LONG star
   const int64_t first = std::max<LONG>(start, 0);
   if (first > list->count) return -1;
   const int64_t left = cut_range(list, first, n);
-  if (left == 0) return 0; // wherever the range starts
+  if (left == 0) return 0; // an empty range gives 0 even where it starts behind other items
   const Probed last = probe(list, key, first, left, compare);
   return static_cast<LONG>(last.comparison > 0 ? last.index + 1 : last.index);
 }

@@ -19,8 +19,9 @@ void swap_slots(tQVLIST* list, int64_t a, int64_t b) {
   }
 }
 
-/// Puts the slot at `parent` in its place in the heap of the first `positions` slots (both from 1 on). Position
-/// `positions` itself is looked at on the first level only: in the sorting phase its slot leaves the heap next.
+/// One step of heap sort: moves the slot at `parent` down to its place in the heap of the first `positions` slots.
+/// Positions count from 1. The last of them is compared on the first level only: while sorting, its slot is the next to
+/// leave the heap.
 void sift_down(tQVLIST* list, QVLISTCOMPARE compare, int64_t parent, int64_t positions) {
   const auto above = [&](int64_t a, int64_t b) {
     return compare(list->sortCriteria, callback_item(list, a - 1), callback_item(list, b - 1)) > 0;

@@ -1,4 +1,4 @@
-// The record behind a settings handle.
+// The record behind a settings handle, and the names and bytes of values, as all accessors use them.
 #pragma once
 
 #include "qv/metric.h"
@@ -16,7 +16,7 @@ namespace qv::kernel {
 
 enum class DefaultHandle { kAccepted, kRefused };
 
-/// The open key that a handle names, or null.
+/// The open key of a handle; null for a handle without one. `rule` says what QVMETRIC_DEFAULT means.
 HKEY metric_key(HQVMETRIC handle, DefaultHandle rule);
 
 /// A value's name as the accessors use it.
@@ -28,7 +28,7 @@ struct MetricName {
 /// Writes `prefix` (0: none) and |n|, terminated. Room for QVMETRIC_NAME_CHARS.
 void write_metric_name(LONG n, WCHAR prefix, WCHAR* name);
 
-/// A value's bytes as they are stored. `capacity` bytes at `buffer`, which may be null with capacity 0.
+/// What reading a value gave. ERROR_MORE_DATA: it is larger than the buffer, which may be null for a capacity of 0.
 struct MetricRead {
   LONG error; ///< of the registry
   DWORD type;

@@ -1,4 +1,4 @@
-// Handles: where the settings of an application are.
+// Opening and closing handles, and deleting keys: where the settings of an application are.
 #include "kernel/metric/metric_handle.h"
 
 #include "qv/text.h"
@@ -18,15 +18,15 @@ bool is_empty(const WCHAR* text) { return !text || *text == 0; }
 
 size_t length_of(const WCHAR* text) { return std::char_traits<WCHAR>::length(text); }
 
-/// A registry error as a result.
+/// Converts a registry error to a result.
 HRESULT result_of(LONG error) {
   return error == ERROR_SUCCESS ? S_OK : static_cast<HRESULT>(0x80070000u | (static_cast<DWORD>(error) & 0xFFFF));
 }
 
-/// A key path that is built up; functions answer whether what they were given fits.
+/// A key path of at most QVMETRIC_PATH_CHARS characters, terminator included. Its functions return whether it fits.
 class KeyPath {
 public:
-  /// The path of an application, or of one version of it, below `tail`. Nothing without company or application.
+  /// Sets the path of an application, or of one version of it, with `tail` behind it. False for an empty name, too.
   bool format(const WCHAR* company, const WCHAR* application, DWORD version, const WCHAR* tail) {
     if (is_empty(company) || is_empty(application)) return false;
     const size_t fixed = sizeof "Software\\\\\\255.255" + length_of(tail);
@@ -61,7 +61,8 @@ void close_keys(HQVMETRIC handle) {
   if (handle->key) RegCloseKey(handle->key);
 }
 
-/// From both roots, or the user's alone. Whatever cannot be deleted stays.
+/// Deletes a key below HKEY_CURRENT_USER, and below HKEY_LOCAL_MACHINE first when machine_too. Whatever cannot be
+/// deleted stays.
 HRESULT delete_keys(const KeyPath& path, bool machine_too) {
   if (machine_too) QvRegDeleteKey(HKEY_LOCAL_MACHINE, path.text());
   QvRegDeleteKey(HKEY_CURRENT_USER, path.text());
@@ -81,7 +82,7 @@ HRESULT QvMetric_OpenRegHiveAndVersion(HQVMETRIC* handle, const WCHAR* applicati
   if (is_empty(application) || is_empty(company)) return E_INVALIDARG;
   KeyPath path;
   path.format(company, application, version, kMetrics);
-  // A path that does not fit is left empty, and the handle gets no key.
+  // A path that does not fit stays empty, for which QvMetric_OpenAppVersion makes a handle without a key.
   return QvMetric_OpenAppVersion(handle, path.text(), subKey);
 }
 

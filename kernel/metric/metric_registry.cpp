@@ -8,7 +8,7 @@ namespace qv::kernel {
 
 namespace {
 
-/// A type's prefix in the names that the accessors use; 0 for none.
+/// The letter before the number in a value's name, as the accessors use it; 0: none.
 WCHAR prefix_of(DWORD type) {
   switch (type) {
   case REG_DWORD: return 0;
@@ -22,7 +22,7 @@ WCHAR prefix_of(DWORD type) {
 
 void write_metric_name(LONG n, WCHAR prefix, WCHAR* name) {
   if (prefix != 0) *name++ = prefix;
-  // The absolute value in 32 bits: the smallest number has none, and keeps its sign.
+  // The smallest number has no absolute value in 32 bits, and keeps its sign.
   uint32_t magnitude = n < 0 ? 0u - static_cast<uint32_t>(n) : static_cast<uint32_t>(n);
   if (magnitude == 0x80000000u) *name++ = '-';
   WCHAR digits[10];
@@ -39,7 +39,7 @@ void write_metric_name(LONG n, WCHAR prefix, WCHAR* name) {
 MetricName::MetricName(LONG n, DWORD type) { write_metric_name(n, prefix_of(type), text); }
 
 MetricRead read_metric(HKEY key, const WCHAR* name, void* buffer, DWORD capacity) {
-  // A null buffer asks for the size, which is not what a buffer of 0 bytes does.
+  // For the registry a null buffer asks for the size only, and never finds the buffer too small.
   BYTE nothing = 0;
   MetricRead read{ERROR_SUCCESS, REG_NONE, capacity};
   BYTE* data = buffer ? static_cast<BYTE*>(buffer) : &nothing;
@@ -65,29 +65,30 @@ using namespace qv::kernel;
 
 HRESULT QvMetricGetName(LONG n, DWORD type, WCHAR* name) {
   if (!name) return E_POINTER;
-  // "D" here and no letter in the accessors: both are in use, here for display.
+  // Numbers are named "D7" here and "7" in the registry: clients show the former.
   write_metric_name(n, type == REG_DWORD ? WCHAR{'D'} : prefix_of(type), name);
   return S_OK;
 }
 
 namespace {
 
-constexpr DWORD kMostKeyNameChars = 256; ///< with the terminator
+constexpr DWORD kMaxKeyNameChars = 256; ///< with the terminator
 
-/// The first sub-key of a key. ERROR_NO_MORE_ITEMS when there is none.
+/// Finds the name of a key's first sub-key. A registry error; ERROR_NO_MORE_ITEMS when there is none.
 LONG first_sub_key(HKEY root, const qv::WString& path, qv::WString& name) {
   HKEY key = nullptr;
   LONG error = RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, &key);
   if (error != ERROR_SUCCESS) return error;
-  WCHAR text[kMostKeyNameChars];
-  DWORD length = kMostKeyNameChars;
+  WCHAR text[kMaxKeyNameChars];
+  DWORD length = kMaxKeyNameChars;
   error = RegEnumKeyExW(key, 0, text, &length, nullptr, nullptr, nullptr, nullptr);
   if (error == ERROR_SUCCESS) name.assign(text, length);
   RegCloseKey(key);
   return error;
 }
 
-/// Goes down to a key without sub-keys, deletes it and goes back up. Ends at the first key that cannot be deleted.
+/// Deletes a key with everything below it: goes down to a key without sub-keys, deletes it and goes back up. Stops at
+/// the first key that cannot be deleted, with the registry's error.
 LONG delete_tree(HKEY root, const WCHAR* top) {
   qv::WString path = top;
   const size_t top_length = path.size();

@@ -1,4 +1,4 @@
-// Texts and lists of texts. What is stored is not trusted to be terminated, or to be whole characters.
+// Settings that are texts or lists of texts. A stored text may lack its terminator, or half of its last character.
 #include "kernel/metric/metric_handle.h"
 
 #include <algorithm>
@@ -8,8 +8,8 @@ using namespace qv::kernel;
 
 namespace {
 
-/// Reads a value of `type` into a buffer of characters, of which the last `terminators` are kept zero, and zeroes the
-/// rest. Answers the bytes stored; 0, with a zeroed buffer, when there is no such value or it is larger.
+/// Reads a value of `type` into a buffer of `capacity` characters, of which the last `terminators` stay zero, and
+/// zeroes the rest. Returns the bytes stored; 0, with a zeroed buffer, when there is no such value or it is larger.
 DWORD read_characters(HKEY key, LONG n, DWORD type, WCHAR* buffer, DWORD capacity, DWORD terminators) {
   if (!buffer || capacity == 0) return 0;
   const uint64_t room = uint64_t{capacity} * sizeof(WCHAR);
@@ -17,7 +17,7 @@ DWORD read_characters(HKEY key, LONG n, DWORD type, WCHAR* buffer, DWORD capacit
   if (key)
     read = read_metric(key, MetricName(n, type).text, buffer, static_cast<DWORD>(std::min<uint64_t>(room, 0xFFFFFFFE)));
   const DWORD bytes = read.is(type) ? read.bytes : 0;
-  // An odd byte is half of a character.
+  // The division drops an odd byte at the end.
   const DWORD characters =
       std::min(bytes / static_cast<DWORD>(sizeof(WCHAR)), capacity - std::min(capacity, terminators));
   std::fill(buffer + characters, buffer + capacity, WCHAR{0});

@@ -1,4 +1,4 @@
-// Numbers, bytes, streams, and values of any type.
+// Settings that are numbers, bytes or streams, and those of any type.
 #include "kernel/metric/metric_handle.h"
 
 #include <algorithm>
@@ -9,7 +9,7 @@ using namespace qv::kernel;
 
 namespace {
 
-/// Whether there is a value of 4 bytes, and it.
+/// Reads a value of 4 bytes, whatever its type. False, and `value` stays, when there is none.
 bool read_number(HKEY key, const WCHAR* name, DWORD& value) {
   if (!key || !name) return false;
   DWORD stored = 0;
@@ -106,7 +106,7 @@ HRESULT QvGetMetricStream(HQVMETRIC handle, LONG n, IStream* stream) {
 
 namespace {
 
-/// Everything from the start of a stream on. E_FAIL when that is more than a value can be.
+/// Reads a whole stream from its start. E_FAIL when it is longer than a value can be, or the stream's own failure.
 HRESULT read_whole(IStream* stream, std::vector<BYTE>& bytes) {
   HRESULT result = stream->Seek(LARGE_INTEGER{}, STREAM_SEEK_SET, nullptr);
   constexpr ULONG kBlock = 1 << 16;

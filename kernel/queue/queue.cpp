@@ -1,4 +1,4 @@
-// A queue's life, and what is put into it.
+// Initialising, deleting and flushing a queue, and inserting elements.
 #include "kernel/queue/queue_links.h"
 #include "kernel/queue/queue_users.h"
 
@@ -53,7 +53,7 @@ void QvQueueFlush(tQVQHEAD* head) {
 
 namespace {
 
-/// Links the element before `position` and signals the event when the queue was empty.
+/// Links an element before `position`, and signals the event when the queue was empty.
 void insert_before(tQVQHEAD* head, HANDLE event, tQVQELM* position, tQVQELM* element) {
   const bool first = is_empty(head);
   link_before(position, element);

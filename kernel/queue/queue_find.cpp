@@ -1,3 +1,4 @@
+// Finding elements by a callback, and moving them to an end of the queue.
 #include "kernel/queue/queue_links.h"
 #include "kernel/queue/queue_users.h"
 
@@ -5,7 +6,7 @@ using namespace qv::kernel;
 
 namespace {
 
-/// Finds the first match and does `then` with it, inside the queue.
+/// Finds the first match, calls then(inside, match) while inside the queue, and returns it; null when there is none.
 template <class Then>
 tQVQELM* find_and(tQVQHEAD* head, Direction direction, QVQUEUEMATCH match, LONGLONG context, Then then) {
   if (!match) return nullptr;
@@ -30,7 +31,8 @@ tQVQELM* find_and_remove(tQVQHEAD* head, Direction direction, QVQUEUEMATCH match
       });
 }
 
-/// To the head for kForward: where a walk in that direction begins. False when it is there already.
+/// Moves an element to the end of the queue from which a walk in the direction `end` begins: the head for kForward.
+/// False when it is there already.
 bool move_to_end(tQVQHEAD* head, tQVQELM* element, Direction end) {
   if (step(head, end) == element) return false;
   unlink(element);
@@ -44,7 +46,7 @@ tQVQELM* find_and_move(tQVQHEAD* head, QVQUEUEMATCH match, LONGLONG context, Dir
       [=](const InsideQueue&, tQVQELM* found) { move_to_end(head, found, end); });
 }
 
-/// The queue is walked: links alone would take an element that a flush dropped for a queued one.
+/// True when the element is in the queue, which is walked: an element that a flush dropped still has links.
 bool holds(tQVQHEAD* head, const tQVQELM* element) {
   return find_element(
              head, Direction::kForward, [=](const tQVQELM* each) { return each == element; }) != nullptr;

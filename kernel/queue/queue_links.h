@@ -1,4 +1,4 @@
-// The ring of a queue: the head stands in it as the sentinel. Everything here happens inside the queue's lock.
+// The ring of a queue's elements, in which the head is the sentinel. All of this happens inside the queue's lock.
 #pragma once
 
 #include "qv/queue.h"
@@ -22,7 +22,7 @@ inline void unlink(tQVQELM* element) {
   element->next = element->prev = nullptr;
 }
 
-/// The neighbour in the direction of a walk.
+/// The direction of a walk: from the head to the tail, or back.
 enum class Direction { kForward, kBackward };
 inline tQVQELM* step(const tQVQELM* element, Direction direction) {
   return direction == Direction::kForward ? element->next : element->prev;

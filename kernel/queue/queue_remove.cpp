@@ -1,4 +1,4 @@
-// Taking elements out, and waiting for them.
+// Removing elements, and waiting for them.
 #include "kernel/queue/queue_links.h"
 #include "kernel/queue/queue_users.h"
 
@@ -10,12 +10,13 @@ using namespace qv::kernel;
 
 namespace {
 
-constexpr DWORD kMostHandles = MAXIMUM_WAIT_OBJECTS - 2;
+constexpr DWORD kMaxHandles = MAXIMUM_WAIT_OBJECTS - 2;
 
-/// How a wait ended: the event was signalled, something passed that does not count, or there is a reason to return.
+/// How a wait ended: by the queue's event, by something after which a consumer with retry waits on, or by a reason to
+/// return.
 enum class Woken { kByEvent, kInVain, kToReturn };
 
-/// What a consumer waits for besides the queue's event, and for how long. Taken for one removal.
+/// The waiting of one removal: for what besides the queue's event, and how long in all.
 class Waiting {
 public:
   explicit Waiting(DWORD milliseconds) : Waiting(nullptr, 0, 0, milliseconds, nullptr) {}
@@ -39,12 +40,12 @@ public:
     if (!retry_) return Woken::kToReturn;
     if (result == WAIT_IO_COMPLETION) return Woken::kInVain;
     if (result != WAIT_OBJECT_0 + count_ + 1) return Woken::kToReturn;
-    MSG message; // looking for one dispatches those that other threads sent
+    MSG message; // PeekMessageW dispatches what other threads sent before it looks for one
     PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
     return Woken::kInVain;
   }
 
-  /// Lets others run before a wait that would end at once. False when the time is over.
+  /// Yields to other threads, before another wait that would end at once. False when the time is over.
   bool pause() {
     Sleep(0);
     if (remaining() != 0) return true;
@@ -64,7 +65,7 @@ private:
     return elapsed < milliseconds_ ? milliseconds_ - elapsed : 0;
   }
 
-  std::array<HANDLE, kMostHandles + 1> objects_;
+  std::array<HANDLE, kMaxHandles + 1> objects_;
   DWORD count_;
   DWORD wake_mask_;
   DWORD wait_flags_;
@@ -74,15 +75,15 @@ private:
   DWORD* result_;
 };
 
-/// The event of an empty queue is signalled after a flush only. A consumer that waits on takes the signal back; not
-/// yet, and false, while others that the flush released are on their way.
+/// Takes the signal of a flush back, which is the only one that an empty queue has: called by a consumer that waits on.
+/// Does not, and returns false, while consumers that the flush released have yet to come back.
 bool settle_event(const InsideQueue& inside) {
   if (inside.users().any_released()) return false;
   ResetEvent(inside.event());
   return true;
 }
 
-/// Calls `take`, which returns null on an empty queue, inside the queue; waits and calls it again when it returns null.
+/// Calls `take` inside the queue, and again after each wait while it returns null, as it does for an empty queue.
 template <class Take>
 tQVQELM* take_waiting(tQVQHEAD* head, Waiting waiting, Take take) {
   std::optional<QueueWait> wait;
@@ -128,7 +129,7 @@ tQVQELM* QvQueueRemoveAlertable(tQVQHEAD* head, DWORD milliseconds) {
 
 tQVQELM* QvQueueRemoveEx(tQVQHEAD* head, const HANDLE* handles, DWORD handleCount, DWORD flags, DWORD milliseconds,
                          DWORD* waitResult) {
-  if (handles && handleCount > kMostHandles) return nullptr;
+  if (handles && handleCount > kMaxHandles) return nullptr;
   return take_waiting(head, Waiting(handles, handleCount, flags, milliseconds, waitResult),
                       [head](HANDLE event) { return take_end(head, event, Direction::kForward); });
 }

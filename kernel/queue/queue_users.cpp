@@ -9,10 +9,11 @@ namespace {
 
 constexpr int kBucketBits = 10;
 
-/// The records by their heads' hashes. One stays in its bucket for good, so that a bucket can be walked without a lock.
+/// All records, in chains by the hash of their heads. A record never leaves its chain, which can therefore be walked
+/// without a lock.
 constinit std::array<std::atomic<QueueUsers*>, size_t{1} << kBucketBits> buckets;
 
-/// The upper bits of a product, which all bits of the address have part in.
+/// The upper `bits` bits of a product to which every bit of the address contributes.
 constexpr size_t hash(uintptr_t address, int bits) {
   return static_cast<size_t>((address * uint64_t{0x9E3779B97F4A7C15}) >> (64 - bits));
 }
@@ -33,7 +34,7 @@ QueueUsers* QueueUsers::of(const tQVQHEAD* head) {
 QueueUsers* QueueUsers::begin(tQVQHEAD* head, HANDLE event) {
   std::atomic<QueueUsers*>& bucket = bucket_of(head);
   for (QueueUsers* users = bucket.load(); users; users = users->next_) {
-    // A head that the client zeroed in place of deleting its queue still has a record.
+    // A head still has its record when the client zeroed it without deleting the queue.
     if (!users->belongs_to(head) && users->taken_.exchange(true)) continue;
     users->event_ = event;
     users->head_.store(head);

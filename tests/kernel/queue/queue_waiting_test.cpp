@@ -1,4 +1,4 @@
-// Waiting for a queue on one thread: what ends a wait, and what it answers.
+// Waiting for a queue on one thread: what ends a wait, and what it returns.
 #include "tests/kernel/queue/queue_fixture.h"
 
 #include <array>
