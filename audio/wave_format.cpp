@@ -13,7 +13,7 @@ using qv::audio::same_channel_mask;
 
 namespace {
 
-constexpr DWORD kMostExtraBytes = 1024;
+constexpr DWORD kMaxExtraBytes = 1024;
 
 void clear(_qvwaveformat* record, DWORD capacity) {
   const DWORD bytes = capacity < kRecordBytes + 1 ? kRecordBytes : capacity;
@@ -40,7 +40,7 @@ QVSAMPLETYPE type_of_nameless(const WAVEFORMATEX& format) {
 
 void copy_extra(_qvwaveformat* record, DWORD capacity, const BYTE* extra, DWORD count) {
   const DWORD room = capacity > kRecordExtra ? capacity - kRecordExtra : 0;
-  count = std::min({count, kMostExtraBytes, room});
+  count = std::min({count, kMaxExtraBytes, room});
   if (count == 0) return;
   record->extraSize = static_cast<WORD>(count);
   std::memcpy(reinterpret_cast<BYTE*>(record) + kRecordExtra, extra, count);

@@ -68,7 +68,7 @@ void make_extensible(WAVEFORMATEXTENSIBLE& header, DWORD tag, DWORD mask) {
   header.dwChannelMask = mask;
 }
 
-/// Appends the record's extra bytes as far as `size` reaches; answers the header's length.
+/// Appends the record's extra bytes as far as `size` reaches; returns the header's length.
 DWORD append_extra(Draft& draft, const _qvwaveformat& record, DWORD size) {
   WAVEFORMATEX& header = draft.plain();
   const WORD before = header.cbSize;

@@ -22,7 +22,7 @@ template <class Kernel, class... Buffers>
 HRESULT run_stereo(Kernel kernel, DWORD frames, Buffers... buffers) {
   if (frames == 0) return S_OK;
   if (!kernel) return E_NOTIMPL;
-  if ((!buffers || ...) || frames > kMostKernelCount) return E_INVALIDARG;
+  if ((!buffers || ...) || frames > kMaxKernelCount) return E_INVALIDARG;
   kernel(buffers..., static_cast<LONG>(frames));
   return S_OK;
 }

@@ -86,7 +86,7 @@ HRESULT QvAudio_MixChannels(const WAVEFORMATEX* dstFormat, void* dst, const WAVE
   if (frames == 0) return S_OK;
   const auto kernel = QvAudio_GetMixChannelsFunction(dstFormat, srcFormat);
   if (!kernel) return E_NOTIMPL;
-  if (!dst || !src || frames > kMostKernelCount) return E_INVALIDARG;
+  if (!dst || !src || frames > kMaxKernelCount) return E_INVALIDARG;
   const DWORD dst_channels = dstFormat->nChannels;
   const DWORD src_channels = srcFormat->nChannels;
   for (DWORD i = 0; i < src_channels; ++i) {

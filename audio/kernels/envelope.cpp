@@ -90,7 +90,7 @@ HRESULT QvAudio_MixEx(const WAVEFORMATEX* dstFormat, void* dst, const WAVEFORMAT
   const auto kernel = QvAudio_GetMixExFunction(dstFormat, srcFormat);
   if (uint64_t{frames} * srcFormat->nChannels == 0) return S_OK;
   if (!kernel) return E_NOTIMPL;
-  if (uint64_t{frames} * srcFormat->nChannels > kMostKernelCount) return E_INVALIDARG;
+  if (uint64_t{frames} * srcFormat->nChannels > kMaxKernelCount) return E_INVALIDARG;
   auto* to = static_cast<uint8_t*>(dst);
   const auto* from = static_cast<const uint8_t*>(src);
   while (frames > 0) {

@@ -15,10 +15,10 @@ namespace {
 /// {make<layout 0>(), make<layout 1>(), ...} of the first kCount layouts.
 template <size_t kCount, class Make>
 constexpr auto for_types(Make make) {
-  return [&]<size_t... kRows>(std::index_sequence<kRows...>) {
+  const auto make_all = [&]<size_t... kRows>(std::index_sequence<kRows...>) {
     return std::array{make.template operator()<SampleLayout<kSampleTypes[kRows].type>>()...};
-  }
-  (std::make_index_sequence<kCount>{});
+  };
+  return make_all(std::make_index_sequence<kCount>{});
 }
 
 /// table[d][s] = make<layout d, layout s>().
@@ -55,6 +55,6 @@ QV_KERNEL_LEVELS(QV_KERNELS_DECLARED, )
 #undef QV_KERNELS_DECLARED
 
 /// The largest count that a kernel takes.
-inline constexpr uint64_t kMostKernelCount = 0x7FFFFFFF;
+inline constexpr uint64_t kMaxKernelCount = 0x7FFFFFFF;
 
 } // namespace qv::audio

@@ -63,14 +63,14 @@ constexpr size_t vector_bytes_of(std::string_view level) {
 #ifdef QV_LEVEL
 #define QV_QUOTED(level) #level
 #define QV_NAME_OF(level) QV_QUOTED(level)
-/// Of the level that the source is compiled for.
+/// The vector size of the level that the source is compiled for.
 inline constexpr size_t kVectorBytes = vector_bytes_of(QV_NAME_OF(QV_LEVEL));
 #endif
 
 /// The level in force, kept by cpu_support.cpp: a word that kernels can read on every call.
 extern std::atomic<uint32_t> kernel_level;
 
-/// Something for each level; null where a level has none.
+/// A pointer for each level; null where a level has no such thing.
 template <class T>
 using LevelTable = std::array<T*, kKernelLevels.size()>;
 

@@ -74,7 +74,7 @@ HRESULT QvAudio_Copy(const WAVEFORMATEX* dstFormat, void* dst, const WAVEFORMATE
   if (count == 0) return S_OK;
   const auto kernel = QvAudio_GetCopyFunction(dstFormat, srcFormat);
   if (!kernel) return E_NOTIMPL;
-  if (count > kMostKernelCount) return E_INVALIDARG;
+  if (count > kMaxKernelCount) return E_INVALIDARG;
   kernel(dst, src, static_cast<LONG>(count), gain);
   return S_OK;
 }
@@ -85,7 +85,7 @@ HRESULT QvAudio_Mix(const WAVEFORMATEX* dstFormat, void* dst, const WAVEFORMATEX
   if (count == 0) return S_OK;
   const auto kernel = QvAudio_GetMixFunction(dstFormat, srcFormat);
   if (!kernel) return E_NOTIMPL;
-  if (count > kMostKernelCount) return E_INVALIDARG;
+  if (count > kMaxKernelCount) return E_INVALIDARG;
   kernel(dst, src, static_cast<LONG>(count), srcFormat->nChannels, gains);
   return S_OK;
 }

@@ -39,7 +39,8 @@ double mean_square(const uint8_t* first, size_t stride_bytes, int frames) {
   return static_cast<double>(sum) / static_cast<double>(divisor(frames)) / (Layout::full_scale * Layout::full_scale);
 }
 
-/// 16-bit: the 0.5, the truncation and the wrap to 16 bits are what callers have always seen.
+/// The root mean square of 16-bit samples: the added 0.5, the truncation and the wrap to 16 bits are what callers have
+/// always seen.
 float root_mean_square_16(const uint8_t* first, size_t stride_bytes, int frames) {
   const int64_t mean = sum_of_squares<Pcm16>(first, stride_bytes, frames) / divisor(frames);
   const auto root = static_cast<int32_t>(std::sqrt(static_cast<double>(mean) + 0.5));
@@ -99,11 +100,11 @@ constexpr auto kMeasures = for_types<kMixedTypes>([]<class Layout>() {
 
 MeasureRow row_for(const WAVEFORMATEX* format) { return entry_of(kMeasures, QvAudio_GetSampleType(format)); }
 
-/// Runs a kernel, or answers why not.
+/// Runs a kernel, or returns why not.
 template <class Kernel, class... Arguments>
 HRESULT measure(Kernel kernel, const WAVEFORMATEX* format, DWORD frames, Arguments... arguments) {
   if (!kernel) return E_NOTIMPL;
-  if (frames > kMostKernelCount) return E_INVALIDARG;
+  if (frames > kMaxKernelCount) return E_INVALIDARG;
   kernel(format->nChannels, arguments...);
   return S_OK;
 }

@@ -56,7 +56,7 @@ void reference_mix_sample(uint8_t* dst, const uint8_t* src, double gain) {
   }
 }
 
-/// Three and more channels of float into float: gain and product in single precision.
+/// One float added into a float of a format with three or more channels: gain and product in single precision.
 inline void reference_mix_single(uint8_t* dst, const uint8_t* src, float gain) {
   const float product = read_as<float>(src) * gain;
   write_as<float>(dst, read_as<float>(dst) + product);

@@ -12,7 +12,8 @@ constexpr size_t kLanes = 4;
 __m128 floats_at(const uint8_t* memory) { return _mm_loadu_ps(reinterpret_cast<const float*>(memory)); }
 __m128d doubles_at(const uint8_t* memory) { return _mm_loadu_pd(reinterpret_cast<const double*>(memory)); }
 
-/// Exact in single precision: a power of two, then the clamp, then one rounding.
+/// Floats in the range of 16 bits, rounded. Single precision is exact up to the one rounding: the scale is a power of
+/// two, and the clamp changes nothing else.
 __m128i shorts_range_from_floats(__m128 v) {
   v = _mm_mul_ps(v, _mm_set1_ps(32768.0f));
   v = _mm_and_ps(v, _mm_cmpeq_ps(v, v)); // a NaN becomes 0
@@ -61,7 +62,7 @@ struct DoubleFromFloat {
   }
 };
 
-/// Unity gain by Step, four samples at a time; any other gain by the reference.
+/// Copies with gain 1.0 by Step, four samples at a time; any other gain by the reference.
 template <class Step>
 void sse2_copy(void* dst, const void* src, LONG count, float gain) {
   using Dst = typename Step::Dst;
@@ -85,7 +86,7 @@ void sse2_copy(void* dst, const void* src, LONG count, float gain) {
   }
 }
 
-/// Float into float. One and two channels: sums in double. More: single precision, by the reference.
+/// Mixes float into float: one and two channels with sums in double, more in single precision, by the reference.
 void sse2_mix_floats(void* dst, const void* src, LONG count, UINT channels, const double* gains) {
   if (count <= 0 || channels == 0 || channels > 2)
     return reference_mix<Float32, Float32>(dst, src, count, channels, gains);

@@ -8,15 +8,15 @@
 namespace qv::audio {
 namespace {
 
-/// kLanes samples in double precision. The factor is the gain, divided by the source's full scale and multiplied by the
-/// destination's: both are powers of two and far from the limits of doubles, so that one multiplication rounds just as
-/// the three of the rule do.
+/// Copies kLanes samples with a gain, in double precision. The factor is the gain, divided by the source's full scale
+/// and multiplied by the destination's: both are powers of two and far from the limits of doubles, so that one
+/// multiplication rounds just as the three of the rule do.
 template <class Dst, class Src>
 HWY_INLINE void copy_step_scaled(uint8_t* dst, const uint8_t* src, Doubles factor) {
   store_doubles<Dst>(multiplied(load_doubles<Src>(src), factor), dst);
 }
 
-/// kLanes samples with gain 1.0, in the narrowest arithmetic that gives the same bits as doubles.
+/// Copies kLanes samples with gain 1.0, in the narrowest arithmetic that gives the same bits as doubles.
 template <class Dst, class Src>
 HWY_INLINE void copy_step_unity(uint8_t* dst, const uint8_t* src) {
   if constexpr (!Src::is_float && !Dst::is_float) {
@@ -33,7 +33,7 @@ HWY_INLINE void copy_step_unity(uint8_t* dst, const uint8_t* src) {
   }
 }
 
-/// `count` samples, from the last to the first when kBackward.
+/// Copies `count` samples, from the last to the first when kBackward.
 template <class Dst, class Src, bool kUnity, bool kBackward>
 void wide_copy_run(uint8_t* dst, const uint8_t* src, size_t count, double gain) {
   const Doubles factor = same_factor(gain / Src::full_scale * Dst::full_scale);
@@ -58,7 +58,8 @@ void wide_copy_run(uint8_t* dst, const uint8_t* src, size_t count, double gain) 
   }
 }
 
-/// Output too large for the caches: piece by piece into a small buffer, which is then written past them.
+/// Copies to output that is too large for the caches: piece by piece into a small buffer, which is then written past
+/// them.
 template <class Dst, class Src, bool kUnity>
 void stream_copy(uint8_t* dst, const uint8_t* src, size_t count, double gain) {
   constexpr size_t kWider = Dst::bytes > Src::bytes ? Dst::bytes : Src::bytes;

@@ -8,7 +8,7 @@ namespace qv::audio {
 namespace {
 
 /// Formats with more channels mix one sample at a time.
-inline constexpr UINT kMostMixChannels = 64;
+inline constexpr UINT kMaxMixChannels = 64;
 
 template <class Layout>
 HWY_INLINE Ints add_saturating(Ints a, Ints b) {
@@ -51,14 +51,14 @@ HWY_INLINE void mix_step(uint8_t* dst, const uint8_t* src, Doubles gains) {
   }
 }
 
-/// Integer into integer. The factor is the gain in the destination's scale: powers of two change no rounding, and what
-/// they may lose at the limits of doubles rounds to the same integers.
+/// Adds kLanes integers to integers. The factor is the gain in the destination's scale: powers of two change no
+/// rounding, and what they may lose at the limits of doubles rounds to the same integers.
 template <class Dst, class Src>
 HWY_INLINE void mix_step_integers(uint8_t* dst, const uint8_t* src, Doubles factor) {
   add_rounded<Dst>(dst, multiplied(load_doubles<Src>(src), factor));
 }
 
-/// Integer into integer at gain 1.0.
+/// Adds kLanes integers to integers with gain 1.0.
 template <class Dst, class Src>
 HWY_INLINE void mix_step_unity(uint8_t* dst, const uint8_t* src) {
   const Ints added = rescale<Dst, Src>(load_integers<Src>(src));
@@ -70,7 +70,7 @@ HWY_INLINE Doubles gains_at(const double* pattern) {
   return {hn::LoadU(kDoubles, pattern), hn::LoadU(kDoubles, pattern + kLanes / 2)};
 }
 
-/// Calls step(sample index, phase) for every whole step, the phase running over 0, kLanes, ... below `period`; answers
+/// Calls step(sample index, phase) for every whole step, the phase running over 0, kLanes, ... below `period`; returns
 /// the samples done.
 template <class Step>
 HWY_INLINE size_t for_each_step(size_t count, size_t period, Step step) {
@@ -88,7 +88,7 @@ HWY_INLINE size_t for_each_step(size_t count, size_t period, Step step) {
 /// are to mix.
 template <class T>
 struct GainPattern {
-  alignas(64) T values[kMostMixChannels * kLanes];
+  alignas(64) T values[kMaxMixChannels * kLanes];
   size_t period; ///< a multiple of kLanes
 
   GainPattern(const double* gains, UINT channels, size_t count) {
@@ -105,7 +105,7 @@ struct GainPattern {
 template <class Dst, class Src>
 inline constexpr bool kFloatIntoFloat = (Dst::type == QVSAMPLE_FLOAT32) && (Src::type == QVSAMPLE_FLOAT32);
 
-/// Float into float with three or more channels: products and sums in single precision.
+/// Mixes float into float with three or more channels: products and sums in single precision.
 HWY_INLINE size_t mix_floats_single(uint8_t* dst, const uint8_t* src, size_t count, UINT channels,
                                     const double* gains) {
   const GainPattern<float> pattern(gains, channels, count);
@@ -132,7 +132,7 @@ HWY_INLINE size_t mix_per_channel(uint8_t* dst, const uint8_t* src, size_t count
   });
 }
 
-/// 16 bits into 16 at gain 1.0: the instruction saturates.
+/// Mixes 16 bits into 16 with gain 1.0, by the instruction that saturates.
 HWY_INLINE size_t mix_shorts(uint8_t* dst, const uint8_t* src, size_t count) {
   constexpr hn::ScalableTag<int16_t> kShorts;
   constexpr size_t kStep = kLanes * 2;
@@ -167,7 +167,7 @@ void wide_mix(void* dst, const void* src, LONG count, UINT channels, const doubl
   size_t done = 0;
   if constexpr (!Dst::is_float && !Src::is_float) {
     done = mix_integers<Dst, Src>(to, from, samples, gains[0]);
-  } else if (channels <= kMostMixChannels) {
+  } else if (channels <= kMaxMixChannels) {
     if (kFloatIntoFloat<Dst, Src> && channels > 2)
       done = mix_floats_single(to, from, samples, channels, gains);
     else

@@ -9,7 +9,7 @@
 #define HWY_DISABLE_F16C
 #define HWY_DISABLE_PCLMUL_AES
 #define HWY_COMPILE_ONLY_STATIC
-// Its own checks would need its run-time library.
+// Highway's own checks would need its run-time library.
 #define HWY_IS_DEBUG_BUILD 0
 
 #include "audio/kernels/sample_access.h"
@@ -242,7 +242,8 @@ HWY_INLINE HalfInts nearest_or_zero(hn::Mask<DoubleTag> keep, DoubleVector v) {
 // Conversions to integers round to nearest with ties to even; a NaN becomes 0. What exceeds the range downward becomes
 // the most negative 32-bit integer where kCut is false: right for stores of 8 and 16 bits, which saturate.
 
-/// In single precision: scaling by a power of two and clamping are exact there, so the result is that of doubles.
+/// The integers of floats, in single precision: scaling by a power of two and clamping are exact there, so the result
+/// is that of doubles.
 template <class Layout, bool kCut>
 HWY_INLINE Ints integers_from_floats(Floats v) {
   v = hn::Mul(v, hn::Set(kFloats, static_cast<float>(Layout::full_scale)));
@@ -260,7 +261,7 @@ HWY_INLINE HalfInts half_integers_from_doubles(DoubleVector v) {
   return nearest_or_zero(hn::Eq(v, v), cut);
 }
 
-/// Doubles in the scale of the integers.
+/// The integers of doubles that are in their scale.
 template <class Layout, bool kCut>
 HWY_INLINE Ints integers_from_doubles(Doubles v) {
   return hn::Combine(kInts, half_integers_from_doubles<Layout, kCut>(v.high),

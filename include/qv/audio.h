@@ -9,8 +9,8 @@
 //
 // A WAVEFORMATEX whose tag is 0xFFFE (extensible) must be followed in memory by the rest of a WAVEFORMATEXTENSIBLE
 // (40 bytes in all), whatever its cbSize says; any other header by its 18 bytes and cbSize more, except that tags 1 and
-// 3 may be a bare 16-byte record where a comment says so. Functions here may be called from any thread; none raises
-// an error except as documented.
+// 3 may be a bare 16-byte record where a comment says so. Headers, records and destinations are not null unless a
+// comment says what null does. Functions here may be called from any thread; none raises an error except as documented.
 #pragma once
 
 #include "qv/win32.h"
@@ -68,18 +68,20 @@ QV_FUNCTION QVSAMPLETYPE QvAudio_GetSampleType2(uint32_t formatTag, uint32_t bit
 
 /// The type of a header. An extensible one is taken by its sub-format, when that has the form
 /// xxxxxxxx-0000-0010-8000-00AA00389B71 with a zero upper half of Data1; 32-bit PCM of 24 valid bits is
-/// QVSAMPLE_PCM24IN32. Tags 1 and 3 may be bare 16-byte records.
+/// QVSAMPLE_PCM24IN32. With tag 0xFFFE the sub-format is read whatever cbSize says: 40 bytes must be readable. Any
+/// other header may be a bare 16-byte record. Not null.
 QV_FUNCTION QVSAMPLETYPE QvAudio_GetSampleType(const WAVEFORMATEX* format);
 
 // ---- the format record ---------------------------------------------------------------------------------------------
 
-/// How a header is written from a record.
+/// How a header is written from a record. None is extensible, whatever is asked for, in fewer than 40 bytes, nor one
+/// with QVWAVEFORMAT_TAGGED whose mask is 0 or the default: a compressed format is then told by its tag alone.
 enum QVWAVEFORMAT_COPY_DEST : uint32_t {
-  QVWAVEFORMAT_COPY_AUTO = 0,       ///< extensible with flag 16, or as 1 (and the destination holds 40 bytes)
+  QVWAVEFORMAT_COPY_AUTO = 0,       ///< extensible with flag 16, or as 1
   QVWAVEFORMAT_COPY_MASK = 1,       ///< extensible only when the mask is neither 0 nor the default
   QVWAVEFORMAT_COPY_PLAIN = 2,      ///< always WAVEFORMATEX; the mask is dropped
   QVWAVEFORMAT_COPY_MULTI = 3,      ///< extensible with more than 2 channels
-  QVWAVEFORMAT_COPY_EXTENSIBLE = 4, ///< always extensible
+  QVWAVEFORMAT_COPY_EXTENSIBLE = 4, ///< extensible wherever it can be
 };
 
 enum : uint32_t {
@@ -114,17 +116,18 @@ struct QV_API _qvwaveformat : qv::on_records::Found {
   void Init(DWORD samplesPerSecond, QVSAMPLETYPE type, WORD channelCount, DWORD mask, DWORD capacity);
   /// Describes a tag and a bit count; what is no uncompressed layout becomes QVWAVEFORMAT_TAGGED.
   void InitAsWfx(WORD tag, DWORD samplesPerSecond, WORD bits, WORD channelCount, DWORD mask, DWORD capacity);
-  /// Takes over a header.
+  /// Takes over a header, with as many of its extra bytes as the capacity holds: those behind the 22 of an extensible
+  /// one, and none of an extensible one that has fewer than 22.
   void Init(DWORD capacity, const WAVEFORMATEX& format);
 
-  /// Sets blockAlign and avgBytesPerSec from the sample type (nothing for type 0); answers blockAlign.
+  /// Sets blockAlign and avgBytesPerSec from the sample type (nothing for type 0); returns blockAlign.
   DWORD UpdateBlockAlign();
   DWORD FormatTag() const;
   DWORD BitsPerSample() const;
   DWORD BytesPerSample() const;
   /// Whether QVWAVEFORMAT_TAGGED is set.
   bool IsCompressed() const;
-  /// QvAudio_GeneralCopyWfx from this record.
+  /// QvAudio_GeneralCopyWfx from this record: dst may be null when dstSize is 0.
   WAVEFORMATEX* ToWfx(WAVEFORMATEX* dst, DWORD dstSize, QVWAVEFORMAT_COPY_DEST dest) const;
 
   /// Type, rate, channels, flag 8 and masks (0 standing for the default); with flag 8 also tag, average rate, bits and
@@ -160,7 +163,7 @@ private:
   WAVEFORMATEXTENSIBLE wfx_;
 };
 
-/// A WAVEFORMATEXTENSIBLE copy of a record (copy mode 4).
+/// A WAVEFORMATEXTENSIBLE copy of a record (copy mode 4; the rest of a header that is not extensible is zero).
 class QV_API _qvwaveformat_wfxecopyhelper {
 public:
   explicit _qvwaveformat_wfxecopyhelper(const _qvwaveformat& format);
@@ -172,13 +175,15 @@ private:
   WAVEFORMATEXTENSIBLE wfx_;
 };
 
-/// A header of up to 40 bytes, filled from another header as a copy mode asks.
+/// A header of up to 40 bytes, filled from another header (not null) as a copy mode asks; what it does not need is
+/// zero.
 struct QV_API _qvwaveformat_wfxplus {
   WAVEFORMATEXTENSIBLE wfx;
   void Init(const WAVEFORMATEX* format, QVWAVEFORMAT_COPY_DEST dest);
 };
 
 // ---- questions about headers ---------------------------------------------------------------------------------------
+// No header is null. Headers of tags 1 and 3 may be bare 16-byte records.
 
 /// Channels, rate, tag and bits are equal; nothing else is compared.
 QV_FUNCTION BOOL QvAudio_IsEqualFormat(const WAVEFORMATEX* a, const WAVEFORMATEX* b);
@@ -187,44 +192,46 @@ QV_FUNCTION BOOL QvAudio_IsEqualFormat(const WAVEFORMATEX* a, const WAVEFORMATEX
 QV_FUNCTION BOOL QvAudio_IsCompressed(const WAVEFORMATEX* format);
 /// True when cbSize is below 22 or the sub-format is neither PCM nor IEEE float.
 QV_FUNCTION BOOL QvAudio_IsCompressedExtensible(const WAVEFORMATEXTENSIBLE* format);
-/// For tag 1 only: 20 bits become 24, and a wrong block align is set right. Answers 1 when anything changed.
+/// For tag 1 only: 20 bits become 24, and a wrong block align is set right. Returns 1 when anything changed.
 QV_FUNCTION BOOL QvAudio_FixBadWfx(WAVEFORMATEX* format);
 /// Byte offset of colour channel 1, 2 or 3 in a 4-channel pixel of `pixelBytes` bytes; 0 for any other channel.
 QV_FUNCTION uint32_t GetByteOffsetFromChannelEnum(uint32_t channel, int32_t pixelBytes);
 
 // ---- header copies -------------------------------------------------------------------------------------------------
+// Sources are not null; a destination is null only where its size is 0. Source and destination do not overlap.
 
 /// Copies 18 + cbSize bytes, at most 40. The rest of dst is left alone.
 QV_FUNCTION void QvAudio_CopyWfxToWfExt(const WAVEFORMATEX* src, WAVEFORMATEXTENSIBLE* dst);
 /// Makes a plain header: 0 on success. An extensible source that is neither PCM nor IEEE float leaves dst untouched and
-/// answers 1. Extra bytes are never copied.
+/// returns 1. Extra bytes are never copied; cbSize becomes 0 from an extensible source, and stays the source's from any
+/// other. dst has 18 bytes.
 QV_FUNCTION HRESULT QvAudio_CopyWfExtToWfx(const WAVEFORMATEXTENSIBLE* src, WAVEFORMATEX* dst);
 
 /// Allocates a header (GlobalAlloc, moveable and zeroed, returned locked) that the caller unlocks and frees through
 /// GlobalHandle. An exact copy with `dest` 0, from an extensible source with 4, or from a plain one with 1 or 2;
-/// otherwise by way of a record. Null when memory is short.
+/// otherwise by way of a record. One with tag 0xFFFE has at least 40 bytes. Null when memory is short.
 QV_FUNCTION WAVEFORMATEX* QvAudio_AllocAndCopyWfx(const WAVEFORMATEX* src, QVWAVEFORMAT_COPY_DEST dest);
 QV_API WAVEFORMATEX* QvAudio_AllocAndCopyWfx(const _qvwaveformat& src, QVWAVEFORMAT_COPY_DEST dest);
 QV_API WAVEFORMATEX* QvAudio_AllocAndCopyWfx(const _qvwaveformat* src, QVWAVEFORMAT_COPY_DEST dest);
 
-/// Writes a header from a record, never beyond `dstSize` bytes (below 40 none is extensible; below 18 the header is
-/// cut). Answers dst.
+/// Writes a header from a record, never beyond `dstSize` bytes (below 18 the header is cut). A record with tag 0xFFFE
+/// and no extra bytes gives an 18-byte header of that tag: hand it on in 40 zeroed bytes. Returns dst.
 QV_FUNCTION WAVEFORMATEX* QvAudio_GeneralCopyWfx(WAVEFORMATEX* dst, DWORD dstSize, const _qvwaveformat& src,
                                                  QVWAVEFORMAT_COPY_DEST dest);
-/// Header to header by way of a record with up to 1024 extra bytes. Answers dst.
+/// Header to header by way of a record with up to 1024 extra bytes. Returns dst.
 QV_FUNCTION WAVEFORMATEX* QvAudio_CopyWfx(WAVEFORMATEX* dst, DWORD dstSize, const WAVEFORMATEX* src,
                                           QVWAVEFORMAT_COPY_DEST dest);
-/// The same into an extensible header of 40 bytes.
+/// The same into an extensible header of 40 bytes; what the header written does not need stays.
 QV_FUNCTION WAVEFORMATEXTENSIBLE* QvAudio_CopyWfExt(WAVEFORMATEXTENSIBLE* dst, const WAVEFORMATEX* src,
                                                     QVWAVEFORMAT_COPY_DEST dest);
-/// Record to record within `capacity` bytes; flag 16 and the mask become what a header written with `dest` would say.
-/// Answers dst.
+/// Record to record within `capacity` bytes (at least 32); flag 16 and the mask become what a header written with
+/// `dest` would say. Returns dst.
 QV_FUNCTION _qvwaveformat* QvAudio_GeneralCopyQvWaveFormat(_qvwaveformat* dst, DWORD capacity, const _qvwaveformat& src,
                                                            QVWAVEFORMAT_COPY_DEST dest);
-/// A plain header (18 bytes) of an uncompressed layout. Answers dst.
+/// A plain header (18 bytes) of an uncompressed layout; type 0 gives tag, bits, block align and average 0. Returns dst.
 QV_FUNCTION WAVEFORMATEX* QvAudio_InitWfx(WAVEFORMATEX* dst, DWORD samplesPerSec, QVSAMPLETYPE type, WORD channels);
 /// A header from parts, never beyond `dstSize` bytes: extensible when the mask is neither 0 nor the default and 40
-/// bytes are there, plain otherwise. Answers dst.
+/// bytes are there, plain otherwise. Returns dst.
 QV_FUNCTION WAVEFORMATEX* QvAudio_InitWfxFlex(WAVEFORMATEX* dst, WORD formatTag, DWORD samplesPerSec, WORD bits,
                                               WORD channels, DWORD channelMask, DWORD dstSize);
 

@@ -4,13 +4,17 @@
 // move. `frames` counts frames; channels count from 0. Source and destination do not overlap unless said. All
 // functions may be called from any thread.
 //
-// Results: S_OK, also for 0 frames; E_NOTIMPL for a format (or pair) without kernels, which serve the types 16 to 19,
-// 32, 33, 48, 49 and 64 to 66; E_INVALIDARG for a channel that does not exist or a null buffer.
+// Results: S_OK, also for 0 frames, when buffers and channels are not looked at; E_NOTIMPL for a format (or pair)
+// without kernels, which serve the types 16 to 19, 32, 33, 48, 49 and 64 to 66; E_INVALIDARG for a channel that does
+// not exist or a null buffer. Formats are not null, even for 0 frames.
 #pragma once
 
 #include "qv/audio_records.h"
 
 // ---- kernels -------------------------------------------------------------------------------------------------------
+
+// Kernels check nothing: with frames below 1 they do nothing; otherwise the channels exist and no buffer is null.
+// Lookups return null for a pair that is not served.
 
 /// Copies one channel of `frames` frames.
 using QVAUDIO_COPYCHANNELSFUNC = void (*)(void* dst, DWORD dstChannels, DWORD dstChannel, const void* src,
@@ -39,11 +43,13 @@ QV_FUNCTION QVAUDIO_DEINTERLEAVEFUNC QvAudio_GetStereoDeInterleaveFunction(const
 // ---- between channels of two buffers -------------------------------------------------------------------------------
 
 /// Source channel i goes to destination channel map[i] where that exists; other entries (-1) drop the channel, and
-/// destination channels that no entry names stay as they are. A null map copies all channels (QvAudio_Copy, gain 1.0).
+/// destination channels that no entry names stay as they are. `map` has an entry per source channel; a null map copies
+/// all channels (QvAudio_Copy, gain 1.0, with its results: buffers are not checked for null).
 QV_FUNCTION HRESULT QvAudio_CopyChannels(const WAVEFORMATEX* dstFormat, void* dst, const WAVEFORMATEX* srcFormat,
                                          const void* src, DWORD frames, const LONG* map);
-/// Mixes source channel i into destination channel map[i] with gains[i]; a null map keeps each channel's number, null
-/// gains are 1.0.
+/// Mixes source channel i into destination channel map[i] with gains[i], both with an entry per source channel; a null
+/// map keeps each channel's number, null gains are 1.0. The pairs of the mix family; E_INVALIDARG also beyond 2^31 - 1
+/// frames.
 QV_FUNCTION HRESULT QvAudio_MixChannels(const WAVEFORMATEX* dstFormat, void* dst, const WAVEFORMATEX* srcFormat,
                                         const void* src, DWORD frames, const LONG* map, const double* gains);
 /// One source channel into every channel of dst.
@@ -53,11 +59,13 @@ QV_FUNCTION HRESULT QvAudio_CopyChannelToAll(const WAVEFORMATEX* dstFormat, void
 QV_FUNCTION HRESULT QvAudio_CopyChannelToChannel(const WAVEFORMATEX* dstFormat, void* dst, DWORD dstChannel,
                                                  const WAVEFORMATEX* srcFormat, const void* src, DWORD srcChannel,
                                                  DWORD frames);
-/// One source channel into each of `count` mono buffers (null entries are passed over). dstFormat gives their type.
+/// One source channel into each of `count` mono buffers (null entries are passed over; a null `dsts` is E_INVALIDARG; a
+/// count of 0 does nothing). dstFormat gives their type.
 QV_FUNCTION HRESULT QvAudio_CopyChannelToMultiMono(const WAVEFORMATEX* dstFormat, void* const* dsts, DWORD count,
                                                    const WAVEFORMATEX* srcFormat, const void* src, DWORD srcChannel,
                                                    DWORD frames);
-/// Source channel firstChannel + i into mono buffer i, for `count` buffers (null entries are passed over).
+/// Source channel firstChannel + i into mono buffer i, for `count` buffers, as above; E_INVALIDARG unless all those
+/// channels exist.
 QV_FUNCTION HRESULT QvAudio_CopyChannelToMultiMono2(const WAVEFORMATEX* dstFormat, void* const* dsts, DWORD count,
                                                     const WAVEFORMATEX* srcFormat, const void* src, DWORD firstChannel,
                                                     DWORD frames);
@@ -78,13 +86,14 @@ QV_FUNCTION HRESULT QvAudio_ExtractChannel(const WAVEFORMATEX* format, void* dst
                                            DWORD frames);
 QV_API HRESULT QvAudio_ExtractChannel(QVSAMPLETYPE type, DWORD channels, void* dst, const void* src, DWORD channel,
                                       DWORD frames);
-/// Channels firstChannel and firstChannel + 1 into a stereo buffer.
+/// Channels firstChannel and firstChannel + 1, which must both exist, into a stereo buffer.
 QV_FUNCTION HRESULT QvAudio_ExtractChannelPair(const WAVEFORMATEX* format, void* dst, const void* src,
                                                DWORD firstChannel, DWORD frames);
 /// A mono buffer into one channel of dst; the others stay.
 QV_FUNCTION HRESULT QvAudio_InsertChannel(const WAVEFORMATEX* format, void* dst, const void* src, DWORD channel,
                                           DWORD frames);
-/// Two mono buffers of the format's type into a stereo one, and back.
+/// Two mono buffers of the format's type into a stereo one, and back, whatever the format's channels are. E_INVALIDARG
+/// also beyond 2^31 - 1 frames.
 QV_FUNCTION HRESULT QvAudio_InterleaveStereo(const WAVEFORMATEX* format, void* dst, const void* left, const void* right,
                                              DWORD frames);
 QV_FUNCTION HRESULT QvAudio_DeInterleaveStereo(const WAVEFORMATEX* format, void* left, void* right, const void* src,
@@ -102,14 +111,15 @@ QV_FUNCTION HRESULT QvAudio_CopySwapStereoChannels(const WAVEFORMATEX* format, v
 
 // ---- in place ------------------------------------------------------------------------------------------------------
 
-/// Fills block align x frames bytes: 0x80 for type 16, 0 for the other served types. E_FAIL for any other type.
+/// Fills block align x frames bytes: 0x80 for type 16, 0 for the other served types. E_FAIL for any other type, also
+/// for 0 frames.
 QV_FUNCTION HRESULT QvAudio_FillSilence(const WAVEFORMATEX* format, void* buffer, DWORD frames);
-/// Silences one channel, with the same bytes. E_FAIL for a type that is not served.
+/// Silences one channel, with the same bytes and the same E_FAIL.
 QV_FUNCTION HRESULT QvAudio_FillSilenceChannel(const WAVEFORMATEX* format, void* buffer, DWORD channel, DWORD frames);
 /// The same; E_NOTIMPL for a type that is not served.
 QV_FUNCTION HRESULT QvAudio_MuteChannel(const WAVEFORMATEX* format, void* buffer, DWORD channel, DWORD frames);
 QV_API HRESULT QvAudio_MuteChannel(QVSAMPLETYPE type, DWORD channels, void* buffer, DWORD channel, DWORD frames);
-/// Every channel becomes the average of all channels.
+/// Every channel becomes the average of all channels. Without channels nothing is done.
 QV_FUNCTION HRESULT QvAudio_MonoChannel(const WAVEFORMATEX* format, void* buffer, DWORD frames);
 /// Repeats one frame (block align bytes at `sample`) over the buffer.
 QV_FUNCTION HRESULT QvAudio_FillWithSample(const WAVEFORMATEX* format, void* buffer, const void* sample, DWORD frames);

@@ -5,7 +5,8 @@
 //
 // Destination comes first, then source. Buffers need no alignment. A destination may be the source buffer itself (same
 // address): a conversion then widens or narrows it in place. Other overlaps are not supported. Kernels hold no state,
-// allocate nothing, and may run on any thread; lookups too. A lookup answers null for a pair that is not served.
+// allocate nothing, and may run on any thread; lookups too. A lookup returns null for a pair that is not served; the
+// formats it takes are not null.
 //
 // Conversion: an integer sample is divided by its full scale (2^7, 2^15, 2^23 or 2^31), in double precision; multiplied
 // by the gain unless that is exactly 1.0; and for an integer destination multiplied by its full scale, clamped to what
@@ -17,7 +18,7 @@
 
 // ---- copy ----------------------------------------------------------------------------------------------------------
 
-/// count: samples (frames x channels); below 1 nothing is done.
+/// count: samples (frames x channels); below 1 nothing is done, and the buffers may be null.
 using QVAUDIO_COPYFUNC = void (*)(void* dst, const void* src, LONG count, float gain);
 
 /// All pairs of the types 16 to 19, 32, 33, 48, 49 and 64 to 66. With 0x40 in the support word the pairs (17, 32) and
@@ -25,14 +26,16 @@ using QVAUDIO_COPYFUNC = void (*)(void* dst, const void* src, LONG count, float 
 QV_FUNCTION QVAUDIO_COPYFUNC QvAudio_GetCopyFunction2(QVSAMPLETYPE dstType, QVSAMPLETYPE srcType);
 QV_FUNCTION QVAUDIO_COPYFUNC QvAudio_GetCopyFunction(const WAVEFORMATEX* dstFormat, const WAVEFORMATEX* srcFormat);
 
-/// Converts frames x source channels samples. S_OK, also for 0 frames; E_NOTIMPL when no kernel serves the pair;
-/// E_INVALIDARG when frames x channels exceeds 2^31 - 1.
+/// Converts frames x source channels samples. S_OK, also for 0 frames or channels, when neither the other format nor
+/// the buffers are looked at; E_NOTIMPL when no kernel serves the pair; E_INVALIDARG when frames x channels exceeds
+/// 2^31 - 1. Formats and, with samples to convert, buffers are not null.
 QV_FUNCTION HRESULT QvAudio_Copy(const WAVEFORMATEX* dstFormat, void* dst, const WAVEFORMATEX* srcFormat,
                                  const void* src, DWORD frames, float gain);
 
 // ---- mix -----------------------------------------------------------------------------------------------------------
 
-/// count: samples; gains: one factor per channel.
+/// count: samples, below 1 nothing is done; channels: at least 1, with 0 nothing is done; gains: `channels` factors, of
+/// which integer into integer reads the first alone. With something to do no argument is null.
 ///
 /// Float into float: dst[i] += src[i] x gains[i mod channels]; the sum is formed in double with one or two channels,
 /// and in single precision with a gain rounded to single with three or more. Pairs with one float side use
@@ -44,7 +47,8 @@ using QVAUDIO_MIXFUNC = void (*)(void* dst, const void* src, LONG count, UINT ch
 QV_FUNCTION QVAUDIO_MIXFUNC QvAudio_GetMixFunction2(QVSAMPLETYPE dstType, QVSAMPLETYPE srcType);
 QV_FUNCTION QVAUDIO_MIXFUNC QvAudio_GetMixFunction(const WAVEFORMATEX* dstFormat, const WAVEFORMATEX* srcFormat);
 
-/// Mixes frames x source channels samples. Results as QvAudio_Copy.
+/// Mixes frames x source channels samples; gains: one factor per source channel, not null. Results and null arguments
+/// as QvAudio_Copy.
 QV_FUNCTION HRESULT QvAudio_Mix(const WAVEFORMATEX* dstFormat, void* dst, const WAVEFORMATEX* srcFormat,
                                 const void* src, DWORD frames, const double* gains);
 
@@ -72,28 +76,32 @@ struct QVAUDIO_ASR {
 /// for 2^32 - 1 frames more, and again on each further call. E_INVALIDARG for null.
 QV_FUNCTION HRESULT QvAudio_ASRReCook(QVAUDIO_ASR* envelope);
 
-/// Mixes `frames` frames, frame k of the run with gain gainStart + (position + k) x gainStep in every channel.
-/// Does not advance the envelope.
+/// Mixes `frames` frames, frame k of the run with gain gainStart + (position + k) x gainStep in every channel. Does not
+/// advance the envelope. With frames below 1 or 0 channels nothing is done; otherwise no argument is null.
 using QVAUDIO_MIXEXFUNC = void (*)(void* dst, const void* src, LONG frames, UINT channels, const QVAUDIO_ASR* envelope);
 
 /// The same pairs as the mix family.
 QV_FUNCTION QVAUDIO_MIXEXFUNC QvAudio_GetMixExFunction(const WAVEFORMATEX* dstFormat, const WAVEFORMATEX* srcFormat);
 
 /// Mixes in runs that end with the envelope's segments, advancing the envelope. Without an envelope (null) the plain
-/// mix kernel runs with unit gains and the result is 1. Otherwise results as QvAudio_Copy.
+/// mix kernel runs with unit gains and the result is 1. Otherwise results and null arguments as QvAudio_Copy.
 QV_FUNCTION HRESULT QvAudio_MixEx(const WAVEFORMATEX* dstFormat, void* dst, const WAVEFORMATEX* srcFormat,
                                   const void* src, DWORD frames, QVAUDIO_ASR* envelope);
 
 // ---- measure -------------------------------------------------------------------------------------------------------
 
-/// One RMS per channel. Float and double: the square root of the mean square. 16-bit: the square root of (mean + 0.5),
-/// the mean an integer division, truncated to a signed 16-bit value, in steps of 1/32768 (a channel of -32768
-/// throughout gives -1.0). Other integers: as float, at their own full scale. Frames below 1 count as 1 in the mean.
+/// One RMS per channel: `results` has room for `channels` values. Float and double: the square root of the mean square.
+/// 16-bit: the square root of (mean + 0.5), the mean an integer division, truncated to a signed 16-bit value, in steps
+/// of 1/32768 (a channel of -32768 throughout gives -1.0). Other integers: as float, at their own full scale. Frames
+/// below 1 count as 1 in the mean: the results are 0, and the buffer may be null. With channels below 1 nothing is
+/// written.
 using QVAUDIO_RMSFUNC = void (*)(int channels, const void* buffer, int frames, float* results);
-/// One mean square per channel in the normalised scale (full scale 1.0), in double precision.
+/// One mean square per channel in the normalised scale (full scale 1.0), in double precision. Counts, null and room as
+/// for the RMS.
 using QVAUDIO_PRERMSFUNC = void (*)(int channels, const void* buffer, int frames, double* results);
-/// Two values per channel, minimum then maximum, in the normalised scale; of the samples with option 0, of their
-/// magnitudes with option 1. NaN samples are passed over; a channel without samples gives 0, 0.
+/// Two values per channel, minimum then maximum, in the normalised scale: `results` has room for 2 x channels values.
+/// Of the samples, or with option 1 of their magnitudes. NaN samples are passed over; a channel without samples (frames
+/// below 1, when the buffer may be null) gives 0, 0. With channels below 1 nothing is written.
 using QVAUDIO_FINDPEAKSFUNC = void (*)(int channels, DWORD option, const void* buffer, int frames, float* results);
 
 /// The measuring kernels serve the types 16 to 19, 32, 33, 48 and 49.
@@ -101,8 +109,9 @@ QV_FUNCTION QVAUDIO_RMSFUNC QvAudio_GetCalcRMSFunction(const WAVEFORMATEX* forma
 QV_FUNCTION QVAUDIO_PRERMSFUNC QvAudio_GetCalcPreRMSFunction(const WAVEFORMATEX* format);
 QV_FUNCTION QVAUDIO_FINDPEAKSFUNC QvAudio_GetFindPeaksFunction(const WAVEFORMATEX* format);
 
-/// S_OK (0 frames: at once, results untouched), E_NOTIMPL when no kernel serves the format, E_INVALIDARG beyond
-/// 2^31 - 1 frames.
+/// The kernel of the format's type for its channels; `results` has room for a value per channel, two for the peaks.
+/// S_OK (0 frames: at once, nothing is looked at and results are untouched), E_NOTIMPL when no kernel serves the
+/// format, E_INVALIDARG beyond 2^31 - 1 frames. With frames to measure no argument is null.
 QV_FUNCTION HRESULT QvAudio_CalcRMS(const WAVEFORMATEX* format, const void* buffer, DWORD frames, float* results);
 QV_FUNCTION HRESULT QvAudio_CalcPreRMS(const WAVEFORMATEX* format, const void* buffer, DWORD frames, double* results);
 QV_FUNCTION HRESULT QvAudio_FindPeaks(const WAVEFORMATEX* format, DWORD option, const void* buffer, DWORD frames,

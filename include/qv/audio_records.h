@@ -41,7 +41,7 @@ decltype(auto) as_header(T&& argument) {
 #define QV_ON_RECORDS(name)                                                                                            \
   namespace qv::on_records {                                                                                           \
   template <class... Arguments>                                                                                        \
-  requires(is_record_or_pointer<Arguments> || ...) auto name(Arguments&&... arguments) {                               \
+  auto name(Arguments&&... arguments) requires(is_record_or_pointer<Arguments> || ...) {                               \
     return ::name(as_header(std::forward<Arguments>(arguments))...);                                                   \
   }                                                                                                                    \
   }

@@ -29,18 +29,18 @@ enum : uint32_t { QVCPU_CLASS_GENERIC = 0, QVCPU_CLASS_MMX = 4, QVCPU_CLASS_SSE 
 /// (mask, or all bits when mask is 0) AND allowed AND detected, then OR the class.
 QV_FUNCTION uint32_t QvGetCPUSupport(uint32_t mask);
 
-/// Adds bits to the allowed mask. Answers 1.
+/// Adds bits to the allowed mask. Returns 1.
 QV_FUNCTION uint32_t QvAllowCPUSupport(uint32_t bits);
 
-/// Takes bits from the allowed mask. Answers 1.
+/// Takes bits from the allowed mask. Returns 1.
 QV_FUNCTION uint32_t QvDisallowCPUSupport(uint32_t bits);
 
-/// Replaces bits 0x10 to 0x800 of the allowed mask and answers 1; answers 0 and changes nothing when `bits` has
+/// Replaces bits 0x10 to 0x800 of the allowed mask and returns 1; returns 0 and changes nothing when `bits` has
 /// anything outside 0xFF0.
 QV_FUNCTION uint32_t QvOnlyAllowCPUSupport(uint32_t bits);
 
 /// Clears the low nibble of the allowed mask, then sets the class from the allowed (not the detected) bits: 4 with
-/// MMX, 5 with SSE, 6 with SSE2, the highest winning. Answers 1.
+/// MMX, 5 with SSE, 6 with SSE2, the highest winning. Returns 1.
 QV_FUNCTION uint32_t QvSetCPUClassBySupport();
 
 /// (mask, or all bits when mask is 0) AND what the operating system saves on a context switch: the SSE bits (0x20 to
