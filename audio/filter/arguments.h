@@ -7,17 +7,23 @@
 
 namespace qv::audio {
 
-/// A NaN counts as the lowest.
-constexpr double within(double value, double least, double most) {
-  if (!(value > least)) return least;
-  return value < most ? value : most;
+// Frequencies, as fractions of the sample rate.
+inline constexpr double kMinFrequency = 0.0001; ///< of filters that are made of musical parameters
+inline constexpr double kMinEdge = 0.000001;    ///< of designed filters
+inline constexpr double kMaxFrequency = 0.4999; ///< of all recursive filters
+
+/// Returns the value, or the nearest one from min to max; min for a NaN.
+constexpr double within(double value, double min, double max) {
+  if (!(value > min)) return min;
+  return value < max ? value : max;
 }
 
-/// A mask of 0 chooses all; channels from 32 on are chosen by that alone.
+/// Whether a mask chooses a channel: 0 chooses all, and is the only mask that chooses channels from 32 on.
 constexpr bool is_chosen(DWORD mask, DWORD channel) {
   return mask == 0 || (channel < 32 && (mask >> channel & 1) != 0);
 }
 
+/// Copies a channel that is not chosen from one interleaved buffer to another; nothing when both are the same.
 template <class Sample>
 void copy_channel(Sample* dst, const Sample* src, DWORD frames, DWORD channels, DWORD channel) {
   if (dst == src) return;

@@ -13,17 +13,15 @@ using namespace qv::audio;
 
 namespace {
 
-constexpr double kLeastFrequency = 0.0001;
-constexpr double kMostFrequency = 0.4999;
-constexpr double kLeastGain = -100.0;
-constexpr double kMostGain = 25.0;
+constexpr double kMinGain = -100.0;
+constexpr double kMaxGain = 25.0;
 constexpr double kTenth = 0.10000000149011612; // 0.1 in single precision
-constexpr double kMostBandwidth = 5.0;
-constexpr double kMostSlope = 1.0;
+constexpr double kMaxBandwidth = 5.0;
+constexpr double kMaxSlope = 1.0;
 constexpr double kHalfLog2 = 0.34657359027997; // ln 2 / 2
 constexpr double kHalfRoot = 0.70710678118655; // 1 / sqrt 2
-/// Its sinh() times any gain is still a double.
-constexpr double kMostHyperbolic = 700.0;
+/// The largest argument of sinh() of which the result times any gain is still a double.
+constexpr double kMaxHyperbolic = 700.0;
 
 struct Coefficients {
   double b[3];
@@ -38,21 +36,21 @@ struct Design {
   double beta;      ///< the same from the slope
 
   explicit Design(const QVBIQUADPARAMS& params) {
-    const double frequency = within(params.frequency / params.sampleRate, kLeastFrequency, kMostFrequency);
-    const double bandwidth = within(params.bandwidth, kTenth, kMostBandwidth);
-    const double slope = within(params.slope, kTenth, kMostSlope);
+    const double frequency = within(params.frequency / params.sampleRate, kMinFrequency, kMaxFrequency);
+    const double bandwidth = within(params.bandwidth, kTenth, kMaxBandwidth);
+    const double slope = within(params.slope, kTenth, kMaxSlope);
     const double angle = 2.0 * std::numbers::pi * frequency;
     sine = std::sin(angle);
     cosine = std::cos(angle);
-    amplitude = std::pow(10.0, within(params.gain, kLeastGain, kMostGain) / 40.0);
+    amplitude = std::pow(10.0, within(params.gain, kMinGain, kMaxGain) / 40.0);
     const bool has_fixed_q = params.type == QVBIQUAD_LOWPASS || params.type == QVBIQUAD_HIGHPASS;
     alpha =
-        sine * (has_fixed_q ? kHalfRoot : std::sinh(std::min(kHalfLog2 * bandwidth * angle / sine, kMostHyperbolic)));
+        sine * (has_fixed_q ? kHalfRoot : std::sinh(std::min(kHalfLog2 * bandwidth * angle / sine, kMaxHyperbolic)));
     beta = sine * std::sqrt((amplitude * amplitude + 1.0) / slope - (amplitude - 1.0) * (amplitude - 1.0));
   }
 };
 
-/// `side` is 1 for a low and -1 for a high shelf.
+/// The coefficients of a shelf; `side` is 1 for a low and -1 for a high one.
 Coefficients shelf(const Design& design, double side) {
   const double above = design.amplitude + 1.0;
   const double below = design.amplitude - 1.0;
@@ -86,14 +84,14 @@ bool coefficients_of(const QVBIQUADPARAMS& params, Coefficients& result) {
   }
 }
 
-/// 0 for a state below 2^-32 in magnitude: what decays would otherwise become denormal.
+/// Returns the state, or 0 for one below 2^-32 in magnitude: what decays would otherwise become denormal.
 double without_denormals(double state) {
   constexpr uint64_t kExponent = 0x7FF00000;
-  constexpr uint64_t kLeast = 0x3DF00000; // of 2^-32
-  return (std::bit_cast<uint64_t>(state) >> 32 & kExponent) < kLeast ? 0.0 : state;
+  constexpr uint64_t kMin = 0x3DF00000; // of 2^-32
+  return (std::bit_cast<uint64_t>(state) >> 32 & kExponent) < kMin ? 0.0 : state;
 }
 
-/// A step of direct form II.
+/// Sends one sample through a section, in direct form II.
 double biquad_step(double x, QVBIQUAD& biquad) {
   const double w1 = without_denormals(biquad.w1);
   const double w2 = without_denormals(biquad.w2);

@@ -1,3 +1,4 @@
+// A cascade's way through its channels: one by one or in pairs, with the loops of the kernel level in force.
 #include "audio/filter/cascade.h"
 
 #include "audio/filter/arguments.h"
@@ -12,7 +13,7 @@ namespace qv::audio {
 
 namespace {
 
-/// Below so many frames filling the lanes of wide vectors takes longer than they save.
+/// Blocks of fewer frames than this are not worth wide vectors: filling their lanes takes longer than they save.
 constexpr DWORD kShortBlock = 32;
 
 /// Denormal numbers count as 0 while an instance of this lives, on the thread that made it. What a filter's state
@@ -45,8 +46,8 @@ Cascade::Cascade(std::vector<IirSection> sections, DWORD channels, bool in_pairs
 template <class Sample>
 void Cascade::process(Sample* dst, const Sample* src, DWORD frames, DWORD mask) {
   const FlushToZero flush;
-  constexpr LevelTable<RunCascade<Sample>> kRuns = {QV_LEVELS_OF(run_cascade)};
-  RunCascade<Sample>* const run = frames < kShortBlock ? kRuns.front() : at_level(kRuns);
+  constexpr LevelTable<IirOutputs<Sample>> kLoops = {QV_LEVELS_OF(iir_outputs)};
+  IirOutputs<Sample>* const make_outputs = frames < kShortBlock ? kLoops.front() : at_level(kLoops);
   const auto count = static_cast<DWORD>(sections_.size());
   for (DWORD channel = 0; channel < channels_; ++channel) {
     if (count == 0 || !is_chosen(mask, channel)) {
@@ -54,8 +55,8 @@ void Cascade::process(Sample* dst, const Sample* src, DWORD frames, DWORD mask) 
       continue;
     }
     const bool is_pair = in_pairs_ && channel + 1 < channels_ && is_chosen(mask, channel + 1);
-    run({sections_.data(), count, is_pair ? 2u : 1u, states_of(channel), channels_, gain_, dry_}, dst + channel,
-        src + channel, frames);
+    make_outputs({sections_.data(), count, is_pair ? 2u : 1u, states_of(channel), channels_, gain_, dry_},
+                 dst + channel, src + channel, frames);
     if (is_pair) ++channel;
   }
 }

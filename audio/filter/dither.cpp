@@ -3,6 +3,7 @@
 
 #include "audio/filter/arguments.h"
 #include "audio/filter/dither_noise.h"
+#include "audio/kernels/sample_access.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,10 +15,10 @@ using namespace qv::audio;
 
 namespace {
 
-constexpr DWORD kLeastBits = 2;
-constexpr DWORD kMostBits = 32;
+constexpr DWORD kMinBits = 2;
+constexpr DWORD kMaxBits = 32;
 constexpr DWORD kFloatBits = 25; // a sign and 24 bits of significand
-/// Any input beyond it is clipped, with any dither and error.
+/// The largest input that is looked at: all beyond it is clipped, with any dither and error.
 constexpr double kFarOut = 4.0;
 
 /// The generator and the error of one channel.
@@ -26,13 +27,10 @@ struct DitherChannel {
   double error = 0.0;
 };
 
-/// To nearest, ties to even: beyond 1.5 x 2^52 a double has no fraction.
-double nearest(double value) {
-  constexpr double kWhole = 6755399441055744.0;
-  return (value + kWhole) - kWhole;
-}
+/// Rounds to nearest, ties to even: a double around 1.5 x 2^52 has no fraction.
+double nearest(double value) { return (value + kRoundingShift) - kRoundingShift; }
 
-/// One sample in steps: rounded, but not yet clipped.
+/// Rounds a sample that is given in steps, with its dither; the result is not clipped yet.
 template <QVDITHER Type>
 double quantized(double value, DitherChannel& channel) {
   if constexpr (Type == QVDITHER_NONE) return nearest(value);
@@ -88,9 +86,9 @@ struct CQvDither::State {
 namespace {
 
 template <class State, class Sample>
-void dither_buffer(State* state, Sample* dst, const Sample* src, DWORD frames, DWORD mask, DWORD most_bits) {
+void dither_buffer(State* state, Sample* dst, const Sample* src, DWORD frames, DWORD mask, DWORD max_bits) {
   if (!state || frames == 0) return;
-  const double scale = std::ldexp(1.0, static_cast<int>(std::min(state->bits, most_bits)) - 1);
+  const double scale = std::ldexp(1.0, static_cast<int>(std::min(state->bits, max_bits)) - 1);
   const auto dither = ditherer<Sample>(state->type);
   for (DWORD channel = 0; channel < state->channels; ++channel)
     if (is_chosen(mask, channel))
@@ -129,7 +127,7 @@ CQvDither& CQvDither::operator=(CQvDither&& other) noexcept {
 CQvDither::~CQvDither() { delete state_; }
 
 HRESULT CQvDither::Init(QVDITHER type, DWORD bits, DWORD channels, ULONGLONG seed) {
-  if (type > QVDITHER_SHAPED || bits < kLeastBits || bits > kMostBits || channels == 0) return E_INVALIDARG;
+  if (type > QVDITHER_SHAPED || bits < kMinBits || bits > kMaxBits || channels == 0) return E_INVALIDARG;
   std::unique_ptr<State> made(new (std::nothrow) State{type, bits, channels, seed, nullptr});
   if (!made) return E_OUTOFMEMORY;
   made->each.reset(new (std::nothrow) DitherChannel[channels]);
@@ -144,7 +142,7 @@ void CQvDither::ProcessFloat(float* dst, const float* src, DWORD frames, DWORD c
 }
 
 void CQvDither::ProcessDouble(double* dst, const double* src, DWORD frames, DWORD channelMask) {
-  dither_buffer(state_, dst, src, frames, channelMask, kMostBits);
+  dither_buffer(state_, dst, src, frames, channelMask, kMaxBits);
 }
 
 void CQvDither::Reset() {

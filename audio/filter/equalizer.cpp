@@ -14,8 +14,8 @@ struct QVEQ {
 
 namespace {
 
-/// Their bytes still can be counted.
-constexpr size_t kMostStates = SIZE_MAX / 2 / sizeof(IirState);
+/// The most states of which the bytes can be counted.
+constexpr size_t kMaxStates = SIZE_MAX / 2 / sizeof(IirState);
 
 DWORD type_of(DWORD band, DWORD count) {
   if (count == 1) return QVBIQUAD_PEAK;
@@ -51,7 +51,7 @@ HRESULT QvEq_Init(HQVEQ* eq, DWORD sampleRate, DWORD channels, const QVEQBAND* b
   if (!eq) return E_INVALIDARG;
   *eq = nullptr;
   if (!bands || count == 0 || channels == 0 || sampleRate == 0) return E_INVALIDARG;
-  if (count > kMostStates / channels) return E_OUTOFMEMORY;
+  if (count > kMaxStates / channels) return E_OUTOFMEMORY;
   try {
     *eq = new QVEQ{Cascade(make_sections(sampleRate, bands, count), channels, true)};
     return S_OK;

@@ -34,7 +34,7 @@ struct CQvFIR::Filter {
 
 namespace {
 
-/// One channel; `line` has the samples before the first.
+/// Filters one channel; `line` begins with the taps - 1 samples before the first.
 template <class Sample>
 void filter_channel(const double* coefficients, size_t taps, double* line, Sample* dst, const Sample* src,
                     size_t frames, size_t stride) {

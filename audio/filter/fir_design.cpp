@@ -13,10 +13,10 @@ using namespace qv::audio;
 
 namespace {
 
-/// Above it I0 leaves the range of doubles.
-constexpr double kMostBeta = 700.0;
+/// The largest beta: above it I0 leaves the range of doubles.
+constexpr double kMaxBeta = 700.0;
 
-/// Sum of (-1)^k a[k] cos(k x).
+/// A window of the form: sum of (-1)^k a[k] cos(k x).
 struct CosineSum {
   double a[4];
 };
@@ -46,7 +46,7 @@ double bessel_i0(double x) {
   return sum;
 }
 
-/// `from_left` and `from_right` are the distances from the ends: their product keeps its digits near them.
+/// Kaiser's window at a place with these distances from the ends, whose product keeps its digits near them.
 double kaiser(double beta, double from_left, double from_right) {
   const double root = 2.0 * std::sqrt(from_left * from_right) / (from_left + from_right);
   return bessel_i0(beta * root) / bessel_i0(beta);
@@ -56,7 +56,7 @@ double kaiser(double beta, double from_left, double from_right) {
 
 HRESULT makewindows(double* window, DWORD n, QVWINDOW shape, double kaiserBeta) {
   if (!window || n == 0 || shape > QVWINDOW_KAISER) return E_INVALIDARG;
-  const double beta = within(kaiserBeta, 0.0, kMostBeta);
+  const double beta = within(kaiserBeta, 0.0, kMaxBeta);
   const DWORD last = n - 1;
   for (DWORD left = 0; left <= last / 2; ++left) {
     const DWORD right = last - left;
@@ -94,27 +94,27 @@ namespace qv::audio {
 namespace {
 
 constexpr double kNyquist = 0.5;
-constexpr double kLeastFrequency = 0.000001;
-constexpr double kMostFrequency = 0.499999;
-/// Of the coefficients' magnitudes: a gain below it is rounding, or of the wrong sign.
-constexpr double kLeastGain = 0.001;
+constexpr double kMaxEdge = 0.499999;
+/// The least gain, as a part of the coefficients' magnitudes: one below it is rounding, or of the wrong sign.
+constexpr double kMinGain = 0.001;
 
 struct Edges {
   double low, high;
 
   explicit Edges(const FirParameters& parameters)
-      : low(within(parameters.frequency, kLeastFrequency, kMostFrequency)),
-        high(within(parameters.upper_frequency, kLeastFrequency, kMostFrequency)) {}
+      : low(within(parameters.frequency, kMinEdge, kMaxEdge)),
+        high(within(parameters.upper_frequency, kMinEdge, kMaxEdge)) {}
 };
 
 bool has_band(QVFIR_TYPE type) { return type == QVFIR_BANDPASS || type == QVFIR_BANDSTOP; }
 
-/// The ideal low-pass, `at` samples from its middle.
+/// The impulse response of the ideal low-pass, `at` samples from its middle.
 double sinc(double edge, DWORD at) {
   if (at == 0) return 2.0 * edge;
   return std::sin(2.0 * std::numbers::pi * edge * at) / (std::numbers::pi * at);
 }
 
+/// The same of any ideal filter.
 double ideal(QVFIR_TYPE type, const Edges& edges, DWORD at) {
   const double impulse = at == 0 ? 1.0 : 0.0;
   switch (type) {
@@ -125,7 +125,7 @@ double ideal(QVFIR_TYPE type, const Edges& edges, DWORD at) {
   }
 }
 
-/// Where the gain is to be 1.
+/// The frequency at which the gain is to be 1.
 double reference_frequency(QVFIR_TYPE type, const Edges& edges) {
   if (type == QVFIR_HIGHPASS) return kNyquist;
   return type == QVFIR_BANDPASS ? (edges.low + edges.high) / 2.0 : 0.0;
@@ -139,7 +139,7 @@ bool is_fir(const FirParameters& parameters) {
   if (parameters.frequency > kNyquist) return false;
   if (!has_band(parameters.type)) return true;
   const Edges edges(parameters);
-  return parameters.upper_frequency <= kNyquist && edges.high - edges.low >= kLeastFrequency;
+  return parameters.upper_frequency <= kNyquist && edges.high - edges.low >= kMinEdge;
 }
 
 bool design_fir(const FirParameters& parameters, double* coefficients) {
@@ -156,7 +156,7 @@ bool design_fir(const FirParameters& parameters, double* coefficients) {
     gain += sides * value * std::cos(reference * at);
     magnitudes += sides * std::fabs(value);
   }
-  if (!(gain > kLeastGain * magnitudes)) return false;
+  if (!(gain > kMinGain * magnitudes)) return false;
   for (DWORD at = 0; at <= middle; ++at) {
     const double value = coefficients[middle + at] / gain;
     coefficients[middle + at] = value;

@@ -16,7 +16,7 @@ struct FirParameters {
 
 /// Whether the type, window, taps and frequencies are those of a filter.
 bool is_fir(const FirParameters& parameters);
-/// Fills `taps` coefficients; false for a filter that hardly passes anything where its gain has to be 1.
+/// Fills `taps` coefficients; returns false for a filter that hardly passes anything where its gain has to be 1.
 bool design_fir(const FirParameters& parameters, double* coefficients);
 
 } // namespace qv::audio

@@ -1,4 +1,5 @@
-// An output to a lane, several vectors side by side: a coefficient is loaded once for all, and no sum waits for itself.
+// The loop of a non-recursive filter has an output in each lane and several vectors side by side: a coefficient is
+// loaded once for all of them, and no sum waits for itself.
 #include "audio/filter/fir_outputs.h"
 
 #include <cstring>
@@ -9,7 +10,7 @@ namespace {
 
 using Vector = double __attribute__((vector_size(kVectorBytes)));
 constexpr size_t kLanes = sizeof(Vector) / sizeof(double);
-constexpr size_t kMostVectors = 8;
+constexpr size_t kMaxVectors = 8;
 
 template <size_t kVectors>
 void vectors_of_outputs(double* dst, const double* coefficients, size_t taps, const double* x) {
@@ -28,8 +29,8 @@ void vectors_of_outputs(double* dst, const double* coefficients, size_t taps, co
 
 void QV_AT_LEVEL(fir_outputs)(double* dst, size_t count, const double* coefficients, size_t taps, const double* x) {
   size_t k = 0;
-  for (; k + kMostVectors * kLanes <= count; k += kMostVectors * kLanes)
-    vectors_of_outputs<kMostVectors>(dst + k, coefficients, taps, x + k);
+  for (; k + kMaxVectors * kLanes <= count; k += kMaxVectors * kLanes)
+    vectors_of_outputs<kMaxVectors>(dst + k, coefficients, taps, x + k);
   for (; k < count; k += 8)
     vectors_of_outputs<8 / kLanes>(dst + k, coefficients, taps, x + k);
 }

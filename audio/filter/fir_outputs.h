@@ -1,4 +1,4 @@
-// The sums of a convolution: a function for each kernel level, all with the same results to the bit.
+// The loop of non-recursive filters: a function for each kernel level, all with the same results to the bit.
 #pragma once
 
 #include "audio/kernels/levels.h"
@@ -7,7 +7,8 @@
 
 namespace qv::audio {
 
-/// dst[k] is the sum of coefficients[i] * x[i + k], in the order of i, for `count` k, a multiple of 8.
+/// Makes dst[k] the sum of coefficients[i] * x[i + k], in the order of i, for k from 0 to count - 1. `count` is a
+/// multiple of 8.
 using FirOutputs = void(double* dst, size_t count, const double* coefficients, size_t taps, const double* x);
 QV_FOR_LEVELS(FirOutputs, fir_outputs);
 

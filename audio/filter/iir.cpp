@@ -11,12 +11,12 @@ using namespace qv::audio;
 
 namespace {
 
-constexpr double kLeastGain = -200.0;
-constexpr double kMostGain = 100.0;
-constexpr double kLeastBandwidth = 0.001;
-constexpr double kMostBandwidth = 20.0;
-constexpr double kLeastQ = 0.05;
-constexpr double kMostQ = 100'000.0;
+constexpr double kMinGain = -200.0;
+constexpr double kMaxGain = 100.0;
+constexpr double kMinBandwidth = 0.001;
+constexpr double kMaxBandwidth = 20.0;
+constexpr double kMinQ = 0.05;
+constexpr double kMaxQ = 100'000.0;
 
 bool is_band(QVIIR_TYPE type) { return type == QVIIR_BANDPASS || type == QVIIR_BANDSTOP; }
 
@@ -27,13 +27,13 @@ bool are_known(QVIIR_TYPE type, QVIIR_DESIGN design, DWORD order) {
 
 IirSections make_design(QVIIR_TYPE type, QVIIR_DESIGN design, DWORD order, double frequency, double bandwidth) {
   const double center = clamped_edge(frequency);
-  if (design == QVIIR_RESONATOR) return design_resonator(type, center, within(bandwidth, kLeastQ, kMostQ));
+  if (design == QVIIR_RESONATOR) return design_resonator(type, center, within(bandwidth, kMinQ, kMaxQ));
   if (type == QVIIR_LOWPASS) return design_lowpass(design, order, center);
   if (type == QVIIR_HIGHPASS) return design_highpass(design, order, center);
-  const double ratio = std::sqrt(std::exp2(within(bandwidth, kLeastBandwidth, kMostBandwidth)));
+  const double ratio = std::sqrt(std::exp2(within(bandwidth, kMinBandwidth, kMaxBandwidth)));
   const double upper = clamped_edge(center * ratio);
-  // A band that the upper limit cuts keeps a width.
-  const double lower = std::min(clamped_edge(center / ratio), upper * (1.0 - kLeastBandwidth / 2.0));
+  // Where the upper limit cuts a band off, its lower edge gives way, so that some width is left.
+  const double lower = std::min(clamped_edge(center / ratio), upper * (1.0 - kMinBandwidth / 2.0));
   return type == QVIIR_BANDPASS ? design_bandpass(design, order, lower, upper)
                                 : design_bandstop(design, order, lower, upper);
 }
@@ -68,7 +68,7 @@ HRESULT CQvIIR::Design(QVIIR_TYPE type, QVIIR_DESIGN design, DWORD order, double
   delete filter_;
   filter_ = nullptr;
   if (!are_known(type, design, order) || channels == 0) return E_INVALIDARG;
-  const double decibels = std::isnan(gain) ? 0.0 : within(gain, kLeastGain, kMostGain);
+  const double decibels = std::isnan(gain) ? 0.0 : within(gain, kMinGain, kMaxGain);
   const bool turns = type == QVIIR_BANDPASS && decibels != 0.0;
   try {
     const bool in_pairs = channels != 2 || (channelMask & 1) == 0;

@@ -1,5 +1,6 @@
 #include "audio/filter/iir_design.h"
 
+#include "audio/filter/arguments.h"
 #include "audio/filter/bessel_poles.h"
 
 #include <algorithm>
@@ -15,8 +16,6 @@ namespace {
 using Complex = std::complex<double>;
 using std::numbers::pi;
 
-constexpr double kLeastEdge = 0.000001;
-constexpr double kMostEdge = 0.4999;
 constexpr double kEqual = 1e-10; ///< values this near to each other are the same
 
 /// A pole and its conjugate, two real poles, or one real pole.
@@ -76,7 +75,7 @@ Complex response(const IirSection& section, double angle) {
   return (section.b0 + z * (section.b1 + z * section.b2)) / (1.0 - z * (section.c1 + z * section.c2));
 }
 
-/// Makes the gain at an angle 1.
+/// Scales a section so that its gain at an angle is 1.
 void normalize(IirSection& section, double angle) {
   const double gain = 1.0 / std::abs(response(section, angle));
   section.b0 *= gain;
@@ -84,14 +83,16 @@ void normalize(IirSection& section, double angle) {
   section.b2 *= gain;
 }
 
-/// The section whose poles are nearest to the unit circle comes last: what it makes large goes nowhere else.
+/// Sorts sections so that the one whose poles are nearest to the unit circle comes last: what it makes large goes
+/// nowhere else.
 IirSections ordered(IirSections sections) {
   std::stable_sort(sections.begin(), sections.end(),
                    [](const IirSection& a, const IirSection& b) { return std::fabs(a.c2) < std::fabs(b.c2); });
   return sections;
 }
 
-/// Moves each pair to another place, gives each section its zeros at z = `zero`, and a gain of 1 at the angle.
+/// Makes a low-pass or high-pass: moves each pair of poles to its place, gives each section its zeros at z = `zero`,
+/// and a gain of 1 at the angle.
 template <class Move>
 IirSections design_edge(QVIIR_DESIGN design, DWORD order, double zero, double angle, Move move) {
   IirSections sections;
@@ -103,35 +104,36 @@ IirSections design_edge(QVIIR_DESIGN design, DWORD order, double zero, double an
   return ordered(std::move(sections));
 }
 
-/// Where a pair of poles goes in a band: nearer to its lower and to its upper edge, or a single pole as one pair
-/// between them.
+/// Where a pair of poles goes in a band: one pair nearer to its lower edge, one nearer to its upper. A single pole
+/// becomes one pair between them.
 struct BandPoles {
   PolePair lower, upper;
   bool is_between = false; ///< lower alone counts
 };
 
-/// `center` is the band's middle, `half` half its width there.
+/// Moves a pair of poles into a band whose middle is at `center`; `half` is half the width there.
 BandPoles split(const PolePair& pair, double center, Complex half) {
   const Complex root = std::sqrt(half * half - center * center);
-  Complex near = half - root;
-  Complex far = half + root;
-  if (std::norm(near) > std::norm(far)) std::swap(near, far);
-  if (!pair.is_single) return {conjugates(near), conjugates(far)};
-  return {is_real(root) ? PolePair{near, far} : conjugates(near), {}, true};
+  Complex lower = half - root;
+  Complex upper = half + root;
+  if (std::norm(lower) > std::norm(upper)) std::swap(lower, upper);
+  if (!pair.is_single) return {conjugates(lower), conjugates(upper)};
+  return {is_real(root) ? PolePair{lower, upper} : conjugates(lower), {}, true};
 }
 
-/// Zeros of a section, as the numerator 1 + b1 z^-1 + b2 z^-2.
+/// The zeros of a section, as the numerator 1 + b1 z^-1 + b2 z^-2.
 struct Zeros {
   double b1, b2;
 };
 
-/// Those that go with the poles at each edge of a band, and between them.
+/// The zeros that go with the poles near each edge of a band, and with those between them.
 struct BandZeros {
   Zeros lower, upper, between;
 };
 
-/// Sections of both edges in turn: what one makes of the frequencies at the far side of the band the next one takes
-/// back, so that no section works on a signal that is large where the whole has nothing.
+/// Makes a band-pass or band-stop with a gain of 1 at the angle. Sections near both edges follow each other in turn:
+/// what one makes of the frequencies beyond the other edge the next one takes back, so that no section works on a
+/// signal that is large where the whole filter lets nothing through.
 IirSections band_sections(QVIIR_DESIGN design, DWORD order, double center, const BandZeros& zeros, double angle,
                           auto half_of) {
   IirSections edges[2];
@@ -159,7 +161,7 @@ IirSections band_sections(QVIIR_DESIGN design, DWORD order, double center, const
 
 } // namespace
 
-double clamped_edge(double frequency) { return frequency > kLeastEdge ? std::min(frequency, kMostEdge) : kLeastEdge; }
+double clamped_edge(double frequency) { return frequency > kMinEdge ? std::min(frequency, kMaxFrequency) : kMinEdge; }
 
 IirSections design_lowpass(QVIIR_DESIGN design, DWORD order, double edge) {
   const double scale = prewarped(edge);

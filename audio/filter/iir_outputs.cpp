@@ -1,6 +1,6 @@
-// A section's next state waits for its last one, some eight cycles; sections that follow each other wait for each other
-// too. So several run side by side in the lanes of vectors, each a few samples behind the one before it, which hides
-// the wait: the samples, and what is computed from them, are the same as section after section.
+// A recursive section's next state waits for its last one, some eight cycles; sections that follow each other wait for
+// each other too. So several run side by side in the lanes of vectors, each a few samples behind the one before it,
+// which hides the wait: the samples, and what is computed from them, are the same as section after section.
 #include "audio/filter/iir_outputs.h"
 
 #include "audio/kernels/double_pair.h"
@@ -18,18 +18,19 @@ namespace qv::audio {
 
 namespace {
 
-constexpr size_t kMostLanes = kVectorBytes / sizeof(double);
-constexpr size_t kMostVectors = 2; ///< of lanes; the states of more leave the registers
+constexpr size_t kMaxLanes = kVectorBytes / sizeof(double);
+constexpr size_t kMaxVectors = 2; ///< that sections run in; the states of more leave the registers
+constexpr size_t kRegisterLanes = kMaxVectors * kMaxLanes;
 constexpr size_t kBlockFrames = 1024;
 
-/// Side by side.
+/// The most sections that run side by side.
 template <int kChannels>
-constexpr int kMostSections = std::min<int>(8, kMostVectors* kMostLanes / kChannels);
+constexpr int kMaxSections = std::min<int>(8, kRegisterLanes / kChannels);
 
 template <size_t kCount>
 struct Lanes;
 
-// One by one: GCC takes no size that depends on a template's parameter.
+// Each count has a row of its own: GCC takes no vector size that depends on a template's parameter.
 #define QV_IIR_LANES(count)                                                                                            \
   template <>                                                                                                          \
   struct Lanes<count> {                                                                                                \
@@ -40,7 +41,8 @@ QV_IIR_LANES(2)
 QV_IIR_LANES(4)
 QV_IIR_LANES(8)
 
-// With the pair in the lowest lanes, and anything in the others. As shuffles compilers send them through memory.
+// widen() puts a pair into the lowest lanes of a vector, and anything into the others. Shuffles that did the same would
+// be sent through memory by compilers.
 [[gnu::always_inline]] inline void widen(PairOfDoubles pair, Lanes<2>::Vector& vector) { vector = pair; }
 #if defined(__AVX__)
 [[gnu::always_inline]] inline void widen(PairOfDoubles pair, Lanes<4>::Vector& vector) {
@@ -53,12 +55,12 @@ QV_IIR_LANES(8)
 }
 #endif
 
-/// A cascade's output on its way to memory.
+/// Where a cascade's output goes, and how it is mixed with the input on its way.
 template <class Sample>
 struct Output {
   Sample* dst;
   size_t stride;
-  const Sample* dry_src; ///< or null
+  const Sample* dry_src; ///< the input, or null for none of it
   double gain, dry;
 };
 
@@ -78,16 +80,17 @@ template <int kChannels, class Sample>
     output.dst[at] = static_cast<Sample>(value[0]);
 }
 
-/// Up to kSections sections of kChannels channels. Lane after lane: the channels of the first section, of the second...
+/// Up to kSections sections of kChannels channels, in lanes: first the channels of the first section, then those of the
+/// second, and so on.
 template <int kChannels, int kSections>
 class Sections {
   static constexpr size_t kAllLanes = std::max(kChannels * kSections, 2);
-  static constexpr size_t kLanes = std::min(kAllLanes, kMostLanes);
+  static constexpr size_t kLanes = std::min(kAllLanes, kMaxLanes);
   static constexpr size_t kVectors = kAllLanes / kLanes;
 
 public:
-  /// Samples that a section is behind the one before it. A vector waits for all that goes into it: what a section makes
-  /// takes twice as long to reach the lanes of the next one as a state its own.
+  /// How many samples a section is behind the one before it. A vector waits for all that goes into it, and what a
+  /// section makes takes twice as long to reach the lanes of the next section as its state takes to reach its own.
   static constexpr size_t kDelay = kLanes > kChannels ? 3 : 1;
 
 private:
@@ -97,13 +100,13 @@ private:
 
   Vector b0_[kVectors], b1_[kVectors], b2_[kVectors], c1_[kVectors], c2_[kVectors];
   Vector w1_[kVectors], w2_[kVectors];
-  Vector made_[kDelay][kVectors]; ///< in the last steps, the latest first
+  Vector made_[kDelay][kVectors]; ///< outputs of the last steps, the latest first
   const size_t count_;
 
 public:
   [[gnu::always_inline]] Sections(const IirSection* sections, IirState* const (&states)[2], size_t count)
       : count_(count) {
-    // Lanes without a section make nothing that anyone reads.
+    // Lanes without a section stay 0; nothing reads what they make.
     double lanes[7][kAllLanes] = {};
     for (size_t lane = 0; lane < count * kChannels; ++lane) {
       const IirSection& section = sections[lane / kChannels];
@@ -132,7 +135,7 @@ public:
       states[lane % kChannels][lane / kChannels] = {w1[lane], w2[lane]};
   }
 
-  /// The output of the last section.
+  /// Returns what the last section made in the last step.
   [[gnu::always_inline]] PairOfDoubles made() const {
     double lanes[kAllLanes];
     std::memcpy(lanes, made_[0], sizeof lanes);
@@ -140,13 +143,13 @@ public:
     return PairOfDoubles{last[0], kChannels == 2 ? last[1] : 0.0};
   }
 
-  /// Each section takes what the one before it made kDelay steps ago, the first one `x`.
+  /// Runs all sections for one step: each takes what the one before it made kDelay steps ago, the first one takes `x`.
   [[gnu::always_inline]] void step(PairOfDoubles x) {
-    advance(
-        x, [](size_t, Vector fresh, Vector) { return fresh; });
+    const auto fresh_always = [](size_t, Vector fresh, Vector) { return fresh; };
+    advance(x, fresh_always);
   }
 
-  /// The same near both ends: at step t section s works on frame t - s * kDelay, if there is one.
+  /// Runs step t of a block near its ends, where only some sections have a frame: that of section s is t - s * kDelay.
   [[gnu::always_inline]] void step_partly(PairOfDoubles x, size_t t, size_t frames) {
     const auto step = static_cast<int64_t>(t);
     advance(x, [&](size_t v, Vector fresh, Vector last) {
@@ -156,6 +159,7 @@ public:
   }
 
 private:
+  /// Runs a step. choose(v, fresh, last) returns the state that vector v goes on with.
   template <class Choose>
   [[gnu::always_inline]] void advance(PairOfDoubles x, Choose choose) {
     Vector first;
@@ -167,7 +171,7 @@ private:
       const Vector input =
           v == 0 ? behind<0>(first, last, Indices()) : behind<kLanes - kChannels>(before, last, Indices());
       before = last;
-      // What does not depend on the last step comes first.
+      // The product that does not depend on the last step is added first.
       const Vector w = (input + w2_[v] * c2_[v]) + w1_[v] * c1_[v];
 #pragma GCC unroll 4
       for (size_t d = kDelay - 1; d > 0; --d)
@@ -178,11 +182,12 @@ private:
     }
   }
 
+  /// By how many frames the section in each lane of vector v is behind the first.
   template <size_t... kLane>
   [[gnu::always_inline]] static Whole places(size_t v, std::index_sequence<kLane...>) {
     return Whole{static_cast<int64_t>(kDelay * ((v * kLanes + kLane) / kChannels))...};
   }
-  /// The lanes moved up by a section, behind those of `before` from kFrom on.
+  /// Moves lanes up by one section; the lowest ones come from `before`, from its lane kFrom on.
   template <size_t kFrom, size_t... kLane>
   [[gnu::always_inline]] static Vector behind(Vector before, Vector lanes, std::index_sequence<kLane...>) {
     return __builtin_shufflevector(before, lanes,
@@ -190,6 +195,7 @@ private:
   }
 };
 
+/// Runs `count` sections from `first` on over a block, side by side.
 template <int kChannels, int kSections, class In, class Out>
 void run_sections(const IirRun& run, size_t first, size_t count, const In* src, size_t stride, Output<Out> output,
                   size_t frames) {
@@ -211,22 +217,23 @@ void run_sections(const IirRun& run, size_t first, size_t count, const In* src, 
   sections.keep_states(states);
 }
 
-/// `count` sections, at most kMostSections<kChannels>, from `first` on, in as few lanes as hold them.
+/// Runs `count` sections from `first` on in as few lanes as hold them; at most kMaxSections<kChannels>.
 template <int kChannels, class In, class Out>
 void run_group(const IirRun& run, size_t first, size_t count, const In* src, size_t stride, const Output<Out>& output,
                size_t frames) {
   const auto run_in = count <= 1   ? run_sections<kChannels, 1, In, Out>
                       : count <= 2 ? run_sections<kChannels, 2, In, Out>
-                      : count <= 4 ? run_sections<kChannels, std::min<int>(kMostSections<kChannels>, 4), In, Out>
-                                   : run_sections<kChannels, kMostSections<kChannels>, In, Out>;
+                      : count <= 4 ? run_sections<kChannels, std::min<int>(kMaxSections<kChannels>, 4), In, Out>
+                                   : run_sections<kChannels, kMaxSections<kChannels>, In, Out>;
   run_in(run, first, count, src, stride, output, frames);
 }
 
+/// Runs all sections: a group that fits at once, or group after group over short blocks.
 template <int kChannels, class Sample>
 void run_cascade(const IirRun& run, Sample* dst, const Sample* src, size_t frames) {
-  constexpr size_t kMost = kMostSections<kChannels>;
+  constexpr size_t kMax = kMaxSections<kChannels>;
   const Output<Sample> output = {dst, run.stride, run.dry == 0.0 ? nullptr : src, run.gain, run.dry};
-  if (run.count <= kMost) {
+  if (run.count <= kMax) {
     run_group<kChannels>(run, 0, run.count, src, run.stride, output, frames);
     return;
   }
@@ -234,10 +241,10 @@ void run_cascade(const IirRun& run, Sample* dst, const Sample* src, size_t frame
   const Output<double> to_block = {block, kChannels, nullptr, 1.0, 0.0};
   for (size_t start = 0; start < frames; start += kBlockFrames) {
     const size_t count = frames - start < kBlockFrames ? frames - start : kBlockFrames;
-    run_group<kChannels>(run, 0, kMost, src + start * run.stride, run.stride, to_block, count);
-    size_t at = kMost;
-    for (; at + kMost < run.count; at += kMost)
-      run_group<kChannels>(run, at, kMost, block, kChannels, to_block, count);
+    run_group<kChannels>(run, 0, kMax, src + start * run.stride, run.stride, to_block, count);
+    size_t at = kMax;
+    for (; at + kMax < run.count; at += kMax)
+      run_group<kChannels>(run, at, kMax, block, kChannels, to_block, count);
     Output<Sample> rest = output;
     rest.dst += start * run.stride;
     if (rest.dry_src) rest.dry_src += start * run.stride;
@@ -247,11 +254,11 @@ void run_cascade(const IirRun& run, Sample* dst, const Sample* src, size_t frame
 
 } // namespace
 
-void QV_AT_LEVEL(run_cascade)(const IirRun& run, float* dst, const float* src, size_t frames) {
+void QV_AT_LEVEL(iir_outputs)(const IirRun& run, float* dst, const float* src, size_t frames) {
   (run.channels == 2 ? run_cascade<2, float> : run_cascade<1, float>)(run, dst, src, frames);
 }
 
-void QV_AT_LEVEL(run_cascade)(const IirRun& run, double* dst, const double* src, size_t frames) {
+void QV_AT_LEVEL(iir_outputs)(const IirRun& run, double* dst, const double* src, size_t frames) {
   (run.channels == 2 ? run_cascade<2, double> : run_cascade<1, double>)(run, dst, src, frames);
 }
 

@@ -12,7 +12,7 @@ public:
   static constexpr std::align_val_t kAlignment{64};
 
   AlignedDoubles() = default;
-  /// Not set to anything. Throws std::bad_alloc.
+  /// Leaves the values unset. Throws std::bad_alloc.
   explicit AlignedDoubles(size_t count)
       : memory_(static_cast<double*>(::operator new(count * sizeof(double), kAlignment))) {}
 

@@ -19,16 +19,16 @@ struct ResampleBlock {
   DWORD history_frames;
 };
 
-/// Reads whole frames as doubles.
+/// Turns samples into doubles; integers are divided by their full scale.
 using LoadFrames = void (*)(double* dst, const uint8_t* src, size_t samples);
-/// Linear interpolation; the frame behind the last one that may be read counts as that.
+/// Converts a block by linear interpolation. The last frame that may be read counts as the frame behind it too.
 using LinearKernel = void (*)(const ResampleBlock& block);
 
-/// Null for a type without kernels.
+/// Return null for a type without kernels.
 LinearKernel linear_kernel(QVSAMPLETYPE type);
 LoadFrames load_frames(QVSAMPLETYPE type);
 
-/// Linear interpolation of two channels of floats, where both frames around an output are there.
+/// Outputs of two channels of floats for which both frames around each are there.
 struct LinearSpan {
   float* dst;
   const float* src; ///< frame 0
@@ -37,7 +37,7 @@ struct LinearSpan {
   uint64_t step, denominator; ///< below 2^32
 };
 
-/// Makes outputs four by four, and answers how many: a rest of up to three stays.
+/// Makes outputs four by four by linear interpolation, and returns how many: a rest of up to three stays.
 using LinearStereo = DWORD(const LinearSpan& span);
 LinearStereo linear_stereo_avx2;
 /// Wider vectors gain nothing more, and narrower ones nothing at all.

@@ -7,7 +7,8 @@ namespace qv::audio {
 
 namespace {
 
-/// Forward: a group is read whole before the frame that it becomes, which lies no further on, is written.
+/// Averages groups of frames from the first to the last, so that dst may be src: a group is read whole before the frame
+/// that it becomes, which lies no further on, is written.
 template <class Layout>
 void average(uint8_t* dst, const uint8_t* src, size_t frames, size_t factor, size_t channels) {
   for (size_t frame = 0; frame < frames; ++frame)

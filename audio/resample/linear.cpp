@@ -9,7 +9,7 @@ namespace qv::audio {
 
 namespace {
 
-/// The value of a frame that may be one of the history's, or behind the last.
+/// Returns the value of any frame: one before the block is taken from the history, one behind the last is the last.
 template <class Layout>
 double frame_value(const ResampleBlock& block, int64_t frame, DWORD channel) {
   if (frame < 0) {
@@ -22,7 +22,7 @@ double frame_value(const ResampleBlock& block, int64_t frame, DWORD channel) {
   return load_normalised<Layout>(block.src + (at * block.channels + channel) * Layout::bytes);
 }
 
-/// At the block's edges, where one of the two frames is not in it.
+/// Makes an output at an edge of the block, where one of the two frames around it is not in the block.
 template <class Layout>
 void edge_frame(const ResampleBlock& block, DWORD output, SourcePosition position, double fraction) {
   uint8_t* dst = block.dst + size_t{output} * block.channels * Layout::bytes;
@@ -33,7 +33,7 @@ void edge_frame(const ResampleBlock& block, DWORD output, SourcePosition positio
   }
 }
 
-/// Between a frame and the next.
+/// Makes an output between two frames that are both in the block; kChannels is 0 for any number.
 template <class Layout, DWORD kChannels>
 void inner_frame(uint8_t* dst, const uint8_t* src, size_t frame_bytes, DWORD channels, double fraction) {
   if constexpr (Layout::type == QVSAMPLE_FLOAT32 && kChannels == 2) {
@@ -50,7 +50,7 @@ void inner_frame(uint8_t* dst, const uint8_t* src, size_t frame_bytes, DWORD cha
   }
 }
 
-/// Goes from an output to the next, or by a stride of outputs.
+/// The source position of an output, and then of every stride-th output behind it.
 class Stepper {
 public:
   Stepper(const Timeline& timeline, DWORD output, uint64_t stride)
@@ -75,7 +75,7 @@ private:
   double unit_;
 };
 
-/// The first output that stands at this frame or behind it, and no more than there are.
+/// Returns the first output that stands at a frame or behind it; the number of outputs when none does.
 DWORD first_output_at(const ResampleBlock& block, int64_t frame) {
   DWORD below = 0;
   DWORD above = block.frames;
@@ -89,24 +89,24 @@ DWORD first_output_at(const ResampleBlock& block, int64_t frame) {
   return below;
 }
 
-/// Answers how many outputs from `begin` on it made.
+/// Makes outputs from `begin` on with the loop of the kernel level, and returns how many; 0 where it has none.
 DWORD run_stereo(const ResampleBlock& block, DWORD begin, DWORD end) {
   const Timeline& timeline = *block.timeline;
-  constexpr uint64_t kMost = uint64_t{1} << 32;
-  const bool fits = timeline.step() < kMost && timeline.denominator() < kMost;
+  constexpr uint64_t kMax = uint64_t{1} << 32;
+  const bool fits = timeline.step() < kMax && timeline.denominator() < kMax;
   LinearStereo* const run = at_level(kLinearStereo);
   if (!fits || !run) return 0;
   return run({reinterpret_cast<float*>(block.dst) + size_t{begin} * 2, reinterpret_cast<const float*>(block.src),
               end - begin, timeline.position(begin), timeline.step(), timeline.denominator()});
 }
 
-/// kChannels: 0 for any number.
+/// Makes all outputs of a block; kChannels is 0 for any number.
 template <class Layout, DWORD kChannels>
 void run_linear(const ResampleBlock& block) {
   const DWORD channels = kChannels == 0 ? block.channels : kChannels;
   const size_t frame_bytes = size_t{channels} * Layout::bytes;
   const DWORD inner_begin = first_output_at(block, 0);
-  // From the last frame on there is no successor.
+  // An output at the last frame or behind it has no second frame.
   const DWORD inner_end = std::max(inner_begin, first_output_at(block, static_cast<int64_t>(block.source) - 1));
   const auto run_edge = [&](DWORD begin, DWORD end) {
     Stepper stepper(*block.timeline, begin, 1);
@@ -116,7 +116,7 @@ void run_linear(const ResampleBlock& block) {
   run_edge(0, inner_begin);
   DWORD output = inner_begin;
   if constexpr (Layout::type == QVSAMPLE_FLOAT32 && kChannels == 2) output += run_stereo(block, inner_begin, inner_end);
-  // Two ways at once: a step waits for the one before it, longer than the rest takes.
+  // Even and odd outputs have steppers of their own: a step waits for the one before it, longer than the rest takes.
   Stepper even(*block.timeline, output, 2);
   Stepper odd(*block.timeline, output + 1, 2);
   uint8_t* dst = block.dst + size_t{output} * frame_bytes;

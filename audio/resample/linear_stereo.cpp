@@ -1,4 +1,5 @@
-// Four outputs at a time, their positions side by side in vectors: one by one the positions took most of the time.
+// Linear interpolation of two channels makes four outputs at a time, their positions side by side in vectors: computed
+// one by one, the positions took most of the time.
 #include "audio/resample/block.h"
 
 #include <immintrin.h>
@@ -7,7 +8,7 @@ namespace qv::audio {
 
 namespace {
 
-/// Two outputs of two channels. `fractions`: of both, twice each.
+/// Makes two outputs of two channels. `fractions` holds those of both outputs, each twice.
 [[gnu::always_inline]] inline void two_outputs(float* dst, const float* one, const float* other, __m256d fractions) {
   const __m128 a = _mm_loadu_ps(one); // a frame and the next
   const __m128 b = _mm_loadu_ps(other);

@@ -10,8 +10,7 @@
 
 namespace qv::audio {
 
-/// What two formats between which is converted agree in.
-/// Rates of 0 where they do not.
+/// What two formats between which is converted agree in, and their rates; rates of 0 where they do not agree.
 struct FormatPair {
   QVSAMPLETYPE type{};
   DWORD src_rate = 0;
@@ -28,7 +27,8 @@ struct FormatPair {
   }
 };
 
-/// Makes a converter that `set_up` (of the converter, answers a result, may throw) fills; the handle is null without.
+/// Makes a converter, which set_up(converter) fills: that returns a result, and may throw. The handle is null when it
+/// fails.
 template <class Converter, class SetUp>
 HRESULT open_converter(Converter** handle, SetUp set_up) {
   if (!handle) return E_INVALIDARG;
@@ -43,7 +43,7 @@ HRESULT open_converter(Converter** handle, SetUp set_up) {
   }
 }
 
-/// Puts what `open` makes in the place of what is behind the handle; a failure changes nothing.
+/// Replaces what is behind a handle by what open(&made) makes; a failure changes nothing.
 template <class Converter, class Open>
 HRESULT renew(Converter* handle, Open open) {
   if (!handle) return E_INVALIDARG;

@@ -35,7 +35,7 @@ struct QVRESAMPLE {
   bool is_driven_by_output() const { return (flags & QVRESAMPLE_OUTPUT_DRIVEN) != 0; }
   bool is_sinc() const { return quality() == QVRESAMPLE_SINC; }
   bool is_copy() const { return !timeline.is_rising() && !timeline.is_falling(); }
-  /// A quality that there is not; equal rates need none.
+  /// Whether its quality is one that does not exist; equal rates need none.
   bool makes_nothing() const { return quality() > QVRESAMPLE_SINC && !is_copy(); }
 
   DWORD process(void* dst, void* src, DWORD count);
@@ -50,7 +50,7 @@ constexpr DWORD kUnserved = 0xFFFFFFFF;
 
 bool is_floating(QVSAMPLETYPE type) { return type == QVSAMPLE_FLOAT32 || type == QVSAMPLE_FLOAT64; }
 
-/// Integer types have neither the sinc nor a low-pass.
+/// Returns the flags that a converter works with: integer types have neither the sinc nor a low-pass.
 DWORD usable_flags(QVSAMPLETYPE type, DWORD flags) {
   const bool asks = (flags & QVRESAMPLE_QUALITY_MASK) == QVRESAMPLE_SINC || (flags & QVRESAMPLE_LOWPASS_MASK) != 0;
   if (is_floating(type) || !asks) return flags;
@@ -91,7 +91,7 @@ HRESULT set_up(QVRESAMPLE& converter, QVSAMPLETYPE type, DWORD src_rate, DWORD d
 
 // ---- process ------------------------------------------------------------------------------------------------------
 
-/// The last frames that are counted stand before the next block.
+/// Keeps the last frames that are counted: they stand before the next block.
 void QVRESAMPLE::keep_history(const void* src, DWORD counted) {
   const DWORD fresh = std::min(counted, history_frames);
   const size_t kept = size_t{history_frames - fresh} * channels;
@@ -148,8 +148,8 @@ DWORD QVRESAMPLE::process(void* dst, void* src, DWORD count) {
 
 HRESULT QvAudio_ResampleOpen(HQVRESAMPLE* handle, QVSAMPLETYPE type, DWORD srcRate, DWORD dstRate, DWORD channels,
                              DWORD flags) {
-  return open_converter(
-      handle, [=](QVRESAMPLE& made) { return set_up(made, type, srcRate, dstRate, channels, flags); });
+  const auto fill = [=](QVRESAMPLE& made) { return set_up(made, type, srcRate, dstRate, channels, flags); };
+  return open_converter(handle, fill);
 }
 
 HRESULT QvAudio_ResampleOpenEx(HQVRESAMPLE* handle, const WAVEFORMATEX* dstFormat, const WAVEFORMATEX* srcFormat,
@@ -160,8 +160,10 @@ HRESULT QvAudio_ResampleOpenEx(HQVRESAMPLE* handle, const WAVEFORMATEX* dstForma
 
 HRESULT QvAudio_ResampleReset(HQVRESAMPLE handle, QVSAMPLETYPE type, DWORD srcRate, DWORD dstRate, DWORD channels,
                               DWORD flags) {
-  return renew(
-      handle, [=](HQVRESAMPLE* made) { return QvAudio_ResampleOpen(made, type, srcRate, dstRate, channels, flags); });
+  const auto open = [=](HQVRESAMPLE* made) {
+    return QvAudio_ResampleOpen(made, type, srcRate, dstRate, channels, flags);
+  };
+  return renew(handle, open);
 }
 
 HRESULT QvAudio_ResampleResetEx(HQVRESAMPLE handle, const WAVEFORMATEX* dstFormat, const WAVEFORMATEX* srcFormat,
@@ -235,7 +237,6 @@ DWORD QvAudio_ResampleGetExactDstFromSrc(HQVRESAMPLE handle, DWORD frames) {
 }
 
 DWORD QvAudio_ResampleGetSrcFromDst(HQVRESAMPLE handle, DWORD frames) {
-  constexpr double kAlmostHalf = 0.499999985;
   const Timeline& timeline = handle->timeline;
   const auto whole = static_cast<int64_t>(frames * timeline.inverse() + timeline.phase() + kAlmostHalf);
   return static_cast<DWORD>(std::max<int64_t>(whole + (timeline.is_rising() ? 1 : 0), 0));

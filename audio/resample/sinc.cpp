@@ -12,13 +12,13 @@ namespace qv::audio {
 namespace {
 
 constexpr size_t kEntries = 1000;
-constexpr int kCrossings = 13; ///< zeros of the sinc that the table covers
+constexpr int kCrossings = 13; ///< of the sinc with 0 that the table covers
 constexpr double kEntriesPerFrame = static_cast<double>(kEntries) / kCrossings;
-constexpr uint64_t kMostRows = 1024;
+constexpr uint64_t kMaxRows = 1024;
 constexpr int kCenter = kSincTaps / 2;
 
-/// sinc times the right half of a 4-term window: F. J. Harris, "On the use of windows for harmonic analysis with the
-/// discrete Fourier transform", 1978, the minimum 4-sample Blackman-Harris window.
+/// Makes the table of the sinc times the right half of a 4-term window: F. J. Harris, "On the use of windows for
+/// harmonic analysis with the discrete Fourier transform", 1978, the minimum 4-sample Blackman-Harris window.
 std::array<double, kEntries> make_table() {
   using std::numbers::pi;
   std::array<double, kEntries> table;
@@ -35,7 +35,7 @@ std::array<double, kEntries> make_table() {
 double weight_at(double distance) {
   static const std::array<double, kEntries> table = make_table();
   const double at = std::fabs(distance) * kEntriesPerFrame;
-  const double index = std::min(std::nearbyint(at - 0.499999985), static_cast<double>(kEntries - 2));
+  const double index = std::min(std::nearbyint(at - kAlmostHalf), static_cast<double>(kEntries - 2));
   const auto entry = static_cast<size_t>(std::max(index, 0.0));
   return table[entry] + (table[entry + 1] - table[entry]) * (at - static_cast<double>(entry));
 }
@@ -48,7 +48,7 @@ void fill_row(double* row, double fraction) {
   std::fill(row + 2 * kSincTaps, row + kSincRow, 0.0);
 }
 
-/// What a chunk works on: pairs of channels, as doubles.
+// A block is converted chunk by chunk, two channels at a time; a window holds the frames of a chunk as doubles.
 constexpr size_t kChunkFrames = 512;
 constexpr size_t kWindowFrames = kChunkFrames + kSincRow / 2;
 
@@ -71,7 +71,7 @@ public:
   }
 
 private:
-  /// As many outputs as the window has room for.
+  /// Returns how many outputs from `done` on the window has room for.
   DWORD chunk_from(DWORD done, const SourcePosition& first) const {
     auto count = static_cast<DWORD>(std::min<size_t>(block_.frames - done, kChunkFrames));
     const auto span = [&] { return block_.timeline->position(done + count - 1).frame - first.frame; };
@@ -92,7 +92,8 @@ private:
     return static_cast<double>(sample);
   }
 
-  /// The frames from `from` to `to` of a channel and the next; 0 for one that does not exist.
+  /// Fills the window with the frames `from` to `to` of a channel and the next one, with 0 for a channel that does not
+  /// exist.
   void load_window(int64_t from, int64_t to, DWORD channel) {
     const bool has_second = channel + 1 < block_.channels;
     double* at = window_;
@@ -109,7 +110,7 @@ private:
         store_pair(at, load_pair(samples + static_cast<size_t>(from) * block_.channels));
     }
     load_edge(to);
-    // What the padding of a row is multiplied with.
+    // A row's padding is multiplied with what is behind the frames: it must be a number.
     std::memset(at, 0, sizeof window_ - static_cast<size_t>(at - window_) * sizeof *at);
   }
 
@@ -153,7 +154,7 @@ void sinc_weights(double (&weights)[kSincTaps], double fraction) {
 }
 
 SincBank::SincBank(const Timeline& timeline) {
-  if (timeline.denominator() > kMostRows) return;
+  if (timeline.denominator() > kMaxRows) return;
   rows_ = AlignedDoubles(timeline.denominator() * kSincRow);
   for (uint64_t part = 0; part < timeline.denominator(); ++part)
     fill_row(rows_.data() + part * kSincRow, static_cast<double>(part) / static_cast<double>(timeline.denominator()));

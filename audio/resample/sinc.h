@@ -1,4 +1,4 @@
-// Windowed-sinc interpolation of 25 taps, 12 source frames late.
+// Interpolation by a windowed sinc of 25 taps, 12 source frames late.
 #pragma once
 
 #include "audio/resample/aligned_doubles.h"
@@ -8,13 +8,13 @@
 namespace qv::audio {
 
 inline constexpr DWORD kSincTaps = 25;
-/// Two more than the taps need before a block, where its first outputs may stand.
+/// Frames kept before a block: those that the taps need, and two more, where the block's first outputs may stand.
 inline constexpr DWORD kSincHistory = kSincTaps + 1;
 
-/// The weights for a fraction of a frame, oldest first, from the shared table.
+/// Fills in the weights for a fraction of a frame, oldest first, from the shared table.
 void sinc_weights(double (&weights)[kSincTaps], double fraction);
 
-/// Rows for all fractions that a timeline has, where they are few.
+/// The rows of weights for all fractions that a timeline has, where they are few.
 class SincBank {
 public:
   SincBank() = default;
@@ -27,7 +27,7 @@ private:
   AlignedDoubles rows_;
 };
 
-/// Float or double.
+/// Converts a block of floats or doubles.
 void run_sinc(const ResampleBlock& block, QVSAMPLETYPE type, const SincBank& bank);
 
 } // namespace qv::audio

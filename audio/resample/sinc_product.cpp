@@ -20,8 +20,8 @@ inline void add_products(Vector& sum, const double* a, const double* b) {
   sum += first * second;
 }
 
-/// Each of the sums is that of every sixteenth product; half of them are added to the other half until `kLeft` are
-/// left.
+/// Adds up products in kSums sums, each of every sixteenth product, then adds half of the sums to the other half until
+/// kLeft are left.
 template <size_t kLeft>
 [[gnu::always_inline]] inline void add_all(double (&left)[kLeft], const double* frames, const double* row,
                                            size_t count) {

@@ -8,11 +8,11 @@
 
 namespace qv::audio {
 
-/// The doubles of a row that goes with two channels side by side: a weight for each of 25 frames, twice, and zeros.
+/// Doubles in a row of weights for two channels side by side: the weight of each of 25 frames twice, then zeros.
 inline constexpr size_t kSincRow = 56;
 
-/// Outputs of two channels, one after the other: for each the sums of the products of kSincRow doubles, of even and odd
-/// places.
+/// Outputs of two channels. An output is the two sums, over even and over odd places, of the products of kSincRow
+/// doubles: frames and a row of weights.
 struct PairSpan {
   double* sums; ///< two for each output
   size_t count;
@@ -20,10 +20,11 @@ struct PairSpan {
   const double* rows;   ///< for each part of a frame
   uint64_t part, step, denominator;
 };
+/// Makes the outputs of a span.
 using PairProducts = void(const PairSpan& span);
 QV_FOR_LEVELS(PairProducts, pair_products);
 
-/// The sum of the products of `count` doubles, a multiple of 8.
+/// Returns the sum of the products of `count` doubles each, a multiple of 8.
 using Product = double(const double* frames, const double* row, size_t count);
 QV_FOR_LEVELS(Product, product);
 

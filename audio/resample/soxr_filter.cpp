@@ -13,11 +13,12 @@ namespace qv::audio {
 
 namespace {
 
-// Measured over thirty pairs of rates: longest waits to 1 % in the first, no allocation behind the others.
+// Sizes of the silence that goes first, from measurements over thirty pairs of rates: the longest wait is known to 1 %
+// after kFramesToMeasure, and nothing is allocated behind kBursts bursts.
 constexpr DWORD kFramesToMeasure = 16384;
 constexpr DWORD kBursts = 4;
 constexpr DWORD kMeasuredPiece = 64;
-constexpr DWORD kLargePiece = 4 * SoxrFilter::kMostFrames;
+constexpr DWORD kLargePiece = 4 * SoxrFilter::kMaxFrames;
 constexpr DWORD kReserve = 128; ///< frames more than the longest wait that was seen
 
 } // namespace
@@ -25,8 +26,8 @@ constexpr DWORD kReserve = 128; ///< frames more than the longest wait that was 
 std::unique_ptr<SoxrFilter> SoxrFilter::make(const Timeline& timeline, DWORD channels) {
   const uint64_t src = timeline.step();
   const uint64_t dst = timeline.denominator();
-  if (src == dst || src / kMostRatio > dst || dst / kMostRatio > src) return nullptr;
-  if (std::max(src, dst) > kMostPeriod || channels > kMostChannels) return nullptr;
+  if (src == dst || src / kMaxRatio > dst || dst / kMaxRatio > src) return nullptr;
+  if (std::max(src, dst) > kMaxPeriod || channels > kMaxChannels) return nullptr;
   std::unique_ptr<SoxrFilter> filter(new SoxrFilter());
   const soxr_io_spec_t samples = soxr_io_spec(SOXR_FLOAT64_I, SOXR_FLOAT64_I);
   const soxr_quality_spec_t quality = soxr_quality_spec(SOXR_VHQ, SOXR_HI_PREC_CLOCK);
@@ -45,7 +46,7 @@ SoxrFilter::~SoxrFilter() { soxr_delete(soxr_); }
 void SoxrFilter::give(const double* frames, DWORD count) {
   size_t made = 0;
   double none = 0.0;
-  // Without a count of used frames all are used.
+  // A null count of used frames makes soxr use all.
   soxr_process(soxr_, frames, count, nullptr, &none, 0, &made);
   given_ += count;
 }
@@ -84,10 +85,10 @@ void SoxrFilter::prime(const Timeline& timeline) {
     }
   }
   ahead_ = static_cast<DWORD>(std::ceil(longest)) + kReserve;
-  // Twice what may wait at a time, all at once. The last burst ends where the silence is a whole number of frames on
-  // both sides.
+  // A burst is twice what may wait at a time. The last one ends where the silence is a whole number of frames at both
+  // rates.
   const uint64_t period = timeline.step();
-  const uint64_t burst = 2 * (uint64_t{ahead_} + kMostSpare);
+  const uint64_t burst = 2 * (uint64_t{ahead_} + kMaxSpare);
   const uint64_t end = (given_ + kBursts * burst + period - 1) / period * period;
   while (given_ < end) {
     for (const uint64_t until = std::min(end, given_ + burst); given_ < until;)

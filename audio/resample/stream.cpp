@@ -20,8 +20,8 @@ namespace {
 
 constexpr DWORD kChunkFrames = 256;        ///< taken or made at a time
 constexpr DWORD kSpare = 3 * kChunkFrames; ///< room, so that frames that wait are seldom moved
-constexpr DWORD kMostRatio = 4096;
-static_assert(kChunkFrames <= SoxrFilter::kMostFrames && kChunkFrames + kSpare <= SoxrFilter::kMostSpare / 2);
+constexpr DWORD kMaxRatio = 4096;
+static_assert(kChunkFrames <= SoxrFilter::kMaxFrames && kChunkFrames + kSpare <= SoxrFilter::kMaxSpare / 2);
 
 } // namespace
 
@@ -29,7 +29,7 @@ struct QVRESAMPLE2 {
   QVSAMPLETYPE type;
   DWORD channels;
   QVRESAMPLE2_QUALITY quality;
-  Timeline timeline; ///< in source frames from the first that waits
+  Timeline timeline; ///< its source frame 0 is the first that waits
   TapRows rows;
   std::unique_ptr<SoxrFilter> soxr; ///< makes the frames in place of the rows, or null
   bool has_filter = false;
@@ -38,22 +38,21 @@ struct QVRESAMPLE2 {
   QVAUDIO_COPYFUNC store;
   Product* sum_of_products;
 
-  // One channel's frames after the other's.
-  DWORD capacity; ///< frames
-  DWORD waiting;
-  std::vector<double> frames;
-  std::vector<double> chunk;   ///< interleaved, of the source or the destination
-  std::vector<double> own_row; ///< where there is no table
+  DWORD capacity;              ///< frames that there is room for
+  DWORD waiting;               ///< frames that are there
+  std::vector<double> frames;  ///< those that wait, one channel after the other
+  std::vector<double> chunk;   ///< interleaved frames on their way in or out
+  std::vector<double> own_row; ///< the row in use, where there is no table of rows
   bool is_flushing = false;
   DWORD end = 0; ///< while flushing: where the padding begins
   ULONGLONG taken = 0;
   ULONGLONG made = 0;
 
-  /// Of a channel, with room for the zeros behind a row's weights.
+  /// Doubles of a channel in `frames`: behind its last frame there is room for the zeros of a row.
   size_t line_size() const { return size_t{capacity} + 8; }
   double* line(DWORD channel) { return frames.data() + channel * line_size(); }
   const double* line(DWORD channel) const { return frames.data() + channel * line_size(); }
-  /// Frames behind an output that it waits for.
+  /// Source frames behind an output that it waits for.
   DWORD ahead() const { return soxr ? soxr->ahead() : rows.ahead(); }
 
   HRESULT set_up(QVSAMPLETYPE new_type, DWORD src_rate, DWORD dst_rate, DWORD new_channels,
@@ -67,11 +66,11 @@ struct QVRESAMPLE2 {
   void append(DWORD count);
 };
 
-/// `old`: the converter that this one goes on from, or null.
+/// Makes it ready; `old` is the converter that it goes on from, or null.
 HRESULT QVRESAMPLE2::set_up(QVSAMPLETYPE new_type, DWORD src_rate, DWORD dst_rate, DWORD new_channels,
                             QVRESAMPLE2_QUALITY new_quality, const QVRESAMPLE2* old) {
   if (src_rate == 0 || dst_rate == 0 || new_channels == 0 || new_quality > QVRESAMPLE2_BEST) return E_INVALIDARG;
-  if (src_rate / kMostRatio > dst_rate || dst_rate / kMostRatio > src_rate) return E_INVALIDARG;
+  if (src_rate / kMaxRatio > dst_rate || dst_rate / kMaxRatio > src_rate) return E_INVALIDARG;
   load = load_frames(new_type);
   if (!load) return E_INVALIDARG;
   type = new_type;
@@ -102,10 +101,10 @@ HRESULT QVRESAMPLE2::set_up(QVSAMPLETYPE new_type, DWORD src_rate, DWORD dst_rat
   return S_OK;
 }
 
-/// What waits, and the position within it. There is room for all of it.
+/// Takes over from another converter what waits in it, for which there is room, and where its next output stands.
 void QVRESAMPLE2::take_over(const QVRESAMPLE2& old) {
   const SourcePosition next = old.timeline.position(0);
-  // As many frames before the next output as are there and looked at; it may stand behind all that wait.
+  // Of the frames before the next output, which may stand behind all that wait, those are kept that are looked at.
   const auto until = std::min<int64_t>(next.frame, old.waiting);
   const auto back = std::min<int64_t>(until, rows.before());
   const auto first = static_cast<DWORD>(until - back);
@@ -120,13 +119,13 @@ void QVRESAMPLE2::take_over(const QVRESAMPLE2& old) {
   made = old.made;
 }
 
-/// The outputs for which all frames that they look at are there, and that belong to those that are no padding.
+/// Returns how many outputs can be made: all frames that they look at are there, and they stand before the padding.
 uint64_t QVRESAMPLE2::ready() const {
   const uint64_t in_front = timeline.outputs_before(int64_t{waiting} - ahead());
   return std::min(in_front, timeline.outputs_within(is_flushing ? end : waiting));
 }
 
-/// The next outputs, at most kChunkFrames.
+/// Makes the next `count` outputs, at most kChunkFrames.
 void QVRESAMPLE2::make(uint8_t* dst, DWORD count) {
   if (soxr) {
     soxr->take(chunk.data(), count);
@@ -143,7 +142,7 @@ void QVRESAMPLE2::make(uint8_t* dst, DWORD count) {
   timeline.advance(count, 0);
 }
 
-/// Frames that no output looks back to any more, when there is no room for a chunk.
+/// Drops frames that no output looks back to any more, once there is no room for another chunk.
 void QVRESAMPLE2::discard() {
   if (capacity - waiting >= kChunkFrames) return;
   const int64_t needed_from = timeline.position(0).frame - rows.before();
@@ -156,7 +155,7 @@ void QVRESAMPLE2::discard() {
   timeline.advance(0, count);
 }
 
-/// What is in the chunk.
+/// Puts the chunk's first `count` frames behind those that wait.
 void QVRESAMPLE2::append(DWORD count) {
   if (soxr) soxr->give(chunk.data(), count);
   for (DWORD channel = 0; channel < channels; ++channel)
@@ -165,6 +164,7 @@ void QVRESAMPLE2::append(DWORD count) {
   waiting += count;
 }
 
+/// Takes source frames in, and returns how many there was room for.
 DWORD QVRESAMPLE2::take(const uint8_t* src, DWORD count) {
   count = std::min({count, kChunkFrames, capacity - waiting});
   load(chunk.data(), src, size_t{count} * channels);
@@ -174,7 +174,8 @@ DWORD QVRESAMPLE2::take(const uint8_t* src, DWORD count) {
   return count;
 }
 
-/// Behind the last frame: silence, or for linear interpolation, which would fade towards it, the frame again.
+/// Puts a chunk behind the last frame: of silence, or for linear interpolation, which would fade towards silence, of
+/// that frame again.
 void QVRESAMPLE2::pad() {
   const DWORD count = std::min(kChunkFrames, capacity - waiting);
   const bool repeats = quality <= QVRESAMPLE2_FILTERED && waiting > 0;
@@ -187,8 +188,8 @@ void QVRESAMPLE2::pad() {
 
 HRESULT QvAudio_Resample2Open(HQVRESAMPLE2* handle, QVSAMPLETYPE type, DWORD srcRate, DWORD dstRate, DWORD channels,
                               QVRESAMPLE2_QUALITY quality) {
-  return open_converter(
-      handle, [=](QVRESAMPLE2& made) { return made.set_up(type, srcRate, dstRate, channels, quality, nullptr); });
+  const auto fill = [=](QVRESAMPLE2& made) { return made.set_up(type, srcRate, dstRate, channels, quality, nullptr); };
+  return open_converter(handle, fill);
 }
 
 HRESULT QvAudio_Resample2OpenEx(HQVRESAMPLE2* handle, const WAVEFORMATEX* dstFormat, const WAVEFORMATEX* srcFormat,
@@ -199,9 +200,10 @@ HRESULT QvAudio_Resample2OpenEx(HQVRESAMPLE2* handle, const WAVEFORMATEX* dstFor
 
 HRESULT QvAudio_Resample2Reset(HQVRESAMPLE2 handle, QVSAMPLETYPE type, DWORD srcRate, DWORD dstRate, DWORD channels,
                                QVRESAMPLE2_QUALITY quality) {
-  return renew(
-      handle,
-      [=](HQVRESAMPLE2* made) { return QvAudio_Resample2Open(made, type, srcRate, dstRate, channels, quality); });
+  const auto open = [=](HQVRESAMPLE2* made) {
+    return QvAudio_Resample2Open(made, type, srcRate, dstRate, channels, quality);
+  };
+  return renew(handle, open);
 }
 
 HRESULT QvAudio_Resample2ResetEx(HQVRESAMPLE2 handle, const WAVEFORMATEX* dstFormat, const WAVEFORMATEX* srcFormat,
@@ -213,18 +215,14 @@ HRESULT QvAudio_Resample2ResetEx(HQVRESAMPLE2 handle, const WAVEFORMATEX* dstFor
 void QvAudio_Resample2Close(HQVRESAMPLE2 handle) { delete handle; }
 
 HRESULT QvAudio_Resample2SetRates(HQVRESAMPLE2 handle, DWORD srcRate, DWORD dstRate) {
-  return renew(
-      handle,
-      [=](HQVRESAMPLE2* renewed) {
-        return open_converter(
-            renewed,
-            [=](QVRESAMPLE2& made) {
-              const QVRESAMPLE2& old = *handle;
-              const HRESULT result = made.set_up(old.type, srcRate, dstRate, old.channels, old.quality, &old);
-              if (SUCCEEDED(result)) made.take_over(old);
-              return result;
-            });
-      });
+  const auto go_on = [=](QVRESAMPLE2& made) {
+    const QVRESAMPLE2& old = *handle;
+    const HRESULT result = made.set_up(old.type, srcRate, dstRate, old.channels, old.quality, &old);
+    if (SUCCEEDED(result)) made.take_over(old);
+    return result;
+  };
+  const auto open = [=](HQVRESAMPLE2* renewed) { return open_converter(renewed, go_on); };
+  return renew(handle, open);
 }
 
 HRESULT QvAudio_Resample2Process(HQVRESAMPLE2 handle, void* dst, DWORD dstCapacity, DWORD* written, const void* src,

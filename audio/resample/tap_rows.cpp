@@ -1,3 +1,4 @@
+// Rows of weights: linear, of the sinc, and of the best quality's own filter.
 #include "audio/resample/tap_rows.h"
 
 #include "audio/resample/sinc.h"
@@ -13,7 +14,7 @@ namespace {
 
 using std::numbers::pi;
 
-constexpr size_t kMostTableDoubles = 1 << 18; // 2 MiB
+constexpr size_t kMaxTableDoubles = 1 << 18; // 2 MiB
 
 // The best quality's filter: J. F. Kaiser, "Nonrecursive digital filter design using the I0-sinh window function",
 // 1974. 125 dB over a transition from 0.907 to 1 of half the lower rate take 88 zeros to each side.
@@ -32,7 +33,7 @@ double bessel_i0(double x) {
   return sum;
 }
 
-/// One side of the filter, with three entries more to interpolate in.
+/// Makes the table of one side of the filter, with three entries more to interpolate in.
 std::vector<double> make_best_table() {
   std::vector<double> table(size_t{kBestZeros} * kEntriesPerZero + 4);
   const double at_0 = bessel_i0(kBestBeta);
@@ -46,7 +47,7 @@ std::vector<double> make_best_table() {
   return table;
 }
 
-/// The filter at a distance, by the cubic through the four entries around it.
+/// Returns the filter's value at a distance in zeros, by the cubic through the four entries around it.
 double best_weight(double zeros) {
   static const std::vector<double> table = make_best_table();
   const double at = std::fabs(zeros) * kEntriesPerZero;
@@ -75,7 +76,7 @@ TapRows::TapRows(QVRESAMPLE2_QUALITY quality, const Timeline& timeline)
 }
 
 void TapRows::make_table() {
-  if (denominator_ > kMostTableDoubles / row_size_) return;
+  if (denominator_ > kMaxTableDoubles / row_size_) return;
   rows_ = AlignedDoubles(denominator_ * row_size_);
   for (uint64_t part = 0; part < denominator_; ++part)
     fill(rows_.data() + part * row_size_, static_cast<double>(part) / static_cast<double>(denominator_));
@@ -99,7 +100,7 @@ void TapRows::fill(double* row, double fraction) const {
   }
 }
 
-/// The weights have the sum 1, whatever the fraction.
+/// Fills a row of the best quality: its weights have the sum 1, whatever the fraction.
 void TapRows::fill_best(double* row, double fraction) const {
   const size_t taps = size_t{before_} + 1 + ahead_;
   double sum = 0.0;

@@ -12,15 +12,15 @@ class TapRows {
 public:
   TapRows() = default;
   TapRows(QVRESAMPLE2_QUALITY quality, const Timeline& timeline);
-  /// A row for each part of a frame, unless they are too many. Throws std::bad_alloc.
+  /// Makes a table of the rows for each part of a frame, unless they are too many. Throws std::bad_alloc.
   void make_table();
 
   /// The frames that an output looks back and ahead, beside the one that it stands at or behind.
   DWORD before() const { return before_; }
   DWORD ahead() const { return ahead_; }
-  /// Doubles of a row: a weight for each frame, oldest first; zeros behind them up to a multiple of 8.
+  /// How many doubles a row has: a weight for each frame, oldest first, and zeros up to a multiple of 8.
   size_t row_size() const { return row_size_; }
-  /// The row of a part of a frame. `own`: room for a row, used where there is no table of them.
+  /// Returns the row for a part of a frame. `own` is room for one, which is filled where there is no table.
   const double* row(uint64_t part, double* own) const;
 
 private:

@@ -55,7 +55,7 @@ QV_FUNCTION HRESULT QvAudio_ResampleResetEx(HQVRESAMPLE handle, const WAVEFORMAT
 /// Frees it; nothing for null.
 QV_FUNCTION void QvAudio_ResampleClose(HQVRESAMPLE handle);
 
-/// Converts a block; answers the frames written. `count` is that of source frames, or of frames to make when the
+/// Converts a block; returns the frames written. `count` is that of source frames, or of frames to make when the
 /// converter is driven by its output. How large the other buffer has to be, QvAudio_ResampleGetExactDstFromSrc tells
 /// and QvAudio_ResampleGetExactSrcFromDst.
 ///
@@ -68,15 +68,15 @@ QV_FUNCTION DWORD QvAudio_ResampleEx(HQVRESAMPLE handle, void* dst, void* src, D
 
 /// One conversion of a whole buffer, to the rate source rate x dstFrames / srcFrames, truncated, with
 /// QVRESAMPLE_FILTERED | QVRESAMPLE_LOWPASS4. At most dstFrames frames are written: those behind the last source frame
-/// stay as they are. src is filtered in place as above. Answers 0.
+/// stay as they are. src is filtered in place as above. Returns 0.
 QV_FUNCTION HRESULT QvAudio_Resample(const WAVEFORMATEX* format, void* dst, DWORD dstFrames, void* src,
                                      DWORD srcFrames);
 /// Fits srcFrames source frames into exactly dstFrames frames, without filter or history, by the ratio of the two.
-/// Equal counts copy (nothing when the buffers are the same). Answers the frames, 0xFFFFFFFF for a type without
+/// Equal counts copy (nothing when the buffers are the same). Returns the frames, 0xFFFFFFFF for a type without
 /// kernels.
 QV_FUNCTION DWORD QvAudio_ResampleStupid(HQVRESAMPLE handle, void* dst, DWORD dstFrames, const void* src,
                                          DWORD srcFrames);
-/// The kernel of QVRESAMPLE_SINC: dstFrames frames from a converter of that quality, for the types 32 and 33; answers
+/// The kernel of QVRESAMPLE_SINC: dstFrames frames from a converter of that quality, for the types 32 and 33; returns
 /// them, 0 for other types or a converter of another kind. src has what QvAudio_ResampleEx would read for as many
 /// frames; srcFrames of it are counted.
 QV_FUNCTION DWORD QvAudio_Resample_Sinc(QVSAMPLETYPE type, DWORD channels, void* dst, DWORD dstFrames, const void* src,
@@ -84,7 +84,7 @@ QV_FUNCTION DWORD QvAudio_Resample_Sinc(QVSAMPLETYPE type, DWORD channels, void*
 
 // ---- positions -----------------------------------------------------------------------------------------------------
 
-/// Frames counted so far, and an offset that the caller may set: the answer is their sum.
+/// Return frames counted so far plus an offset that the caller may set.
 QV_FUNCTION ULONGLONG QvAudio_ResampleGetSrcPos(HQVRESAMPLE handle);
 QV_FUNCTION ULONGLONG QvAudio_ResampleGetDstPos(HQVRESAMPLE handle);
 QV_FUNCTION void QvAudio_ResampleSetSrcPos(HQVRESAMPLE handle, ULONGLONG position);
@@ -170,7 +170,7 @@ QV_FUNCTION ULONGLONG QvAudio_Resample2GetDstPos(HQVRESAMPLE2 handle);
 /// The fewest source frames that have still to be given for so many more; not looked at behind a flush.
 QV_FUNCTION DWORD QvAudio_Resample2GetSrcFromDst(HQVRESAMPLE2 handle, DWORD frames);
 
-/// Makes a frame of the average of each `factor` source frames: srcFrames / factor frames, which are answered; what is
+/// Makes a frame of the average of each `factor` source frames: srcFrames / factor frames, which it returns; what is
 /// left over is not looked at. In double precision; dst may be src. 0 for a factor of 0 or a type without kernels.
 QV_FUNCTION DWORD QvDownSample(QVSAMPLETYPE type, DWORD channels, void* dst, const void* src, DWORD srcFrames,
                                DWORD factor);

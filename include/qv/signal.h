@@ -4,7 +4,7 @@
 //     QvSig_FindLowShelfBoostCoeffs(200.0 / 48000.0, 6.0, &shelf);
 //     QvBiquadFloatEx(samples, samples, frames, 1, &shelf, 1);
 //
-// All are made of allpass filters A(z): U. Zoelzer (ed.), "DAFX: Digital Audio Effects", chapter 2. They are answered
+// All are made of allpass filters A(z): U. Zoelzer (ed.), "DAFX: Digital Audio Effects", chapter 2. They are made
 // as biquad records of qv/filter.h with a state of 0, ready to run; a first-order one has b2 and c2 0.
 //
 // frequency: as a fraction of the sample rate, 0.0001 to 0.4999. A value outside a range counts as the nearest in it, a
