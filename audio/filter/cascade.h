@@ -1,7 +1,7 @@
 // Sections one after the other over the channels of interleaved buffers, and their states.
 #pragma once
 
-#include "audio/filter/iir_outputs.h"
+#include "audio/filter/iir_sections.h"
 
 #include <vector>
 

@@ -1,7 +1,6 @@
-#include "audio/filter/iir_design.h"
-
 #include "audio/filter/arguments.h"
 #include "audio/filter/bessel_poles.h"
+#include "audio/filter/iir_sections.h"
 
 #include <algorithm>
 #include <cmath>

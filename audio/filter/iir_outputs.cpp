@@ -1,8 +1,7 @@
 // A recursive section's next state waits for its last one, some eight cycles; sections that follow each other wait for
 // each other too. So several run side by side in the lanes of vectors, each a few samples behind the one before it,
 // which hides the wait: the samples, and what is computed from them, are the same as section after section.
-#include "audio/filter/iir_outputs.h"
-
+#include "audio/filter/iir_sections.h"
 #include "audio/kernels/double_pair.h"
 
 #if defined(__AVX__)

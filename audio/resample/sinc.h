@@ -1,9 +1,8 @@
 // Interpolation by a windowed sinc of 25 taps, 12 source frames late.
 #pragma once
 
-#include "audio/resample/aligned_doubles.h"
 #include "audio/resample/block.h"
-#include "audio/resample/sinc_product.h"
+#include "audio/resample/weight_rows.h"
 
 namespace qv::audio {
 

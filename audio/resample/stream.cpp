@@ -1,9 +1,9 @@
 // Streaming converters: frames wait as doubles until all that an output looks at are there.
 #include "audio/resample/block.h"
 #include "audio/resample/opening.h"
-#include "audio/resample/sinc_product.h"
 #include "audio/resample/soxr_filter.h"
 #include "audio/resample/tap_rows.h"
+#include "audio/resample/weight_rows.h"
 
 #include "qv/audio_kernels.h"
 #include "qv/filter.h"

@@ -1,8 +1,8 @@
 // The weights of the frames around a position, for each quality of the streaming converter.
 #pragma once
 
-#include "audio/resample/aligned_doubles.h"
 #include "audio/resample/timeline.h"
+#include "audio/resample/weight_rows.h"
 
 #include "qv/resample.h"
 

@@ -1,6 +1,6 @@
 // The innermost loop of a filter over frames, for the vectors that a processor has. So many sums run side by side,
 // at every level alike, that none waits for itself and the results are the same to the bit.
-#include "audio/resample/sinc_product.h"
+#include "audio/resample/weight_rows.h"
 
 #include <cstring>
 
