@@ -33,9 +33,8 @@ void QvQueueDelete(tQVQHEAD* head) {
   if (!event) return;
   QueueUsers* users = QueueUsers::of(head);
   users->turn_away();
-  SetEvent(event);
   EnterCriticalSection(&head->lock);
-  SetEvent(event); // a removal that was inside may have taken the signal back
+  SetEvent(event); // inside the lock, so that no removal that has begun takes the signal back
   LeaveCriticalSection(&head->lock);
   users->drain();
   clear_ring(head);
