@@ -30,10 +30,10 @@ protected:
   }
   static bool exists(HKEY root, const qv::WString& path) {
     HKEY key = nullptr;
-    if (RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return false;
-    RegCloseKey(key);
-    return true;
+    return RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, &key) == ERROR_SUCCESS && RegCloseKey(key) == ERROR_SUCCESS;
   }
+  /// Of the user, below the application.
+  bool exists(const WCHAR* below) const { return exists(HKEY_CURRENT_USER, path(below)); }
   static void create(HKEY root, const qv::WString& path) {
     HKEY key = nullptr;
     ASSERT_EQ(RegCreateKeyW(root, path.c_str(), &key), ERROR_SUCCESS);

@@ -18,15 +18,14 @@ TEST_F(MetricKeys, PathsFollowTheVersion) {
   const Case cases[] = {
       {0x01020000, QV_TEXT("\\1.2\\Metrics")},   {0xFF00FFFF, QV_TEXT("\\255.0\\Metrics")},
       {0x0A63ABCD, QV_TEXT("\\10.99\\Metrics")}, {0x00020000, QV_TEXT("\\Metrics")},
-      {0x00FFFFFF, QV_TEXT("\\Metrics")},        {0, QV_TEXT("\\Metrics")},
-      {0x01000000, QV_TEXT("\\1.0\\Metrics")},
+      {0x00FFFFFF, QV_TEXT("\\Metrics")},        {0x01000000, QV_TEXT("\\1.0\\Metrics")},
   };
   for (const Case& each : cases) {
     SCOPED_TRACE(each.version);
     HQVMETRIC handle = nullptr;
     QvRegDeleteKey(HKEY_CURRENT_USER, path(each.path).c_str());
     EXPECT_EQ(QvMetric_Open(&handle, application_, each.version, nullptr), S_OK);
-    EXPECT_TRUE(exists(HKEY_CURRENT_USER, path(each.path)));
+    EXPECT_TRUE(exists(each.path));
     EXPECT_EQ(QvMetric_Close(handle), S_OK);
   }
 }
@@ -34,48 +33,48 @@ TEST_F(MetricKeys, PathsFollowTheVersion) {
 TEST_F(MetricKeys, CompanySubKeysAndPathsCanBeNamed) {
   HQVMETRIC handle = nullptr;
   const WString company = WString(QV_TEXT("QvTestCompany")) + application_;
+  const WString of_company = WString(QV_TEXT("Software\\")) + company;
+  const auto company_has = [&](const WCHAR* below) {
+    return exists(HKEY_CURRENT_USER, of_company + QV_TEXT("\\") + application_ + below);
+  };
   EXPECT_EQ(QvMetric_OpenRegHiveAndVersion(&handle, application_, kVersion, company.c_str(), QV_TEXT("Window\\Main")),
             S_OK);
-  const WString of_company = WString(QV_TEXT("Software\\")) + company;
-  EXPECT_TRUE(
-      exists(HKEY_CURRENT_USER, of_company + QV_TEXT("\\") + application_ + QV_TEXT("\\1.2\\Metrics\\Window\\Main")));
+  EXPECT_TRUE(company_has(QV_TEXT("\\1.2\\Metrics\\Window\\Main")));
   QvMetric_Close(handle);
   EXPECT_EQ(QvMetric_DeleteKeyHiveAndVersion(application_, kVersion, company.c_str(), QV_TEXT("Window")), S_OK);
-  EXPECT_TRUE(exists(HKEY_CURRENT_USER, of_company + QV_TEXT("\\") + application_ + QV_TEXT("\\1.2\\Metrics")));
-  EXPECT_FALSE(
-      exists(HKEY_CURRENT_USER, of_company + QV_TEXT("\\") + application_ + QV_TEXT("\\1.2\\Metrics\\Window")));
+  EXPECT_TRUE(company_has(QV_TEXT("\\1.2\\Metrics")));
+  EXPECT_FALSE(company_has(QV_TEXT("\\1.2\\Metrics\\Window")));
   EXPECT_EQ(QvMetric_DeleteAllHiveAndVersion(application_, 0, company.c_str()), S_OK);
-  EXPECT_FALSE(exists(HKEY_CURRENT_USER, of_company + QV_TEXT("\\") + application_));
+  EXPECT_FALSE(company_has(QV_TEXT("")));
   QvRegDeleteKey(HKEY_CURRENT_USER, of_company.c_str());
 
   EXPECT_EQ(QvMetric_OpenAppVersion(&handle, path(QV_TEXT("\\Elsewhere")).c_str(), QV_TEXT("")), S_OK);
-  EXPECT_TRUE(exists(HKEY_CURRENT_USER, path(QV_TEXT("\\Elsewhere"))));
+  EXPECT_TRUE(exists(QV_TEXT("\\Elsewhere")));
   EXPECT_EQ(QvMetric_CloseAndDeleteKey(handle), S_OK);
-  EXPECT_FALSE(exists(HKEY_CURRENT_USER, path(QV_TEXT("\\Elsewhere"))));
+  EXPECT_FALSE(exists(QV_TEXT("\\Elsewhere")));
 }
 
 TEST_F(MetricKeys, SubKeysAreDirectlyBelowMetrics) {
-  HQVMETRIC nested = nullptr;
+  struct Case {
+    WString parent;
+    const WCHAR *sub_key, *opened;
+  };
+  const Case cases[] = {
+      {path(QV_TEXT("\\1.2\\Metrics\\A\\B")), QV_TEXT("C"), QV_TEXT("\\1.2\\Metrics\\C")},
+      {path(QV_TEXT("\\1.2\\Metrics\\A\\B")), nullptr, QV_TEXT("\\1.2\\Metrics")},
+      {path(QV_TEXT("\\Plain")), QV_TEXT("D"), QV_TEXT("\\Plain\\Metrics\\D")}, // which had no Metrics
+  };
   HQVMETRIC sub = nullptr;
-  ASSERT_EQ(QvMetric_Open(&nested, application_, kVersion, QV_TEXT("A\\B")), S_OK);
-  EXPECT_EQ(QvMetric_OpenSubKey(&sub, nested, QV_TEXT("C")), S_OK);
-  EXPECT_TRUE(exists(HKEY_CURRENT_USER, path(QV_TEXT("\\1.2\\Metrics\\C"))));
-  EXPECT_EQ(QvSetMetric(sub, 1, 11), S_OK);
-  EXPECT_EQ(QvGetMetric(handle_, 1), 0u);
-  QvMetric_Close(sub);
-  EXPECT_EQ(QvMetric_OpenSubKey(&sub, nested, nullptr), S_OK);
-  EXPECT_EQ(QvSetMetric(sub, 1, 12), S_OK);
-  EXPECT_EQ(QvGetMetric(handle_, 1), 12u);
-  QvMetric_Close(sub);
-  QvMetric_Close(nested);
-
-  // A path without Metrics gets one.
-  ASSERT_EQ(QvMetric_OpenAppVersion(&nested, path(QV_TEXT("\\Plain")).c_str(), nullptr), S_OK);
-  EXPECT_EQ(QvMetric_OpenSubKey(&sub, nested, QV_TEXT("D")), S_OK);
-  EXPECT_TRUE(exists(HKEY_CURRENT_USER, path(QV_TEXT("\\Plain\\Metrics\\D"))));
-  QvMetric_Close(sub);
-  QvMetric_Close(nested);
-
+  for (const Case& each : cases) {
+    HQVMETRIC parent = nullptr, same = nullptr;
+    ASSERT_EQ(QvMetric_OpenAppVersion(&parent, each.parent.c_str(), nullptr), S_OK);
+    EXPECT_EQ(QvMetric_OpenSubKey(&sub, parent, each.sub_key), S_OK);
+    EXPECT_EQ(QvSetMetric(sub, 1, 11), S_OK);
+    ASSERT_EQ(QvMetric_OpenAppVersion(&same, path(each.opened).c_str(), nullptr), S_OK);
+    EXPECT_EQ(QvGetMetric(same, 1), 11u);
+    for (const HQVMETRIC handle : {sub, parent, same})
+      QvMetric_Close(handle);
+  }
   sub = handle_;
   EXPECT_EQ(QvMetric_OpenSubKey(&sub, nullptr, QV_TEXT("C")), E_FAIL);
   EXPECT_EQ(sub, nullptr);
@@ -85,8 +84,8 @@ TEST_F(MetricKeys, SubKeysAreDirectlyBelowMetrics) {
 TEST_F(MetricKeys, WhatCannotBeOpenedStillGivesAHandle) {
   const WString long_name(300, 'x');
   const WString long_component(256, 'y');
-  HQVMETRIC handle = nullptr;
   const HRESULT too_long = registry_result(ERROR_FILENAME_EXCED_RANGE);
+  HQVMETRIC handle = nullptr;
   EXPECT_EQ(QvMetric_Open(&handle, long_name.c_str(), kVersion, nullptr), too_long);
   ASSERT_NE(handle, nullptr);
   EXPECT_EQ(QvSetMetric(handle, 1, 1), E_FAIL);
@@ -100,7 +99,10 @@ TEST_F(MetricKeys, WhatCannotBeOpenedStillGivesAHandle) {
   ASSERT_NE(handle, nullptr) << "whatever the registry had against it";
   EXPECT_EQ(QvDoesMetricExist(handle, 1, REG_DWORD), S_FALSE);
   EXPECT_EQ(QvMetric_CloseAndDeleteKey(handle), S_OK);
+}
 
+TEST_F(MetricKeys, ArgumentsAreChecked) {
+  HQVMETRIC handle = handle_;
   for (const WCHAR* name : {static_cast<const WCHAR*>(nullptr), QV_TEXT("")}) {
     handle = handle_;
     EXPECT_EQ(QvMetric_Open(&handle, name, kVersion, nullptr), E_INVALIDARG);
@@ -110,8 +112,9 @@ TEST_F(MetricKeys, WhatCannotBeOpenedStillGivesAHandle) {
     EXPECT_EQ(QvMetric_DeleteAll(name, 0), S_OK);
     EXPECT_EQ(QvMetric_DeleteUserMetrics(name, 0), S_OK);
     EXPECT_EQ(QvMetric_DeleteAllHiveAndVersion(application_, 0, name), S_OK);
+    EXPECT_EQ(QvRegDeleteKey(HKEY_CURRENT_USER, name), LONG{ERROR_INVALID_PARAMETER});
   }
-  EXPECT_TRUE(exists(HKEY_CURRENT_USER, path(QV_TEXT("\\1.2\\Metrics"))));
+  EXPECT_TRUE(exists(QV_TEXT("\\1.2\\Metrics")));
   EXPECT_EQ(QvMetric_Open(nullptr, application_, kVersion, nullptr), E_INVALIDARG);
   EXPECT_EQ(QvMetric_OpenAppVersion(&handle, nullptr, nullptr), E_INVALIDARG);
   EXPECT_EQ(QvMetric_Close(nullptr), S_OK);
@@ -123,65 +126,46 @@ TEST_F(MetricKeys, DeletingReachesWhatItNames) {
   const WCHAR* const kPaths[] = {QV_TEXT("\\1.2\\Metrics\\Sub\\Deep"), QV_TEXT("\\1.2\\Other"),
                                  QV_TEXT("\\2.0\\Metrics"), QV_TEXT("\\Metrics")};
   struct Case {
-    const char* name;
+    const WCHAR* gone; ///< below the application, with what is below it; null: nothing
     HRESULT (*run)(const WCHAR* application);
-    const WCHAR* gone[2]; ///< below the application; null: nothing more
-    bool machine_too;
+    bool machine_too = true;
   };
   const Case cases[] = {
-      {"a version", [](const WCHAR* a) { return QvMetric_DeleteAll(a, kVersion); }, {QV_TEXT("\\1.2")}, true},
-      {"an application", [](const WCHAR* a) { return QvMetric_DeleteAll(a, 0x00020000); }, {QV_TEXT("")}, true},
-      {"a user's version",
-       [](const WCHAR* a) { return QvMetric_DeleteUserMetrics(a, kVersion); },
-       {QV_TEXT("\\1.2")},
-       false},
-      {"a sub-key",
-       [](const WCHAR* a) { return QvMetric_DeleteKey(a, kVersion, QV_TEXT("Sub")); },
-       {QV_TEXT("\\1.2\\Metrics\\Sub")},
-       true},
-      {"metrics",
-       [](const WCHAR* a) { return QvMetric_DeleteKey(a, kVersion, nullptr); },
-       {QV_TEXT("\\1.2\\Metrics")},
-       true},
-      {"metrics, no version",
-       [](const WCHAR* a) { return QvMetric_DeleteKey(a, 0, QV_TEXT("")); },
-       {QV_TEXT("\\Metrics")},
-       true},
-      {"what is not there", [](const WCHAR* a) { return QvMetric_DeleteKey(a, 0x09000000, nullptr); }, {}, true},
+      {QV_TEXT("\\1.2"), [](const WCHAR* a) { return QvMetric_DeleteAll(a, kVersion); }},
+      {QV_TEXT(""), [](const WCHAR* a) { return QvMetric_DeleteAll(a, 0x00020000); }},
+      {QV_TEXT("\\1.2"), [](const WCHAR* a) { return QvMetric_DeleteUserMetrics(a, kVersion); }, false},
+      {QV_TEXT("\\1.2\\Metrics\\Sub"), [](const WCHAR* a) { return QvMetric_DeleteKey(a, kVersion, QV_TEXT("Sub")); }},
+      {QV_TEXT("\\1.2\\Metrics"), [](const WCHAR* a) { return QvMetric_DeleteKey(a, kVersion, nullptr); }},
+      {QV_TEXT("\\Metrics"), [](const WCHAR* a) { return QvMetric_DeleteKey(a, 0, QV_TEXT("")); }},
+      {nullptr, [](const WCHAR* a) { return QvMetric_DeleteKey(a, 0x09000000, nullptr); }},
   };
   for (const Case& each : cases) {
-    SCOPED_TRACE(each.name);
+    SCOPED_TRACE(&each - cases);
     for (const HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE})
       for (const WCHAR* below : kPaths)
         create(root, path(below));
     EXPECT_EQ(each.run(application_), S_OK);
     for (const HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
-      const bool reached = root == HKEY_CURRENT_USER || each.machine_too;
-      for (const WCHAR* below : kPaths) {
-        const bool gone = reached && each.gone[0] && WString(below).starts_with(each.gone[0]);
-        EXPECT_EQ(exists(root, path(below)), !gone) << testing::PrintToString(WString(below));
-      }
-      if (reached && each.gone[0]) EXPECT_FALSE(exists(root, path(each.gone[0])));
+      const bool reached = each.gone && (root == HKEY_CURRENT_USER || each.machine_too);
+      for (const WCHAR* below : kPaths)
+        EXPECT_EQ(exists(root, path(below)), !reached || !WString(below).starts_with(each.gone));
+      if (reached) EXPECT_FALSE(exists(root, path(each.gone)));
     }
   }
 }
 
 TEST_F(MetricKeys, QvRegDeleteKeyTakesTreesOfAnyShape) {
   WString deep = path(QV_TEXT("\\Tree"));
+  const WString tree = deep;
   for (int level = 0; level < 100; ++level)
     deep += QV_TEXT("\\x");
   create(HKEY_CURRENT_USER, deep);
-  for (int i = 0; i < 50; ++i) {
-    WCHAR name[16];
-    QvPrintF(name, QV_TEXT("\\Tree\\%d\\a"), i);
-    create(HKEY_CURRENT_USER, path(name));
-  }
-  EXPECT_EQ(QvRegDeleteKey(HKEY_CURRENT_USER, path(QV_TEXT("\\Tree")).c_str()), ERROR_SUCCESS);
-  EXPECT_FALSE(exists(HKEY_CURRENT_USER, path(QV_TEXT("\\Tree"))));
-  EXPECT_TRUE(exists(HKEY_CURRENT_USER, path(QV_TEXT("\\1.2\\Metrics"))));
-  EXPECT_EQ(QvRegDeleteKey(HKEY_CURRENT_USER, path(QV_TEXT("\\Tree")).c_str()), LONG{ERROR_FILE_NOT_FOUND});
-  EXPECT_EQ(QvRegDeleteKey(HKEY_CURRENT_USER, nullptr), LONG{ERROR_INVALID_PARAMETER});
-  EXPECT_EQ(QvRegDeleteKey(HKEY_CURRENT_USER, QV_TEXT("")), LONG{ERROR_INVALID_PARAMETER});
+  for (WCHAR name = 'a'; name <= 'z'; ++name)
+    create(HKEY_CURRENT_USER, tree + QV_TEXT("\\") + name + QV_TEXT("\\a"));
+  EXPECT_EQ(QvRegDeleteKey(HKEY_CURRENT_USER, tree.c_str()), ERROR_SUCCESS);
+  EXPECT_FALSE(exists(QV_TEXT("\\Tree")));
+  EXPECT_TRUE(exists(QV_TEXT("\\1.2\\Metrics")));
+  EXPECT_EQ(QvRegDeleteKey(HKEY_CURRENT_USER, tree.c_str()), LONG{ERROR_FILE_NOT_FOUND});
 }
 
 } // namespace

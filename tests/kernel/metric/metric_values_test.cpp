@@ -5,7 +5,6 @@
 
 #include <climits>
 #include <cstring>
-#include <functional>
 
 using namespace kernel_test;
 using qv::WString;
@@ -121,123 +120,109 @@ TEST_F(MetricValues, BytesFillTheRestWithZeros) {
   EXPECT_EQ(QvGetMetricBinaryEx(handle_, 1, nullptr, 0, &bytes), QVERR_MOREDATA);
   EXPECT_EQ(bytes, 5u);
   EXPECT_EQ(QvGetMetricBinaryEx(handle_, 1, nullptr, 0, nullptr), E_INVALIDARG);
-  EXPECT_EQ(QvGetMetricBinaryEx(nullptr, 1, nullptr, 0, &bytes), QVERR_RIFF_NOTFOUND);
-  EXPECT_EQ(QvGetMetricBinaryEx(QVMETRIC_DEFAULT, 1, nullptr, 0, &bytes), QVERR_RIFF_NOTFOUND);
   EXPECT_EQ(QvGetMetricBinary(handle_, 1, nullptr, 0), 0u);
   EXPECT_EQ(QvSetMetricBinary(handle_, 1, nullptr, 5), E_FAIL);
 }
 
-/// A read into a buffer of `capacity` characters between guards.
-struct TextRead {
-  DWORD length;
-  WString text; ///< the whole buffer
-};
-
-TextRead read_text(DWORD capacity, const std::function<DWORD(WCHAR*, DWORD)>& read) {
-  std::vector<WCHAR> buffer(capacity + 2, 'G');
-  const DWORD length = read(buffer.data() + 1, capacity);
-  EXPECT_EQ(buffer.front(), 'G');
-  EXPECT_EQ(buffer.back(), 'G');
-  return {length, WString(buffer.begin() + 1, buffer.end() - 1)};
-}
-
 TEST_F(MetricValues, TextsAreCutAndTerminated) {
-  constexpr const WCHAR* kNone = nullptr;
+  const WString abc(QV_TEXT("abc\0"), 4), empty(1, 0), bare(QV_TEXT("abc"));
+  const WString several(QV_TEXT("one\0two\0\0"), 9);
+  constexpr const WCHAR* kNo = QV_TEXT("no");
   struct Case {
     const char* name;
-    WString stored; ///< as it is, terminators and all
-    DWORD type;
+    DWORD type;            ///< REG_MULTI_SZ: read as a list of texts, without default
+    const WString& stored; ///< as it is, terminators and all
     DWORD capacity;
-    const WCHAR* absent;
-    BOOL keep_empty;
     DWORD length;
-    WString buffer; ///< up to its first two terminators or the capacity
+    WString text; ///< in the buffer, whose rest is zero
+    const WCHAR* absent = nullptr;
+    BOOL keep_empty = FALSE;
   };
-  const WString abc(QV_TEXT("abc\0"), 4), empty(1, 0), bare(QV_TEXT("abc"));
   const Case cases[] = {
-      {"roomy", abc, REG_SZ, 6, kNone, FALSE, 3, WString(QV_TEXT("abc\0\0\0"), 6)},
-      {"exact", abc, REG_SZ, 4, kNone, FALSE, 3, abc},
-      {"too small is absent", abc, REG_SZ, 3, QV_TEXT("no"), FALSE, 2, WString(QV_TEXT("no\0"), 3)},
-      {"too small without default", abc, REG_SZ, 3, kNone, FALSE, 0, WString(3, 0)},
-      {"default is cut", abc, REG_SZ, 3, QV_TEXT("nobody"), FALSE, 2, WString(QV_TEXT("no\0"), 3)},
-      {"empty without keep", empty, REG_SZ, 4, QV_TEXT("no"), FALSE, 2, WString(QV_TEXT("no\0\0"), 4)},
-      {"empty with keep", empty, REG_SZ, 4, QV_TEXT("no"), TRUE, 0, WString(4, 0)},
-      {"no bytes with keep", WString(), REG_SZ, 4, QV_TEXT("no"), TRUE, 2, WString(QV_TEXT("no\0\0"), 4)},
-      {"another type", abc, REG_BINARY, 6, QV_TEXT("no"), TRUE, 2, WString(QV_TEXT("no\0\0\0\0"), 6)},
-      {"expandable is another type", abc, REG_EXPAND_SZ, 6, kNone, TRUE, 0, WString(6, 0)},
-      {"unterminated", bare, REG_SZ, 6, kNone, FALSE, 2, WString(QV_TEXT("abc\0\0\0"), 6)},
-      {"unterminated and full", bare, REG_SZ, 3, kNone, FALSE, 2, WString(QV_TEXT("ab\0"), 3)},
-      {"one unterminated character", WString(1, 'x'), REG_SZ, 4, kNone, TRUE, 0, WString(4, 0)},
-      {"capacity 1", empty, REG_SZ, 1, QV_TEXT("no"), FALSE, 0, WString(1, 0)},
-      {"capacity 0", abc, REG_SZ, 0, QV_TEXT("no"), FALSE, 0, WString()},
+      {"roomy", REG_SZ, abc, 6, 3, QV_TEXT("abc")},
+      {"exact", REG_SZ, abc, 4, 3, QV_TEXT("abc")},
+      {"too small is absent", REG_SZ, abc, 3, 2, kNo, kNo},
+      {"too small without default", REG_SZ, abc, 3, 0, {}},
+      {"default is cut", REG_SZ, abc, 3, 2, kNo, QV_TEXT("nobody")},
+      {"empty without keep", REG_SZ, empty, 4, 2, kNo, kNo},
+      {"empty with keep", REG_SZ, empty, 4, 0, {}, kNo, TRUE},
+      {"no bytes with keep", REG_SZ, {}, 4, 2, kNo, kNo, TRUE},
+      {"another type", REG_BINARY, abc, 6, 2, kNo, kNo, TRUE},
+      {"expandable is another type", REG_EXPAND_SZ, abc, 6, 0, {}, nullptr, TRUE},
+      {"unterminated", REG_SZ, bare, 6, 2, bare},
+      {"unterminated and full", REG_SZ, bare, 3, 2, QV_TEXT("ab")},
+      {"one unterminated character", REG_SZ, WString(1, 'x'), 4, 0, {}, nullptr, TRUE},
+      {"capacity 1", REG_SZ, empty, 1, 0, {}, kNo},
+      {"capacity 0", REG_SZ, abc, 0, 0, {}},
+      {"several", REG_MULTI_SZ, several, 12, 8, several},
+      {"several, exact", REG_MULTI_SZ, several, 9, 8, several},
+      {"several, too small", REG_MULTI_SZ, several, 8, 0, {}},
+      {"two terminators at the end", REG_MULTI_SZ, bare, 3, 2, QV_TEXT("a")},
+      {"several, capacity 0", REG_MULTI_SZ, several, 0, 0, {}},
   };
-  for (const Case& each : cases) {
+  for (Case each : cases) {
     SCOPED_TRACE(each.name);
-    store_text(QV_TEXT("S1"), each.type, each.stored);
-    const TextRead read = read_text(each.capacity, [&](WCHAR* buffer, DWORD capacity) {
-      return QvGetMetricStringEx(handle_, 1, buffer, capacity, each.absent, each.keep_empty);
-    });
-    EXPECT_EQ(read.length, each.length);
-    EXPECT_EQ(read.text, each.buffer);
+    const bool several_texts = each.type == REG_MULTI_SZ;
+    store_text(several_texts ? QV_TEXT("Z1") : QV_TEXT("S1"), each.type, each.stored);
+    std::vector<WCHAR> buffer(each.capacity + 2, 'G'); // with a guard at both ends
+    WCHAR* text = buffer.data() + 1;
+    EXPECT_EQ(several_texts ? QvGetMetricMultiStringEx(handle_, 1, text, each.capacity)
+                            : QvGetMetricStringEx(handle_, 1, text, each.capacity, each.absent, each.keep_empty),
+              each.length);
+    each.text.resize(each.capacity);
+    EXPECT_EQ(WString(buffer.begin(), buffer.end()), QV_TEXT("G") + each.text + QV_TEXT("G"));
   }
-  EXPECT_EQ(QvGetMetricStringEx(handle_, 1, nullptr, 10, QV_TEXT("no"), TRUE), 0u);
+  EXPECT_EQ(QvGetMetricStringEx(handle_, 1, nullptr, 10, kNo, TRUE), 0u);
 }
 
-TEST_F(MetricValues, OddBytesAreDropped) {
-  const BYTE odd[] = {'a', 0, 'b', 0, 'c'};
+TEST_F(MetricValues, TextsComeBack) {
+  WCHAR text[10];
+  const WString unusual = {'a', 0xD800, 'b', 0xDC00, 0xFFFF, 0x20AC};
+  EXPECT_EQ(QvSetMetricString(handle_, -3, unusual.c_str()), S_OK);
+  EXPECT_EQ(QvGetMetricStringEx(handle_, 3, text, 10, nullptr, FALSE), unusual.size());
+  EXPECT_EQ(WString(text), unusual);
+  EXPECT_EQ(QvSetMetricString(handle_, 3, QV_TEXT("")), S_OK);
+  EXPECT_EQ(QvGetMetricStringEx(handle_, 3, text, 10, QV_TEXT("default"), TRUE), 0u);
+  EXPECT_EQ(QvSetMetricString(handle_, 3, nullptr), E_FAIL);
+  const WString several(QV_TEXT("one\0two\0\0"), 9);
+  EXPECT_EQ(QvSetMetricMultiString(handle_, 3, several.data(), 9), S_OK);
+  EXPECT_EQ(QvGetMetricMultiStringEx(handle_, 3, text, 10), 8u);
+  EXPECT_EQ(WString(text, 9), several);
+  EXPECT_EQ(QvSetMetricMultiString(handle_, 3, nullptr, 9), E_FAIL);
+
+  const BYTE odd[] = {'a', 0, 'b', 0, 'c'}; // of which the last is dropped
   store(QV_TEXT("S1"), REG_SZ, odd, sizeof odd);
   store(QV_TEXT("Z1"), REG_MULTI_SZ, odd, sizeof odd);
-  WCHAR text[4] = {'G', 'G', 'G', 'G'};
   EXPECT_EQ(QvGetMetricStringEx(handle_, 1, text, 4, nullptr, FALSE), 1u);
   EXPECT_EQ(WString(text, 4), WString(QV_TEXT("ab\0\0"), 4));
   EXPECT_EQ(QvGetMetricMultiStringEx(handle_, 1, text, 4), 1u);
   EXPECT_EQ(WString(text, 4), WString(QV_TEXT("ab\0\0"), 4));
 }
 
-TEST_F(MetricValues, TextsComeBack) {
-  WCHAR text[32];
-  const WString unusual = {'a', 0xD800, 'b', 0xDC00, 0xFFFF, 0x20AC};
-  EXPECT_EQ(QvSetMetricString(handle_, -3, unusual.c_str()), S_OK);
-  EXPECT_EQ(QvGetMetricStringEx(handle_, 3, text, 32, nullptr, FALSE), unusual.size());
-  EXPECT_EQ(WString(text), unusual);
-  EXPECT_EQ(QvSetMetricString(handle_, 3, QV_TEXT("")), S_OK);
-  EXPECT_EQ(QvGetMetricStringEx(handle_, 3, text, 32, QV_TEXT("default"), TRUE), 0u);
-  EXPECT_EQ(text[0], 0);
-  EXPECT_EQ(QvSetMetricString(handle_, 3, nullptr), E_FAIL);
-
-  const WString several(QV_TEXT("one\0two\0\0"), 9);
-  EXPECT_EQ(QvSetMetricMultiString(handle_, 3, several.data(), 9), S_OK);
-  EXPECT_EQ(QvGetMetricMultiStringEx(handle_, 3, text, 32), 8u);
-  EXPECT_EQ(WString(text, 9), several);
-  EXPECT_EQ(QvGetMetricMultiStringEx(handle_, 3, text, 9), 8u);
-  EXPECT_EQ(QvGetMetricMultiStringEx(handle_, 3, text, 8), 0u);
-  EXPECT_EQ(WString(text, 8), WString(8, 0));
-  EXPECT_EQ(QvSetMetricMultiString(handle_, 3, nullptr, 9), E_FAIL);
-  store_text(QV_TEXT("Z4"), REG_MULTI_SZ, QV_TEXT("abcd"));
-  EXPECT_EQ(QvGetMetricMultiStringEx(handle_, 4, text, 4), 3u);
-  EXPECT_EQ(WString(text, 4), WString(QV_TEXT("ab\0\0"), 4)) << "two terminators at the end";
-  EXPECT_EQ(QvGetMetricMultiStringEx(handle_, 4, text, 0), 0u);
-}
-
 TEST_F(MetricValues, AnyTypeIsReadAsItIsStored) {
   const BYTE data[3] = {7, 8, 9};
   store(QV_TEXT("S1"), REG_BINARY, data, 3);
-  BYTE buffer[4] = {0xAA, 0xAA, 0xAA, 0xAA};
+  struct Case {
+    DWORD named; ///< the type of which the value has the name
+    bool buffer;
+    DWORD capacity;
+    HRESULT result;
+    DWORD type, size;
+  };
+  BYTE buffer[4];
+  for (const Case& each : {Case{REG_SZ, true, 4, S_OK, REG_BINARY, 3},
+                           {REG_SZ, true, 2, QVERR_MOREDATA, REG_BINARY, 3},
+                           {REG_SZ, false, 4, QVERR_MOREDATA, REG_BINARY, 3},
+                           {REG_DWORD, true, 4, S_FALSE, REG_DWORD, 0}}) {
+    std::memset(buffer, 0xAA, sizeof buffer);
+    DWORD type = each.named, size = each.capacity;
+    EXPECT_EQ(QvGetMetricAny(handle_, 1, &type, each.buffer ? buffer : nullptr, &size), each.result);
+    EXPECT_EQ(type, each.type);
+    EXPECT_EQ(size, each.size);
+    EXPECT_EQ(buffer[2], each.result == S_OK ? 9 : 0xAA);
+    EXPECT_EQ(buffer[3], 0xAA);
+  }
   DWORD type = REG_SZ, size = 4;
-  EXPECT_EQ(QvGetMetricAny(handle_, 1, &type, buffer, &size), S_OK);
-  EXPECT_EQ(type, static_cast<DWORD>(REG_BINARY));
-  EXPECT_EQ(size, 3u);
-  EXPECT_EQ(buffer[2], 9);
-  EXPECT_EQ(buffer[3], 0xAA);
-  type = REG_SZ, size = 2;
-  EXPECT_EQ(QvGetMetricAny(handle_, 1, &type, buffer, &size), QVERR_MOREDATA);
-  EXPECT_EQ(size, 3u);
-  type = REG_DWORD, size = 4;
-  EXPECT_EQ(QvGetMetricAny(handle_, 1, &type, buffer, &size), S_FALSE);
-  EXPECT_EQ(size, 0u);
-  type = REG_SZ;
-  EXPECT_EQ(QvGetMetricAny(handle_, 1, &type, nullptr, &size), QVERR_MOREDATA);
-  EXPECT_EQ(size, 3u);
   EXPECT_EQ(QvGetMetricAny(nullptr, 1, &type, buffer, &size), QVERR_RIFF_NOTFOUND);
   EXPECT_EQ(QvGetMetricAny(handle_, 1, nullptr, buffer, &size), E_INVALIDARG);
   EXPECT_EQ(QvGetMetricAny(handle_, 1, &type, buffer, nullptr), E_INVALIDARG);
@@ -258,23 +243,39 @@ TEST_F(MetricValues, ExistAndAreDeletedByNumberAndType) {
   EXPECT_EQ(QvGetMetric(handle_, 1), 5u);
 }
 
+TEST_F(MetricValues, WithoutAHandleGettersReturnDefaults) {
+  for (const HQVMETRIC none : {HQVMETRIC{nullptr}, QVMETRIC_DEFAULT}) { // there is no default handle yet
+    BYTE bytes[4] = {1, 1, 1, 1};
+    WCHAR text[4] = {'G', 'G', 'G', 'G'};
+    DWORD size = 77;
+    EXPECT_EQ(QvGetMetric(none, 1), 0u);
+    EXPECT_EQ(QvGetMetricEx(none, 1, 0, 0, 7), 7u);
+    EXPECT_EQ(QvGetMetricBool(none, 1, TRUE), TRUE);
+    EXPECT_EQ(QvGetMetricBinary(none, 1, bytes, 4), 0u);
+    EXPECT_EQ(bytes[3], 0);
+    EXPECT_EQ(QvGetMetricBinaryEx(none, 1, nullptr, 0, &size), QVERR_RIFF_NOTFOUND);
+    EXPECT_EQ(QvGetMetricStringEx(none, 1, text, 4, QV_TEXT("no"), FALSE), 2u);
+    EXPECT_EQ(QvGetMetricMultiStringEx(none, 1, text, 4), 0u);
+    EXPECT_EQ(text[0], 0);
+    EXPECT_EQ(QvSetMetric(none, 1, 1), E_FAIL);
+    EXPECT_EQ(QvDeleteMetric(none, 1, REG_DWORD), E_FAIL);
+    EXPECT_EQ(QvDoesMetricExist(none, 1, REG_DWORD), S_FALSE);
+  }
+}
+
 TEST_F(MetricValues, TheDefaultHandleServesWhatAcceptsIt) {
   const HQVMETRIC all = QVMETRIC_DEFAULT;
-  EXPECT_EQ(QvSetMetric(all, 1, 4), E_FAIL) << "there is none yet";
-  EXPECT_EQ(QvGetMetricEx(all, 1, 0, 9, 3), 3u);
-  EXPECT_EQ(QvDoesMetricExist(all, 1, REG_DWORD), S_FALSE);
+  const BYTE data[2] = {1, 2};
+  ASSERT_EQ(QvSetMetricBinary(handle_, 1, data, 2), S_OK);
+  ASSERT_EQ(QvSetMetricString(handle_, 1, QV_TEXT("a")), S_OK);
   EXPECT_EQ(QvMetric_SetDefault(handle_), nullptr);
   EXPECT_EQ(QvSetMetric(all, 1, 4), S_OK);
-  EXPECT_EQ(QvGetMetric(all, 1), 4u);
   EXPECT_EQ(QvGetMetric(handle_, 1), 4u);
   EXPECT_EQ(QvSetMetricUsingName(all, QV_TEXT("x"), 6), S_OK);
   EXPECT_EQ(QvGetMetricUsingName(all, QV_TEXT("x")), 6u);
-  const BYTE data[2] = {1, 2};
   EXPECT_EQ(QvSetMetricBinary(all, 1, data, 2), E_FAIL);
   EXPECT_EQ(QvSetMetricString(all, 1, QV_TEXT("a")), E_FAIL);
   EXPECT_EQ(QvSetMetricMultiString(all, 1, QV_TEXT("a\0"), 3), E_FAIL);
-  ASSERT_EQ(QvSetMetricBinary(handle_, 1, data, 2), S_OK);
-  ASSERT_EQ(QvSetMetricString(handle_, 1, QV_TEXT("a")), S_OK);
   BYTE read[2];
   WCHAR text[4];
   EXPECT_EQ(QvGetMetricBinary(all, 1, read, 2), 2u);
@@ -286,22 +287,6 @@ TEST_F(MetricValues, TheDefaultHandleServesWhatAcceptsIt) {
   EXPECT_EQ(QvGetMetric(all, 1), 4u) << "closing the default does nothing";
   EXPECT_EQ(QvMetric_SetDefault(QVMETRIC_DEFAULT), handle_);
   EXPECT_EQ(QvMetric_SetDefault(nullptr), nullptr);
-}
-
-TEST_F(MetricValues, WithoutAHandleGettersAnswerDefaults) {
-  BYTE bytes[4] = {1, 1, 1, 1};
-  WCHAR text[4] = {'G', 'G', 'G', 'G'};
-  EXPECT_EQ(QvGetMetric(nullptr, 1), 0u);
-  EXPECT_EQ(QvGetMetricEx(nullptr, 1, 0, 0, 7), 7u);
-  EXPECT_EQ(QvGetMetricBool(nullptr, 1, TRUE), TRUE);
-  EXPECT_EQ(QvGetMetricBinary(nullptr, 1, bytes, 4), 0u);
-  EXPECT_EQ(bytes[3], 0);
-  EXPECT_EQ(QvGetMetricStringEx(nullptr, 1, text, 4, QV_TEXT("no"), FALSE), 2u);
-  EXPECT_EQ(QvGetMetricMultiStringEx(nullptr, 1, text, 4), 0u);
-  EXPECT_EQ(text[0], 0);
-  EXPECT_EQ(QvSetMetric(nullptr, 1, 1), E_FAIL);
-  EXPECT_EQ(QvDeleteMetric(nullptr, 1, REG_DWORD), E_FAIL);
-  EXPECT_EQ(QvDoesMetricExist(nullptr, 1, REG_DWORD), S_FALSE);
 }
 
 TEST_F(MetricValues, StreamsAreStoredWhole) {

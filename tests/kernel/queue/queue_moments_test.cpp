@@ -1,9 +1,12 @@
-// What happens between the moment when a consumer has left the queue to wait and the moment when it waits.
+// Queues at moments that threads do not reach at will: between leaving the queue to wait and waiting, and without
+// memory.
 #include "tests/kernel/queue/queue_fixture.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
 #include <functional>
+#include <new>
 #include <utility>
 
 using namespace kernel_test;
@@ -13,6 +16,13 @@ namespace {
 std::function<void()> before_wait; ///< done once, by the thread that waits next
 HANDLE watched_handle = nullptr;
 int watched_closings = 0;
+bool no_memory = false;
+int records = 0; ///< allocated for queues
+
+/// What the next wait for messages, too, was asked for, and what it returns in place of waiting; 0: it waits.
+struct MessageWait {
+  DWORD mask, flags, result;
+} message_wait;
 
 template <class Function>
 Function* next_of(const char* symbol) {
@@ -21,15 +31,27 @@ Function* next_of(const char* symbol) {
 
 } // namespace
 
-// The library's calls of these two come here, as the program's symbols go before the library's own.
+// The library's calls of all of these come here, as the program's symbols go before the library's own.
 DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds) {
   if (const auto action = std::exchange(before_wait, nullptr)) action();
   return next_of<DWORD(HANDLE, DWORD)>("qvw32_WaitForSingleObject")(object, milliseconds);
 }
 
+DWORD MsgWaitForMultipleObjectsEx(DWORD count, const HANDLE* objects, DWORD milliseconds, DWORD mask, DWORD flags) {
+  message_wait.mask = mask;
+  message_wait.flags = flags;
+  if (message_wait.result != 0) return std::exchange(message_wait.result, 0);
+  return WaitForMultipleObjects(count, objects, (flags & MWMO_WAITALL) != 0, milliseconds);
+}
+
 BOOL CloseHandle(HANDLE handle) {
   if (handle == watched_handle) ++watched_closings;
   return next_of<BOOL(HANDLE)>("qvw32_CloseHandle")(handle);
+}
+
+void* operator new(size_t bytes, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+  ++records;
+  return no_memory ? nullptr : std::aligned_alloc(static_cast<size_t>(alignment), bytes);
 }
 
 namespace {
@@ -90,6 +112,53 @@ TEST(QueueMoments, ADeletedQueuesEventLivesUntilTheLastWaitIsOver) {
     EXPECT_EQ(watched_closings, 1) << "nobody waits";
   }
   watch(nullptr);
+}
+
+TEST(QueueMoments, RecordsServeOneQueueAfterAnother) {
+  std::vector<tQVQHEAD> heads(2000); // more than anything before had at once, wherever their records are
+  no_memory = true;
+  int begun = 0;
+  for (tQVQHEAD& head : heads)
+    begun += QvQueueInitialize(&head);
+  no_memory = false;
+  EXPECT_LT(begun, 2000);
+  for (int round = 0; round < 3; ++round) {
+    for (tQVQHEAD& head : heads) {
+      EXPECT_EQ(QvQueueInitialize(&head), 1);
+      EXPECT_NE(head.event, nullptr);
+    }
+    if (round == 0) records = 0;
+    for (tQVQHEAD& head : heads)
+      QvQueueDelete(&head);
+  }
+  EXPECT_EQ(records, 0);
+}
+
+TEST(QueueMoments, FlagsSayWhatEndsAWait) {
+  constexpr DWORD kInput = WAIT_OBJECT_0 + 1;
+  constexpr DWORD kCall = WAIT_IO_COMPLETION;
+  struct Case {
+    DWORD flags, mask, wait_flags;
+    DWORD event;  ///< that happens first
+    DWORD result; ///< of the removal
+  };
+  const Case cases[] = {
+      {QVQUEUE_ALERTABLE, 0, MWMO_ALERTABLE, kCall, kCall},
+      {QVQUEUE_ALERTABLE | QVQUEUE_RETRY, QS_SENDMESSAGE, MWMO_ALERTABLE, kCall, WAIT_TIMEOUT},
+      {0x1F | QVQUEUE_INPUTAVAILABLE, 0x1F, MWMO_INPUTAVAILABLE, kInput, kInput},
+      {1 | QVQUEUE_WAITALL | QVQUEUE_RETRY, QS_SENDMESSAGE | 1, MWMO_WAITALL, kInput, WAIT_TIMEOUT},
+      {QVQUEUE_RETRY, QS_SENDMESSAGE, 0, WAIT_FAILED, WAIT_FAILED},
+  };
+  Queue queue;
+  for (const Case& each : cases) {
+    SCOPED_TRACE(each.flags);
+    message_wait.result = each.event;
+    DWORD result = 77;
+    EXPECT_EQ(QvQueueRemoveEx(queue, nullptr, 0, each.flags, 1, &result), nullptr);
+    EXPECT_EQ(result, each.result);
+    EXPECT_EQ(message_wait.mask, each.mask);
+    EXPECT_EQ(message_wait.flags, each.wait_flags);
+  }
 }
 
 } // namespace

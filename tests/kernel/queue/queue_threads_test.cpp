@@ -2,17 +2,24 @@
 #include "tests/kernel/queue/queue_fixture.h"
 
 #include <atomic>
-#include <condition_variable>
+#include <barrier>
 #include <cstring>
 #include <deque>
-#include <memory>
-#include <mutex>
 #include <random>
 #include <thread>
 
 using namespace kernel_test;
 
 namespace {
+
+/// Runs run(0), run(1), ... on a thread each.
+template <class Run>
+std::vector<std::jthread> start(int count, Run run) {
+  std::vector<std::jthread> threads;
+  for (int i = 0; i < count; ++i)
+    threads.emplace_back([=] { run(i); });
+  return threads;
+}
 
 TEST(QueueThreads, NothingIsLostOrTakenTwice) {
   constexpr int kThreads = 4;
@@ -21,161 +28,80 @@ TEST(QueueThreads, NothingIsLostOrTakenTwice) {
   std::vector<Number> numbers(kThreads * kEach);
   std::vector<std::atomic<uint8_t>> taken(numbers.size());
   std::atomic<int> left = kThreads * kEach;
-  std::vector<std::thread> threads;
-  for (int producer = 0; producer < kThreads; ++producer) {
-    threads.emplace_back([&, producer] {
-      for (int i = producer * kEach; i < (producer + 1) * kEach; ++i) {
-        numbers[i].value = i;
-        i % 3 == 0 ? QvQueueInsertHead(queue, &numbers[i].link) : QvQueueInsert(queue, &numbers[i].link);
-      }
-    });
-  }
-  for (int consumer = 0; consumer < kThreads; ++consumer) {
-    threads.emplace_back([&, consumer] {
-      while (left.load() > 0) {
-        const tQVQELM* element = consumer == 0   ? QvQueueRemoveTail(queue, INFINITE)
-                                 : consumer == 1 ? QvQueueRemoveAlertable(queue, INFINITE)
-                                                 : QvQueueRemove(queue, INFINITE);
-        if (!element) continue;
-        taken[value_of(element)].fetch_add(1);
-        if (left.fetch_sub(1) == 1) QvQueueDelete(queue); // releases the other consumers
-      }
-    });
-  }
-  for (std::thread& thread : threads)
-    thread.join();
+  auto producers = start(kThreads, [&](int producer) {
+    for (int i = producer * kEach; i < (producer + 1) * kEach; ++i) {
+      numbers[i].value = i;
+      i % 3 == 0 ? QvQueueInsertHead(queue, &numbers[i].link) : QvQueueInsert(queue, &numbers[i].link);
+    }
+  });
+  auto consumers = start(kThreads, [&](int consumer) {
+    constexpr tQVQELM* (*kWays[])(tQVQHEAD*, DWORD) = {QvQueueRemoveTail, QvQueueRemoveAlertable, QvQueueRemove};
+    while (left.load() > 0) {
+      const tQVQELM* element = kWays[consumer % 3](queue, INFINITE);
+      if (!element) continue;
+      taken[value_of(element)].fetch_add(1);
+      if (left.fetch_sub(1) == 1) QvQueueDelete(queue); // releases the other consumers
+    }
+  });
+  consumers.clear();
+  producers.clear();
   for (size_t i = 0; i < taken.size(); ++i)
     ASSERT_EQ(taken[i], 1) << i;
 }
 
-/// Consumers that wait in every way there is.
+/// Consumers that wait in every way there is, with retry in the last.
 tQVQELM* wait_somehow(tQVQHEAD* head, int way, HANDLE never) {
-  const HANDLE handles[] = {never};
   switch (way % 4) {
   case 0: return QvQueueRemove(head, INFINITE);
-  case 1: return QvQueueRemoveEx(head, handles, 1, 0, INFINITE, nullptr);
+  case 1: return QvQueueRemoveEx(head, &never, 1, 0, INFINITE, nullptr);
   case 2: return QvQueueRemoveTail(head, INFINITE);
-  default: return QvQueueRemoveEx(head, handles, 1, QVQUEUE_RETRY, INFINITE, nullptr);
+  default: return QvQueueRemoveEx(head, &never, 1, QVQUEUE_RETRY, INFINITE, nullptr);
   }
 }
 
-/// A number that threads raise and wait for.
-class Counter {
-public:
-  void raise() {
-    {
-      const std::lock_guard guard(lock_);
-      ++value_;
-    }
-    raised_.notify_all();
-  }
-  void wait_for(int value) {
-    std::unique_lock guard(lock_);
-    raised_.wait(guard, [=, this] { return value_ >= value; });
-  }
-  int value() {
-    const std::lock_guard guard(lock_);
-    return value_;
-  }
-
-private:
-  std::mutex lock_;
-  std::condition_variable raised_;
-  int value_ = 0;
-};
-
-/// Runs `consumers` threads that wait on each of `rounds` queues in turn, while `release` is called once per queue
-/// without knowing how far they are. It gets the queue, how many waits are over, and how many will be.
+/// Runs `consumers` threads that wait for a queue, one after the other at the same address, while release(queue) is
+/// called once for each without knowing how far they are.
 template <class Release>
 void race(int consumers, int rounds, Release release) {
-  std::deque<tQVQHEAD> queues(rounds);
-  for (tQVQHEAD& queue : queues)
-    ASSERT_EQ(QvQueueInitialize(&queue), 1);
   const HANDLE never = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  Counter begun, back;
-  std::atomic<int> found = 0;
-  std::vector<std::thread> threads;
-  for (int consumer = 0; consumer < consumers; ++consumer) {
-    threads.emplace_back([&, consumer] {
-      for (int i = 0; i < rounds; ++i) {
-        begun.wait_for(i + 1);
-        if (wait_somehow(&queues[i], consumer, never)) ++found;
-        back.raise();
-      }
-    });
-  }
+  tQVQHEAD queue;
+  std::barrier together(consumers + 1);
+  auto threads = start(consumers, [&](int consumer) {
+    for (int i = 0; i < rounds; ++i) {
+      together.arrive_and_wait();
+      EXPECT_EQ(wait_somehow(&queue, consumer, never), nullptr);
+      together.arrive_and_wait();
+    }
+  });
   std::mt19937 random(7);
   for (int i = 0; i < rounds; ++i) {
-    begun.raise();
+    queue = {};
+    EXPECT_EQ(QvQueueInitialize(&queue), 1);
+    together.arrive_and_wait();
     for (unsigned spins = random() % (i % 2 == 0 ? 10 : 30'000); spins > 0; --spins)
       std::atomic_signal_fence(std::memory_order_seq_cst);
-    release(&queues[i], back, consumers * (i + 1));
-    back.wait_for(consumers * (i + 1));
-  }
-  for (std::thread& thread : threads)
-    thread.join();
-  EXPECT_EQ(found, 0);
-  for (tQVQHEAD& queue : queues)
+    release(&queue);
+    together.arrive_and_wait();
     QvQueueDelete(&queue);
+  }
+  threads.clear();
   CloseHandle(never);
 }
 
-TEST(QueueThreads, DeletionReleasesConsumersHoweverTheRaceFalls) {
+TEST(QueueThreads, ConsumersComeBackHoweverTheRaceFalls) {
   race(
-      4, 2000,
-      [](tQVQHEAD* queue, Counter&, int) {
+      4, 1000,
+      [](tQVQHEAD* queue) {
         QvQueueDelete(queue);
         // Nobody may look at the lock any more. (The event says to those who come late that there is no queue.)
         std::memset(&queue->lock, 0xDD, sizeof queue->lock);
       });
-}
-
-/// Stays inside the queue until its deletion has begun; answers no match.
-LONG CALLBACK stay_until_deletion(const tQVQELM*, LONGLONG context) {
-  auto* queue = reinterpret_cast<tQVQHEAD*>(context);
-  while (std::atomic_ref(queue->event).load())
-    std::this_thread::yield();
-  return 0;
-}
-
-TEST(QueueThreads, DeletionWaitsForThoseWhoAreInside) {
-  constexpr int kVisitors = 6;
-  for (int round = 0; round < 300; ++round) {
-    tQVQHEAD queue = {};
-    ASSERT_EQ(QvQueueInitialize(&queue), 1);
-    tQVQELM element = {};
-    QvQueueInsert(&queue, &element);
-    // The first to enter keeps the lock from the others and from the deletion, which then compete for it.
-    std::atomic<int> begun = 0;
-    std::vector<std::thread> visitors;
-    for (int i = 0; i < kVisitors; ++i) {
-      visitors.emplace_back([&] {
-        ++begun;
-        QvQueueFind(&queue, stay_until_deletion, reinterpret_cast<LONGLONG>(&queue));
-      });
-    }
-    while (begun != kVisitors)
-      std::this_thread::yield();
-    QvQueueDelete(&queue);
-    std::memset(&queue.lock, 0xDD, sizeof queue.lock);
-    for (std::thread& visitor : visitors)
-      visitor.join();
-  }
-}
-
-TEST(QueueThreads, DeletingFromTwoThreadsDeletesOnce) {
-  race(
-      2, 1000,
-      [](tQVQHEAD* queue, Counter&, int) {
-        std::thread other([=] { QvQueueDelete(queue); });
-        QvQueueDelete(queue);
-        other.join();
-      });
-}
-
-TEST(QueueThreads, OneFlushReleasesThoseWhoWaitAndThoseWhoComeLate) {
-  race(
-      3, 1000, [](tQVQHEAD* queue, Counter&, int) { QvQueueFlush(queue); }); // nobody among three has retry
+  race(2, 500, [](tQVQHEAD* queue) {
+    const std::jthread other([=] { QvQueueDelete(queue); });
+    QvQueueDelete(queue);
+  });
+  // None of three has retry: one flush releases them, however late they come.
+  race(3, 1000, [](tQVQHEAD* queue) { QvQueueFlush(queue); });
 }
 
 /// Many queues next to each other.
@@ -199,39 +125,45 @@ private:
   std::vector<tQVQHEAD> heads_;
 };
 
-/// What a visitor does inside a queue while that is deleted.
+/// A visit that lasts while its queue and others are deleted.
 struct Visit {
-  tQVQHEAD* queue;
-  Queues deleted_inside{100};
-  std::atomic<bool> others_deleted = false;
+  Queues deleted_inside{20}, deleted_meanwhile{20};
+  std::atomic<bool> over = false;
 };
 
-LONG CALLBACK delete_others(const tQVQELM*, LONGLONG context) {
+LONG CALLBACK stay(const tQVQELM*, LONGLONG context) {
   auto* visit = reinterpret_cast<Visit*>(context);
   visit->deleted_inside.delete_all();
-  stay_until_deletion(nullptr, reinterpret_cast<LONGLONG>(visit->queue));
-  while (!visit->others_deleted)
+  while (!visit->over)
     std::this_thread::yield();
   return 0;
 }
 
-TEST(QueueThreads, DeletionWaitsForNobodyInAnotherQueue) {
-  tQVQHEAD queue = {};
-  ASSERT_EQ(QvQueueInitialize(&queue), 1);
-  tQVQELM element = {};
-  QvQueueInsert(&queue, &element);
-  Visit visit{&queue};
-  Queues deleted_meanwhile(100);
-  std::thread visitor([&] { QvQueueFind(&queue, delete_others, reinterpret_cast<LONGLONG>(&visit)); });
-  std::thread deletion([&] {
-    stay_until_deletion(nullptr, reinterpret_cast<LONGLONG>(visit.deleted_inside[99]));
-    QvQueueDelete(&queue); // held up by the visitor
-  });
-  stay_until_deletion(nullptr, reinterpret_cast<LONGLONG>(&queue));
-  deleted_meanwhile.delete_all();
-  visit.others_deleted = true;
-  visitor.join();
-  deletion.join();
+TEST(QueueThreads, DeletionWaitsForThoseInsideItsOwnQueueAlone) {
+  constexpr int kVisitors = 6;
+  for (int round = 0; round < 200; ++round) {
+    tQVQHEAD queue = {};
+    ASSERT_EQ(QvQueueInitialize(&queue), 1);
+    tQVQELM element = {};
+    QvQueueInsert(&queue, &element);
+    Visit visit;
+    // The first to enter keeps the lock from the others and from the deletion, which then compete for it.
+    std::atomic<int> begun = 0;
+    const auto visitors = start(kVisitors, [&](int) {
+      ++begun;
+      QvQueueFind(&queue, stay, reinterpret_cast<LONGLONG>(&visit));
+    });
+    const std::jthread deletion([&] {
+      while (begun != kVisitors)
+        std::this_thread::yield();
+      QvQueueDelete(&queue);
+      std::memset(&queue.lock, 0xDD, sizeof queue.lock);
+    });
+    while (std::atomic_ref(queue.event).load())
+      std::this_thread::yield();
+    visit.deleted_meanwhile.delete_all();
+    visit.over = true;
+  }
 }
 
 TEST(QueueThreads, AThousandHeadsBeginAgainUnderTheirUsers) {
@@ -240,52 +172,26 @@ TEST(QueueThreads, AThousandHeadsBeginAgainUnderTheirUsers) {
   const HANDLE never = CreateEventW(nullptr, TRUE, FALSE, nullptr);
   std::atomic<bool> quit = false;
   std::deque<Number> elements[kUsers];
-  std::vector<std::thread> users;
-  for (int user = 0; user < kUsers; ++user) {
-    users.emplace_back([&, user] {
-      std::mt19937 random(user);
-      for (tQVQELM* own = nullptr; !quit;) {
-        // One that is not found was taken by another, or is in a queue that is being deleted: it is nobody's yet.
-        if (!own) own = &elements[user].emplace_back(Number{{}, user}).link;
-        tQVQHEAD* queue = queues[random() % 1000];
-        QvQueueInsert(queue, own);
-        QvQueueMoveToTail(queue, own);
-        own = QvQueueFindAndRemove(queue, has_value, user);
-        if (random() % 4 == 0) wait_somehow(queue, user, never);
-      }
-    });
-  }
+  auto users = start(kUsers, [&](int user) {
+    std::mt19937 random(user);
+    for (tQVQELM* own = nullptr; !quit;) {
+      // One that is not found was taken by another, or is in a queue that is being deleted: it is nobody's yet.
+      if (!own) own = &elements[user].emplace_back(Number{{}, user}).link;
+      tQVQHEAD* queue = queues[random() % 1000];
+      QvQueueInsert(queue, own);
+      QvQueueMoveToTail(queue, own);
+      own = QvQueueFindAndRemove(queue, has_value, user);
+      if (random() % 4 == 0) wait_somehow(queue, user, never);
+    }
+  });
   for (int round = 0; round < 100; ++round) {
     queues.delete_all();
     queues.begin_all();
   }
   quit = true;
   queues.delete_all();
-  for (std::thread& user : users)
-    user.join();
+  users.clear();
   CloseHandle(never);
-}
-
-TEST(QueueThreads, AWaitForAllHandlesOutlivesTheQueue) {
-  auto queue = std::make_unique<tQVQHEAD>();
-  ASSERT_EQ(QvQueueInitialize(queue.get()), 1);
-  const HANDLE last = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  std::atomic<bool> called = false;
-  DWORD result = 77;
-  const tQVQELM* element = nullptr;
-  std::thread consumer([&] {
-    const HANDLE handles[] = {last};
-    called = true;
-    // On Windows such a wait wants input besides, which does not come: there it ends by its time.
-    element = QvQueueRemoveEx(queue.get(), handles, 1, QVQUEUE_WAITALL, 100, &result);
-  });
-  while (!called)
-    std::this_thread::yield();
-  QvQueueDelete(queue.get());
-  SetEvent(last);
-  consumer.join();
-  EXPECT_EQ(element, nullptr);
-  CloseHandle(last);
 }
 
 } // namespace

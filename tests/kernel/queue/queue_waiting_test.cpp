@@ -2,128 +2,92 @@
 #include "tests/kernel/queue/queue_fixture.h"
 
 #include <array>
-#include <memory>
 
 using namespace kernel_test;
 
 namespace {
 
-class Event {
-public:
-  explicit Event(bool signalled) : handle_(CreateEventW(nullptr, TRUE, signalled ? TRUE : FALSE, nullptr)) {}
-  Event(const Event&) = delete;
-  Event& operator=(const Event&) = delete;
-  ~Event() { CloseHandle(handle_); }
-  operator HANDLE() const { return handle_; }
+/// An event that is set, and 63 that are not.
+class QueueWaiting : public testing::Test {
+protected:
+  QueueWaiting() {
+    for (HANDLE& handle : unset_)
+      handle = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  }
+  ~QueueWaiting() override {
+    CloseHandle(set_);
+    for (const HANDLE handle : unset_)
+      CloseHandle(handle);
+  }
+  /// QvQueueRemoveEx with its wait's result; 77 where nothing was waited for.
+  tQVQELM* remove(const HANDLE* handles, DWORD count, DWORD flags, DWORD milliseconds) {
+    result_ = 77;
+    return QvQueueRemoveEx(queue_, handles, count, flags, milliseconds, &result_);
+  }
 
-private:
-  HANDLE handle_;
+  const HANDLE set_ = CreateEventW(nullptr, TRUE, TRUE, nullptr);
+  std::array<HANDLE, 63> unset_;
+  Queue queue_;
+  Number number_;
+  DWORD result_ = 0;
 };
 
-TEST(QueueWaiting, EmptyQueuesTimeOut) {
-  Queue queue;
-  DWORD result = 77;
-  EXPECT_EQ(QvQueueRemoveEx(queue, nullptr, 0, 0, 0, &result), nullptr);
-  EXPECT_EQ(result, 77u) << "nothing was waited for";
-  EXPECT_EQ(QvQueueRemoveEx(queue, nullptr, 0, 0, 1, &result), nullptr);
-  EXPECT_EQ(result, WAIT_TIMEOUT);
-  EXPECT_EQ(QvQueueRemoveAlertable(queue, 1), nullptr);
-  EXPECT_EQ(QvQueueRemoveTail(queue, 1), nullptr);
-  EXPECT_EQ(QvQueueWait(queue, 1), 0);
+TEST_F(QueueWaiting, EmptyQueuesTimeOut) {
+  EXPECT_EQ(remove(nullptr, 0, 0, 0), nullptr);
+  EXPECT_EQ(result_, 77u);
+  EXPECT_EQ(remove(nullptr, 0, 0, 1), nullptr);
+  EXPECT_EQ(result_, WAIT_TIMEOUT);
+  EXPECT_EQ(QvQueueRemoveAlertable(queue_, 1), nullptr);
+  EXPECT_EQ(QvQueueRemoveTail(queue_, 1), nullptr);
+  EXPECT_EQ(QvQueueWait(queue_, 1), 0);
 }
 
-TEST(QueueWaiting, AnElementThatIsThereNeedsNoWait) {
-  Queue queue;
-  Number a;
-  QvQueueInsert(queue, &a.link);
-  const Event signalled(true);
-  const HANDLE handles[] = {signalled};
-  DWORD result = 77;
-  EXPECT_EQ(QvQueueWait(queue, INFINITE), 1);
-  EXPECT_EQ(QvQueueRemoveEx(queue, handles, 1, QVQUEUE_RETRY, INFINITE, &result), &a.link);
-  EXPECT_EQ(result, 77u);
+TEST_F(QueueWaiting, AnElementThatIsThereNeedsNoWait) {
+  QvQueueInsert(queue_, &number_.link);
+  EXPECT_EQ(QvQueueWait(queue_, INFINITE), 1);
+  EXPECT_EQ(remove(&set_, 1, QVQUEUE_RETRY, INFINITE), &number_.link);
+  EXPECT_EQ(result_, 77u);
 }
 
-TEST(QueueWaiting, ExtraHandlesEndIt) {
-  Queue queue;
-  const Event unset(false), set(true);
-  const HANDLE handles[] = {unset, set};
+TEST_F(QueueWaiting, ExtraHandlesEndIt) {
+  const HANDLE handles[] = {unset_[0], set_};
   for (const DWORD flags : {DWORD{0}, QVQUEUE_ALERTABLE, QVQUEUE_RETRY, QVQUEUE_RETRY | QVQUEUE_INPUTAVAILABLE}) {
     SCOPED_TRACE(flags);
-    DWORD result = 77;
-    EXPECT_EQ(QvQueueRemoveEx(queue, handles, 2, flags, INFINITE, &result), nullptr);
-    EXPECT_EQ(result, WAIT_OBJECT_0 + 2);
-    EXPECT_EQ(QvQueueRemoveEx(queue, handles, 1, flags, 1, &result), nullptr);
-    EXPECT_EQ(result, WAIT_TIMEOUT);
+    EXPECT_EQ(remove(handles, 2, flags, INFINITE), nullptr);
+    EXPECT_EQ(result_, WAIT_OBJECT_0 + 2);
+    EXPECT_EQ(remove(handles, 1, flags, 1), nullptr);
+    EXPECT_EQ(result_, WAIT_TIMEOUT);
   }
+  EXPECT_EQ(remove(handles, 2, QVQUEUE_WAITALL, 1), nullptr);
+  EXPECT_EQ(result_, WAIT_TIMEOUT) << "not all are set";
 }
 
-TEST(QueueWaiting, TakesSixtyTwoHandlesAndRefusesMore) {
-  Queue queue;
-  const Event set(true);
-  std::vector<std::unique_ptr<Event>> unset;
+TEST_F(QueueWaiting, TakesSixtyTwoHandlesAndRefusesMore) {
   std::array<HANDLE, 64> handles{};
-  for (HANDLE& handle : handles)
-    handle = *unset.emplace_back(std::make_unique<Event>(false));
-  handles[61] = set;
-  DWORD result = 77;
-  EXPECT_EQ(QvQueueRemoveEx(queue, handles.data(), 62, 0, INFINITE, &result), nullptr);
-  EXPECT_EQ(result, WAIT_OBJECT_0 + 62);
-  Number a;
-  QvQueueInsert(queue, &a.link);
+  std::copy(unset_.begin(), unset_.end(), handles.begin());
+  handles[61] = set_;
+  EXPECT_EQ(remove(handles.data(), 62, 0, INFINITE), nullptr);
+  EXPECT_EQ(result_, WAIT_OBJECT_0 + 62);
+  QvQueueInsert(queue_, &number_.link);
   for (const DWORD count : {DWORD{63}, DWORD{64}, ~DWORD{0}}) {
-    result = 77;
-    EXPECT_EQ(QvQueueRemoveEx(queue, handles.data(), count, 0, INFINITE, &result), nullptr) << count;
-    EXPECT_EQ(result, 77u);
+    EXPECT_EQ(remove(handles.data(), count, 0, INFINITE), nullptr) << count;
+    EXPECT_EQ(result_, 77u);
   }
-  EXPECT_EQ(QvQueueRemoveEx(queue, nullptr, 63, 0, 0, nullptr), &a.link) << "no handles are given";
+  EXPECT_EQ(remove(nullptr, 63, 0, 0), &number_.link) << "no handles are given";
 }
 
-TEST(QueueWaiting, AFlushStaysSignalledForConsumersWithoutRetry) {
-  Queue queue;
-  QvQueueFlush(queue);
+TEST_F(QueueWaiting, AFlushStaysSignalledForConsumersWithoutRetry) {
+  QvQueueFlush(queue_);
   for (const DWORD flags : {DWORD{0}, QVQUEUE_ALERTABLE, QVQUEUE_INPUTAVAILABLE}) {
-    DWORD result = 77;
-    EXPECT_EQ(QvQueueRemoveEx(queue, nullptr, 0, flags, INFINITE, &result), nullptr);
-    EXPECT_EQ(result, WAIT_OBJECT_0);
+    EXPECT_EQ(remove(nullptr, 0, flags, INFINITE), nullptr);
+    EXPECT_EQ(result_, WAIT_OBJECT_0);
   }
-  EXPECT_EQ(QvQueueRemove(queue, INFINITE), nullptr);
-  EXPECT_EQ(QvQueueRemoveTail(queue, INFINITE), nullptr);
-  EXPECT_EQ(QvQueueWait(queue, INFINITE), 0);
-  EXPECT_TRUE(queue.signalled());
-}
-
-LONG CALLBACK any(const tQVQELM*, LONGLONG) { return 1; }
-
-TEST(QueueWaiting, WhatTakesAFlushBack) {
-  struct Case {
-    const char* name;
-    void (*take_back)(tQVQHEAD*);
-  };
-  static Number number;
-  const Case cases[] = {
-      {"initialising", [](tQVQHEAD* head) { EXPECT_EQ(QvQueueInitialize(head), 1); }},
-      {"removing the last", [](tQVQHEAD* head) { EXPECT_EQ(QvQueueRemove(head, 0), &number.link); }},
-      {"removing the last at the tail", [](tQVQHEAD* head) { EXPECT_EQ(QvQueueRemoveTail(head, 0), &number.link); }},
-      {"finding and removing the last",
-       [](tQVQHEAD* head) { EXPECT_EQ(QvQueueFindAndRemove(head, any, 0), &number.link); }},
-      {"a consumer with retry",
-       [](tQVQHEAD* head) {
-         QvQueueFlush(head);
-         DWORD result = 77;
-         EXPECT_EQ(QvQueueRemoveEx(head, nullptr, 0, QVQUEUE_RETRY, 1, &result), nullptr);
-         EXPECT_EQ(result, WAIT_TIMEOUT) << "it waits on";
-       }},
-  };
-  for (const Case& each : cases) {
-    SCOPED_TRACE(each.name);
-    Queue queue;
-    QvQueueFlush(queue);
-    QvQueueInsert(queue, &number.link);
-    EXPECT_TRUE(queue.signalled());
-    each.take_back(queue);
-    EXPECT_FALSE(queue.signalled());
-  }
+  EXPECT_EQ(QvQueueRemoveTail(queue_, INFINITE), nullptr);
+  EXPECT_EQ(QvQueueWait(queue_, INFINITE), 0);
+  EXPECT_TRUE(queue_.signalled());
+  EXPECT_EQ(remove(nullptr, 0, QVQUEUE_RETRY, 1), nullptr);
+  EXPECT_EQ(result_, WAIT_TIMEOUT) << "with retry it waits on";
+  EXPECT_FALSE(queue_.signalled());
 }
 
 } // namespace
