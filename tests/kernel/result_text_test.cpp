@@ -9,7 +9,6 @@
 #include <fstream>
 #include <map>
 #include <regex>
-#include <set>
 #include <sstream>
 
 namespace {
@@ -18,22 +17,18 @@ using ResultText = LocaleTest;
 
 std::string sentence(HRESULT result) { return utf8(QvResultText(result)); }
 
-/// Every match of a pattern in the public headers, those of the Win32 names included.
-std::vector<std::smatch> matches(const std::string& headers, const char* pattern) {
+std::vector<std::smatch> matches(const std::string& text, const char* pattern) {
   const std::regex expression(pattern);
-  return {std::sregex_iterator(headers.begin(), headers.end(), expression), {}};
+  return {std::sregex_iterator(text.begin(), text.end(), expression), {}};
 }
 
-std::string public_headers() {
+/// Names and values of the results that the public headers speak of, those of the Win32 names included. Errors of the
+/// system count where a comment names them.
+std::map<std::string, HRESULT> documented_results() {
   std::ostringstream all;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(QV_PUBLIC_HEADERS))
     if (entry.path().extension() == ".h") all << std::ifstream(entry.path()).rdbuf() << '\n';
-  return all.str();
-}
-
-/// Names and values of the results that the headers speak of. Errors of the system count where a comment names them.
-std::map<std::string, HRESULT> documented_results() {
-  const std::string headers = public_headers();
+  const std::string headers = all.str();
   std::map<std::string, unsigned long> values;
   for (const std::smatch& match :
        matches(headers, R"((?:ROW\(|#define )((?:S|E|STG_E|QVERR|ERROR)_[A-Z_]+),? +\(?(?:.*[<{(])?(0x\w+|\d+))"))
@@ -41,11 +36,9 @@ std::map<std::string, HRESULT> documented_results() {
   std::map<std::string, HRESULT> results;
   for (const std::smatch& match : matches(headers, R"(\b(?:S|E|STG_E|QVERR)_[A-Z_]+\b)"))
     results[match[0]] = static_cast<HRESULT>(values.at(match[0]));
-  for (const std::smatch& comment : matches(headers, "//.*ERROR_.*")) {
-    const std::string line = comment[0];
-    for (const std::smatch& match : matches(line, R"(\bERROR_[A-Z_]+\b)"))
-      results[match[0]] = static_cast<HRESULT>(values.at(match[0]) == 0 ? 0 : 0x80070000u | values.at(match[0]));
-  }
+  for (const std::smatch& match : matches(headers, R"((#define )?\b(ERROR_[A-Z_]+))"))
+    if (!match[1].matched && values.at(match[2]) != 0)
+      results[match[2]] = static_cast<HRESULT>(0x80070000u | values.at(match[2]));
   return results;
 }
 

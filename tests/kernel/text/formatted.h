@@ -3,6 +3,8 @@
 
 #include "qv/text.h"
 
+#include <algorithm>
+#include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
@@ -25,4 +27,19 @@ inline std::string formatted(const WCHAR* format, ...) {
   va_end(list);
   if (count < 0 || text[static_cast<size_t>(count)] != 0) return "not terminated at its length";
   return utf8(qv::WString(text.data(), static_cast<size_t>(count)));
+}
+
+/// Expects that a counted text is cut at every capacity and terminated, and that nothing is written behind it. `write`
+/// takes a buffer and its capacity, and returns a length.
+template <class Write>
+void expect_cut(Write write) {
+  WCHAR whole[256];
+  const int length = write(whole, 256);
+  for (int capacity = -1; capacity <= length + 2; ++capacity) {
+    std::vector<WCHAR> text(static_cast<size_t>(length) + 3, QV_TEXT('~'));
+    const int count = write(text.data(), capacity);
+    ASSERT_EQ(count, std::clamp(capacity - 1, 0, length)) << capacity;
+    if (capacity > 0) ASSERT_EQ(qv::WString(text.data()), qv::WString(whole, static_cast<size_t>(count)));
+    ASSERT_EQ(text[static_cast<size_t>(std::max(capacity, 0))], QV_TEXT('~'));
+  }
 }

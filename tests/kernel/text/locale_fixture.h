@@ -17,6 +17,12 @@ inline constexpr QVUSERLOCALE kHindi = {QV_TEXT("hi-IN"), QV_TEXT(":"), QV_TEXT(
 inline constexpr QVUSERLOCALE kFinnish = {QV_TEXT("fi-FI"),  QV_TEXT("."), QV_TEXT(","),
                                           QV_TEXT("\u00A0"), QV_TEXT(";"), QV_TEXT("3;0")};
 
+/// Writes a text and its terminator into a field of a locale.
+template <size_t Capacity>
+void set(WCHAR (&field)[Capacity], const WCHAR* text) {
+  qv::WString(text).append(1, WCHAR{0}).copy(field, Capacity);
+}
+
 class LocaleTest : public testing::Test {
 protected:
   void SetUp() override { QvText_SetUserLocale(&kEnglish); }

@@ -7,51 +7,27 @@
 
 namespace {
 
-class Directive : public LocaleTest {};
+using Directive = LocaleTest;
 
 TEST_F(Directive, FollowTheLocale) {
-  struct Case {
-    const QVUSERLOCALE& locale;
-    const char* text;
+  const std::pair<const QVUSERLOCALE*, const char*> cases[] = {
+      {&kEnglish, "12:34.5, 6 $ 44,100 -1,234,567.891 1,234,567,890,123 999 0.5"},
+      {&kGerman, "12:34,5; 6 $ 44.100 -1.234.567,891 1.234.567.890.123 999 0,5"},
+      {&kFrench, "12:34,5; 6 $ 44\u202F100 -1\u202F234\u202F567,891 1\u202F234\u202F567\u202F890\u202F123 999 0,5"},
+      {&kHindi, "12:34.5, 6 $ 44,100 -12,34,567.891 12,34,56,78,90,123 999 0.5"},
+      {&kFinnish, "12.34,5; 6 $ 44\u00A0100 -1\u00A0234\u00A0567,891 1\u00A0234\u00A0567\u00A0890\u00A0123 999 0,5"},
   };
-  const Case cases[] = {
-      {kEnglish, "12:34.5, 6 $ 44,100 -1,234,567.891 1,234,567,890,123 999 0.5"},
-      {kGerman, "12:34,5; 6 $ 44.100 -1.234.567,891 1.234.567.890.123 999 0,5"},
-      {kFrench, "12:34,5; 6 $ 44\u202F100 -1\u202F234\u202F567,891 1\u202F234\u202F567\u202F890\u202F123 999 0,5"},
-      {kHindi, "12:34.5, 6 $ 44,100 -12,34,567.891 12,34,56,78,90,123 999 0.5"},
-      {kFinnish, "12.34,5; 6 $ 44\u00A0100 -1\u00A0234\u00A0567,891 1\u00A0234\u00A0567\u00A0890\u00A0123 999 0,5"},
-  };
-  for (const Case& each : cases) {
-    QvText_SetUserLocale(&each.locale);
+  for (const auto& [locale, text] : cases) {
+    QvText_SetUserLocale(locale);
     EXPECT_EQ(formatted(QV_TEXT("%d$:%d$*%d$, %d $$ $d $.3f $I64d $u $g"), 12, 34, 5, 6, 44100, -1234567.891,
                         int64_t{1234567890123}, 999, 0.5),
-              each.text);
+              text);
   }
 }
 
 TEST_F(Directive, FieldsOfLocalizedNumbers) {
-  struct Case {
-    const WCHAR* format;
-    int value;
-    const char* text;
-  };
-  const Case cases[] = {
-      {QV_TEXT("[$10d]"), 1234567, "[ 1,234,567]"},
-      {QV_TEXT("[$-10d]"), 1234567, "[1,234,567 ]"},
-      {QV_TEXT("[$5d]"), 1234567, "[1,234,567]"},
-      {QV_TEXT("[$+d]"), 1000, "[+1,000]"},
-      {QV_TEXT("[$08d]"), -1234, "[-0,001,234]"},
-      {QV_TEXT("[$.8d]"), 1234, "[00,001,234]"},
-      {QV_TEXT("[$.0d]"), 0, "[]"},
-      {QV_TEXT("[$x]"), 0xABCDE, "[abcde]"},
-      {QV_TEXT("[$o]"), 01234567, "[1234567]"},
-      {QV_TEXT("[$i]"), INT_MIN, "[-2,147,483,648]"},
-      {QV_TEXT("[$u]"), -1, "[4,294,967,295]"},
-      {QV_TEXT("[$hhu]"), 0x1FF, "[255]"},
-  };
-  for (const Case& each : cases)
-    EXPECT_EQ(formatted(each.format, each.value), each.text) << utf8(each.format);
-
+  EXPECT_EQ(formatted(QV_TEXT("$x $o $i $u $hhu [$.0d]"), 0xABCDE, 01234567, INT_MIN, -1, 0x1FF, 0),
+            "abcde 1234567 -2,147,483,648 4,294,967,295 255 []");
   QvText_SetUserLocale(&kGerman);
   EXPECT_EQ(formatted(QV_TEXT("[$14.2f][$-14.2f][$014.2f]"), -12345.678, 12345.678, 12345.678),
             "[    -12.345,68][12.345,68     ][00.000.012.345,68]");
@@ -62,8 +38,7 @@ TEST_F(Directive, FieldsOfLocalizedNumbers) {
 
 TEST_F(Directive, DecimalSeparatorNeverEqualsTheThousandsSeparator) {
   struct Case {
-    const WCHAR* decimal;
-    const WCHAR* thousand;
+    const WCHAR *decimal, *thousand;
     const char* text;
   };
   const Case cases[] = {
@@ -75,10 +50,8 @@ TEST_F(Directive, DecimalSeparatorNeverEqualsTheThousandsSeparator) {
   };
   for (const Case& each : cases) {
     QVUSERLOCALE locale = kEnglish;
-    qv::WString(each.decimal).copy(locale.decimal, 7);
-    locale.decimal[qv::WString(each.decimal).size()] = 0;
-    qv::WString(each.thousand).copy(locale.thousand, 7);
-    locale.thousand[qv::WString(each.thousand).size()] = 0;
+    set(locale.decimal, each.decimal);
+    set(locale.thousand, each.thousand);
     QvText_SetUserLocale(&locale);
     EXPECT_EQ(formatted(QV_TEXT("$* $.1f"), 1000.5), each.text);
   }
@@ -108,34 +81,35 @@ TEST_F(Directive, GroupingFormsAgreeWithAModel) {
     bool repeats;
   };
   const Case cases[] = {
-      {QV_TEXT("3;0"), {3}, true},
-      {QV_TEXT("3;2;0"), {3, 2}, true},
-      {QV_TEXT("3"), {3}, false},
-      {QV_TEXT("3;2"), {3, 2}, false},
-      {QV_TEXT("4;0"), {4}, true},
-      {QV_TEXT("1;2;3;4"), {1, 2, 3, 4}, false},
-      {QV_TEXT("1;0"), {1}, true},
-      {QV_TEXT("0"), {}, false},
-      {QV_TEXT("0;0"), {}, false},
-      {QV_TEXT(""), {}, false},
-      {QV_TEXT("x;3"), {}, false},
-      {QV_TEXT("9;9;0"), {9, 9}, true},
-      {QV_TEXT("1;1;1;1;1;1;1;"), {1, 1, 1, 1, 1, 1, 1}, false},
+      {QV_TEXT("3;0"), {3}, true},      {QV_TEXT("3;2;0"), {3, 2}, true},
+      {QV_TEXT("3;2"), {3, 2}, false},  {QV_TEXT("1;2;3;4"), {1, 2, 3, 4}, false},
+      {QV_TEXT("1;0"), {1}, true},      {QV_TEXT("0;0"), {}, false},
+      {QV_TEXT(""), {}, false},         {QV_TEXT("x;3"), {}, false},
+      {QV_TEXT("9;9;0"), {9, 9}, true}, {QV_TEXT("1;1;1;1;1;1;1;"), {1, 1, 1, 1, 1, 1, 1}, false},
   };
   std::mt19937_64 random(3);
   for (const Case& each : cases) {
     QVUSERLOCALE locale = kEnglish;
-    locale.thousand[0] = QV_TEXT('_');
-    std::fill(std::begin(locale.grouping), std::end(locale.grouping), WCHAR{0});
-    qv::WString(each.grouping).copy(locale.grouping, 15);
+    set(locale.thousand, QV_TEXT("_"));
+    set(locale.grouping, each.grouping);
     QvText_SetUserLocale(&locale);
-    for (int i = 0; i < 64; ++i) {
-      const uint64_t value = random() >> i;
-      const std::string expected = grouped(std::to_string(value), each.sizes, each.repeats);
-      ASSERT_EQ(formatted(QV_TEXT("$I64u"), value), expected) << utf8(each.grouping);
-      // A width just above the length shows that separators were counted.
-      const int width = static_cast<int>(expected.size()) + 1;
-      ASSERT_EQ(formatted(QV_TEXT("$-*I64u"), width, value), expected + " ") << utf8(each.grouping);
+    for (int i = 0; i < 640; ++i) {
+      const auto value = static_cast<int64_t>(random() >> i % 64);
+      const bool plus = i % 3 == 0, left = i % 5 == 0, zeros = i % 7 == 0;
+      const size_t precision = i % 11 == 0 ? random() % 30 : 0, width = 1 + random() % 40;
+      // The width's zeros are digits and are grouped, its spaces are counted after that.
+      std::string digits = std::to_string(value < 0 ? 0 - static_cast<uint64_t>(value) : static_cast<uint64_t>(value));
+      std::string expected = value < 0 ? "-" : plus ? "+" : "";
+      size_t length = precision;
+      if (zeros && !left && precision == 0 && width > expected.size()) length = width - expected.size();
+      if (length > digits.size()) digits.insert(0, length - digits.size(), '0');
+      expected += grouped(digits, each.sizes, each.repeats);
+      if (width > expected.size()) expected.insert(left ? expected.size() : 0, width - expected.size(), ' ');
+      const std::string format = std::string("$") + (plus ? "+" : "") + (left ? "-" : "") + (zeros ? "0" : "") +
+                                 std::to_string(width) + (precision != 0 ? "." + std::to_string(precision) : "") +
+                                 "I64d";
+      ASSERT_EQ(formatted(widened(format).c_str(), value), expected)
+          << format << " of " << value << " with " << utf8(each.grouping);
     }
   }
 }

@@ -11,6 +11,7 @@
 #include <limits>
 #include <random>
 #include <string_view>
+#include <tuple>
 
 namespace {
 
@@ -42,22 +43,25 @@ protected:
     return text;
   }
 
-  template <class Argument>
-  void compare(const std::string& ours, const std::string& c, Argument argument) {
+  template <class... Arguments>
+  void compare(const std::string& ours, const std::string& c, Arguments... arguments) {
     char expected[2048];
-    const int length = std::snprintf(expected, sizeof expected, c.c_str(), argument);
+    const int length = std::snprintf(expected, sizeof expected, c.c_str(), arguments...);
     ASSERT_LT(length, static_cast<int>(sizeof expected));
-    ASSERT_EQ(formatted(widened(ours).c_str(), argument), expected) << ours << " of " << +argument;
+    ASSERT_EQ(formatted(widened(ours).c_str(), arguments...), expected)
+        << ours << " of " << testing::PrintToString(std::tuple(arguments...));
   }
 
   uint64_t random_bits() { return random_() >> below(64); }
 
   double random_double() {
-    switch (below(5)) {
+    constexpr double kSpecial[] = {HUGE_VAL, -HUGE_VAL, -0.0, 0.0, 5e-324, 3.0, DBL_MAX};
+    switch (below(6)) {
     case 0: return std::bit_cast<double>(random_()); // any exponent, NaN and infinity rarely
     case 1: return static_cast<double>(static_cast<int64_t>(random_bits())) / 1000.0;
     case 2: return static_cast<double>(below(2000)) / 8.0; // ties
     case 3: return std::ldexp(static_cast<double>(random_()), static_cast<int>(below(160)) - 140);
+    case 4: return kSpecial[below(std::size(kSpecial))];
     default: return -static_cast<double>(below(100000)) / 100.0;
     }
   }
@@ -94,25 +98,14 @@ TEST_F(NumberAgainstC, Doubles) {
     if ((type == 'a' || type == 'A') && std::fpclassify(value) == FP_SUBNORMAL) continue; // the first digit is, too
     const std::string format = "<%" + random_fields("-+ #0") + (below(4) == 0 ? "l" : "") + type + ">";
     compare(format, format, value);
+    // Fields from arguments. A negative width aligns left, a negative precision is none.
+    const int width = static_cast<int>(below(1025)) - 512, precision = static_cast<int>(below(520)) - 7;
+    compare("%+*.*d|%0*.*f|%.*g", "%+*.*d|%0*.*f|%.*g", width, precision, -i, width, precision, 2.5, precision, value);
   }
 }
 
-TEST_F(NumberAgainstC, FieldsFromArguments) {
-  for (const int width : {0, 1, 7, 40, 512, -1, -40, -512}) {
-    for (const int precision : {0, 1, 5, 30, 512, -1, -7}) {
-      char expected[2048];
-      std::snprintf(expected, sizeof expected, "%*.*d|%0*.*f|%.*g", width, precision, -1234, width, precision, 2.5,
-                    precision, 1e10 / 3);
-      EXPECT_EQ(
-          formatted(QV_TEXT("%*.*d|%0*.*f|%.*g"), width, precision, -1234, width, precision, 2.5, precision, 1e10 / 3),
-          expected)
-          << width << ", " << precision;
-    }
-  }
-}
-
+// What C libraries do in different ways, or wrongly.
 TEST(PrintfNumber, SpecialValues) {
-  constexpr double kInfinity = std::numeric_limits<double>::infinity();
   constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
   struct Case {
     const WCHAR* format;
@@ -120,30 +113,16 @@ TEST(PrintfNumber, SpecialValues) {
     const char* text;
   };
   const Case cases[] = {
-      {QV_TEXT("%f"), kInfinity, "inf"},
-      {QV_TEXT("%+E"), kInfinity, "+INF"},
-      {QV_TEXT("%08.2f"), -kInfinity, "    -inf"},
-      {QV_TEXT("%-8g|"), kNan, "nan     |"},
-      {QV_TEXT("%08A"), kNan, "     NAN"},
-      {QV_TEXT("%f"), -0.0, "-0.000000"},
-      {QV_TEXT("%g"), 5e-324, "4.94066e-324"},
-      {QV_TEXT("%a"), 1.0, "0x1p+0"},
-      {QV_TEXT("%A"), -0.5, "-0X1P-1"},
-      {QV_TEXT("%.3a"), 1.999999, "0x2.000p+0"},
-      {QV_TEXT("%#a"), 1.0, "0x1.p+0"},
-      {QV_TEXT("%010a"), 1.5, "0x001.8p+0"},
-      {QV_TEXT("%a"), 0.0, "0x0p+0"},
-      {QV_TEXT("%#g"), 1.0, "1.00000"},
-      {QV_TEXT("%#.0f"), 3.0, "3."},
-      {QV_TEXT("%#.0e"), 3.0, "3.e+00"},
+      {QV_TEXT("%-8g|"), kNan, "nan     |"}, {QV_TEXT("%08A"), kNan, "     NAN"},
+      {QV_TEXT("%A"), -0.5, "-0X1P-1"},      {QV_TEXT("%.3a"), 1.999999, "0x2.000p+0"},
+      {QV_TEXT("%#a"), 1.0, "0x1.p+0"},      {QV_TEXT("%010a"), 1.5, "0x001.8p+0"},
+      {QV_TEXT("%a"), 0.0, "0x0p+0"},        {QV_TEXT("%F"), -HUGE_VAL, "-INF"},
       {QV_TEXT("%#.3g"), 999.9, "1.00e+03"},
-      {QV_TEXT("%#.3g"), 0.0, "0.00"},
   };
   for (const Case& each : cases) {
     const std::string text = formatted(each.format, each.value);
     // 2.000p+0 and 1.000p+1 are the same number; both are allowed.
-    if (std::string(each.text) == "0x2.000p+0" && text == "0x1.000p+1") continue;
-    EXPECT_EQ(text, each.text) << utf8(each.format);
+    if (text != "0x1.000p+1") EXPECT_EQ(text, each.text) << utf8(each.format);
   }
 }
 
@@ -164,14 +143,12 @@ TEST(PrintfNumber, LongestNumbersAreWhole) {
 }
 
 TEST(PrintfNumber, AbsurdFieldsCountAs512) {
-  const std::string spaces(511, ' ');
+  const std::string spaces(511, ' '), zeros(511, '0');
   EXPECT_EQ(formatted(QV_TEXT("%99999999999999999999d"), 7), spaces + "7");
-  EXPECT_EQ(formatted(QV_TEXT("%*d"), INT_MAX, 7), spaces + "7");
-  EXPECT_EQ(formatted(QV_TEXT("%*d"), INT_MIN, 7), "7" + spaces);
-  EXPECT_EQ(formatted(QV_TEXT("%.2147483648d"), 7), std::string(511, '0') + "7");
-  EXPECT_EQ(formatted(QV_TEXT("%.*d"), INT_MAX, 7), std::string(511, '0') + "7");
-  EXPECT_EQ(formatted(QV_TEXT("%.*f"), INT_MAX, 0.5), "0.5" + std::string(511, '0'));
-  EXPECT_EQ(formatted(QV_TEXT("%.*d"), INT_MIN, 7), "7");
+  EXPECT_EQ(formatted(QV_TEXT("%*d%*d"), INT_MAX, 7, INT_MIN, 8), spaces + "78" + spaces);
+  EXPECT_EQ(formatted(QV_TEXT("%.2147483648d"), 7), zeros + "7");
+  EXPECT_EQ(formatted(QV_TEXT("%.*d%.*d"), INT_MAX, 7, INT_MIN, 8), zeros + "78");
+  EXPECT_EQ(formatted(QV_TEXT("%.*f"), INT_MAX, 0.5), "0.5" + zeros);
 }
 
 TEST(PrintfNumber, CornersOfTheFlags) {

@@ -6,6 +6,7 @@
 
 #include "qv/time.h"
 
+#include <optional>
 #include <string>
 
 inline _qvposfmt shown_as(DWORD format) {
@@ -17,6 +18,16 @@ inline _qvposfmt shown_as(DWORD format) {
   shown.beatUnit = 4;
   shown.beatsPerMeasure = 4;
   shown.ticksPerBeat = 960;
+  return shown;
+}
+
+/// A format with an offset, and another number for its rates.
+inline _qvposfmt shown_with(DWORD format, QVNANOTIME offset, std::optional<double> rate = std::nullopt) {
+  _qvposfmt shown = shown_as(format);
+  shown.offset = offset;
+  if (!rate) return shown;
+  shown.frameRate = shown.tempo = *rate;
+  shown.sampleRate = *rate >= 0.0 && *rate <= 0xFFFFFFFF ? static_cast<DWORD>(*rate) : 0;
   return shown;
 }
 
