@@ -24,7 +24,7 @@ QV_API int io_calls();
 /// system's.
 QV_API void set_clock(int64_t nanoseconds);
 
-/// The system's calls behind files and folders, each of which answers as the system's does: -1 with errno on failure.
+/// The system's calls behind files and folders, each of which returns what the system's does: -1 with errno on failure.
 struct FileCalls {
   ssize_t (*read)(int descriptor, void* buffer, size_t bytes, int64_t position);
   ssize_t (*write)(int descriptor, const void* buffer, size_t bytes, int64_t position);

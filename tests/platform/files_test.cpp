@@ -69,8 +69,8 @@ TEST(Files, PositionsAre64Bits) {
   EXPECT_EQ(SetFilePointer(file, 0, &high, FILE_CURRENT), static_cast<DWORD>(5'000'000'000));
   EXPECT_EQ(high, 1);
 #if !defined(_WIN32)
-  // As Windows documents it; Wine answers the lower half.
-  EXPECT_EQ(SetFilePointer(file, 0, nullptr, FILE_CURRENT), INVALID_SET_FILE_POINTER) << "it does not fit the answer";
+  // As Windows documents it; Wine returns the lower half.
+  EXPECT_EQ(SetFilePointer(file, 0, nullptr, FILE_CURRENT), INVALID_SET_FILE_POINTER) << "it does not fit the result";
 #endif
   // Without a place for the upper half a distance is signed.
   EXPECT_EQ(SetFilePointer(file, 100, nullptr, FILE_BEGIN), 100u);

@@ -11,13 +11,18 @@
 #define GHND 0x42u
 #define GPTR 0x40u
 
+/// A block of the process, the caller's to free; null with ERROR_NOT_ENOUGH_MEMORY. GMEM_MOVEABLE gives a handle that
+/// GlobalLock turns into a pointer, anything else the pointer itself; GMEM_ZEROINIT clears the bytes.
 QV_WIN32(HGLOBAL, GlobalAlloc, (UINT flags, SIZE_T bytes));
+/// The block's bytes; null for what is no block. Locks of a moveable block are counted up to 255.
 QV_WIN32(void*, GlobalLock, (HGLOBAL block));
-/// Answers whether the block is still locked; the last unlock answers 0 with ERROR_SUCCESS.
+/// Returns whether the block is still locked; the last unlock returns 0 with ERROR_SUCCESS.
 QV_WIN32(BOOL, GlobalUnlock, (HGLOBAL block));
 /// The handle of a block from the pointer that GlobalLock (or GMEM_FIXED) gave.
 QV_WIN32(HGLOBAL, GlobalHandle, (const void* memory));
+/// The bytes asked for; 0 for what is no block.
 QV_WIN32(SIZE_T, GlobalSize, (HGLOBAL block));
+/// The count of locks; GMEM_INVALID_HANDLE for what is no block.
 QV_WIN32(UINT, GlobalFlags, (HGLOBAL block));
 /// Null on success, the handle itself when it is none.
 QV_WIN32(HGLOBAL, GlobalFree, (HGLOBAL block));
@@ -33,7 +38,7 @@ QV_WIN32(HGLOBAL, GlobalReAlloc, (HGLOBAL block, SIZE_T bytes, UINT flags));
 QV_WIN32(HANDLE, HeapCreate, (DWORD flags, SIZE_T initial, SIZE_T maximum));
 QV_WIN32(BOOL, HeapDestroy, (HANDLE heap));
 QV_WIN32(void*, HeapAlloc, (HANDLE heap, DWORD flags, SIZE_T bytes));
-/// The block moves if it must; the old one stays when null is answered.
+/// The block moves if it must; the old one stays when null is returned.
 QV_WIN32(void*, HeapReAlloc, (HANDLE heap, DWORD flags, void* block, SIZE_T bytes));
 QV_WIN32(BOOL, HeapFree, (HANDLE heap, DWORD flags, void* block));
 /// The bytes asked for; SIZE_MAX for null.

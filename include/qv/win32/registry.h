@@ -7,7 +7,7 @@
 //
 // Key and value names are case-insensitive and keep the case of their first writing; a component has at most 255
 // characters. Keys are separated by backslashes; a path that begins with one is not valid, doubled ones count once.
-// Functions answer registry errors:
+// Functions return registry errors:
 //
 //   ERROR_FILE_NOT_FOUND      no such key or value
 //   ERROR_INVALID_HANDLE      not an open key
@@ -45,7 +45,7 @@ using REGSAM = DWORD;
 #define REG_MULTI_SZ 7u
 #define REG_QWORD 11u
 
-/// Opens a key and creates what is missing of its path; a null or empty path answers the key itself, opened again.
+/// Opens a key and creates what is missing of its path; a null or empty path is the key itself, opened again.
 /// *key is null on failure.
 QV_WIN32(LONG, RegCreateKeyW, (HKEY parent, const WCHAR* path, HKEY* key));
 /// Opens a key; `options` must be 0. The access asked for is not enforced: a store that cannot be written fails where

@@ -45,5 +45,6 @@
 #define ERROR_KEY_DELETED 1018u
 #define ERROR_IO_DEVICE 1117u
 
+/// The calling thread's last error: what a function that failed has set, or SetLastError.
 QV_WIN32(DWORD, GetLastError, ());
 QV_WIN32(void, SetLastError, (DWORD error));

@@ -15,13 +15,18 @@
 #define LOCALE_SGROUPING 0x10u
 #define LOCALE_STIME 0x1Eu
 
-/// Code pages CP_ACP (1252) and CP_UTF8. The five codes that 1252 leaves undefined map to U+0081, 8D, 8F, 90 and 9D.
+/// Text of code page CP_ACP (1252) or CP_UTF8 as UTF-16. The five codes that 1252 leaves undefined map to U+0081, 8D,
+/// 8F, 90 and 9D; malformed UTF-8 becomes U+FFFD, or with MB_ERR_INVALID_CHARS fails with ERROR_NO_UNICODE_TRANSLATION.
+///
+/// byteCount -1: up to the terminator, which is converted too. Returns the characters written, or with a capacity of 0
+/// the capacity needed; 0 with ERROR_INSUFFICIENT_BUFFER or ERROR_INVALID_PARAMETER. MB_PRECOMPOSED changes nothing.
 QV_WIN32(int, MultiByteToWideChar,
          (UINT codePage, DWORD flags, const char* bytes, int byteCount, WCHAR* text, int textCapacity));
-/// What code page 1252 lacks becomes '?' (or *fallback).
+/// The way back, counted in the same way. What code page 1252 lacks becomes '?' (or *fallback), and *usedFallback
+/// (optional) says whether something did; half a surrogate pair becomes U+FFFD in UTF-8, where both pointers are null.
 QV_WIN32(int, WideCharToMultiByte,
          (UINT codePage, DWORD flags, const WCHAR* text, int textCount, char* bytes, int byteCapacity,
           const char* fallback, BOOL* usedFallback));
 /// The locale of the user's environment (LC_ALL, LC_NUMERIC, LC_TIME, LANG); C and POSIX count as en-US. Serves the
-/// LOCALE_S* names above. Answers characters written, terminator included; with capacity 0 the count needed.
+/// LOCALE_S* names above. Returns the characters written, terminator included; with a capacity of 0 the count needed.
 QV_WIN32(int, GetLocaleInfoW, (LCID locale, LCTYPE type, WCHAR* text, int capacity));

@@ -43,6 +43,8 @@ QV_WIN32(DWORD, GetCurrentThreadId, ());
 QV_WIN32(void, Sleep, (DWORD milliseconds));
 
 /// Events and threads can be waited on, 1 to 64 at a time, each handle at most once.
+/// WAIT_OBJECT_0 + index of the object that ended the wait (0 when all were waited for), WAIT_TIMEOUT, or WAIT_FAILED
+/// with an error.
 QV_WIN32(DWORD, WaitForSingleObject, (HANDLE object, DWORD milliseconds));
 QV_WIN32(DWORD, WaitForMultipleObjects, (DWORD count, const HANDLE* objects, BOOL waitAll, DWORD milliseconds));
 

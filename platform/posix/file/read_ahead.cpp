@@ -32,16 +32,16 @@ ssize_t read_fully(int descriptor, void* buffer, size_t bytes, int64_t position)
 }
 
 ssize_t ReadAhead::fill(int descriptor, int64_t position) {
-  // Passing over a little, as a walk over small chunks does, is going on.
+  // A read that passes over a little, as a walk over small chunks does, counts as going on.
   const int64_t passed_over = position - (start_ + static_cast<int64_t>(length_));
-  const bool goes_on = passed_over >= 0 && passed_over < static_cast<int64_t>(kLargest);
-  if (!goes_on) next_size_ = kSmallest;
-  if (!window_) window_ = std::make_unique_for_overwrite<unsigned char[]>(kLargest);
-  // Once: a window that the file's end cuts short need not ask again where it ends.
+  const bool goes_on = passed_over >= 0 && passed_over < static_cast<int64_t>(kMaxBytes);
+  if (!goes_on) next_size_ = kMinBytes;
+  if (!window_) window_ = std::make_unique_for_overwrite<unsigned char[]>(kMaxBytes);
+  // One call is enough: a window that is cut short, by the end of the file say, is simply a short one.
   const ssize_t got = read_once(descriptor, window_.get(), next_size_, position);
   start_ = position;
   length_ = got > 0 ? static_cast<size_t>(got) : 0;
-  next_size_ = std::min(next_size_ * 4, kLargest);
+  next_size_ = std::min(next_size_ * 4, kMaxBytes);
   return got;
 }
 
@@ -49,7 +49,7 @@ ssize_t ReadAhead::read_behind(int descriptor, void* buffer, size_t bytes, int64
   char* const rest = static_cast<char*>(buffer) + ready;
   const size_t wanted = bytes - ready;
   const int64_t from = position + static_cast<int64_t>(ready);
-  if (wanted < kSmallest) {
+  if (wanted < kMinBytes) {
     if (fill(descriptor, from) < 0) return ready == 0 ? -1 : static_cast<ssize_t>(ready);
     if (copy_out(rest, wanted, from) == wanted) return static_cast<ssize_t>(bytes);
   }

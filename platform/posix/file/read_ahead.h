@@ -22,8 +22,8 @@ public:
 private:
   // A window grows from small to large while reads go on shortly behind it, so that a look at one header far into a
   // file does not cost a large read.
-  static constexpr size_t kSmallest = 4096;
-  static constexpr size_t kLargest = 65536;
+  static constexpr size_t kMinBytes = 4096;
+  static constexpr size_t kMaxBytes = 65536;
 
   size_t copy_out(void* buffer, size_t bytes, int64_t position) const {
     if (position < start_ || position >= start_ + static_cast<int64_t>(length_)) return 0;
@@ -32,17 +32,18 @@ private:
     std::memcpy(buffer, window_.get() + offset, count);
     return count;
   }
-  /// What is not `ready` from the window.
+  /// Reads what the window did not hold: the bytes behind the first `ready`, which are in the buffer already.
   ssize_t read_behind(int descriptor, void* buffer, size_t bytes, int64_t position, size_t ready);
   ssize_t fill(int descriptor, int64_t position);
 
+  // The window holds bytes [start_, start_ + length_) of the file.
   std::unique_ptr<unsigned char[]> window_;
   int64_t start_ = 0;
   size_t length_ = 0;
-  size_t next_size_ = kSmallest;
+  size_t next_size_ = kMinBytes;
 };
 
-/// pread until `bytes` bytes are there or the file ends.
+/// Reads with pread until `bytes` bytes are there or the file ends; -1 with errno when the first call fails.
 ssize_t read_fully(int descriptor, void* buffer, size_t bytes, int64_t position);
 
 } // namespace qv::platform

@@ -20,7 +20,7 @@ namespace {
 
 constexpr uint32_t kLive = 0x51564D42;
 constexpr uintptr_t kHandleOffset = 8;
-constexpr uint32_t kMostLocks = GMEM_LOCKCOUNT;
+constexpr uint32_t kMaxLocks = GMEM_LOCKCOUNT;
 
 struct alignas(16) Block {
   size_t bytes;
@@ -92,7 +92,7 @@ HGLOBAL GlobalAlloc(UINT flags, SIZE_T bytes) {
 void* GlobalLock(HGLOBAL handle) {
   Block* block = require(block_of_handle(handle));
   if (!block) return nullptr;
-  if (is_moveable_handle(handle) && block->locks.load() < kMostLocks) block->locks.fetch_add(1);
+  if (is_moveable_handle(handle) && block->locks.load() < kMaxLocks) block->locks.fetch_add(1);
   return memory_of(block);
 }
 

@@ -1,4 +1,4 @@
-// Questions about memory: how large a block of the C runtime is, and what can be read.
+// The size of a block of the C runtime, and whether memory can be read.
 #include "qv/win32.h"
 
 #include <algorithm>

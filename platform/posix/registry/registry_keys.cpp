@@ -1,6 +1,5 @@
 // Keys: opening, creating, deleting and listing them.
 #include "platform/posix/registry/registry_key.h"
-#include "platform/posix/registry/registry_names.h"
 
 #include <cstring>
 
@@ -58,7 +57,7 @@ LONG open_key(HKEY parent, const WCHAR* path, bool create, HKEY* key) {
   if (error != ERROR_SUCCESS) return error;
   const std::lock_guard guard(place.store->lock());
   int64_t id = place.id;
-  // Looked for first: a key that is there can be opened in a store that cannot be written.
+  // A key is looked for before it is made: where it is there, the store need not be writable.
   error = walk(*place.store, *components, false, id);
   if (error == ERROR_FILE_NOT_FOUND && create) {
     id = place.id;

@@ -1,6 +1,5 @@
-#include "platform/posix/registry/registry_names.h"
+#include "platform/posix/registry/registry_key.h"
 
-#include <cstdlib>
 #include <locale.h>
 #include <wctype.h>
 
@@ -16,11 +15,6 @@ char16_t fold(char16_t unit) {
   if (!unicode) return unit;
   const wint_t upper = towupper_l(unit, unicode);
   return upper >= 0x80 && upper <= 0xFFFF ? static_cast<char16_t>(upper) : unit;
-}
-
-const char* variable(const char* name) {
-  const char* value = std::getenv(name);
-  return value && *value != '\0' ? value : nullptr;
 }
 
 } // namespace
@@ -42,22 +36,11 @@ std::optional<std::vector<std::u16string_view>> split_key_path(const WCHAR* path
   if (rest.starts_with(u'\\')) return std::nullopt;
   while (!rest.empty()) {
     const size_t end = std::min(rest.find(u'\\'), rest.size());
-    if (end > kMostKeyNameChars || components.size() == kMostKeyDepth) return std::nullopt;
+    if (end > kMaxKeyNameChars || components.size() == kMaxKeyDepth) return std::nullopt;
     if (end > 0) components.push_back(rest.substr(0, end));
     rest.remove_prefix(std::min(end + 1, rest.size()));
   }
   return components;
-}
-
-std::string registry_file() {
-  // A relative name begins with its folder, so that no name ("file:", ":memory:") means something else to SQLite.
-  if (const char* file = variable("QV_REGISTRY")) return *file == '/' ? file : std::string("./") + file;
-  constexpr const char* kBelow = "/QvKernel/registry.db";
-  const char* folder = variable("XDG_CONFIG_HOME");
-  // The XDG Base Directory standard has relative paths ignored.
-  if (folder && *folder == '/') return std::string(folder) + kBelow;
-  if (const char* home = variable("HOME")) return std::string(home) + "/.config" + kBelow;
-  return {};
 }
 
 } // namespace qv::platform

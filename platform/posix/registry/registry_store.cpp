@@ -1,25 +1,17 @@
 #include "platform/posix/registry/registry_store.h"
 
-#include "platform/posix/registry/registry_names.h"
-
-#include <cerrno>
-#include <fcntl.h>
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <sqlite3.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace qv::platform {
 
 namespace {
 
 constexpr int kBusyMilliseconds = 10'000;
-constexpr int64_t kApplicationId = 0x51565247; // "QVRG"
 constexpr int64_t kVersion = 1;
 
-// Ids are never used again, so that a key that was deleted while open is noticed.
+// Ids of keys are never used again, so that a key that was deleted while open is noticed.
 constexpr const char* kTables = R"(
   CREATE TABLE IF NOT EXISTS key(
     id INTEGER PRIMARY KEY AUTOINCREMENT, parent INTEGER NOT NULL, folded BLOB NOT NULL, name BLOB NOT NULL,
@@ -68,55 +60,6 @@ LONG error_of(int result) {
   default: // damaged, or without the tables that it should have
     return ERROR_BADDB;
   }
-}
-
-/// The first bytes of a database as they are on the disk, looked at before anything is opened that could change it.
-LONG check_header(const std::string& file) {
-  std::error_code error;
-  const auto status = std::filesystem::status(file, error);
-  if (status.type() == std::filesystem::file_type::not_found) return ERROR_FILE_NOT_FOUND;
-  if (error || status.type() != std::filesystem::file_type::regular) return ERROR_ACCESS_DENIED;
-  std::ifstream stream(file, std::ios::binary);
-  if (!stream) return ERROR_ACCESS_DENIED;
-  unsigned char header[72] = {};
-  stream.read(reinterpret_cast<char*>(header), sizeof header);
-  if (stream.gcount() == 0) return ERROR_SUCCESS; // about to be made, by someone
-  const int64_t id = int64_t{header[68]} << 24 | header[69] << 16 | header[70] << 8 | header[71];
-  const bool ours = std::equal(header, header + 16, "SQLite format 3") && id == kApplicationId;
-  return stream.gcount() == sizeof header && ours ? ERROR_SUCCESS : ERROR_BADDB;
-}
-
-LONG make_folders(const std::string& file) {
-  const std::filesystem::path folder = std::filesystem::path(file).parent_path();
-  std::error_code error;
-  if (folder.empty() || std::filesystem::exists(folder, error)) return ERROR_SUCCESS;
-  std::filesystem::create_directories(folder.parent_path(), error);
-  if (mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST) return ERROR_SUCCESS;
-  return errno == ENOSPC ? ERROR_DISK_FULL : ERROR_ACCESS_DENIED;
-}
-
-/// Makes an empty file for this user alone; SQLite would let everybody read it.
-LONG make_file(const std::string& file) {
-  const LONG error = make_folders(file);
-  if (error != ERROR_SUCCESS) return error;
-  const int descriptor = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
-  if (descriptor < 0) return errno == ENOSPC ? ERROR_DISK_FULL : ERROR_ACCESS_DENIED;
-  ::close(descriptor);
-  return ERROR_SUCCESS;
-}
-
-/// A path as a file: URI. An absolute one begins behind an empty host.
-std::string uri_of(const std::string& path) {
-  std::string text = path.starts_with('/') ? "file://" : "file:";
-  for (const char character : path) {
-    if (character == '%' || character == '?' || character == '#') {
-      constexpr const char* kDigits = "0123456789ABCDEF";
-      text += {'%', kDigits[character >> 4], kDigits[character & 15]};
-    } else {
-      text += character;
-    }
-  }
-  return text;
 }
 
 } // namespace
@@ -193,7 +136,7 @@ LONG Store::make_ready(bool create) {
   return execute("PRAGMA synchronous = NORMAL");
 }
 
-/// In the rollback journal's mode, so that the file's own header says at once whose it is.
+/// Makes the tables in the rollback journal's mode, so that the file's own header says at once whose it is.
 LONG Store::make_tables() {
   LONG error = execute("BEGIN EXCLUSIVE");
   if (error != ERROR_SUCCESS) return error;
@@ -223,7 +166,7 @@ LONG Store::question(const char* sql, int64_t& answer) {
 
 LONG Store::execute(const char* sql) { return error_of(sqlite3_exec(database_, sql, nullptr, nullptr, nullptr)); }
 
-// IMMEDIATE: two writers never meet half-way, they wait for each other at the start.
+// An IMMEDIATE transaction waits for other writers at its start: two never meet half-way.
 LONG Store::begin() { return execute("BEGIN IMMEDIATE"); }
 
 LONG Store::commit() {

@@ -15,7 +15,7 @@ struct sqlite3_stmt;
 
 namespace qv::platform {
 
-/// What is asked of the database; the texts are in registry_store.cpp.
+/// The questions asked of the database; their texts are in registry_store.cpp.
 enum class Query {
   kFindKey,      ///< parent, folded -> id
   kKeyExists,    ///< id -> 1
@@ -30,10 +30,23 @@ enum class Query {
   kCount
 };
 
+/// The store's file: $QV_REGISTRY, else below $XDG_CONFIG_HOME (an absolute path) or $HOME/.config. Empty when none
+/// of them is set.
+std::string registry_file();
+/// Looks at the first bytes on the disk, before anything is opened that could change them: ERROR_SUCCESS for a store
+/// and for an empty file, which is about to become one; ERROR_FILE_NOT_FOUND, ERROR_BADDB or ERROR_ACCESS_DENIED
+/// otherwise.
+LONG check_header(const std::string& file);
+/// Makes an empty file for this user alone, and its folders; SQLite would let everybody read it.
+LONG make_file(const std::string& file);
+/// A path as a file: URI. An absolute one begins behind an empty host.
+std::string uri_of(const std::string& path);
+
+inline constexpr int64_t kApplicationId = 0x51565247; // "QVRG"
 inline constexpr int64_t kCurrentUserId = 1;
 inline constexpr int64_t kLocalMachineId = 2;
 
-/// All functions answer registry errors. Everything but opening happens with the lock held.
+/// All functions return registry errors. Everything but opening happens with the lock held.
 class Store {
 public:
   /// The store of the user's database. With `create`, makes file and folders where they are missing; else
@@ -69,10 +82,10 @@ public:
     int bound_ = 0;
   };
 
-  /// Runs a query that answers no rows; *changed (optional) is how many rows it changed.
+  /// Runs a query that has no rows; *changed (optional) is how many rows it changed.
   LONG change(Run& run, int* changed = nullptr);
 
-  /// Does `body`, which answers an error, whole or not at all.
+  /// Does `body`, which returns an error, whole or not at all.
   template <class Body>
   LONG transaction(Body body) {
     LONG error = begin();

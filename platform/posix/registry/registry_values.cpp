@@ -1,6 +1,5 @@
 // Values: reading, writing, deleting and listing them.
 #include "platform/posix/registry/registry_key.h"
-#include "platform/posix/registry/registry_names.h"
 
 #include <cstring>
 
@@ -52,8 +51,7 @@ LONG RegQueryValueExW(HKEY key, const WCHAR* name, DWORD* reserved, DWORD* type,
 
 LONG RegSetValueExW(HKEY key, const WCHAR* name, DWORD reserved, DWORD type, const BYTE* data, DWORD bytes) {
   const std::u16string_view stored_name = value_name(name);
-  if (reserved != 0 || (!data && bytes != 0) || stored_name.size() > kMostValueNameChars)
-    return ERROR_INVALID_PARAMETER;
+  if (reserved != 0 || (!data && bytes != 0) || stored_name.size() > kMaxValueNameChars) return ERROR_INVALID_PARAMETER;
   return registry_call([=]() -> LONG {
     KeyPlace place;
     LONG error = place_of(key, true, place);

@@ -141,7 +141,7 @@ void copy_ascii(const char* source, WCHAR (&text)[Capacity]) {
   text[i] = 0;
 }
 
-// "44.100 kHz, 4 Bit, Stereo". Formats without a fixed number of bits say 0 there, which is left out.
+/// Describes a format as in "44.100 kHz, 4 Bit, Stereo"; formats without a fixed number of bits have none in the text.
 template <size_t Capacity>
 void describe(const WAVEFORMATEX& format, WCHAR (&text)[Capacity]) {
   char bits[16] = "";

@@ -21,7 +21,7 @@ constexpr WCHAR kUpperControls[32] = {0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x
 
 WCHAR character_of_1252(uint8_t code) { return code >= 0x80 && code < 0xA0 ? kUpperControls[code - 0x80] : code; }
 
-// -1 where the code page lacks the character.
+/// The code of a character; -1 where the code page lacks it.
 int code_in_1252(WCHAR character) {
   if (character < 0x80 || (character >= 0xA0 && character <= 0xFF)) return character;
   for (int i = 0; i < 32; ++i)
@@ -48,8 +48,8 @@ Sequence sequence_of(uint8_t lead) {
   return {-1, 0, 0};
 }
 
-// Takes one character from [next, end). Of a malformed sequence it takes what a well-formed one could start with, one
-// byte at least, and answers kInvalid.
+/// Takes one character from [next, end). Of a malformed sequence it takes what a well-formed one could start with, one
+/// byte at least, and returns kInvalid.
 char32_t next_utf8(const uint8_t*& next, const uint8_t* end) {
   const uint8_t lead = *next++;
   const Sequence sequence = sequence_of(lead);
@@ -70,7 +70,7 @@ void put_utf16(TextOutput<WCHAR>& output, char32_t character) {
   output.put(static_cast<WCHAR>(0xDC00 + (character & 0x3FF)));
 }
 
-// A half surrogate gives U+FFFD.
+/// Takes one character from [next, end); half a surrogate pair is taken as U+FFFD.
 char32_t next_utf16(const WCHAR*& next, const WCHAR* end) {
   const WCHAR unit = *next++;
   if (unit < 0xD800 || unit > 0xDFFF) return unit;
@@ -87,7 +87,7 @@ void put_utf8(TextOutput<char>& output, char32_t character) {
     output.put(static_cast<char>(0x80 | ((character >> (6 * i)) & 0x3F)));
 }
 
-// False where the bytes are not UTF-8 and the caller wants to know.
+/// Decodes all of [next, end); with `strict` returns false at the first bytes that are not UTF-8.
 bool decode_utf8(const uint8_t* next, const uint8_t* end, bool strict, TextOutput<WCHAR>& output) {
   while (next != end) {
     const char32_t character = next_utf8(next, end);
@@ -97,6 +97,7 @@ bool decode_utf8(const uint8_t* next, const uint8_t* end, bool strict, TextOutpu
   return true;
 }
 
+/// Encodes all of [next, end); returns whether the code page lacked a character.
 bool encode_1252(const WCHAR* next, const WCHAR* end, char fallback, TextOutput<char>& output) {
   bool used_fallback = false;
   for (; next != end; ++next) {

@@ -17,7 +17,7 @@
 namespace qv::platform {
 namespace {
 
-// The name that the environment gives for a category ("LC_NUMERIC"); empty for none.
+/// The name that the environment gives for a category ("LC_NUMERIC"); empty for none.
 std::string locale_name(const char* category) {
   for (const char* variable : {"LC_ALL", category, "LANG"}) {
     const char* name = std::getenv(variable);
@@ -26,7 +26,7 @@ std::string locale_name(const char* category) {
   return {};
 }
 
-// "de_DE" of "de_DE.UTF-8@euro"; empty for the C and POSIX locales and for what is no such name.
+/// The part "de_DE" of a name such as "de_DE.UTF-8@euro"; empty for the C and POSIX locales and for what is no name.
 std::string_view language_and_country(std::string_view name) {
   name = name.substr(0, name.find_first_of(".@"));
   constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-";
@@ -123,7 +123,8 @@ WString grouping_text() {
   return text;
 }
 
-// What stands between the hour and the minute: "%H:%M:%S", "%T", "%k.%M.%S". Letters ("%H h %M") are no separator.
+/// The separator between hour and minute in the locale's format ("%H:%M:%S", "%T", "%k.%M.%S"); ":" where letters stand
+/// there ("%H h %M").
 WString time_text() {
   const CategoryLocale locale("LC_TIME", LC_TIME_MASK);
   if (!locale) return QV_TEXT(":");
@@ -148,7 +149,7 @@ constexpr Row kRows[] = {
     {LOCALE_STHOUSAND, thousand_text}, {LOCALE_SGROUPING, grouping_text}, {LOCALE_STIME, time_text},
 };
 
-int answer(const WString& value, WCHAR* text, int capacity) {
+int hand_out(const WString& value, WCHAR* text, int capacity) {
   TextOutput<WCHAR> output(text, capacity);
   for (const WCHAR character : value)
     output.put(character);
@@ -167,7 +168,7 @@ int GetLocaleInfoW(LCID locale, LCTYPE type, WCHAR* text, int capacity) {
       std::find_if(std::begin(kRows), std::end(kRows), [type](const Row& each) { return each.type == type; });
   if (row == std::end(kRows)) return fail_with(ERROR_INVALID_PARAMETER);
   try {
-    return answer(row->text(), text, capacity);
+    return hand_out(row->text(), text, capacity);
   } catch (const std::bad_alloc&) {
     return fail_with(ERROR_NOT_ENOUGH_MEMORY);
   }

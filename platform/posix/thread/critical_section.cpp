@@ -10,8 +10,8 @@
 
 namespace {
 
-/// How often a section that another thread has is looked at before the thread goes to sleep, and how long it keeps away
-/// in between: some 1 us, in which the owner enters and leaves dozens of times. Sleeping costs more than that, and
+/// A thread that finds a section taken looks at it so many times before it goes to sleep, and keeps away in between for
+/// so many pauses: some 1 us, in which the owner enters and leaves dozens of times. Sleeping costs more than that, and
 /// looking all the time takes the lock's cache line from the owner. (Measured by bench_kernel's hand-over.)
 constexpr int kLooks = 10;
 constexpr int kPauses = 64;

@@ -21,7 +21,7 @@ DWORD& current_thread_id() {
   return id;
 }
 
-/// Signalled when the thread has ended.
+/// A thread as an object to wait for: signalled when it has ended.
 class Thread final : public Waitable {
 public:
   Thread() : Waitable(true, false) {}

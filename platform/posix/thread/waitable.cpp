@@ -1,3 +1,4 @@
+// Events, waiting, and closing a handle.
 #include "platform/posix/thread/waitable.h"
 
 #include "platform/posix/last_error.h"
@@ -24,16 +25,16 @@ public:
 
 } // namespace
 
-/// One thread that waits. Everything but the waiting itself happens under the lock.
+/// The wait of one thread. Everything but the waiting itself happens under the lock.
 struct Wait {
   std::span<Waitable* const> objects;
   bool all;
   bool over = false;
-  DWORD answer = WAIT_TIMEOUT;
+  DWORD result = WAIT_TIMEOUT;
   std::condition_variable wake;
 
-  void end(DWORD result) {
-    answer = result;
+  void end(DWORD with) {
+    result = with;
     over = true;
   }
   static void consume(Waitable* object) {
@@ -98,7 +99,7 @@ DWORD wait_for(std::span<Waitable* const> objects, bool all, DWORD milliseconds)
   else if (milliseconds != 0)
     wait.wake.wait_for(guard, std::chrono::milliseconds(milliseconds), over);
   wait.withdraw();
-  return wait.answer;
+  return wait.result;
 }
 
 namespace {

@@ -25,7 +25,7 @@ std::string contents(const fs::path& file) {
   return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-/// Runs `body` in another process and answers its exit code, or -1.
+/// Runs `body` in another process and returns its exit code, or -1.
 template <class Body>
 pid_t start(Body body) {
   const pid_t child = fork();

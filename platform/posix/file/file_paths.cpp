@@ -1,20 +1,25 @@
-#include "platform/posix/file/path.h"
-
+// What is done with a file by its path: opening, renaming, deleting, asking what it is.
+#include "platform/posix/file/file.h"
 #include "platform/posix/last_error.h"
 #include "platform/posix/seams.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <new>
+#include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace qv::platform {
 
+namespace {
+
+/// A path as the system takes it: UTF-8.
 std::string path_bytes(const WCHAR* path) {
-  constexpr size_t kMostPerUnit = 3; // a surrogate pair takes four
+  constexpr size_t kMaxPerUnit = 3; // a surrogate pair takes four
   const size_t units = path ? std::char_traits<WCHAR>::length(path) : 0;
-  std::string text(units * kMostPerUnit, '\0');
+  std::string text(units * kMaxPerUnit, '\0');
   const int bytes = units == 0 ? 0
                                : WideCharToMultiByte(CP_UTF8, 0, path, static_cast<int>(units), text.data(),
                                                      static_cast<int>(text.size()), nullptr, nullptr);
@@ -22,9 +27,32 @@ std::string path_bytes(const WCHAR* path) {
   return text;
 }
 
-bool path_exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
+int open_flags(DWORD access, DWORD disposition) {
+  int flags = O_CLOEXEC | O_NOCTTY | O_NONBLOCK; // opening a pipe must not wait for its other end
+  if ((access & GENERIC_READ) && (access & GENERIC_WRITE))
+    flags |= O_RDWR;
+  else
+    flags |= (access & GENERIC_WRITE) ? O_WRONLY : O_RDONLY;
+  switch (disposition) {
+  case CREATE_NEW: return flags | O_CREAT | O_EXCL;
+  case CREATE_ALWAYS: return flags | O_CREAT | O_TRUNC;
+  case OPEN_ALWAYS: return flags | O_CREAT;
+  case TRUNCATE_EXISTING: return flags | O_TRUNC;
+  default: return flags;
+  }
+}
 
-namespace {
+/// The error for a kind of file that cannot be read and written at positions; ERROR_SUCCESS for the others.
+DWORD refuse_kind(const struct stat& status) {
+  if (S_ISDIR(status.st_mode)) return ERROR_ACCESS_DENIED;
+  if (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode)) return ERROR_NOT_SUPPORTED;
+  return ERROR_SUCCESS;
+}
+
+HANDLE open_failed(DWORD error) {
+  SetLastError(error);
+  return INVALID_HANDLE_VALUE;
+}
 
 std::string folder_of(std::string path) {
   while (path.size() > 1 && path.back() == '/')
@@ -53,6 +81,36 @@ int rename_file(const std::string& source, const std::string& target, bool repla
 } // namespace qv::platform
 
 using namespace qv::platform;
+
+HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD share, SECURITY_ATTRIBUTES*, DWORD disposition, DWORD flags,
+                   HANDLE) {
+  return or_out_of_memory(
+      INVALID_HANDLE_VALUE,
+      [&] {
+        if (!path || disposition < CREATE_NEW || disposition > TRUNCATE_EXISTING)
+          return open_failed(ERROR_INVALID_PARAMETER);
+        const std::string name = path_bytes(path);
+        const bool tells_existing = disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS;
+        const bool existed = tells_existing && ::access(name.c_str(), F_OK) == 0;
+        const int descriptor = open(name.c_str(), open_flags(access, disposition), 0666);
+        if (descriptor < 0) return open_failed(error_from_errno(errno));
+        struct stat status {};
+        const DWORD refused = fstat(descriptor, &status) == 0 ? refuse_kind(status) : error_from_errno(errno);
+        if (refused != ERROR_SUCCESS) {
+          close(descriptor);
+          return open_failed(refused);
+        }
+        if (flags & FILE_FLAG_SEQUENTIAL_SCAN) posix_fadvise(descriptor, 0, 0, POSIX_FADV_SEQUENTIAL);
+        const bool reads_ahead = (access & GENERIC_WRITE) == 0 && (share & FILE_SHARE_WRITE) == 0;
+        auto* file = new (std::nothrow) File(descriptor, access, reads_ahead);
+        if (!file) {
+          close(descriptor);
+          return open_failed(ERROR_NOT_ENOUGH_MEMORY);
+        }
+        SetLastError(existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
+        return file->handle();
+      });
+}
 
 BOOL DeleteFileW(const WCHAR* path) {
   return or_out_of_memory(
