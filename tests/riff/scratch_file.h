@@ -6,6 +6,7 @@
 #include "qv/riff.h"
 
 #include <filesystem>
+#include <gtest/gtest.h>
 
 namespace riff_test {
 
@@ -30,5 +31,17 @@ private:
   std::filesystem::path path_;
   HANDLE handle_;
 };
+
+/// Does `check` with a file that was cut after each byte from `from` on, and with the whole one; the file must not
+/// grow.
+template <class Check>
+void cut_after_each_byte(const Bytes& whole, size_t from, Check check) {
+  for (size_t length = from; length <= whole.size(); ++length) {
+    SCOPED_TRACE(testing::Message() << "cut after " << length);
+    const ScratchFile file(whole.substr(0, length));
+    check(file, length);
+    EXPECT_LE(file.contents().size(), length);
+  }
+}
 
 } // namespace riff_test

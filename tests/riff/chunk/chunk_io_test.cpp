@@ -1,193 +1,356 @@
-#include "tests/riff/scratch_file.h"
+// Headers and data at the file's position.
+#include "tests/riff/containers.h"
 
-#include <gtest/gtest.h>
-#include <vector>
+#include <limits>
 
 using namespace riff_test;
 
 namespace {
 
-TEST(ChunkIo, HeadersGoOutAndBack) {
-  const ScratchFile file;
-  ASSERT_EQ(riff_WriteChunkHeader(file, QVRIFF_ID_DATA, 0x80000001), S_OK);
-  ASSERT_EQ(riff_WriteListHeader(file, QvFourCC("INFO"), 26), S_OK);
-  EXPECT_EQ(file.contents(), header("data", 0x80000001) + header("LIST", 26) + "INFO");
-  file.move_to(0);
-  DWORD id = 0;
-  DWORD size = 0;
-  ASSERT_EQ(riff_ReadChunkHeader(file, &id, &size), S_OK);
-  EXPECT_EQ(id, QVRIFF_ID_DATA);
-  EXPECT_EQ(size, 0x80000001);
-  ASSERT_EQ(riff_ReadListHeader(file, &id, &size), S_OK);
-  EXPECT_EQ(id, QvFourCC("INFO"));
-  EXPECT_EQ(size, 22u);
-  EXPECT_EQ(riff_ReadChunkHeader(file, &id, &size), QVERR_RIFF_READ);
-  EXPECT_EQ(riff_ReadChunkHeader(file, nullptr, &size), E_INVALIDARG);
-  EXPECT_EQ(riff_ReadListHeader(file, &id, nullptr), E_INVALIDARG);
-}
+template <class C>
+class ChunkIo : public testing::Test {};
+TYPED_TEST_SUITE(ChunkIo, RiffAndWave64);
 
-TEST(ChunkIo, ListHeaderRefusesOtherChunks) {
-  struct Case {
+TYPED_TEST(ChunkIo, FileHeader) {
+  using C = TypeParam;
+  using Count = typename C::Count;
+  const typename C::Id form = id_of<C>(C::kForm);
+  const ScratchFile file;
+  EXPECT_EQ(C::write_file_id(file, C::argument(form), 1000), S_OK);
+  EXPECT_EQ(file.contents(), header_in<C>(C::kFile, 1000) + C::code(C::kForm));
+  file.move_to(3);
+  EXPECT_EQ(C::set_size(file, 0xFFFFFFF8), S_OK);
+  EXPECT_EQ(C::update_size(file, -8), S_OK);
+  EXPECT_EQ(file.position(), 3);
+  EXPECT_EQ(file.contents(), header_in<C>(C::kFile, 0xFFFFFFF0) + C::code(C::kForm));
+  EXPECT_EQ(C::seek_data_start(file), S_OK);
+  EXPECT_EQ(file.position(), static_cast<int64_t>(kFirst<C>));
+
+  const struct {
     Bytes bytes;
     HRESULT result;
-    int64_t position;
+  } cases[] = {
+      {file_header_in<C>(36), S_OK},
+      {header_in<C>("RIFX", 36 + C::kType) + C::code(C::kForm), QVERR_RIFF_NOTRIFF},
+      {file_header_in<C>(36).substr(0, kFirst<C> - 1), QVERR_RIFF_READ},
+      {file_header_in<C>(36).substr(0, C::kHeader - 1), QVERR_RIFF_READ},
+      {"", QVERR_RIFF_READ},
   };
-  const Case cases[] = {
-      {header("list", 26) + "INFO", QVERR_RIFF_NOTLIST, 8},
-      {header("LIST", 26) + "INF", QVERR_RIFF_READ, 11},
-      {header("LIST", 3) + "INFO", S_OK, 12},
+  for (const auto& row : cases) {
+    const ScratchFile one("ab" + row.bytes);
+    one.move_to(2);
+    Count size = 77;
+    typename C::Id type = id_of<C>("none");
+    EXPECT_EQ(C::read_file_id(one, &size, &type), row.result);
+    EXPECT_EQ(size, row.result == S_OK ? 36 : 77);
+    EXPECT_TRUE(type == (row.result == S_OK ? form : id_of<C>("none")));
+    one.move_to(2);
+    EXPECT_EQ(C::read_file_id(one, nullptr, nullptr), row.result);
+  }
+  const ScratchFile cut(header_in<C>(C::kFile, 0).substr(0, C::kHeader - 1));
+  cut.move_to(2);
+  EXPECT_EQ(C::update_size(cut, 1), QVERR_RIFF_READ);
+  EXPECT_EQ(cut.position(), 2);
+}
+
+TYPED_TEST(ChunkIo, ChunkAndListHeaders) {
+  using C = TypeParam;
+  const typename C::Id data = id_of<C>("data"), info = id_of<C>("INFO");
+  typename C::Id id{};
+  typename C::Count size = 77;
+  const ScratchFile file;
+  EXPECT_EQ(C::write_header(file, C::argument(data), 0x80000001), S_OK);
+  EXPECT_EQ(C::write_list_header(file, C::argument(info), 26), S_OK);
+  EXPECT_EQ(file.contents(), header_in<C>("data", 0x80000001) + header_in<C>(C::kList, 26) + C::code("INFO"));
+  file.move_to(0);
+  EXPECT_EQ(C::read_header(file, &id, &size), S_OK);
+  EXPECT_TRUE(id == data);
+  EXPECT_EQ(size, 0x80000001);
+  EXPECT_EQ(C::read_list_header(file, &id, &size), S_OK);
+  EXPECT_TRUE(id == info);
+  EXPECT_EQ(size, 26 - C::kType);
+  EXPECT_EQ(C::read_header(file, &id, &size), QVERR_RIFF_READ);
+
+  const struct {
+    Bytes bytes;
+    HRESULT result;
+    size_t position;
+  } cases[] = {
+      {header_in<C>("file", 26) + C::code("INFO"), QVERR_RIFF_NOTLIST, C::kHeader},
+      {header_in<C>(C::kList, 26) + C::code("INFO").substr(1), QVERR_RIFF_READ, kFirst<C> - 1},
+      {header_in<C>(C::kList, C::kType - 1) + C::code("INFO"), S_OK, kFirst<C>},
   };
-  for (const Case& row : cases) {
-    const ScratchFile file(row.bytes);
-    DWORD type = 5;
-    DWORD size = 5;
-    EXPECT_EQ(riff_ReadListHeader(file, &type, &size), row.result);
-    EXPECT_EQ(file.position(), row.position);
-    EXPECT_EQ(size, row.result == S_OK ? 0u : 5u) << "a list below 4 bytes has no sub-chunks";
+  for (const auto& row : cases) {
+    const ScratchFile list(row.bytes);
+    size = 77;
+    EXPECT_EQ(C::read_list_header(list, &id, &size), row.result);
+    EXPECT_EQ(list.position(), static_cast<int64_t>(row.position));
+    EXPECT_EQ(size, row.result == S_OK ? 0u : 77u) << "a list without room for its type has no sub-chunks";
   }
 }
 
-TEST(ChunkIo, ValidationLooksAtTheSizeAlone) {
-  EXPECT_EQ(riff_ValidateChunkHeader(nullptr, 0, 1), S_OK);
-  EXPECT_EQ(riff_ValidateChunkHeader(nullptr, 0, 0x7FFFFFFF), S_OK);
-  EXPECT_EQ(riff_ValidateChunkHeader(nullptr, QVRIFF_ID_DATA, 0), QVERR_RIFF_EMPTYCHUNK);
-  EXPECT_EQ(riff_ValidateChunkHeader(nullptr, QVRIFF_ID_DATA, -1), QVERR_RIFF_BADSIZE);
-}
-
-TEST(ChunkIo, OddChunksArePadded) {
-  for (DWORD size : {0u, 1u, 2u, 3u, 4096u, 4097u}) {
+TYPED_TEST(ChunkIo, ChunksArePaddedAndReadBack) {
+  using C = TypeParam;
+  const typename C::Id id = id_of<C>("data");
+  for (const DWORD size : {0u, 1u, 2u, 3u, 8u, 13u, 4096u, 4097u}) {
     SCOPED_TRACE(size);
     const Bytes data(size, 'd');
     const ScratchFile file;
-    DWORD written = 0;
-    ASSERT_EQ(riff_WriteChunk(file, QVRIFF_ID_DATA, data.data(), size, &written), S_OK);
-    EXPECT_EQ(file.contents(), chunk("data", data));
+    typename C::Count written = 0;
+    EXPECT_EQ(C::write_chunk(file, C::argument(id), data.data(), size, &written), S_OK);
+    EXPECT_EQ(file.contents() == chunk_in<C>("data", data), true);
     EXPECT_EQ(written, file.contents().size());
+    file.move_to(C::kHeader);
+    Bytes read(size + 1, '.');
+    EXPECT_EQ(C::read_data(file, read.data(), size), S_OK);
+    EXPECT_EQ(read == data + '.', true);
+    EXPECT_EQ(file.position(), static_cast<int64_t>(written));
+    EXPECT_EQ(C::read_data(file, read.data(), 1), QVERR_RIFF_READ);
   }
   const ScratchFile file;
-  EXPECT_EQ(riff_WriteChunk(file, QVRIFF_ID_DATA, "xyz", 3, nullptr), S_OK);
-  EXPECT_EQ(riff_WriteChunk(file, QVRIFF_ID_DATA, nullptr, 3, nullptr), E_INVALIDARG);
-  EXPECT_EQ(file.contents().size(), 12u);
+  EXPECT_EQ(C::write_chunk(file, C::argument(id), "xyz", 3, nullptr), S_OK);
 }
 
-TEST(ChunkIo, ReadDataPassesThePadByte) {
-  const ScratchFile file("abcde");
-  char buffer[5] = {};
-  EXPECT_EQ(riff_ReadData(file, buffer, 3), S_OK);
-  EXPECT_EQ(Bytes(buffer, 5), Bytes("abc\0\0", 5));
-  EXPECT_EQ(file.position(), 4);
-  EXPECT_EQ(riff_ReadData(file, nullptr, 0), S_OK);
-  EXPECT_EQ(riff_ReadData(file, nullptr, 1), E_INVALIDARG);
-  EXPECT_EQ(riff_ReadData(file, buffer, 2), QVERR_RIFF_READ);
-}
-
-TEST(ChunkIo, BoundedReadSkipsByTheBuffer) {
-  struct Case {
-    DWORD buffer;
-    DWORD chunk;
+TYPED_TEST(ChunkIo, ABoundedReadSkipsByTheBuffer) {
+  using C = TypeParam;
+  const struct {
+    DWORD buffer, chunk;
     HRESULT result;
     DWORD read;
-    int64_t position;
-  };
-  const Case cases[] = {
-      {24, 16, S_OK, 16, 24}, // past the chunk's end by the difference
-      {24, 15, S_OK, 15, 25}, // and the pad byte
-      {24, 24, S_OK, 24, 24},
-      {24, 25, S_OK, 24, 25}, // the tail is not skipped
-      {24, 1000, S_OK, 24, 24},
-      {24, 0, S_OK, 0, 24},
-      {0, 3, S_OK, 0, 1},
-      {100, 30, S_OK, 30, 100},
+    size_t position;
+  } cases[] = {
+      {24, 16, S_OK, 16, 24},                    // past the chunk's end by the difference
+      {24, 15, S_OK, 15, 24 + 15 % C::kAlign},   // and what is odd of it
+      {24, 25, S_OK, 24, 24 + 25 % C::kAlign},   // the tail is not skipped
+      {24, 1000, S_OK, 24, 24},                  //
+      {24, 0, S_OK, 0, 24},                      //
+      {0, 13, S_OK, 0, 13 % C::kAlign},          //
+      {100, 30, S_OK, 30, 100 + 30 % C::kAlign}, //
       {100, 41, QVERR_RIFF_READ, 40, 40},
   };
-  for (const Case& row : cases) {
+  for (const auto& row : cases) {
     SCOPED_TRACE(testing::Message() << row.buffer << " of " << row.chunk);
     const ScratchFile file(Bytes(40, 'x'));
     Bytes buffer(row.buffer, '.');
-    EXPECT_EQ(riff_ReadDataBounded(file, buffer.data(), row.buffer, row.chunk), row.result);
-    EXPECT_EQ(file.position(), row.position);
+    EXPECT_EQ(C::read_bounded(file, buffer.data(), row.buffer, row.chunk), row.result);
+    EXPECT_EQ(file.position(), static_cast<int64_t>(row.position));
     EXPECT_EQ(buffer, Bytes(row.read, 'x') + Bytes(row.buffer - row.read, '.'));
   }
 }
 
-void release(const QVRIFFDATA& data) {
-  const HGLOBAL block = GlobalHandle(data.data);
-  EXPECT_EQ(GlobalFlags(block) & GMEM_LOCKCOUNT, 1u);
-  EXPECT_EQ(GlobalSize(block), data.size);
-  GlobalUnlock(block);
-  EXPECT_EQ(GlobalFree(block), nullptr);
-}
-
-TEST(ChunkIo, ReadDataAllocTakesOnlyWhatTheFileHolds) {
-  struct Case {
-    DWORD size;
+TYPED_TEST(ChunkIo, AllocatesOnlyWhatTheFileHolds) {
+  using C = TypeParam;
+  using Count = typename C::Count;
+  const struct {
+    Count size;
     int64_t from;
     HRESULT result;
-  };
-  const Case cases[] = {{0, 0, S_OK},
-                        {5, 0, S_OK},
-                        {7, 2, S_OK},
-                        {9, 0, S_OK},
-                        {10, 0, QVERR_RIFF_READ},
-                        {8, 2, QVERR_RIFF_READ},
-                        {1, 9, QVERR_RIFF_READ},
-                        {1, 900, QVERR_RIFF_READ},
-                        {0xFFFFFFFF, 0, QVERR_RIFF_READ}};
-  for (const Case& row : cases) {
+  } cases[] = {{0, 0, S_OK},
+               {5, 0, S_OK},
+               {7, 2, S_OK},
+               {9, 0, S_OK},
+               {10, 0, QVERR_RIFF_READ},
+               {1, 9, QVERR_RIFF_READ},
+               {1, 900, QVERR_RIFF_READ},
+               {0xFFFFFFFF, 0, QVERR_RIFF_READ},
+               {std::numeric_limits<Count>::max(), 0, QVERR_RIFF_READ}};
+  for (const auto& row : cases) {
     SCOPED_TRACE(testing::Message() << row.size << " from " << row.from);
     const ScratchFile file("123456789");
     file.move_to(row.from);
     char nothing = 0;
-    QVRIFFDATA data = {row.size, &nothing};
-    EXPECT_EQ(riff_ReadDataAlloc(file, &data), row.result);
+    typename C::Data data = {row.size, &nothing};
+    EXPECT_EQ(C::read_alloc(file, &data), row.result);
     if (row.result != S_OK || row.size == 0) {
       EXPECT_EQ(data.data, nullptr);
       continue;
     }
     ASSERT_NE(data.data, nullptr);
-    EXPECT_EQ(Bytes(static_cast<char*>(data.data), row.size),
-              Bytes("123456789").substr(static_cast<size_t>(row.from), row.size));
-    EXPECT_EQ(file.position(), row.from + row.size + (row.size & 1));
-    release(data);
+    const Bytes expected = Bytes("123456789").substr(static_cast<size_t>(row.from), row.size);
+    EXPECT_EQ(Bytes(static_cast<char*>(data.data), row.size), expected);
+    EXPECT_EQ((file.position() - row.from) % C::kAlign, 0);
+    const HGLOBAL block = GlobalHandle(data.data);
+    EXPECT_EQ(GlobalFlags(block) & GMEM_LOCKCOUNT, 1u);
+    EXPECT_EQ(GlobalSize(block), data.size);
+    GlobalUnlock(block);
+    EXPECT_EQ(GlobalFree(block), nullptr);
   }
-  const ScratchFile file;
-  EXPECT_EQ(riff_ReadDataAlloc(file, nullptr), E_INVALIDARG);
 }
 
-TEST(ChunkIo, SkipsAreForwardForEverySize) {
-  struct Case {
-    DWORD size;
-    int64_t position;
-  };
-  // Sizes from 0x80000000 on are negative as a signed distance.
-  const Case cases[] = {{0, 100},
-                        {1, 102},
-                        {2, 102},
-                        {0x7FFFFFFF, 0x80000064},
-                        {0x80000001, 0x80000066},
-                        {0xFFFFFFFE, 0x100000062},
-                        {0xFFFFFFFF, 0x100000064}};
-  for (const Case& row : cases) {
+TYPED_TEST(ChunkIo, SkipsAreForwardForEverySize) {
+  using C = TypeParam;
+  // Sizes from 0x80000000 on are negative as a signed distance of 32 bits.
+  for (const DWORD size : {0u, 1u, 2u, 9u, 0x7FFFFFFFu, 0x80000001u, 0xFFFFFFFEu, 0xFFFFFFFFu}) {
     const ScratchFile file;
     file.move_to(100);
-    EXPECT_EQ(riff_SkipChunk(file, row.size), static_cast<DWORD>(row.position - 100));
-    EXPECT_EQ(file.position(), row.position);
+    const int64_t padded = (int64_t{size} + C::kAlign - 1) / C::kAlign * C::kAlign;
+    EXPECT_EQ(C::skip(file, size), static_cast<typename C::Count>(padded));
+    EXPECT_EQ(file.position(), 100 + padded);
+    typename C::Count location = 0;
+    EXPECT_EQ(C::save_location(file, &location), S_OK);
+    EXPECT_EQ(location, static_cast<typename C::Count>(100 + padded)) << "RIFF knows the low 32 bits";
+    file.move_to(3);
+    EXPECT_EQ(C::restore_location(file, location), S_OK);
+    EXPECT_EQ(file.position(), static_cast<int64_t>(location));
   }
 }
 
-TEST(ChunkIo, LocationsAreTheLow32Bits) {
-  const ScratchFile file;
-  DWORD location = 0;
-  file.move_to(0xFFFFFFF0);
-  ASSERT_EQ(riff_SaveLocation(file, &location), S_OK);
-  EXPECT_EQ(location, 0xFFFFFFF0);
-  file.move_to(3);
-  ASSERT_EQ(riff_RestoreLocation(file, location), S_OK);
-  EXPECT_EQ(file.position(), 0xFFFFFFF0);
-  file.move_to(0x100000005);
-  ASSERT_EQ(riff_SaveLocation(file, &location), S_OK);
-  EXPECT_EQ(location, 5u);
-  EXPECT_EQ(riff_SaveLocation(file, nullptr), E_INVALIDARG);
+TYPED_TEST(ChunkIo, NullArguments) {
+  using C = TypeParam;
+  typename C::Id id = id_of<C>("data");
+  typename C::Count size = 0;
+  DWORD count = 0;
+  const Bytes bytes = file_in<C>(chunk_in<C>("data", "x"));
+  const ScratchFile file(bytes);
+  EXPECT_EQ(C::read_header(file, nullptr, &size), E_INVALIDARG);
+  EXPECT_EQ(C::read_header(file, &id, nullptr), E_INVALIDARG);
+  EXPECT_EQ(C::read_list_header(file, nullptr, &size), E_INVALIDARG);
+  EXPECT_EQ(C::read_list_header(file, &id, nullptr), E_INVALIDARG);
+  EXPECT_EQ(C::write_chunk(file, C::argument(id), nullptr, 1, nullptr), E_INVALIDARG);
+  EXPECT_EQ(C::read_data(file, nullptr, 1), E_INVALIDARG);
+  EXPECT_EQ(C::read_data(file, nullptr, 0), S_OK);
+  EXPECT_EQ(C::read_bounded(file, nullptr, 1, 1), E_INVALIDARG);
+  EXPECT_EQ(C::read_alloc(file, nullptr), E_INVALIDARG);
+  EXPECT_EQ(C::save_location(file, nullptr), E_INVALIDARG);
+  EXPECT_EQ(C::count(file, nullptr, nullptr), E_INVALIDARG);
+  if constexpr (std::is_same_v<C, Wave64>) {
+    EXPECT_EQ(riff64_WriteFileID(file, nullptr, 0), E_INVALIDARG);
+    EXPECT_EQ(riff64_WriteChunkHeader(file, nullptr, 0), E_INVALIDARG);
+    EXPECT_EQ(riff64_WriteListHeader(file, nullptr, 0), E_INVALIDARG);
+    EXPECT_EQ(riff64_WriteChunk(file, nullptr, "x", 1, nullptr), E_INVALIDARG);
+    EXPECT_EQ(riff64_WriteChunkToFile(file, &id, nullptr, 1), E_INVALIDARG);
+    EXPECT_EQ(riff64_WriteToFile(file, nullptr, 1), E_INVALIDARG);
+    EXPECT_EQ(riff64_PrepareChunk(file, &id, nullptr), E_INVALIDARG);
+    EXPECT_EQ(riff64_PrepareList(file, &id, nullptr), E_INVALIDARG);
+    for (const auto find : {riff64_FindChunkHeader, riff64_FindChunkHeaderInRIFF, riff64_FindListChunk})
+      EXPECT_EQ(find(file, nullptr, &size, nullptr), E_INVALIDARG);
+    EXPECT_EQ(riff64_FindListChunkFromStart(file, nullptr, &size), E_INVALIDARG);
+    EXPECT_EQ(riff64_DeleteChunk(file, nullptr, &size, 0), E_INVALIDARG);
+    EXPECT_EQ(riff64_DeleteChunk(file, nullptr, &size, 1), E_INVALIDARG);
+    EXPECT_EQ(riff64_getGUIDLabel(&id), nullptr);
+    EXPECT_EQ(riff64_getGUIDLabelProperly(nullptr), nullptr);
+  }
+  EXPECT_EQ(count, 0u);
+  EXPECT_EQ(file.contents(), bytes);
+  EXPECT_EQ(file.position(), 0);
+}
+
+TEST(RiffIo, SizesOfTheFile) {
+  DWORD size = 0;
+  const ScratchFile file(header("RIFF", 36) + "WAVE");
+  file.move_to(5);
+  EXPECT_EQ(riff_GetFileSize(file, &size), S_OK);
+  EXPECT_EQ(size, 40u);
+  EXPECT_EQ(file.position(), 8);
+  EXPECT_EQ(riff_GetFileSize(file, nullptr), S_OK);
+  const ScratchFile other(header("FORM", 36)), cut("RIFF"), small(header("RIFF", 3) + "WAVE" + chunk("fmt ", "12"));
+  EXPECT_EQ(riff_GetFileSize(other, &size), QVERR_RIFF_NOTRIFF);
+  EXPECT_EQ(riff_GetFileSize(cut, &size), QVERR_RIFF_READ);
+  EXPECT_EQ(riff_ReadFileID(small, &size, nullptr), S_OK);
+  EXPECT_EQ(size, 0u) << "no room for the form type";
+}
+
+TEST(RiffIo, TheRiffSizeChangesWithinItsLimits) {
+  constexpr LONGLONG kLowest = std::numeric_limits<LONGLONG>::min();
+  constexpr LONGLONG kHighest = std::numeric_limits<LONGLONG>::max();
+  const struct {
+    DWORD old;
+    LONGLONG change;
+    HRESULT result;
+    DWORD size;
+    size_t length; ///< of a file that had 60 bytes
+  } cases[] = {
+      {40, 12, S_OK, 52, 60},
+      {40, -40, S_OK, 0, 60},
+      {40, -41, QVERR_RIFF_BADSIZE, 40, 60},
+      {40, kLowest, QVERR_RIFF_BADSIZE, 40, 60},
+      {0xFFFFFFFF, -8, S_OK, 0xFFFFFFF7, 60},
+      {40, 0xFFFFFFF7 - 40LL, S_OK, 0xFFFFFFF7, 60},
+      {40, 0xFFFFFFF8 - 40LL, QVERR_RIFF_TOOBIG, 40, 48},
+      {40, kHighest, QVERR_RIFF_TOOBIG, 40, 48},
+      {52, kHighest, QVERR_RIFF_TOOBIG, 52, 60},
+      {900, kHighest, QVERR_RIFF_TOOBIG, 900, 60}, // a claim does not make the file longer
+      {0xFFFFFFF8, 0, QVERR_RIFF_TOOBIG, 0xFFFFFFF8, 60},
+  };
+  for (const auto& row : cases) {
+    SCOPED_TRACE(testing::Message() << row.old << " + " << row.change);
+    const Bytes tail(48, 'x');
+    const ScratchFile file(header("RIFF", row.old) + "WAVE" + tail);
+    file.move_to(55);
+    EXPECT_EQ(riff_UpdateRIFFSize(file, row.change), row.result);
+    EXPECT_EQ(file.position(), 55);
+    EXPECT_EQ(file.contents(), (header("RIFF", row.size) + "WAVE" + tail).substr(0, row.length));
+  }
+}
+
+TEST(RiffIo, ValidationLooksAtTheSizeAlone) {
+  EXPECT_EQ(riff_ValidateChunkHeader(nullptr, 0, 1), S_OK);
+  EXPECT_EQ(riff_ValidateChunkHeader(nullptr, QVRIFF_ID_DATA, 0), QVERR_RIFF_EMPTYCHUNK);
+  EXPECT_EQ(riff_ValidateChunkHeader(nullptr, QVRIFF_ID_DATA, -1), QVERR_RIFF_BADSIZE);
+  EXPECT_EQ(riff64_ValidateChunkHeader(nullptr, nullptr, 16), S_OK);
+  EXPECT_EQ(riff64_ValidateChunkHeader(nullptr, nullptr, 12), QVERR_RIFF_BADSIZE);
+  EXPECT_EQ(riff64_ValidateChunkHeader(nullptr, nullptr, 0), QVERR_RIFF_EMPTYCHUNK);
+  EXPECT_EQ(riff64_ValidateChunkHeader(nullptr, nullptr, 0x800000000), QVERR_RIFF_BADSIZE);
+  EXPECT_EQ(riff64_ValidateChunkHeader(nullptr, nullptr, 0x700000000), S_OK);
+}
+
+TEST(Wave64Io, IdsStandInFilesAsPublished) {
+  EXPECT_TRUE(QVW64_RIFF == id_of<Wave64>("riff"));
+  EXPECT_TRUE(QVW64_LIST == id_of<Wave64>("list"));
+  EXPECT_TRUE(QVW64_WAVE == id_of<Wave64>("wave"));
+  EXPECT_TRUE(QVW64_FMT == id_of<Wave64>("fmt "));
+  EXPECT_TRUE(QVW64_DATA == id_of<Wave64>("data"));
+  EXPECT_TRUE(QVW64_JUNK == id_of<Wave64>("junk"));
+}
+
+TEST(Wave64Io, StoredSizesBelowTheHeader) {
+  const struct {
+    ULONGLONG stored, chunk, form;
+  } cases[] = {{1064, 1040, 1024},
+               {40, 16, 0},
+               {30, 6, 6ull - 16},
+               {10, 0, 0ull - 16},
+               {0, 0, 0ull - 16},
+               {~0ull, 0, 0ull - 16}, // negative
+               {1ull << 62, (1ull << 62) - 24, (1ull << 62) - 40}};
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.stored);
+    const ScratchFile file(header64("riff", row.stored) + guid("wave"));
+    ULONGLONG size = 77;
+    GUID id;
+    EXPECT_EQ(riff64_ReadFileID(file, &size, nullptr), S_OK);
+    EXPECT_EQ(size, row.form);
+    file.move_to(0);
+    EXPECT_EQ(riff64_ReadChunkHeader(file, &id, &size), S_OK);
+    EXPECT_EQ(size, row.chunk);
+  }
+}
+
+TEST(Wave64Io, ChunksCompletedAtTheirEnd) {
+  const ScratchFile file(Bytes(5, '.'));
+  file.move_to(5); // padding counts from the chunk, wherever it starts
+  ULONGLONG list = 77;
+  ULONGLONG chunk = 77;
+  EXPECT_EQ(riff64_PrepareList(file, &QVW64_WAVE, &list), S_OK);
+  EXPECT_EQ(list, 5u);
+  EXPECT_EQ(riff64_PrepareChunk(file, &QVW64_DATA, &chunk), S_OK);
+  EXPECT_EQ(chunk, 45u);
+  EXPECT_EQ(file.contents().substr(5), header64("list", 24) + guid("wave") + header64("data", 24));
+  EXPECT_EQ(riff64_WriteToFile(file, "one", 3), S_OK);
+  EXPECT_EQ(riff64_WriteToFile(file, "two", 3), S_OK);
+  EXPECT_EQ(riff64_AmountWritten(file, chunk), 30u);
+  EXPECT_EQ(riff64_CompleteChunk(file, chunk), S_OK);
+  EXPECT_EQ(riff64_CompleteChunk(file, list), S_OK);
+  EXPECT_EQ(file.position(), 5 + 40 + 32);
+  EXPECT_EQ(riff64_Pad(file, 5), S_OK);
+  EXPECT_EQ(file.position(), 77);
+  EXPECT_EQ(riff64_WriteChunkToFile(file, &QVW64_JUNK, "thirteen byte", 13), S_OK);
+  ULONGLONG written = 77;
+  EXPECT_EQ(riff64_WriteData(file, "a", 1, &written), S_OK);
+  EXPECT_EQ(written, 8u);
+  EXPECT_EQ(file.contents().substr(5), header64("list", 72) + guid("wave") + header64("data", 32) + "onetwo" +
+                                           Bytes(2, '\0') + header64("junk", 40) + "thirteen byte" + Bytes(3, '\0') +
+                                           "a" + Bytes(7, '\0'));
 }
 
 } // namespace

@@ -1,7 +1,6 @@
-// Searches and deletion on random files, against a model that knows where every chunk was put.
-#include "tests/riff/scratch_file.h"
+// Searches and deletion on random files of each container, against a model that knows where every chunk was put.
+#include "tests/riff/containers.h"
 
-#include <gtest/gtest.h>
 #include <random>
 #include <vector>
 
@@ -9,43 +8,45 @@ using namespace riff_test;
 
 namespace {
 
-constexpr const char* kIds[] = {"fmt ", "data", "fact", "cue ", "LIST"};
+constexpr const char* kIds[] = {"fmt ", "data", "fact", "cue "};
 constexpr const char* kTypes[] = {"INFO", "adtl", "wavl"};
 
+template <class C>
+constexpr bool kHasLists = !std::is_same_v<C, Iff>;
+
 struct ModelChunk {
-  Bytes id;
+  Bytes name;
   Bytes type; ///< of a list
   Bytes data; ///< a list's sub-chunks
+  Bytes bytes;
   size_t at = 0;
 
-  bool is_list() const { return id == "LIST"; }
-  size_t header_bytes() const { return is_list() ? 12 : 8; }
-  Bytes bytes() const { return is_list() ? list(type, data) : chunk(id, data); }
+  bool is_list() const { return !type.empty(); }
 };
 
+template <class C>
 class ModelFile {
 public:
-  ModelFile(std::mt19937& random, size_t count) {
+  explicit ModelFile(uint32_t seed) : random_(seed) {
     Bytes body;
-    for (size_t k = 0; k < count; ++k) {
-      ModelChunk made = make(random, 2);
-      made.at = 12 + body.size();
-      body += made.bytes();
-      chunks.push_back(made);
+    for (size_t left = random_() % 9; left > 0; --left) {
+      chunks.push_back(make(2));
+      chunks.back().at = kFirst<C> + body.size();
+      body += chunks.back().bytes;
     }
-    bytes = riff("WAVE", body);
+    body_size = body.size();
+    bytes = file_in<C>(body);
+    // What a cut file says of itself stays.
+    if (seed % 3 == 0) bytes.resize(kFirst<C> + random_() % (bytes.size() - kFirst<C> + 1));
   }
 
-  /// Cuts the file: what it says of itself stays.
-  void truncate(size_t length) { bytes.resize(length); }
-
-  /// What a search over the first chunks that match must answer, and which chunk it finds.
+  /// What a search over the first chunks that match must return, and which chunk it finds.
   HRESULT find(const Bytes& wanted, bool as_list, const ModelChunk*& found) const {
     found = nullptr;
     for (const ModelChunk& each : chunks) {
       const bool typed = as_list && each.is_list();
-      if (each.at + (typed ? 12 : 8) > bytes.size()) return QVERR_RIFF_READ;
-      if (as_list ? typed && each.type == wanted : each.id == wanted) {
+      if (each.at + C::kHeader + (typed ? C::kType : 0) > bytes.size()) return QVERR_RIFF_READ;
+      if (as_list ? typed && each.type == wanted : each.name == wanted) {
         found = &each;
         return S_OK;
       }
@@ -54,106 +55,107 @@ public:
   }
 
   Bytes without(const ModelChunk& gone) const {
-    const size_t end = std::min(gone.at + gone.bytes().size(), bytes.size());
-    Bytes rest = bytes.substr(0, gone.at) + bytes.substr(end);
-    const size_t length = gone.bytes().size();
-    return rest.replace(4, 4, u32(u32_at(bytes, 4) - static_cast<uint32_t>(length)));
+    const size_t end = std::min(gone.at + gone.bytes.size(), bytes.size());
+    const Bytes kept = bytes.substr(kFirst<C>, gone.at - kFirst<C>) + bytes.substr(end);
+    return file_header_in<C>(body_size - gone.bytes.size()) + kept;
+  }
+
+  size_t whole_headers() const {
+    size_t count = 0;
+    for (const ModelChunk& each : chunks)
+      count += each.at + C::kHeader <= bytes.size();
+    return count;
   }
 
   std::vector<ModelChunk> chunks;
   Bytes bytes;
+  size_t body_size;
 
 private:
-  static ModelChunk make(std::mt19937& random, int depth) {
+  ModelChunk make(int depth) {
     ModelChunk made;
-    made.id = kIds[random() % (depth > 0 ? 5 : 4)];
-    if (made.is_list()) {
-      made.type = kTypes[random() % 3];
-      for (size_t k = random() % 4; k > 0; --k)
-        made.data += make(random, depth - 1).bytes();
+    if (kHasLists<C> && depth > 0 && random_() % 4 == 0) {
+      if constexpr (kHasLists<C>) {
+        made.name = C::kList;
+        made.type = kTypes[random_() % 3];
+        for (size_t left = random_() % 4; left > 0; --left)
+          made.data += make(depth - 1).bytes;
+        made.bytes = list_in<C>(made.type, made.data);
+      }
       return made;
     }
+    made.name = kIds[random_() % 4];
     // Sizes around the block that deletion moves, and mostly small ones, odd and even.
-    const size_t size = random() % 8 == 0 ? 4090 + random() % 12 : random() % 40;
+    const size_t size = random_() % 8 == 0 ? 4090 + random_() % 12 : random_() % 40;
     for (size_t k = 0; k < size; ++k)
-      made.data += static_cast<char>(random());
+      made.data += static_cast<char>(random_());
+    made.bytes = chunk_in<C>(made.name, made.data);
     return made;
   }
+
+  std::mt19937 random_;
 };
 
-void check_chunk_search(const ScratchFile& file, const ModelFile& model, const Bytes& id) {
+template <class C>
+void check_search(const ModelFile<C>& model, const Bytes& name, bool as_list) {
+  SCOPED_TRACE(name + (as_list ? " list" : ""));
+  const ScratchFile file(model.bytes);
+  const typename C::Id id = id_of<C>(name);
   const ModelChunk* found = nullptr;
-  const HRESULT result = model.find(id, false, found);
-  DWORD size = 0;
-  DWORD left = 0;
-  ASSERT_EQ(riff_FindChunkHeaderInRIFF(file, u32_at(id, 0), &size, &left), result) << id;
-  if (!found) return;
-  EXPECT_EQ(size, found->data.size() + (found->is_list() ? 4 : 0));
-  EXPECT_EQ(file.position(), static_cast<int64_t>(found->at + 8));
-  EXPECT_EQ(left, u32_at(model.bytes, 4) + 8 - (found->at + 8));
+  const HRESULT expected = model.find(name, as_list, found);
+  typename C::Count size = 77;
+  typename C::Count left = 77;
+  if constexpr (kHasLists<C>)
+    if (as_list) ASSERT_EQ(C::find_list_from_start(file, C::argument(id), &size), expected);
+  if (!as_list) ASSERT_EQ(C::find_from_start(file, C::argument(id), &size, &left), expected);
+  if (!found) {
+    EXPECT_EQ(size, 77u);
+  } else {
+    const size_t header = C::kHeader + (as_list ? C::kType : 0);
+    EXPECT_EQ(size, found->data.size() + (found->is_list() && !as_list ? C::kType : 0));
+    EXPECT_EQ(file.position(), static_cast<int64_t>(found->at + header));
+    EXPECT_EQ(left, as_list ? 77 : kFirst<C> + model.body_size - found->at - header);
+  }
+  typename C::Count removed = 0;
+  ASSERT_EQ(C::remove(file, C::argument(id), &removed, as_list ? 1 : 0), expected);
+  EXPECT_EQ(file.contents() == (found ? model.without(*found) : model.bytes), true);
+  EXPECT_EQ(removed, found ? found->bytes.size() : 0);
 }
 
-void check_list_search(const ScratchFile& file, const ModelFile& model, const Bytes& type) {
-  const ModelChunk* found = nullptr;
-  const HRESULT result = model.find(type, true, found);
-  DWORD size = 0;
-  ASSERT_EQ(riff_FindListChunkFromStart(file, u32_at(type, 0), &size), result) << type;
-  if (!found) return;
-  EXPECT_EQ(size, found->data.size());
-  EXPECT_EQ(file.position(), static_cast<int64_t>(found->at + 12));
-}
-
-void check_entries(const ScratchFile& file, const ModelFile& model) {
-  if (model.bytes.size() < 12) return;
-  DWORD remaining = u32_at(model.bytes, 4) - 4;
+template <class C>
+void check_entries(const ModelFile<C>& model) {
+  const ScratchFile file(model.bytes);
+  typename C::Count remaining = static_cast<typename C::Count>(model.body_size);
   DWORD count = 0;
-  size_t whole_headers = 0;
-  for (const ModelChunk& each : model.chunks)
-    whole_headers += each.at + 8 <= model.bytes.size();
-  ASSERT_EQ(riff_SeekDataStart(file), S_OK);
-  EXPECT_EQ(riff_GetNumListEntries(file, &count, &remaining),
-            whole_headers == model.chunks.size() ? S_OK : QVERR_RIFF_READ);
-  EXPECT_EQ(count, whole_headers);
-  for (size_t k = 0; k < whole_headers; ++k) {
-    ASSERT_EQ(riff_SeekDataStart(file), S_OK);
-    ASSERT_EQ(riff_SeekListEntry(file, static_cast<DWORD>(k), nullptr), S_OK);
+  const size_t whole = model.whole_headers();
+  ASSERT_EQ(C::seek_data_start(file), S_OK);
+  EXPECT_EQ(C::count(file, &count, &remaining), whole == model.chunks.size() ? S_OK : QVERR_RIFF_READ);
+  EXPECT_EQ(count, whole);
+  EXPECT_EQ(file.position(), static_cast<int64_t>(kFirst<C>));
+  for (size_t k = 0; k < whole; ++k) {
+    ASSERT_EQ(C::seek_data_start(file), S_OK);
+    ASSERT_EQ(C::seek_entry(file, static_cast<DWORD>(k), nullptr), S_OK);
     EXPECT_EQ(file.position(), static_cast<int64_t>(model.chunks[k].at));
   }
 }
 
-void check_deletion(const ModelFile& model, const Bytes& id, bool as_list) {
-  const ScratchFile file(model.bytes);
-  const ModelChunk* found = nullptr;
-  const HRESULT result = model.find(id, as_list, found);
-  DWORD removed = 0;
-  ASSERT_EQ(riff_DeleteChunk(file, u32_at(id, 0), &removed, as_list ? 1 : 0), result) << id;
-  const Bytes contents = file.contents();
-  if (!found) {
-    EXPECT_EQ(contents == model.bytes, true) << id;
-  } else {
-    EXPECT_EQ(contents == model.without(*found), true) << id;
-    EXPECT_EQ(removed, found->bytes().size());
-  }
-}
+template <class C>
+class WalkModel : public testing::Test {};
+using AllContainers = testing::Types<Riff, Wave64, Iff>;
+TYPED_TEST_SUITE(WalkModel, AllContainers);
 
-TEST(WalkModel, RandomFiles) {
+TYPED_TEST(WalkModel, RandomFiles) {
   for (uint32_t seed = 1; seed <= 60; ++seed) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);
-    std::mt19937 random(seed);
-    ModelFile model(random, random() % 9);
-    if (seed % 3 == 0) model.truncate(12 + random() % (model.bytes.size() - 11));
-    {
-      const ScratchFile file(model.bytes);
-      for (const char* id : kIds)
-        check_chunk_search(file, model, id);
-      for (const char* type : kTypes)
-        check_list_search(file, model, type);
-      check_entries(file, model);
-    }
+    const ModelFile<TypeParam> model(seed);
     for (const char* id : kIds)
-      check_deletion(model, id, false);
-    for (const char* type : kTypes)
-      check_deletion(model, type, true);
+      check_search(model, id, false);
+    if constexpr (kHasLists<TypeParam>) {
+      check_search(model, TypeParam::kList, false);
+      for (const char* type : kTypes)
+        check_search(model, type, true);
+      check_entries(model);
+    }
   }
 }
 

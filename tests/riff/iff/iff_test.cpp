@@ -1,26 +1,18 @@
 // IFF chunks, and AIFF files described.
-#include "tests/riff/scratch_file.h"
+#include "tests/riff/containers.h"
 
-#include "qv/iff.h"
 #include "qv/wave_file.h"
 
 #include <algorithm>
-#include <gtest/gtest.h>
-#include <random>
-#include <vector>
 
 using namespace riff_test;
 
 namespace {
 
-Bytes reversed(Bytes bytes) { return {bytes.rbegin(), bytes.rend()}; }
 Bytes be16(uint32_t value) { return reversed(u16(value)); }
 Bytes be32(uint32_t value) { return reversed(u32(value)); }
-
-Bytes be_header(std::string_view id, uint32_t size) { return Bytes(id) + be32(size); }
-Bytes be_chunk(std::string_view id, std::string_view data) {
-  return be_header(id, static_cast<uint32_t>(data.size())) + Bytes(data) + Bytes(data.size() % 2, '\0');
-}
+constexpr auto be_header = header_in<Iff>;
+constexpr auto be_chunk = chunk_in<Iff>;
 Bytes form(std::string_view type, std::string_view body) {
   return be_header("FORM", static_cast<uint32_t>(body.size() + 4)) + Bytes(type) + Bytes(body);
 }
@@ -85,69 +77,15 @@ TEST(Iff, HeadersAndWords) {
   EXPECT_EQ(file.position(), 4 + (1ll << 32));
 }
 
-TEST(Iff, SearchAndDeletionAgainstAModel) {
-  constexpr const char* kIds[] = {"COMM", "SSND", "NAME", "MARK"};
-  for (unsigned seed = 1; seed <= 40; ++seed) {
-    SCOPED_TRACE(seed);
-    std::mt19937 random(seed);
-    struct Placed {
-      Bytes id, data;
-      size_t at;
-    };
-    std::vector<Placed> chunks;
-    Bytes body;
-    for (size_t i = random() % 6; i > 0; --i) {
-      chunks.push_back(
-          {kIds[random() % 4], Bytes(random() % 5 == 0 ? 4091 + random() % 9 : random() % 9, 'x'), 12 + body.size()});
-      body += be_chunk(chunks.back().id, chunks.back().data);
-    }
-    Bytes bytes = form("AIFF", body);
-    if (seed % 3 == 0) bytes.resize(12 + random() % (bytes.size() - 11));
-    for (const Bytes id : kIds) {
-      const ScratchFile file(bytes);
-      const auto* found = static_cast<const Placed*>(nullptr);
-      HRESULT expected = QVERR_RIFF_NOTFOUND;
-      for (const Placed& each : chunks) {
-        if (each.at + 8 > bytes.size()) {
-          expected = QVERR_RIFF_READ;
-          break;
-        }
-        if (each.id == id) {
-          found = &each;
-          expected = S_OK;
-          break;
-        }
-      }
-      const DWORD wanted = u32_at(reversed(id), 0);
-      DWORD size = kUnset;
-      DWORD remaining = kUnset;
-      ASSERT_EQ(iff_FindChunkFromStart(file, wanted, &size, &remaining), expected) << id;
-      if (found) {
-        EXPECT_EQ(size, found->data.size());
-        EXPECT_EQ(file.position(), static_cast<int64_t>(found->at + 8));
-        EXPECT_EQ(remaining, body.size() + 12 - found->at - 8);
-        file.move_to(12);
-        EXPECT_EQ(iff_SeekChunkHeader(file, wanted, nullptr), S_OK);
-        EXPECT_EQ(file.position(), static_cast<int64_t>(found->at + 8));
-      }
-      DWORD removed = 0;
-      ASSERT_EQ(iff_DeleteChunk(file, wanted, &removed), expected) << id;
-      if (!found) {
-        EXPECT_EQ(file.contents() == bytes, true);
-        continue;
-      }
-      const auto length = static_cast<uint32_t>(be_chunk(id, found->data).size());
-      EXPECT_EQ(removed, length);
-      Bytes rest = bytes.substr(0, found->at) + bytes.substr(std::min(bytes.size(), found->at + length));
-      rest.replace(4, 4, be32(static_cast<uint32_t>(body.size() + 4) - length));
-      EXPECT_EQ(file.contents() == rest, true) << id;
-    }
-  }
+TEST(Iff, SearchAndDeletionAskForAForm) {
   const ScratchFile other(riff("WAVE", chunk("data", "x")));
   EXPECT_EQ(iff_FindChunkFromStart(other, QVIFF_ID_COMM, nullptr, nullptr), QVERR_RIFF_NOTRIFF);
   EXPECT_EQ(iff_DeleteChunk(other, QVIFF_ID_COMM, nullptr), QVERR_RIFF_NOTRIFF);
   const ScratchFile small(be_header("FORM", 9) + "AIFF" + be_chunk("COMM", "xx"));
   EXPECT_EQ(iff_DeleteChunk(small, QVIFF_ID_COMM, nullptr), QVERR_RIFF_NOTFOUND) << "5 bytes are no chunk";
+  small.move_to(12);
+  EXPECT_EQ(iff_SeekChunkHeader(small, QVIFF_ID_COMM, nullptr), S_OK);
+  EXPECT_EQ(small.position(), 20);
 }
 
 TEST(Iff, Markers) {

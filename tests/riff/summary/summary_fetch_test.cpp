@@ -82,7 +82,7 @@ TEST(SummaryFetch, FindsATextInAFile) {
     qv::WString buffer(row.capacity + 1, QV_TEXT('#'));
     DWORD remaining = row.remaining;
     DWORD* const bound = row.remaining == kUnbounded ? nullptr : &remaining;
-    EXPECT_EQ(QvSummary_GetStringFromFile(file, id_of(row.id), buffer.data(), row.capacity, bound), row.result);
+    EXPECT_EQ(QvSummary_GetStringFromFile(file, summary_id(row.id), buffer.data(), row.capacity, bound), row.result);
     const std::string expected = row.text[0] == '#' ? std::string(row.capacity + 1, '#') : shown(wide(row.text));
     EXPECT_EQ(shown(buffer.c_str()), row.text[0] == '\\' ? row.text : expected);
     if (row.result == S_OK && row.capacity != 0) EXPECT_EQ(buffer[row.capacity - 1], 0);
@@ -90,7 +90,8 @@ TEST(SummaryFetch, FindsATextInAFile) {
     if (bound) EXPECT_EQ(remaining, row.left);
     EXPECT_EQ(file.position(), start);
     remaining = row.remaining;
-    EXPECT_EQ(QvSummary_GetStringFromFile(file, id_of(row.id), nullptr, 9, bound), row.result) << "without a buffer";
+    EXPECT_EQ(QvSummary_GetStringFromFile(file, summary_id(row.id), nullptr, 9, bound), row.result)
+        << "without a buffer";
   }
 }
 
@@ -102,7 +103,8 @@ TEST(SummaryFetch, AFileCutAnywhereGivesAllOrNothing) {
     WCHAR text[8] = {QV_TEXT('#')};
     DWORD remaining = static_cast<DWORD>(whole.size());
     const bool complete = length == whole.size();
-    EXPECT_EQ(QvSummary_GetStringFromFile(file, id_of("INAM"), text, 8, &remaining), complete ? S_OK : QVERR_RIFF_READ);
+    EXPECT_EQ(QvSummary_GetStringFromFile(file, summary_id("INAM"), text, 8, &remaining),
+              complete ? S_OK : QVERR_RIFF_READ);
     EXPECT_EQ(shown(text), complete ? "abc" : "#");
     EXPECT_EQ(file.position(), 0);
   }

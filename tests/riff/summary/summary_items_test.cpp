@@ -39,20 +39,20 @@ TEST(SummaryItems, AreSetAddedAndRemoved) {
     SummaryList list(row.before);
     const DWORD old_count = list.count;
     const qv::WString text = wide(row.text.value_or(""));
-    EXPECT_EQ(QvSummary_SetItem(&list, id_of(row.id), row.text ? text.c_str() : nullptr), row.result);
+    EXPECT_EQ(QvSummary_SetItem(&list, summary_id(row.id), row.text ? text.c_str() : nullptr), row.result);
     EXPECT_EQ(describe(list), row.after);
     if (list.count != 0 && list.count < old_count) { // the vacated record
       EXPECT_EQ(list.items[list.count].id, 0u);
       EXPECT_EQ(list.items[list.count].text, nullptr);
     }
   }
-  EXPECT_EQ(QvSummary_SetItem(nullptr, id_of("INAM"), QV_TEXT("a")), E_INVALIDARG);
+  EXPECT_EQ(QvSummary_SetItem(nullptr, summary_id("INAM"), QV_TEXT("a")), E_INVALIDARG);
 }
 
 TEST(SummaryItems, ATextMayComeFromTheListItself) {
   SummaryList list("INAM=title;IART=b");
-  EXPECT_EQ(QvSummary_SetItem(&list, id_of("INAM"), list.items[0].text + 2), S_OK);
-  EXPECT_EQ(QvSummary_SetItem(&list, id_of("ICMT"), list.items[0].text), S_OK);
+  EXPECT_EQ(QvSummary_SetItem(&list, summary_id("INAM"), list.items[0].text + 2), S_OK);
+  EXPECT_EQ(QvSummary_SetItem(&list, summary_id("ICMT"), list.items[0].text), S_OK);
   EXPECT_EQ(describe(list), "INAM=tle;IART=b;ICMT=tle");
 }
 
@@ -70,14 +70,14 @@ TEST(SummaryItems, AreFoundByTheFirstWithTheId) {
                         {"....", QVERR_RIFF_NOTFOUND, nullptr}};
   for (const Case& row : cases) {
     SCOPED_TRACE(row.id);
-    EXPECT_EQ(QvSummary_GetItemIndex(&list, id_of(row.id)), row.index);
-    EXPECT_EQ(QvSummary_GetItemText(&list, id_of(row.id)), row.text);
+    EXPECT_EQ(QvSummary_GetItemIndex(&list, summary_id(row.id)), row.index);
+    EXPECT_EQ(QvSummary_GetItemText(&list, summary_id(row.id)), row.text);
   }
   const SummaryList empty;
   for (const _summarylisttag* none :
        {static_cast<const _summarylisttag*>(&empty), static_cast<const _summarylisttag*>(nullptr)}) {
-    EXPECT_EQ(QvSummary_GetItemIndex(none, id_of("INAM")), QVERR_RIFF_NOTFOUND);
-    EXPECT_EQ(QvSummary_GetItemText(none, id_of("INAM")), nullptr);
+    EXPECT_EQ(QvSummary_GetItemIndex(none, summary_id("INAM")), QVERR_RIFF_NOTFOUND);
+    EXPECT_EQ(QvSummary_GetItemText(none, summary_id("INAM")), nullptr);
   }
 }
 
@@ -111,7 +111,7 @@ TEST(SummaryItems, LongEditingFollowsAVector) {
     ModelItem item{"I00" + std::to_string(random() % 10), {}};
     if (random() % 3 != 0) item.text = wide(std::string(random() % 20, static_cast<char>('a' + random() % 26)));
     edit(model, item);
-    ASSERT_EQ(QvSummary_SetItem(&list, id_of(item.id), item.text ? item.text->c_str() : nullptr), S_OK);
+    ASSERT_EQ(QvSummary_SetItem(&list, summary_id(item.id), item.text ? item.text->c_str() : nullptr), S_OK);
     ASSERT_EQ(describe(list), describe(model)) << step;
   }
 }

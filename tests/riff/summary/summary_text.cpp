@@ -45,7 +45,7 @@ Bytes list_chunk(std::string_view form, const Model& model, Bytes (*encode)(cons
   for (size_t index = 0; index < model.size(); ++index) {
     if (!model[index].text) continue;
     const Bytes data = encode(*model[index].text);
-    body += u32(id_of(model[index].id)) + u32(static_cast<uint32_t>(data.size())) + data;
+    body += u32(summary_id(model[index].id)) + u32(static_cast<uint32_t>(data.size())) + data;
     if (pads && data.size() % 2 == 1) body += static_cast<char>(index);
   }
   return list(form, body);
@@ -67,7 +67,7 @@ Bytes utf16(const qv::WString& text) {
 
 } // namespace
 
-DWORD id_of(std::string_view code) {
+DWORD summary_id(std::string_view code) {
   Bytes bytes(code);
   std::replace(bytes.begin(), bytes.end(), '.', '\0');
   return u32_at(bytes, 0);
@@ -116,7 +116,7 @@ SummaryList::SummaryList(const Model& model) {
   count = static_cast<DWORD>(model.size());
   items = static_cast<_summaryitemtag*>(locked_block(count * sizeof *items));
   for (DWORD k = 0; k < count; ++k) {
-    items[k].id = id_of(model[k].id);
+    items[k].id = summary_id(model[k].id);
     if (!model[k].text) continue;
     const size_t bytes = (model[k].text->size() + 1) * sizeof(WCHAR);
     items[k].text = static_cast<WCHAR*>(locked_block(bytes));

@@ -18,7 +18,7 @@ struct ModelItem {
 };
 using Model = std::vector<ModelItem>;
 
-DWORD id_of(std::string_view code);
+DWORD summary_id(std::string_view code);
 qv::WString wide(std::string_view ascii);
 
 Model parse(std::string_view description);
