@@ -15,6 +15,32 @@ namespace riff_test {
 
 inline Bytes reversed(Bytes bytes) { return {bytes.rbegin(), bytes.rend()}; }
 
+/// What the functions of a family are called in the tests.
+#define QV_CHUNK_FUNCTIONS(family)                                                                                     \
+  static constexpr auto read_file_id = family##_ReadFileID;                                                            \
+  static constexpr auto write_file_id = family##_WriteFileID;                                                          \
+  static constexpr auto seek_data_start = family##_SeekDataStart;                                                      \
+  static constexpr auto set_size = family##_SetRIFFSize;                                                               \
+  static constexpr auto update_size = family##_UpdateRIFFSize;                                                         \
+  static constexpr auto read_header = family##_ReadChunkHeader;                                                        \
+  static constexpr auto write_header = family##_WriteChunkHeader;                                                      \
+  static constexpr auto read_list_header = family##_ReadListHeader;                                                    \
+  static constexpr auto write_list_header = family##_WriteListHeader;                                                  \
+  static constexpr auto write_chunk = family##_WriteChunk;                                                             \
+  static constexpr auto read_data = family##_ReadData;                                                                 \
+  static constexpr auto read_bounded = family##_ReadDataBounded;                                                       \
+  static constexpr auto read_alloc = family##_ReadDataAlloc;                                                           \
+  static constexpr auto skip = family##_SkipChunk;                                                                     \
+  static constexpr auto save_location = family##_SaveLocation;                                                         \
+  static constexpr auto restore_location = family##_RestoreLocation;                                                   \
+  static constexpr auto find = family##_FindChunkHeader;                                                               \
+  static constexpr auto find_from_start = family##_FindChunkHeaderInRIFF;                                              \
+  static constexpr auto find_list = family##_FindListChunk;                                                            \
+  static constexpr auto find_list_from_start = family##_FindListChunkFromStart;                                        \
+  static constexpr auto count = family##_GetNumListEntries;                                                            \
+  static constexpr auto seek_entry = family##_SeekListEntry;                                                           \
+  static constexpr auto remove = family##_DeleteChunk;
+
 struct Riff {
   using Id = DWORD;
   using Count = DWORD;
@@ -26,30 +52,7 @@ struct Riff {
   static Bytes code(std::string_view name) { return Bytes(name); }
   static Bytes number(uint64_t value) { return u32(static_cast<uint32_t>(value)); }
   static Id argument(const Id& id) { return id; }
-
-  static constexpr auto read_file_id = riff_ReadFileID;
-  static constexpr auto write_file_id = riff_WriteFileID;
-  static constexpr auto seek_data_start = riff_SeekDataStart;
-  static constexpr auto set_size = riff_SetRIFFSize;
-  static constexpr auto update_size = riff_UpdateRIFFSize;
-  static constexpr auto read_header = riff_ReadChunkHeader;
-  static constexpr auto write_header = riff_WriteChunkHeader;
-  static constexpr auto read_list_header = riff_ReadListHeader;
-  static constexpr auto write_list_header = riff_WriteListHeader;
-  static constexpr auto write_chunk = riff_WriteChunk;
-  static constexpr auto read_data = riff_ReadData;
-  static constexpr auto read_bounded = riff_ReadDataBounded;
-  static constexpr auto read_alloc = riff_ReadDataAlloc;
-  static constexpr auto skip = riff_SkipChunk;
-  static constexpr auto save_location = riff_SaveLocation;
-  static constexpr auto restore_location = riff_RestoreLocation;
-  static constexpr auto find = riff_FindChunkHeader;
-  static constexpr auto find_from_start = riff_FindChunkHeaderInRIFF;
-  static constexpr auto find_list = riff_FindListChunk;
-  static constexpr auto find_list_from_start = riff_FindListChunkFromStart;
-  static constexpr auto count = riff_GetNumListEntries;
-  static constexpr auto seek_entry = riff_SeekListEntry;
-  static constexpr auto remove = riff_DeleteChunk;
+  QV_CHUNK_FUNCTIONS(riff)
 };
 
 struct Wave64 {
@@ -63,30 +66,7 @@ struct Wave64 {
   static Bytes code(std::string_view name) { return guid(name); }
   static Bytes number(uint64_t value) { return u64(value); }
   static const Id* argument(const Id& id) { return &id; }
-
-  static constexpr auto read_file_id = riff64_ReadFileID;
-  static constexpr auto write_file_id = riff64_WriteFileID;
-  static constexpr auto seek_data_start = riff64_SeekDataStart;
-  static constexpr auto set_size = riff64_SetRIFFSize;
-  static constexpr auto update_size = riff64_UpdateRIFFSize;
-  static constexpr auto read_header = riff64_ReadChunkHeader;
-  static constexpr auto write_header = riff64_WriteChunkHeader;
-  static constexpr auto read_list_header = riff64_ReadListHeader;
-  static constexpr auto write_list_header = riff64_WriteListHeader;
-  static constexpr auto write_chunk = riff64_WriteChunk;
-  static constexpr auto read_data = riff64_ReadData;
-  static constexpr auto read_bounded = riff64_ReadDataBounded;
-  static constexpr auto read_alloc = riff64_ReadDataAlloc;
-  static constexpr auto skip = riff64_SkipChunk;
-  static constexpr auto save_location = riff64_SaveLocation;
-  static constexpr auto restore_location = riff64_RestoreLocation;
-  static constexpr auto find = riff64_FindChunkHeader;
-  static constexpr auto find_from_start = riff64_FindChunkHeaderInRIFF;
-  static constexpr auto find_list = riff64_FindListChunk;
-  static constexpr auto find_list_from_start = riff64_FindListChunkFromStart;
-  static constexpr auto count = riff64_GetNumListEntries;
-  static constexpr auto seek_entry = riff64_SeekListEntry;
-  static constexpr auto remove = riff64_DeleteChunk;
+  QV_CHUNK_FUNCTIONS(riff64)
 };
 
 struct Iff {

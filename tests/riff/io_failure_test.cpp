@@ -6,7 +6,6 @@
 
 #include "qv/wave_file.h"
 
-
 using namespace riff_test;
 using qv::platform::fail_allocation;
 using qv::platform::fail_io;

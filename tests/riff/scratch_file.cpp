@@ -34,8 +34,8 @@ void ScratchFile::close() {
   handle_ = INVALID_HANDLE_VALUE;
 }
 
-Bytes ScratchFile::contents() const {
-  std::ifstream in(path_, std::ios::binary);
+Bytes ScratchFile::contents_of(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
   return Bytes(std::istreambuf_iterator<char>(in), {});
 }
 

@@ -23,7 +23,8 @@ public:
   /// Closes the handle, for functions that open the file themselves and do not share it with a writer.
   void close();
   /// The file's bytes as another reader sees them.
-  Bytes contents() const;
+  Bytes contents() const { return contents_of(path_); }
+  static Bytes contents_of(const std::filesystem::path& path);
   int64_t position() const;
   void move_to(int64_t position) const;
 

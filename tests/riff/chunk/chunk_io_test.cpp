@@ -199,38 +199,30 @@ TYPED_TEST(ChunkIo, NullArguments) {
   using C = TypeParam;
   typename C::Id id = id_of<C>("data");
   typename C::Count size = 0;
-  DWORD count = 0;
   const Bytes bytes = file_in<C>(chunk_in<C>("data", "x"));
   const ScratchFile file(bytes);
-  EXPECT_EQ(C::read_header(file, nullptr, &size), E_INVALIDARG);
-  EXPECT_EQ(C::read_header(file, &id, nullptr), E_INVALIDARG);
-  EXPECT_EQ(C::read_list_header(file, nullptr, &size), E_INVALIDARG);
-  EXPECT_EQ(C::read_list_header(file, &id, nullptr), E_INVALIDARG);
-  EXPECT_EQ(C::write_chunk(file, C::argument(id), nullptr, 1, nullptr), E_INVALIDARG);
-  EXPECT_EQ(C::read_data(file, nullptr, 1), E_INVALIDARG);
+  for (const HRESULT result :
+       {C::read_header(file, nullptr, &size), C::read_header(file, &id, nullptr),
+        C::read_list_header(file, nullptr, &size), C::read_list_header(file, &id, nullptr),
+        C::write_chunk(file, C::argument(id), nullptr, 1, nullptr), C::read_data(file, nullptr, 1),
+        C::read_bounded(file, nullptr, 1, 1), C::read_alloc(file, nullptr), C::save_location(file, nullptr),
+        C::count(file, nullptr, nullptr)})
+    EXPECT_EQ(result, E_INVALIDARG);
   EXPECT_EQ(C::read_data(file, nullptr, 0), S_OK);
-  EXPECT_EQ(C::read_bounded(file, nullptr, 1, 1), E_INVALIDARG);
-  EXPECT_EQ(C::read_alloc(file, nullptr), E_INVALIDARG);
-  EXPECT_EQ(C::save_location(file, nullptr), E_INVALIDARG);
-  EXPECT_EQ(C::count(file, nullptr, nullptr), E_INVALIDARG);
   if constexpr (std::is_same_v<C, Wave64>) {
-    EXPECT_EQ(riff64_WriteFileID(file, nullptr, 0), E_INVALIDARG);
-    EXPECT_EQ(riff64_WriteChunkHeader(file, nullptr, 0), E_INVALIDARG);
-    EXPECT_EQ(riff64_WriteListHeader(file, nullptr, 0), E_INVALIDARG);
-    EXPECT_EQ(riff64_WriteChunk(file, nullptr, "x", 1, nullptr), E_INVALIDARG);
-    EXPECT_EQ(riff64_WriteChunkToFile(file, &id, nullptr, 1), E_INVALIDARG);
-    EXPECT_EQ(riff64_WriteToFile(file, nullptr, 1), E_INVALIDARG);
-    EXPECT_EQ(riff64_PrepareChunk(file, &id, nullptr), E_INVALIDARG);
-    EXPECT_EQ(riff64_PrepareList(file, &id, nullptr), E_INVALIDARG);
-    for (const auto find : {riff64_FindChunkHeader, riff64_FindChunkHeaderInRIFF, riff64_FindListChunk})
-      EXPECT_EQ(find(file, nullptr, &size, nullptr), E_INVALIDARG);
-    EXPECT_EQ(riff64_FindListChunkFromStart(file, nullptr, &size), E_INVALIDARG);
-    EXPECT_EQ(riff64_DeleteChunk(file, nullptr, &size, 0), E_INVALIDARG);
-    EXPECT_EQ(riff64_DeleteChunk(file, nullptr, &size, 1), E_INVALIDARG);
+    for (const HRESULT result :
+         {riff64_WriteFileID(file, nullptr, 0), riff64_WriteChunkHeader(file, nullptr, 0),
+          riff64_WriteListHeader(file, nullptr, 0), riff64_WriteChunk(file, nullptr, "x", 1, nullptr),
+          riff64_WriteChunkToFile(file, &id, nullptr, 1), riff64_WriteToFile(file, nullptr, 1),
+          riff64_PrepareChunk(file, &id, nullptr), riff64_PrepareList(file, &id, nullptr),
+          riff64_FindChunkHeader(file, nullptr, &size, nullptr),
+          riff64_FindChunkHeaderInRIFF(file, nullptr, &size, nullptr),
+          riff64_FindListChunk(file, nullptr, &size, nullptr), riff64_FindListChunkFromStart(file, nullptr, &size),
+          riff64_DeleteChunk(file, nullptr, &size, 0), riff64_DeleteChunk(file, nullptr, &size, 1)})
+      EXPECT_EQ(result, E_INVALIDARG);
     EXPECT_EQ(riff64_getGUIDLabel(&id), nullptr);
     EXPECT_EQ(riff64_getGUIDLabelProperly(nullptr), nullptr);
   }
-  EXPECT_EQ(count, 0u);
   EXPECT_EQ(file.contents(), bytes);
   EXPECT_EQ(file.position(), 0);
 }
@@ -295,12 +287,10 @@ TEST(RiffIo, ValidationLooksAtTheSizeAlone) {
 }
 
 TEST(Wave64Io, IdsStandInFilesAsPublished) {
-  EXPECT_TRUE(QVW64_RIFF == id_of<Wave64>("riff"));
-  EXPECT_TRUE(QVW64_LIST == id_of<Wave64>("list"));
-  EXPECT_TRUE(QVW64_WAVE == id_of<Wave64>("wave"));
-  EXPECT_TRUE(QVW64_FMT == id_of<Wave64>("fmt "));
-  EXPECT_TRUE(QVW64_DATA == id_of<Wave64>("data"));
-  EXPECT_TRUE(QVW64_JUNK == id_of<Wave64>("junk"));
+  Bytes ids;
+  for (const GUID* id : {&QVW64_RIFF, &QVW64_LIST, &QVW64_WAVE, &QVW64_FMT, &QVW64_DATA, &QVW64_JUNK})
+    ids.append(reinterpret_cast<const char*>(id), sizeof *id);
+  EXPECT_EQ(ids, guid("riff") + guid("list") + guid("wave") + guid("fmt ") + guid("data") + guid("junk"));
 }
 
 TEST(Wave64Io, StoredSizesBelowTheHeader) {

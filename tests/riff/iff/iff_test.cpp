@@ -201,13 +201,7 @@ TEST(Aiff, Formats) {
     ULONGLONG start = 0;
     ULONGLONG bytes = 0;
     EXPECT_EQ(iff_GetAIFFWfx(file, &format, &frames, &start, &bytes), cases[i].result);
-    const WAVEFORMATEX& expected = cases[i].format;
-    EXPECT_EQ(format.wFormatTag, expected.wFormatTag);
-    EXPECT_EQ(format.nChannels, expected.nChannels);
-    EXPECT_EQ(format.nSamplesPerSec, expected.nSamplesPerSec);
-    EXPECT_EQ(format.nAvgBytesPerSec, expected.nAvgBytesPerSec);
-    EXPECT_EQ(format.nBlockAlign, expected.nBlockAlign);
-    EXPECT_EQ(format.wBitsPerSample, expected.wBitsPerSample);
+    EXPECT_EQ(std::memcmp(&format, &cases[i].format, sizeof format), 0);
     EXPECT_EQ(frames, cases[i].frames);
     EXPECT_EQ(start, cases[i].start);
     EXPECT_EQ(bytes, cases[i].bytes_of_audio);
@@ -240,19 +234,16 @@ TEST(Aiff, AFormLongerThanTheFile) {
 
 TEST(Aiff, CutAfterEachByte) {
   const Bytes whole = form("AIFC", common(2, 4, 16, "sowt") + be_chunk("NAME", "abc") + sound("0123456789ABCDEF"));
-  for (size_t length = 0; length < whole.size(); ++length) {
-    const ScratchFile file(whole.substr(0, length));
+  const size_t sound_at = whole.size() - 16;
+  cut_after_each_byte(whole, 0, [&](const ScratchFile& file, size_t length) {
     WAVEFORMATEX format;
     ULONGLONG bytes = 99;
-    const HRESULT result = iff_GetAIFFWfx(file, &format, nullptr, nullptr, &bytes);
     // Recognised once the compression type is there; described once the sound's header is.
-    const size_t sound_at = whole.size() - 16;
-    EXPECT_EQ(result, length < 12 + 8 + 22 ? HRESULT{QVERR_RIFF_WRONGFORM}
-                      : length < sound_at  ? HRESULT{QVERR_RIFF_READ}
-                                           : S_OK)
-        << length;
+    EXPECT_EQ(iff_GetAIFFWfx(file, &format, nullptr, nullptr, &bytes), length < 12 + 8 + 22 ? QVERR_RIFF_WRONGFORM
+                                                                       : length < sound_at  ? QVERR_RIFF_READ
+                                                                                            : S_OK);
     EXPECT_EQ(bytes, length < sound_at ? 99 : length - sound_at);
-  }
+  });
 }
 
 TEST(AiffRates, ThereAndBack) {

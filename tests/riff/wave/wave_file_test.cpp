@@ -1,13 +1,9 @@
 // Headers of wave files: made, inserted, recognised, repaired.
-#include "tests/riff/scratch_file.h"
-#include "tests/riff/wave64_bytes.h"
+#include "tests/riff/containers.h"
 
 #include "qv/wave_file.h"
 
 #include <filesystem>
-#include <functional>
-#include <gtest/gtest.h>
-#include <vector>
 
 using namespace riff_test;
 
@@ -25,18 +21,48 @@ Bytes record_bytes(const WAVEFORMATEX& format) {
          u16(format.nBlockAlign) + u16(format.wBitsPerSample) + u16(0);
 }
 
+/// What a header is made of in each container. The library's functions get their arguments in 32 bits.
+struct RiffWave : Riff {
+  static constexpr const char* kJunk = "JUNK";
+  static constexpr DWORD kRecord = 20, kFormatEnd = 38, kPlain = 46, kJunked = 54, kMark = 4;
+  static constexpr int64_t kNoSize = 0xFFFFFFFF; ///< cannot be rounded up
+  static constexpr auto initialise =
+      static_cast<HRESULT (*)(const WCHAR*, const WAVEFORMATEX*, DWORD)>(QvInitializeWav);
+  static HRESULT with_junk(const WCHAR* name, int64_t size) {
+    return QvInitializeWavWithJunk(name, &kStereo, CREATE_NEW, static_cast<DWORD>(size));
+  }
+  static constexpr auto insert = static_cast<HRESULT (*)(HANDLE, const WAVEFORMATEX*, DWORD, DWORD)>(QvInsertWavHeader);
+  static constexpr auto fix = static_cast<HRESULT (*)(HANDLE, const WAVEFORMATEX*, DWORD)>(QvFixTrashedWav);
+};
+
+struct Wave64Wave : Wave64 {
+  static constexpr const char* kJunk = "junk";
+  static constexpr DWORD kRecord = 64, kFormatEnd = 88, kPlain = 112, kJunked = 136, kMark = 16;
+  static constexpr int64_t kNoSize = -8;
+  static constexpr auto initialise =
+      static_cast<HRESULT (*)(const WCHAR*, const WAVEFORMATEX*, DWORD)>(QvInitializeWav64);
+  static HRESULT with_junk(const WCHAR* name, int64_t size) {
+    return QvInitializeWav64WithJunk(name, &kStereo, CREATE_NEW, size);
+  }
+  static constexpr auto insert =
+      static_cast<HRESULT (*)(HANDLE, const WAVEFORMATEX*, ULONGLONG, ULONGLONG)>(QvInsertW64Header);
+  static constexpr auto fix = static_cast<HRESULT (*)(HANDLE, const WAVEFORMATEX*, ULONGLONG)>(QvFixTrashedW64);
+};
+
 /// A header that ends at `start`, byte by byte.
-Bytes wave_header(const WAVEFORMATEX& format, uint32_t riff_size, uint32_t data_size, uint32_t start) {
-  Bytes bytes = header("RIFF", riff_size) + "WAVE" + header("fmt ", 18) + record_bytes(format);
-  if (start > 46) bytes += header("JUNK", start - 54) + Bytes(start - 54, '\0');
-  return bytes + header("data", data_size);
+template <class C>
+Bytes wave_header(const WAVEFORMATEX& format, uint64_t data_size, uint64_t start) {
+  Bytes bytes = header_in<C>(C::kFile, start + data_size - C::kHeader) + C::code(C::kForm);
+  bytes += chunk_in<C>("fmt ", record_bytes(format));
+  if (start > C::kPlain) bytes += chunk_in<C>(C::kJunk, Bytes(start - C::kJunked, '\0'));
+  return bytes + header_in<C>("data", data_size);
 }
 
-Bytes wave64_header(const WAVEFORMATEX& format, uint64_t file_size, uint64_t data_size, uint64_t start) {
-  Bytes bytes =
-      header64("riff", file_size) + guid("wave") + header64("fmt ", 42) + record_bytes(format) + Bytes(6, '\0');
-  if (start > 112) bytes += header64("junk", start - 112) + Bytes(start - 136, '\0');
-  return bytes + header64("data", data_size + 24);
+/// What a header over a file's start makes of it.
+template <class C>
+Bytes with_header(Bytes bytes, const WAVEFORMATEX& format, uint64_t data_size, uint64_t start) {
+  bytes.resize(std::max<size_t>(bytes.size(), start));
+  return bytes.replace(0, start, wave_header<C>(format, data_size, start));
 }
 
 /// A name in the temporary folder where there is no file.
@@ -49,79 +75,58 @@ public:
   ~NewName() { std::filesystem::remove(name_); }
   operator const WCHAR*() const { return name_.c_str(); }
   bool exists() const { return std::filesystem::exists(name_); }
-  Bytes contents() const {
-    const HANDLE file = CreateFileW(name_.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
-    LARGE_INTEGER size = {};
-    GetFileSizeEx(file, &size);
-    Bytes bytes(static_cast<size_t>(size.QuadPart), '\0');
-    DWORD read = 0;
-    EXPECT_TRUE(ReadFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &read, nullptr));
-    CloseHandle(file);
-    return bytes;
-  }
+  Bytes contents() const { return ScratchFile::contents_of(name_); }
 
 private:
   qv::WString name_;
 };
 
-TEST(WaveFiles, Initialised) {
-  struct Case {
-    std::function<HRESULT(const WCHAR*)> make;
-    HRESULT result;
-    Bytes expected;
-  };
-  const auto junk = [](DWORD size) {
-    return [size](const WCHAR* name) { return QvInitializeWavWithJunk(name, &kStereo, CREATE_NEW, size); };
-  };
-  const auto junk64 = [](LONGLONG size) {
-    return [size](const WCHAR* name) { return QvInitializeWav64WithJunk(name, &kStereo, CREATE_NEW, size); };
-  };
-  const auto with = [](WAVEFORMATEX format) {
-    return [format](const WCHAR* name) { return QvInitializeWav(name, &format, CREATE_NEW); };
-  };
-  WAVEFORMATEX extra = kStereo;
+template <class C>
+class WaveFiles : public testing::Test {};
+using Both = testing::Types<RiffWave, Wave64Wave>;
+TYPED_TEST_SUITE(WaveFiles, Both);
+
+TYPED_TEST(WaveFiles, InitialisedInAcceptableFormats) {
+  using C = TypeParam;
+  WAVEFORMATEX extra = kStereo, misaligned = kStereo, odd_float = format_of(3, 2, 44'100, 32);
+  WAVEFORMATEX bits20 = format_of(1, 2, 44'100, 20), bits20_wide = bits20;
   extra.cbSize = 2;
-  WAVEFORMATEX misaligned = kStereo;
   misaligned.nBlockAlign = 3;
-  WAVEFORMATEX odd_float = format_of(3, 2, 44'100, 32);
   odd_float.nBlockAlign = 5; // only PCM is looked at
-  WAVEFORMATEX bits20 = format_of(1, 2, 44'100, 20);
   bits20.nBlockAlign = 4;
-  WAVEFORMATEX bits20_wide = bits20;
   bits20_wide.nBlockAlign = 6;
-  const Case cases[] = {
-      {with(kStereo), S_OK, wave_header(kStereo, 38, 0, 46)},
-      {with(extra), QVERR_BADFORMAT, ""},
-      {with(misaligned), QVERR_BADFORMAT, ""},
-      {with(bits20), QVERR_BADFORMAT, ""},
-      {with(bits20_wide), QVERR_BADFORMAT, ""},
-      {with(odd_float), S_OK, wave_header(odd_float, 38, 0, 46)},
-      {junk(52), E_INVALIDARG, ""},
-      {junk(53), S_OK, wave_header(kStereo, 46, 0, 54)},
-      {junk(4096), S_OK, wave_header(kStereo, 4088, 0, 4096)},
-      {junk(200'001), S_OK, wave_header(kStereo, 199'994, 0, 200'002)},
-      {junk(0xFFFFFFFF), E_INVALIDARG, ""},
-      {[](const WCHAR* name) { return QvInitializeWav64(name, &kStereo, CREATE_NEW); }, S_OK,
-       wave64_header(kStereo, 130, 0, 112)},
-      {junk64(128), E_INVALIDARG, ""},
-      {junk64(-8), E_INVALIDARG, ""},
-      {junk64(129), S_OK, wave64_header(kStereo, 136, 0, 136)},
-      {junk64(4093), S_OK, wave64_header(kStereo, 4096, 0, 4096)},
-      {[](const WCHAR* name) { return QvInitializeWav(name, static_cast<const WAVEFORMATEX*>(nullptr), CREATE_NEW); },
-       E_INVALIDARG, ""},
-  };
-  for (const Case& each : cases) {
+  const struct {
+    const WAVEFORMATEX* format;
+    HRESULT result;
+  } formats[] = {{&kStereo, S_OK},           {&odd_float, S_OK},
+                 {&extra, QVERR_BADFORMAT},  {&misaligned, QVERR_BADFORMAT},
+                 {&bits20, QVERR_BADFORMAT}, {&bits20_wide, QVERR_BADFORMAT},
+                 {nullptr, E_INVALIDARG}};
+  for (const auto& row : formats) {
     const NewName name;
-    EXPECT_EQ(each.make(name), each.result);
-    EXPECT_EQ(name.exists(), SUCCEEDED(each.result)) << "nothing is created for a refused call";
-    if (FAILED(each.result)) continue;
-    EXPECT_EQ(name.contents() == each.expected, true) << name.contents().size();
+    EXPECT_EQ(C::initialise(name, row.format, CREATE_NEW), row.result);
+    EXPECT_EQ(name.exists(), SUCCEEDED(row.result)) << "nothing is created for a refused call";
+    if (FAILED(row.result)) continue;
+    Bytes expected = wave_header<C>(*row.format, 0, C::kPlain);
+    EXPECT_EQ(expected.size(), C::kPlain);
+    if (C::kAlign == 8) expected.replace(16, 8, u64(130)); // as it has always been
+    EXPECT_EQ(name.contents(), expected);
   }
-  EXPECT_EQ(wave64_header(kStereo, 130, 0, 112).size(), 112u);
+  EXPECT_EQ(C::initialise(nullptr, &kStereo, CREATE_NEW), E_INVALIDARG);
+  for (const int64_t size : {int64_t{C::kJunked} - C::kAlign, int64_t{C::kJunked} - C::kAlign + 1, int64_t{4096},
+                             int64_t{4089}, int64_t{200'001}, C::kNoSize}) {
+    SCOPED_TRACE(size);
+    const int64_t start = (size + C::kAlign - 1) / C::kAlign * C::kAlign;
+    const bool refused = start < C::kJunked || size == C::kNoSize;
+    const NewName name;
+    EXPECT_EQ(C::with_junk(name, size), refused ? E_INVALIDARG : S_OK);
+    EXPECT_EQ(name.exists(), !refused);
+    if (!refused) EXPECT_EQ(name.contents() == wave_header<C>(kStereo, 0, static_cast<size_t>(start)), true);
+  }
 }
 
-TEST(WaveFiles, CreationModes) {
-  const Bytes expected = wave_header(kStereo, 38, 0, 46);
+TEST(WaveCreation, Modes) {
+  const Bytes expected = wave_header<RiffWave>(kStereo, 0, 46);
   const NewName name;
   EXPECT_EQ(QvInitializeWav(name, &kStereo, OPEN_EXISTING), QVERR_FILE_OPEN);
   EXPECT_EQ(QvInitializeWavWithJunk(name, &kStereo, OPEN_ALWAYS, 500), S_OK);
@@ -137,61 +142,54 @@ TEST(WaveFiles, CreationModes) {
   EXPECT_EQ(name.contents(), expected);
 }
 
-TEST(WaveFiles, HeadersInserted) {
-  struct Case {
-    DWORD start, file;
-    HRESULT result;
-  };
-  for (const Case& each :
-       {Case{46, 100, S_OK}, Case{54, 100, S_OK}, Case{60, 100, S_OK}, Case{46, 46, S_OK},
-        Case{50, 100, QVERR_RIFF_BADSIZE}, Case{47, 100, QVERR_RIFF_BADSIZE}, Case{44, 100, QVERR_RIFF_BADSIZE},
-        Case{46, 45, QVERR_RIFF_BADSIZE}, Case{70'000, 46, S_OK}}) {
-    const Bytes before(each.file, 'a');
-    const ScratchFile file(before);
-    file.move_to(7);
-    EXPECT_EQ(QvInsertWavHeader(file, &kStereo, 1000, each.start), each.result) << each.start;
-    EXPECT_EQ(file.position(), 7);
-    Bytes expected = before;
-    if (each.result == S_OK) {
-      expected.resize(std::max<size_t>(expected.size(), each.start));
-      expected.replace(0, each.start, wave_header(kStereo, each.start - 8 + 1000, 1000, each.start));
-    }
-    EXPECT_EQ(file.contents() == expected, true) << each.start;
-  }
-  const ScratchFile file(Bytes(100, 'a'));
+TYPED_TEST(WaveFiles, HeadersInserted) {
+  using C = TypeParam;
   WAVEFORMATEX wrong = kStereo;
   wrong.cbSize = 22;
-  EXPECT_EQ(QvInsertWavHeader(file, &wrong, 0, 46), QVERR_BADFORMAT);
-  EXPECT_EQ(file.contents(), Bytes(100, 'a'));
-  EXPECT_EQ(QvInsertWavHeader(file, &kStereo, 0xFFFFFFF0, 54), S_OK);
-  EXPECT_EQ(u32_at(file.contents(), 4), 0xFFFFFFFFu) << "more than the field holds";
-
-  for (const Case& each :
-       {Case{112, 200, S_OK}, Case{136, 200, S_OK}, Case{144, 200, S_OK}, Case{120, 200, QVERR_RIFF_BADSIZE},
-        Case{113, 200, QVERR_RIFF_BADSIZE}, Case{104, 200, QVERR_RIFF_BADSIZE}, Case{112, 111, QVERR_RIFF_BADSIZE}}) {
-    const Bytes before(each.file, 'a');
-    const ScratchFile wave64(before);
-    wave64.move_to(7);
-    EXPECT_EQ(QvInsertW64Header(wave64, &kStereo, 1ull << 33, each.start), each.result) << each.start;
-    EXPECT_EQ(wave64.position(), 7);
-    Bytes expected = before;
-    if (each.result == S_OK)
-      expected.replace(0, each.start, wave64_header(kStereo, (1ull << 33) + each.start, 1ull << 33, each.start));
-    EXPECT_EQ(wave64.contents() == expected, true) << each.start;
+  const struct {
+    DWORD start, file;
+    HRESULT result;
+    const WAVEFORMATEX* format = &kStereo;
+  } cases[] = {
+      {C::kPlain, 200, S_OK},
+      {C::kPlain, C::kPlain, S_OK},
+      {C::kJunked, 200, S_OK},
+      {C::kJunked + C::kAlign, 200, S_OK},
+      {70'000, C::kPlain, S_OK}, // the file grows
+      {C::kPlain, C::kPlain - 1, QVERR_RIFF_BADSIZE},
+      {C::kPlain + C::kAlign, 200, QVERR_RIFF_BADSIZE}, // no room for a junk chunk
+      {C::kPlain - C::kAlign, 200, QVERR_RIFF_BADSIZE},
+      {C::kJunked + 1, 200, QVERR_RIFF_BADSIZE},
+      {C::kPlain, 200, QVERR_BADFORMAT, &wrong},
+      {C::kPlain, 200, E_INVALIDARG, nullptr},
+  };
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.start);
+    const Bytes before(row.file, 'a');
+    const ScratchFile file(before);
+    file.move_to(7);
+    EXPECT_EQ(C::insert(file, row.format, 1000, row.start), row.result);
+    EXPECT_EQ(file.position(), 7);
+    const bool done = row.result == S_OK;
+    EXPECT_EQ(file.contents() == (done ? with_header<C>(before, kStereo, 1000, row.start) : before), true);
   }
+  const ScratchFile file(Bytes(200, 'a'));
+  EXPECT_EQ(C::insert(file, &kStereo, 0xFFFFFFF0, C::kJunked), S_OK);
+  const uint64_t whole = 0xFFFFFFF0ull + C::kJunked; // in RIFF more than the field holds
+  EXPECT_EQ(file.contents().substr(0, C::kHeader),
+            C::kAlign == 2 ? header("RIFF", 0xFFFFFFFF) : header64("riff", whole));
 }
 
-TEST(WaveFiles, Recognised) {
+TEST(WaveFormats, Recognised) {
   const Bytes pcm = record_bytes(kStereo);
   const Bytes adpcm = record_bytes(format_of(2, 2, 44'100, 4));
   // An extensible header is taken by its GUID, which is read as zeros where the chunk is too short for what it claims.
   const Bytes extensible = record_bytes(format_of(0xFFFE, 2, 44'100, 16)).substr(0, 16) + u16(22);
   const Bytes pcm_guid = Bytes("\1\0\0\0\0\0\x10\0\x80\0\0\xAA\0\x38\x9B\x71", 16);
-  struct Case {
+  const struct {
     Bytes bytes;
     LONG plain, compressed, wave64;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {riff("WAVE", chunk("fmt ", pcm) + chunk("data", "")), 1, 1, 0},
       {riff("WAVE", chunk("LIST", "INFO") + chunk("fmt ", pcm.substr(0, 16))), 1, 1, 0},
       {riff("WAVE", chunk("fmt ", adpcm)), 0, 1, 0},
@@ -203,7 +201,6 @@ TEST(WaveFiles, Recognised) {
       {riff("AVI ", chunk("fmt ", pcm)), 0, 0, 0},
       {header("RIFF", 4) + "WAVE" + chunk("fmt ", pcm), 0, 0, 0}, // outside the RIFF size
       {"", 0, 0, 0},
-      {wave64(chunk64("fmt ", pcm)), 0, 0, 1},
       {wave64(chunk64("junk", "x") + chunk64("fmt ", pcm.substr(0, 16))), 0, 0, 1},
       {wave64(chunk64("fmt ", pcm.substr(0, 15))), 0, 0, 0},
       {wave64(chunk64("data", "")), 0, 0, 0},
@@ -220,26 +217,26 @@ TEST(WaveFiles, Recognised) {
   EXPECT_EQ(QvFileIsWave64(nullptr), 0);
 }
 
-TEST(WaveFiles, FormatReadAndReplaced) {
+TEST(WaveFormats, ReadAndReplaced) {
   const WAVEFORMATEX mono = format_of(1, 1, 8'000, 8);
   WAVEFORMATEX with_extra = mono;
   with_extra.cbSize = 2;
-  struct Case {
-    Bytes chunk_bytes;
-    HRESULT get, set, set_extra;
-  };
   const Bytes pcm = record_bytes(kStereo);
-  const Case cases[] = {
-      {chunk("fmt ", pcm), S_OK, S_OK, S_OK},
-      {chunk("fmt ", pcm.substr(0, 16)), S_OK, S_OK, QVERR_RIFF_BADSIZE},
-      {chunk("fmt ", pcm + Bytes(22, 'x')), S_OK, QVERR_RIFF_BADSIZE, QVERR_RIFF_BADSIZE},
-      {chunk("fmt ", pcm.substr(0, 14)), QVERR_RIFF_BADSIZE, QVERR_RIFF_BADSIZE, QVERR_RIFF_BADSIZE},
-      {chunk("data", pcm), QVERR_RIFF_NOTFOUND, QVERR_RIFF_NOTFOUND, QVERR_RIFF_NOTFOUND},
+  const struct {
+    Bytes file;
+    HRESULT get, set, set_extra;
+  } cases[] = {
+      {riff("WAVE", chunk("fmt ", pcm)), S_OK, S_OK, S_OK},
+      {riff("WAVE", chunk("fmt ", pcm.substr(0, 16))), S_OK, S_OK, QVERR_RIFF_BADSIZE},
+      {riff("WAVE", chunk("fmt ", pcm + Bytes(22, 'x'))), S_OK, QVERR_RIFF_BADSIZE, QVERR_RIFF_BADSIZE},
+      {riff("WAVE", chunk("fmt ", pcm.substr(0, 14))), QVERR_RIFF_BADSIZE, QVERR_RIFF_BADSIZE, QVERR_RIFF_BADSIZE},
+      {riff("WAVE", chunk("data", pcm)), QVERR_RIFF_NOTFOUND, QVERR_RIFF_NOTFOUND, QVERR_RIFF_NOTFOUND},
+      {riff("AVI ", chunk("fmt ", pcm)), QVERR_RIFF_WRONGFORM, QVERR_RIFF_WRONGFORM, QVERR_RIFF_WRONGFORM},
+      {Bytes(50, 'x'), QVERR_RIFF_NOTRIFF, QVERR_RIFF_NOTRIFF, QVERR_RIFF_NOTRIFF},
   };
   for (size_t i = 0; i < std::size(cases); ++i) {
     SCOPED_TRACE(i);
-    const Bytes bytes = riff("WAVE", chunk("junk", "abc") + cases[i].chunk_bytes + chunk("data", "audio!"));
-    const ScratchFile file(bytes);
+    const ScratchFile file(cases[i].file);
     file.move_to(5);
     WAVEFORMATEX format = mono;
     EXPECT_EQ(QvGetFileWfx(file, &format), cases[i].get);
@@ -247,32 +244,29 @@ TEST(WaveFiles, FormatReadAndReplaced) {
     EXPECT_EQ(QvSetFileWfx(file, &with_extra), cases[i].set_extra);
     EXPECT_EQ(QvSetFileWfx(file, &mono), cases[i].set);
     EXPECT_EQ(file.position(), 5);
-    Bytes expected = bytes;
-    if (SUCCEEDED(cases[i].set)) {
-      const size_t size = u32_at(bytes, 28);
-      expected.replace(32, size, record_bytes(mono).substr(0, size));
-    }
+    Bytes expected = cases[i].file;
+    const size_t size = u32_at(expected, 16);
+    if (SUCCEEDED(cases[i].set)) expected.replace(20, size, record_bytes(mono).substr(0, size));
     EXPECT_EQ(file.contents() == expected, true);
+    EXPECT_EQ(QvGetFileWfx(file, nullptr), E_INVALIDARG);
+    EXPECT_EQ(QvSetFileWfx(file, static_cast<const WAVEFORMATEX*>(nullptr)), E_INVALIDARG);
   }
-  const ScratchFile other(riff("AVI ", chunk("fmt ", pcm)));
-  WAVEFORMATEX format;
-  EXPECT_EQ(QvGetFileWfx(other, &format), QVERR_RIFF_WRONGFORM);
-  EXPECT_EQ(QvGetFileWfx(other, nullptr), E_INVALIDARG);
-  const ScratchFile none(Bytes(50, 'x'));
-  EXPECT_EQ(QvGetFileWfx(none, &format), QVERR_RIFF_NOTRIFF);
 }
 
-TEST(WaveRepair, Records) {
-  const WAVEFORMATEX hint = format_of(1, 1, 8'000, 24);
-  const WAVEFORMATEX float_hint = format_of(3, 1, 8'000, 64);
-  struct Case {
+TYPED_TEST(WaveFiles, RecordsMended) {
+  using C = TypeParam;
+  const WAVEFORMATEX hint = format_of(1, 1, 8'000, 24), float_hint = format_of(3, 1, 8'000, 64);
+  const WAVEFORMATEX no_bits = format_of(1, 2, 44'100, 0), no_channels = format_of(1, 0, 44'100, 16);
+  const WAVEFORMATEX nonsense = format_of(1, 0, 1'000'000, 12);
+  const struct {
     WAVEFORMATEX damaged;
     const WAVEFORMATEX* hint;
-    WAVEFORMATEX mended;
-  };
-  const Case cases[] = {
-      {format_of(1, 0, 1'000'000, 12), nullptr, format_of(1, 2, 44'100, 16)},
-      {format_of(1, 0, 1'000'000, 12), &hint, format_of(1, 1, 8'000, 24)},
+    WAVEFORMATEX mended; ///< without a block align: refused
+  } cases[] = {
+      {nonsense, nullptr, format_of(1, 2, 44'100, 16)},
+      {nonsense, &hint, format_of(1, 1, 8'000, 24)},
+      {nonsense, &no_bits, {}},
+      {nonsense, &no_channels, {}},
       {format_of(1, 2, 192'000, 8), &hint, format_of(1, 2, 192'000, 8)},
       {format_of(1, 1, 192'001, 32), nullptr, format_of(1, 1, 44'100, 32)},
       {format_of(1, 1, 2'000, 24), nullptr, format_of(1, 1, 2'000, 24)},
@@ -286,70 +280,53 @@ TEST(WaveRepair, Records) {
   };
   for (size_t i = 0; i < std::size(cases); ++i) {
     SCOPED_TRACE(i);
-    const Case& each = cases[i];
-    const Bytes audio(1007, 'a');
-    const uint32_t whole = 1007 / each.mended.nBlockAlign * each.mended.nBlockAlign;
-    const ScratchFile file(wave_header(each.damaged, 5, 0, 46) + audio);
+    const auto& [damaged, given, mended] = cases[i];
+    const Bytes before = wave_header<C>(damaged, 5, C::kPlain) + Bytes(1007, 'a');
+    const ScratchFile file(before);
     file.move_to(9);
-    EXPECT_EQ(QvFixTrashedWav(file, each.hint, 0xFFFFFFFF), S_OK);
+    const bool refused = mended.nBlockAlign == 0;
+    EXPECT_EQ(C::fix(file, given, 0xFFFFFFFF), refused ? QVERR_BADFORMAT : S_OK);
     EXPECT_EQ(file.position(), 9);
-    EXPECT_EQ(file.contents() == wave_header(each.mended, 38 + whole, whole, 46) + audio, true);
-
-    const ScratchFile file64(wave64_header(each.damaged, 5, 0, 112) + audio);
-    file64.move_to(9);
-    EXPECT_EQ(QvFixTrashedW64(file64, each.hint, ~0ull), S_OK);
-    EXPECT_EQ(file64.position(), 9);
-    EXPECT_EQ(file64.contents() == wave64_header(each.mended, 112 + whole, whole, 112) + audio, true);
-  }
-  // A hint without bits or channels leaves no frames to count.
-  for (const WAVEFORMATEX& empty : {format_of(1, 2, 44'100, 0), format_of(1, 0, 44'100, 16)}) {
-    const Bytes bytes = wave_header(format_of(1, 0, 44'100, 12), 5, 0, 46) + Bytes(100, 'a');
-    const ScratchFile file(bytes);
-    EXPECT_EQ(QvFixTrashedWav(file, &empty, 0xFFFFFFFF), QVERR_BADFORMAT);
-    EXPECT_EQ(file.contents() == bytes, true);
+    const uint64_t whole = refused ? 0 : 1007 / mended.nBlockAlign * mended.nBlockAlign;
+    EXPECT_EQ(file.contents() == (refused ? before : with_header<C>(before, mended, whole, C::kPlain)), true);
   }
 }
 
-TEST(WaveRepair, WhereTheAudioIs) {
-  const Bytes start = header("RIFF", 0) + "WAVE" + header("fmt ", 18) + record_bytes(kStereo);
-  struct Case {
-    Bytes rest; ///< behind the format chunk, at 38
+TYPED_TEST(WaveFiles, TheAudioIsFound) {
+  using C = TypeParam;
+  const Bytes start = wave_header<C>(kStereo, 0, C::kPlain).substr(0, C::kFormatEnd);
+  const Bytes audio = header_in<C>("data", 7) + Bytes(5000, 'n');
+  constexpr DWORD kAll = 0xFFFFFFFF;
+  const auto after = [](size_t bytes) { return C::kFormatEnd + bytes + C::kHeader; };
+  const struct {
+    Bytes rest; ///< behind the format chunk
     DWORD limit;
     HRESULT result;
-    uint32_t audio;
-  };
-  const Bytes noise(5000, 'n');
-  const Case cases[] = {
-      {header("data", 0) + Bytes(10'001, 'a'), 0xFFFFFFFF, S_OK, 46},
-      {chunk("LIST", "INFO") + header("data", 7) + noise, 0xFFFFFFFF, S_OK, 58},
-      {Bytes("zz") + header("data", 7) + noise, 0xFFFFFFFF, QVERR_RIFF_BADSIZE, 0},      // found at 48
-      {Bytes(8, 'z') + header("data", 7) + noise, 0xFFFFFFFF, S_OK, 54},                 // byte by byte
-      {Bytes(4094, 'z') + header("data", 7) + noise, 0xFFFFFFFF, S_OK, 38 + 4094 + 8},   // across two blocks
-      {Bytes(4092, 'z') + header("data", 7) + noise, 0xFFFFFFFF, S_OK, 38 + 4092 + 8},   // at a block's start
-      {Bytes(9001, 'z') + header("data", 7) + noise, 0xFFFFFFFF, QVERR_RIFF_BADSIZE, 0}, // at an odd place
-      {Bytes(20'000, 'z'), 10'000, S_OK, 10'000},                                        // the bound itself
-      {Bytes(20'000, 'z'), 0xFFFFFFFF, QVERR_RIFF_NOTFOUND, 0},                          // the file ends first
-      {Bytes(20, 'z'), 0xFFFFFFFF, QVERR_RIFF_NOTFOUND, 0},
-      {Bytes(9000, 'z') + header("data", 7) + noise, 100, S_OK, 100},  // beyond the bound
-      {Bytes(2000, 'z') + header("data", 7) + noise, 100, S_OK, 2046}, // in the block that is read
-      {Bytes(2000, 'z'), 0, QVERR_RIFF_BADSIZE, 0},
-      {header("zzzz", 0xFFFFFFFF) + header("data", 7) + noise, 0xFFFFFFFF, S_OK, 54}, // a walk that leads nowhere
-      {header("data", 7), 0xFFFFFFFF, S_OK, 46},                                      // no audio at all
+    size_t audio;
+  } cases[] = {
+      {header_in<C>("data", 0) + Bytes(10'001, 'a'), kAll, S_OK, C::kPlain},
+      {header_in<C>("data", 7), kAll, S_OK, C::kPlain}, // no audio at all
+      {chunk_in<C>("LIST", "INFO") + audio, kAll, S_OK, after(chunk_in<C>("LIST", "INFO").size())},
+      {Bytes(4 * C::kAlign, 'z') + audio, kAll, S_OK, after(4 * C::kAlign)},       // byte by byte
+      {Bytes(4096 - C::kAlign, 'z') + audio, kAll, S_OK, after(4096 - C::kAlign)}, // across two blocks
+      {Bytes(4096 - C::kMark, 'z') + audio, kAll, S_OK, after(4096 - C::kMark)},   // at a block's start
+      {Bytes(9001, 'z') + audio, kAll, QVERR_RIFF_BADSIZE, 0},                     // at an odd place
+      {header_in<C>("zzzz", 0xFFFFFFFF) + audio, kAll, S_OK, after(C::kHeader)},   // a walk that leads nowhere
+      {Bytes(20'000, 'z'), 10'000, S_OK, 10'000},                                  // the limit itself
+      {Bytes(9000, 'z') + audio, 1000, S_OK, 1000},                                // beyond the limit
+      {Bytes(2000, 'z') + audio, 1000, S_OK, after(2000)},                         // in the block that is read
+      {Bytes(2000, 'z'), 0, QVERR_RIFF_BADSIZE, 0},                                //
+      {Bytes(20'000, 'z'), kAll, QVERR_RIFF_NOTFOUND, 0},                          // the file ends first
+      {Bytes(20, 'z'), kAll, QVERR_RIFF_NOTFOUND, 0},
   };
   for (size_t i = 0; i < std::size(cases); ++i) {
     SCOPED_TRACE(i);
-    const Bytes bytes = start + cases[i].rest;
+    const auto& row = cases[i];
+    const Bytes bytes = start + row.rest;
     const ScratchFile file(bytes);
-    file.move_to(3);
-    EXPECT_EQ(QvFixTrashedWav(file, nullptr, cases[i].limit), cases[i].result);
-    EXPECT_EQ(file.position(), 3);
-    Bytes expected = bytes;
-    if (cases[i].result == S_OK) {
-      const uint32_t audio = cases[i].audio;
-      const auto there = static_cast<uint32_t>(bytes.size() - audio) / 4 * 4;
-      expected.replace(0, audio, wave_header(kStereo, audio - 8 + there, there, audio));
-    }
-    EXPECT_EQ(file.contents() == expected, true);
+    EXPECT_EQ(C::fix(file, nullptr, row.limit), row.result);
+    const size_t there = row.result == S_OK ? (bytes.size() - row.audio) / 4 * 4 : 0;
+    EXPECT_EQ(file.contents() == (row.result == S_OK ? with_header<C>(bytes, kStereo, there, row.audio) : bytes), true);
   }
 }
 
@@ -359,71 +336,21 @@ TEST(WaveRepair, A16ByteFormatChunkHidesItsData) {
                                        Bytes(100, 'a') + header("data", 4) + "last");
   const ScratchFile file(bytes);
   EXPECT_EQ(QvFixTrashedWav(file, nullptr, 0xFFFFFFFF), S_OK);
-  EXPECT_EQ(u32_at(file.contents(), 148), 4u);
-  EXPECT_EQ(file.contents().substr(144, 4), "data");
+  EXPECT_EQ(file.contents().substr(144), header("data", 4) + "last");
 }
 
-TEST(WaveRepair, Wave64AudioByItsGuid) {
-  const Bytes start = wave64_header(kStereo, 0, 0, 112).substr(0, 88);
-  struct Case {
-    Bytes rest;
-    ULONGLONG limit;
-    HRESULT result;
-    uint64_t audio;
-  };
-  const Bytes noise(5000, 'n');
-  const Case cases[] = {
-      {header64("data", 0) + noise, ~0ull, S_OK, 112},
-      {chunk64("junk", "12345678") + header64("data", 24) + noise, ~0ull, S_OK, 144},
-      {Bytes(32, 'z') + header64("data", 24) + noise, ~0ull, S_OK, 144},
-      {Bytes(4072, 'z') + header64("data", 24) + noise, ~0ull, S_OK, 88 + 4072 + 24},
-      {Bytes(4088, 'z') + header64("data", 24) + noise, ~0ull, S_OK, 88 + 4088 + 24},
-      {Bytes(33, 'z') + header64("data", 24) + noise, ~0ull, QVERR_RIFF_BADSIZE, 0},
-      {Bytes(20'000, 'z'), 8'000, S_OK, 8'000},
-      {Bytes(20'000, 'z'), ~0ull, QVERR_RIFF_NOTFOUND, 0},
-  };
-  for (size_t i = 0; i < std::size(cases); ++i) {
-    SCOPED_TRACE(i);
-    const Bytes bytes = start + cases[i].rest;
-    const ScratchFile file(bytes);
-    EXPECT_EQ(QvFixTrashedW64(file, nullptr, cases[i].limit), cases[i].result);
-    Bytes expected = bytes;
-    if (cases[i].result == S_OK) {
-      const uint64_t audio = cases[i].audio;
-      const uint64_t there = (bytes.size() - audio) / 4 * 4;
-      expected.replace(0, audio, wave64_header(kStereo, audio + there, there, audio));
-    }
-    EXPECT_EQ(file.contents() == expected, true);
-  }
-}
-
-TEST(WaveRepair, CutFiles) {
-  // Cut after each byte: from each length on the result is another, and no file grows.
-  struct Case {
-    size_t from;
-    HRESULT result;
-  };
-  const auto check = [](const Bytes& whole, const std::vector<Case>& cases, const std::function<HRESULT(HANDLE)>& fix) {
-    size_t now = 0;
-    for (size_t length = 0; length <= whole.size(); ++length) {
-      if (now + 1 < cases.size() && cases[now + 1].from == length) ++now;
-      const ScratchFile file(whole.substr(0, length));
-      EXPECT_EQ(fix(file), cases[now].result) << length;
-      EXPECT_EQ(file.contents().size(), length);
-    }
-  };
-  // No record; nothing behind it: the audio would start there; no "data"; no room for a header; a header.
-  check(
-      wave_header(kStereo, 5, 0, 46) + Bytes(20, 'a'),
-      {{0, QVERR_RIFF_READ}, {38, QVERR_RIFF_BADSIZE}, {39, QVERR_RIFF_NOTFOUND}, {42, QVERR_RIFF_BADSIZE}, {46, S_OK}},
-      [](HANDLE file) { return QvFixTrashedWav(file, nullptr, 0xFFFFFFFF); });
-  check(wave64_header(kStereo, 5, 0, 112) + Bytes(20, 'a'),
-        {{0, QVERR_RIFF_READ},
-         {82, QVERR_RIFF_BADSIZE},
-         {89, QVERR_RIFF_NOTFOUND},
-         {104, QVERR_RIFF_BADSIZE},
-         {112, S_OK}},
-        [](HANDLE file) { return QvFixTrashedW64(file, nullptr, ~0ull); });
+TYPED_TEST(WaveFiles, CutAfterEachByteAndRepaired) {
+  using C = TypeParam;
+  cut_after_each_byte(wave_header<C>(kStereo, 5, C::kPlain) + Bytes(20, 'a'), 0,
+                      [](const ScratchFile& file, size_t length) {
+                        const HRESULT expected = length < C::kRecord + 18            ? QVERR_RIFF_READ
+                                                 : length <= C::kFormatEnd           ? QVERR_RIFF_BADSIZE // at its end
+                                                 : length < C::kFormatEnd + C::kMark ? QVERR_RIFF_NOTFOUND
+                                                 : length < C::kPlain                ? QVERR_RIFF_BADSIZE // no room
+                                                                                     : S_OK;
+                        EXPECT_EQ(C::fix(file, nullptr, 0xFFFFFFFF), expected);
+                        EXPECT_EQ(file.contents().size(), length);
+                      });
 }
 
 } // namespace
