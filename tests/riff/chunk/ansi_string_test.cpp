@@ -7,11 +7,10 @@ using namespace riff_test;
 namespace {
 
 TEST(AnsiString, IsWrittenWithItsTerminatorAndPadded) {
-  struct Case {
+  const struct {
     const WCHAR* text;
     Bytes bytes;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {QV_TEXT(""), Bytes("\0\0", 2)},
       {QV_TEXT("a"), Bytes("a\0", 2)},
       {QV_TEXT("ab"), Bytes("ab\0\0", 4)},
@@ -22,7 +21,7 @@ TEST(AnsiString, IsWrittenWithItsTerminatorAndPadded) {
                                  "5\0\0",
                                  4)},
   };
-  for (const Case& row : cases) {
+  for (const auto& row : cases) {
     const ScratchFile file;
     DWORD written = 0;
     EXPECT_EQ(riff_WriteANSIString(file, row.text, &written), S_OK);
@@ -35,7 +34,7 @@ TEST(AnsiString, IsWrittenWithItsTerminatorAndPadded) {
 }
 
 TEST(AnsiString, IsReadCutAndTerminated) {
-  struct Case {
+  const struct {
     const char* name;
     Bytes bytes;
     DWORD length;
@@ -43,8 +42,7 @@ TEST(AnsiString, IsReadCutAndTerminated) {
     HRESULT result;
     qv::WString text;
     int64_t position;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"whole", Bytes("abc\0next", 8), 10, 4, S_OK, QV_TEXT("abc"), 4},
       {"odd size", Bytes("ab\0\0next", 8), 10, 3, S_OK, QV_TEXT("ab"), 4},
       {"no terminator: the last byte is taken for it", "abcdnext", 10, 4, S_OK, QV_TEXT("abc"), 4},
@@ -57,7 +55,7 @@ TEST(AnsiString, IsReadCutAndTerminated) {
       {"file ends early", "abc", 10, 4, QVERR_RIFF_READ, QV_TEXT(""), 0},
       {"huge claim, small buffer", "abcd", 4, 0xFFFFFFFE, S_OK, QV_TEXT("abc"), 0xFFFFFFFE},
   };
-  for (const Case& row : cases) {
+  for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
     const ScratchFile file(row.bytes);
     qv::WString buffer(row.length + 1, QV_TEXT('#'));

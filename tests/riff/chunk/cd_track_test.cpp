@@ -24,13 +24,12 @@ constexpr Track kNothing = {0, 0, 0, 0, 0};
 constexpr Track kTrack = {3, 31415, (4 * 60 + 5) * 75 + 6, 4653, 0x1234ABCD};
 
 TEST(CdTrack, DescriptorFilesAreReadOrRefused) {
-  struct Case {
+  const struct {
     const char* name;
     Bytes bytes;
     HRESULT result;
     Track track;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"descriptor", riff("CDDA", chunk("fmt ", kDescriptor)), S_OK, kTrack},
       {"behind another chunk", riff("CDDA", chunk("note", "abc") + chunk("fmt ", kDescriptor)), S_OK, kTrack},
       {"wave file", riff("WAVE", chunk("fmt ", kDescriptor)), QVERR_RIFF_WRONGFORM, kNothing},
@@ -41,7 +40,7 @@ TEST(CdTrack, DescriptorFilesAreReadOrRefused) {
       {"empty", "", QVERR_RIFF_READ, kNothing},
       {"cut before the format chunk", header("RIFF", 36) + "CDDA", QVERR_RIFF_READ, kNothing},
   };
-  for (const Case& row : cases) {
+  for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
     ScratchFile file(row.bytes);
     file.close();

@@ -1,6 +1,8 @@
-// Searches and deletion on random files of each container, against a model that knows where every chunk was put.
+// Searches, counts and deletion on random files of each container, against a model that knows where every chunk was
+// put.
 #include "tests/riff/containers.h"
 
+#include <optional>
 #include <random>
 #include <vector>
 
@@ -8,28 +10,37 @@ using namespace riff_test;
 
 namespace {
 
-constexpr const char* kIds[] = {"fmt ", "data", "fact", "cue "};
+constexpr const char* kNames[] = {"fmt ", "data", "fact", "cue "};
 constexpr const char* kTypes[] = {"INFO", "adtl", "wavl"};
+constexpr uint64_t kUnbounded = ~uint64_t{0};
 
 template <class C>
 constexpr bool kHasLists = !std::is_same_v<C, Iff>;
 
 struct ModelChunk {
   Bytes name;
-  Bytes type; ///< of a list
-  Bytes data; ///< a list's sub-chunks
-  Bytes bytes;
+  Bytes type;      ///< of a list that is large enough to have one
+  Bytes data;      ///< a list's sub-chunks
+  Bytes bytes;     ///< the whole of it
+  size_t size = 0; ///< as its header says
   size_t at = 0;
+};
 
-  bool is_list() const { return !type.empty(); }
+/// What a search, a count or a skip from the first chunk on comes to.
+struct Outcome {
+  HRESULT result = S_OK;
+  uint64_t left = 0; ///< of the bound
+  size_t position = 0;
+  const ModelChunk* found = nullptr;
+  DWORD passed = 0;
 };
 
 template <class C>
 class ModelFile {
 public:
-  explicit ModelFile(uint32_t seed) : random_(seed) {
+  explicit ModelFile(uint32_t seed, bool large = true) : random_(seed), large_(large) {
     Bytes body;
-    for (size_t left = random_() % 9; left > 0; --left) {
+    for (size_t count = large ? random_() % 9 : 4; count > 0; --count) {
       chunks.push_back(make(2));
       chunks.back().at = kFirst<C> + body.size();
       body += chunks.back().bytes;
@@ -37,21 +48,36 @@ public:
     body_size = body.size();
     bytes = file_in<C>(body);
     // What a cut file says of itself stays.
-    if (seed % 3 == 0) bytes.resize(kFirst<C> + random_() % (bytes.size() - kFirst<C> + 1));
+    if (large && seed % 3 == 0) bytes.resize(kFirst<C> + random_() % (bytes.size() - kFirst<C> + 1));
   }
 
-  /// What a search over the first chunks that match must return, and which chunk it finds.
-  HRESULT find(const Bytes& wanted, bool as_list, const ModelChunk*& found) const {
-    found = nullptr;
-    for (const ModelChunk& each : chunks) {
-      const bool typed = as_list && each.is_list();
-      if (each.at + C::kHeader + (typed ? C::kType : 0) > bytes.size()) return QVERR_RIFF_READ;
-      if (as_list ? typed && each.type == wanted : each.name == wanted) {
-        found = &each;
-        return S_OK;
+  /// Looks for a chunk, or a list of a type, within a bound; without `wanted` passes over `count` chunks.
+  Outcome walk(uint64_t bound, const Bytes* wanted, bool as_list, DWORD count = 0xFFFFFFFF) const {
+    Outcome out{S_OK, bound, kFirst<C>};
+    const auto fits = [&](size_t more) {
+      if (out.left < more)
+        out.result = QVERR_RIFF_NOTFOUND;
+      else if (out.position + more > bytes.size()) {
+        out.result = QVERR_RIFF_READ;
+        out.position = std::max(out.position, bytes.size()); // what is there is read
+      } else
+        pass(out, more);
+      return out.result == S_OK;
+    };
+    for (size_t k = 0; out.passed < count; ++k, ++out.passed) {
+      if (!fits(C::kHeader)) return out;
+      const ModelChunk& each = chunks[k]; // where there is a header there is a chunk
+      size_t rest = each.bytes.size() - C::kHeader;
+      const bool typed = as_list && !each.type.empty();
+      if (typed && !fits(C::kType)) return out;
+      if (typed) rest -= C::kType;
+      if (wanted && (as_list ? typed && each.type == *wanted : each.name == *wanted)) {
+        out.found = &each;
+        return out;
       }
+      pass(out, rest);
     }
-    return QVERR_RIFF_NOTFOUND;
+    return out;
   }
 
   Bytes without(const ModelChunk& gone) const {
@@ -60,11 +86,13 @@ public:
     return file_header_in<C>(body_size - gone.bytes.size()) + kept;
   }
 
-  size_t whole_headers() const {
-    size_t count = 0;
+  /// Bounds that end before and behind the parts of a header, in every chunk.
+  std::vector<uint64_t> bounds() const {
+    std::vector<uint64_t> all = {kUnbounded, body_size, body_size + C::kHeader - 1, body_size + C::kHeader};
     for (const ModelChunk& each : chunks)
-      count += each.at + C::kHeader <= bytes.size();
-    return count;
+      for (const size_t part : {size_t{0}, C::kHeader - size_t{1}, size_t{C::kHeader}, kFirst<C> - 1, kFirst<C>})
+        all.push_back(each.at - kFirst<C> + part);
+    return all;
   }
 
   std::vector<ModelChunk> chunks;
@@ -72,70 +100,121 @@ public:
   size_t body_size;
 
 private:
+  static void pass(Outcome& out, size_t more) {
+    out.position += more;
+    if (out.left != kUnbounded) out.left -= std::min<uint64_t>(out.left, more);
+  }
+
   ModelChunk make(int depth) {
     ModelChunk made;
-    if (kHasLists<C> && depth > 0 && random_() % 4 == 0) {
-      if constexpr (kHasLists<C>) {
-        made.name = C::kList;
+    // Sizes around the block that deletion moves, and mostly small ones, odd and even.
+    size_t size = large_ && random_() % 8 == 0 ? 4090 + random_() % 12 : random_() % 40;
+    made.name = kNames[random_() % 4];
+    if constexpr (kHasLists<C>) {
+      const bool is_list = depth > 0 && random_() % 3 == 0;
+      if (is_list) made.name = C::kList;
+      if (is_list && random_() % 4 == 0)
+        size = random_() % C::kType; // too small for a type
+      else if (is_list) {
         made.type = kTypes[random_() % 3];
-        for (size_t left = random_() % 4; left > 0; --left)
+        for (size_t count = random_() % 4; count > 0; --count)
           made.data += make(depth - 1).bytes;
         made.bytes = list_in<C>(made.type, made.data);
+        made.size = C::kType + made.data.size();
+        return made;
       }
-      return made;
     }
-    made.name = kIds[random_() % 4];
-    // Sizes around the block that deletion moves, and mostly small ones, odd and even.
-    const size_t size = random_() % 8 == 0 ? 4090 + random_() % 12 : random_() % 40;
-    for (size_t k = 0; k < size; ++k)
+    for (made.size = size; size > 0; --size)
       made.data += static_cast<char>(random_());
     made.bytes = chunk_in<C>(made.name, made.data);
     return made;
   }
 
   std::mt19937 random_;
+  bool large_;
 };
 
 template <class C>
-void check_search(const ModelFile<C>& model, const Bytes& name, bool as_list) {
-  SCOPED_TRACE(name + (as_list ? " list" : ""));
-  const ScratchFile file(model.bytes);
+void check_search(const ModelFile<C>& model, const ScratchFile& file, const Bytes& name, bool as_list) {
+  using Count = typename C::Count;
   const typename C::Id id = id_of<C>(name);
-  const ModelChunk* found = nullptr;
-  const HRESULT expected = model.find(name, as_list, found);
-  typename C::Count size = 77;
-  typename C::Count left = 77;
-  if constexpr (kHasLists<C>)
-    if (as_list) ASSERT_EQ(C::find_list_from_start(file, C::argument(id), &size), expected);
-  if (!as_list) ASSERT_EQ(C::find_from_start(file, C::argument(id), &size, &left), expected);
-  if (!found) {
-    EXPECT_EQ(size, 77u);
-  } else {
-    const size_t header = C::kHeader + (as_list ? C::kType : 0);
-    EXPECT_EQ(size, found->data.size() + (found->is_list() && !as_list ? C::kType : 0));
-    EXPECT_EQ(file.position(), static_cast<int64_t>(found->at + header));
-    EXPECT_EQ(left, as_list ? 77 : kFirst<C> + model.body_size - found->at - header);
+  for (const uint64_t bound : model.bounds()) {
+    SCOPED_TRACE(testing::Message() << name << (as_list ? " list" : "") << " within " << bound);
+    const Outcome expected = model.walk(bound, &name, as_list);
+    Count left = static_cast<Count>(bound);
+    Count size = 77;
+    auto search = C::find;
+    if constexpr (kHasLists<C>)
+      if (as_list) search = C::find_list;
+    file.move_to(kFirst<C>);
+    ASSERT_EQ(search(file, C::argument(id), &size, bound == kUnbounded ? nullptr : &left), expected.result);
+    EXPECT_EQ(size, expected.found ? expected.found->size - (as_list ? C::kType : 0) : 77);
+    EXPECT_EQ(file.position(), static_cast<int64_t>(expected.position));
+    EXPECT_EQ(left, static_cast<Count>(expected.left));
   }
-  typename C::Count removed = 0;
-  ASSERT_EQ(C::remove(file, C::argument(id), &removed, as_list ? 1 : 0), expected);
-  EXPECT_EQ(file.contents() == (found ? model.without(*found) : model.bytes), true);
-  EXPECT_EQ(removed, found ? found->bytes.size() : 0);
+  // From the file's start, wherever the position is.
+  const Outcome expected = model.walk(model.body_size, &name, as_list);
+  Count size = 77;
+  Count left = static_cast<Count>(expected.left);
+  if constexpr (kHasLists<C>)
+    if (as_list) ASSERT_EQ(C::find_list_from_start(file, C::argument(id), &size), expected.result);
+  if (!as_list) ASSERT_EQ(C::find_from_start(file, C::argument(id), &size, &left), expected.result);
+  EXPECT_EQ(size, expected.found ? expected.found->size - (as_list ? C::kType : 0) : 77);
+  EXPECT_EQ(left, !as_list && expected.result == QVERR_RIFF_READ ? model.body_size : expected.left);
+  if (expected.found) EXPECT_EQ(file.position(), static_cast<int64_t>(expected.position));
 }
 
 template <class C>
-void check_entries(const ModelFile<C>& model) {
+void check_deletion(const ModelFile<C>& model, const Bytes& name, bool as_list) {
+  SCOPED_TRACE(name + (as_list ? " list" : ""));
   const ScratchFile file(model.bytes);
-  typename C::Count remaining = static_cast<typename C::Count>(model.body_size);
-  DWORD count = 0;
-  const size_t whole = model.whole_headers();
-  ASSERT_EQ(C::seek_data_start(file), S_OK);
-  EXPECT_EQ(C::count(file, &count, &remaining), whole == model.chunks.size() ? S_OK : QVERR_RIFF_READ);
-  EXPECT_EQ(count, whole);
-  EXPECT_EQ(file.position(), static_cast<int64_t>(kFirst<C>));
-  for (size_t k = 0; k < whole; ++k) {
+  const typename C::Id id = id_of<C>(name);
+  const Outcome expected = model.walk(model.body_size, &name, as_list);
+  const ModelChunk* gone = expected.found;
+  typename C::Count removed = 77;
+  ASSERT_EQ(C::remove(file, C::argument(id), &removed, as_list ? 1 : 0), expected.result);
+  EXPECT_EQ(file.contents() == (gone ? model.without(*gone) : model.bytes), true);
+  EXPECT_EQ(removed, gone ? gone->bytes.size() : 77);
+}
+
+template <class C>
+void check_entries(const ModelFile<C>& model, const ScratchFile& file) {
+  using Count = typename C::Count;
+  for (const uint64_t bound : model.bounds()) {
+    SCOPED_TRACE(bound);
+    const Outcome all = model.walk(bound, nullptr, false);
+    Count left = static_cast<Count>(bound);
+    Count* const remaining = bound == kUnbounded ? nullptr : &left;
+    DWORD count = 77;
     ASSERT_EQ(C::seek_data_start(file), S_OK);
-    ASSERT_EQ(C::seek_entry(file, static_cast<DWORD>(k), nullptr), S_OK);
-    EXPECT_EQ(file.position(), static_cast<int64_t>(model.chunks[k].at));
+    EXPECT_EQ(C::count(file, &count, remaining), all.result == QVERR_RIFF_READ ? QVERR_RIFF_READ : S_OK);
+    EXPECT_EQ(count, all.passed);
+    EXPECT_EQ(file.position(), static_cast<int64_t>(kFirst<C>));
+    EXPECT_EQ(left, static_cast<Count>(bound));
+    for (const DWORD index : {DWORD{0}, all.passed / 2, all.passed, all.passed + 1, DWORD{0xFFFFFFFF}}) {
+      const Outcome sought = model.walk(bound, nullptr, false, index);
+      left = static_cast<Count>(bound);
+      file.move_to(kFirst<C>);
+      EXPECT_EQ(C::seek_entry(file, index, remaining), sought.result) << index;
+      EXPECT_EQ(file.position(), static_cast<int64_t>(sought.position));
+      EXPECT_EQ(left, static_cast<Count>(sought.left));
+    }
+  }
+}
+
+template <class C>
+void check_all(const ModelFile<C>& model) {
+  const ScratchFile file(model.bytes);
+  for (const char* name : kNames) {
+    check_search(model, file, name, false);
+    check_deletion(model, name, false);
+  }
+  if constexpr (kHasLists<C>) {
+    for (const char* type : {C::kList, kTypes[0], kTypes[1], kTypes[2]}) {
+      check_search(model, file, type, type != C::kList);
+      check_deletion(model, type, type != C::kList);
+    }
+    check_entries(model, file);
   }
 }
 
@@ -147,15 +226,15 @@ TYPED_TEST_SUITE(WalkModel, AllContainers);
 TYPED_TEST(WalkModel, RandomFiles) {
   for (uint32_t seed = 1; seed <= 60; ++seed) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);
-    const ModelFile<TypeParam> model(seed);
-    for (const char* id : kIds)
-      check_search(model, id, false);
-    if constexpr (kHasLists<TypeParam>) {
-      check_search(model, TypeParam::kList, false);
-      for (const char* type : kTypes)
-        check_search(model, type, true);
-      check_entries(model);
-    }
+    check_all(ModelFile<TypeParam>(seed));
+  }
+}
+
+TYPED_TEST(WalkModel, OneFileCutAfterEachByte) {
+  ModelFile<TypeParam> model(7, false);
+  for (; model.bytes.size() > kFirst<TypeParam>; model.bytes.pop_back()) {
+    SCOPED_TRACE(model.bytes.size());
+    check_all(model);
   }
 }
 

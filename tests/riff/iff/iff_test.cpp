@@ -122,12 +122,11 @@ TEST(Iff, Markers) {
 }
 
 TEST(Aiff, Recognition) {
-  struct Case {
+  const struct {
     Bytes bytes;
     LONG usable, aifc, little_endian;
     bool keeps_position;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {form("AIFF", ""), 1, 0, 0, false},
       {form("AIFC", common(1, 10, 16, "NONE")), 1, 1, 0, true},
       {form("AIFC", be_chunk("FVER", "abcd") + common(1, 10, 16, "sowt")), 1, 1, 1, true},
@@ -161,14 +160,13 @@ TEST(Aiff, Recognition) {
 }
 
 TEST(Aiff, Formats) {
-  struct Case {
+  const struct {
     Bytes bytes;
     HRESULT result;
     WAVEFORMATEX format;
     DWORD frames;
     ULONGLONG start, bytes_of_audio;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {form("AIFF", common(2, 2, 16) + sound("12345678")), S_OK, {0xFE02, 2, 44'100, 176'400, 4, 16, 0}, 2, 54, 8},
       {form("AIFF", sound("1234") + common(1, 3, 8)), S_OK, {0xFE01, 1, 44'100, 44'100, 1, 8, 0}, 3, 28, 3},
       {form("AIFC", common(1, 2, 24, "sowt") + sound("123456")), S_OK, {1, 1, 44'100, 132'300, 3, 24, 0}, 2, 60, 6},
@@ -255,12 +253,11 @@ TEST(AiffRates, ThereAndBack) {
 }
 
 TEST(AiffRates, Words) {
-  struct Case {
+  const struct {
     DWORD rate;
     WORD words[5];
     DWORD back;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {44'100, {0x400E, 0xAC44, 0, 0, 0}, 44'100},
       {1, {16'383, 0x8000, 0, 0, 0}, 1},
       {0, {16'383, 0, 0, 0, 0}, 0},
@@ -268,7 +265,7 @@ TEST(AiffRates, Words) {
       {384'000, {0x4011, 0xBB80, 0, 0, 0}, 192'000}, // the first double above 96,000
       {0xFFFFFFFF, {0x401E, 0xFFFF, 0xFFFF, 0, 0}, 131'071},
   };
-  for (const Case& each : cases) {
+  for (const auto& each : cases) {
     WORD words[5];
     aiff_CreateRate(each.rate, &words[0], &words[1], &words[2], &words[3], &words[4]);
     for (int i = 0; i < 5; ++i)

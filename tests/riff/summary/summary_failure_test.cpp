@@ -53,7 +53,8 @@ TEST(SummaryFailure, ListsAreAsPromisedAfterAFailedAllocation) {
       std::swap(static_cast<_summarylisttag&>(other), static_cast<_summarylisttag&>(fresh_other));
     };
   };
-  struct Case {
+  const DWORD name_id = summary_id("INAM");
+  const struct {
     const char* name;
     const char* dst;
     const char* src;
@@ -61,9 +62,7 @@ TEST(SummaryFailure, ListsAreAsPromisedAfterAFailedAllocation) {
     int blocks;
     const char* dst_after_failure; // null: as before, or with the first items
     const char* src_after_failure;
-  };
-  const DWORD name_id = summary_id("INAM");
-  const Case cases[] = {
+  } cases[] = {
       {"replacing a text", "INAM=a", "", [&] { return QvSummary_SetItem(&list, name_id, u"b"); }, 1, "INAM=a", ""},
       {"adding a text", "IART=a", "", [&] { return QvSummary_SetItem(&list, name_id, u"b"); }, 2, "IART=a", ""},
       {"adding none", "IART=a", "", [&] { return QvSummary_SetItem(&list, name_id, nullptr); }, 1, "IART=a", ""},
@@ -77,7 +76,7 @@ TEST(SummaryFailure, ListsAreAsPromisedAfterAFailedAllocation) {
       {"merging copies", "INAM=a", "INAM=x;IART=y", [&] { return QvSummary_Merge(&list, &other, TRUE, FALSE); }, 3,
        nullptr, "INAM=x;IART=y"},
   };
-  for (const Case& row : cases) {
+  for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
     const auto run = [&] {
       const HRESULT result = row.run();

@@ -11,13 +11,12 @@ namespace {
 constexpr DWORD kUntouched = 77;
 
 TEST(SummarySave, WritesTheseBytes) {
-  struct Case {
+  const struct {
     const char* name;
     Model model;
     Bytes info; // behind "LIST"
     Bytes unfo;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"three characters", parse("INAM=abc"), u32(16) + "INFOINAM" + u32(4) + Bytes("abc\0", 4),
        u32(20) + "UNFOINAM" + u32(8) + Bytes("a\0b\0c\0\0\0", 8)},
       {"empty text", parse("INAM="), u32(14) + "INFOINAM" + u32(1) + Bytes(2, '\0'),
@@ -35,7 +34,7 @@ TEST(SummarySave, WritesTheseBytes) {
        u32(14) + "INFOINAM" + u32(2) + Bytes("?\0", 2),
        u32(16) + "UNFOINAM" + u32(4) + u16(0x4E2D) + u16(0)},
   };
-  for (const Case& row : cases) {
+  for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
     const SummaryList list(row.model);
     for (const bool is_unfo : {false, true}) {

@@ -111,18 +111,17 @@ TEST(SummaryStream, LongTextsAndManyItems) {
 }
 
 TEST(SummaryStream, BadStreamsLeaveTheListEmpty) {
-  struct Case {
+  const struct {
     const char* name;
     Bytes bytes;
     HRESULT result;
     const char* items;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"all items claimed", u32(0xFFFFFFFF) + kPersisted.substr(4), QVERR_RIFF_READ, ""},
       {"all characters claimed", u32(1) + "INAM" + u32(0xFFFFFFFF) + Bytes(5000, 'x'), QVERR_RIFF_READ, ""},
       {"no terminator", u32(1) + "INAM" + u32(2) + Bytes("a\0b\0", 4), S_OK, "INAM=a"},
   };
-  for (const Case& row : cases) {
+  for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
     const StreamPointer stream = memory_stream(row.bytes);
     SummaryList list("IOLD=replaced");

@@ -20,6 +20,7 @@ using Model = std::vector<ModelItem>;
 
 DWORD summary_id(std::string_view code);
 qv::WString wide(std::string_view ascii);
+inline Bytes zeroed(std::string_view text) { return Bytes(text) + '\0'; }
 
 Model parse(std::string_view description);
 std::string describe(const Model& model);
