@@ -1,9 +1,9 @@
 // qv convert: another sample type, level, rate or arrangement of channels.
 #include "tools/qv/command/command.h"
 #include "tools/qv/failure.h"
+#include "tools/qv/file/audio_file.h"
 #include "tools/qv/file/rate_conversion.h"
 #include "tools/qv/file/sample_conversion.h"
-#include "tools/qv/file/sample_reader.h"
 #include "tools/qv/file/wave_output.h"
 #include "tools/qv/long_work.h"
 

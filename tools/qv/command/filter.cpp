@@ -1,8 +1,8 @@
 // qv filter: a recursive filter over a file, and pictures of what it does.
 #include "tools/qv/command/command.h"
 #include "tools/qv/failure.h"
+#include "tools/qv/file/audio_file.h"
 #include "tools/qv/file/sample_conversion.h"
-#include "tools/qv/file/sample_reader.h"
 #include "tools/qv/file/wave_output.h"
 #include "tools/qv/filter/filter_chain.h"
 #include "tools/qv/filter/response_file.h"

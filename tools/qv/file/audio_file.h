@@ -1,11 +1,12 @@
-// A file with audio as its headers describe it: RIFF wave, Wave64, AIFF and AIFF-C, all as the same plain data.
+// A file with audio, RIFF wave, Wave64, AIFF or AIFF-C: what its headers say, as plain data, and its samples.
 #pragma once
 
-#include "tools/qv/file/open_file.h"
+#include "tools/qv/file/disk_file.h"
 
 #include "qv/audio.h"
 #include "qv/summary.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <utility>
@@ -63,5 +64,36 @@ uint64_t duration_of(const AudioFile& audio);
 /// The "INFO" list of a RIFF wave file as the library's list, which is empty before and is the caller's to free. Prints
 /// a warning where it cannot be read.
 void load_info_list(const AudioFile& audio, _summarylisttag& list);
+
+/// Reads samples in order, from a place of its own, so that several can read one file.
+class SampleReader {
+public:
+  /// The file stays where it is. Throws Failure for a format whose samples the library does not read.
+  explicit SampleReader(const AudioFile& audio);
+
+  /// Reads the next frames. Throws Failure when they are not there.
+  void read(void* buffer, DWORD frames);
+
+private:
+  const AudioFile& audio_;
+  uint64_t position_; ///< in the file
+};
+
+/// 64 Ki frames, fewer for many channels: a block of doubles stays within 4 MiB whatever the format says.
+inline DWORD frames_per_block(DWORD channels) {
+  constexpr DWORD kMostFrames = 65536;
+  constexpr DWORD kMostSamples = 4 * 1024 * 1024 / sizeof(double);
+  return std::clamp<DWORD>(kMostSamples / channels, 1, kMostFrames);
+}
+
+/// Calls work(frames) for block after block until `frames` are done.
+template <typename Block>
+void for_each_block(uint64_t frames, DWORD block_frames, Block work) {
+  while (frames > 0) {
+    const DWORD run = static_cast<DWORD>(std::min<uint64_t>(frames, block_frames));
+    work(run);
+    frames -= run;
+  }
+}
 
 } // namespace qv::tool

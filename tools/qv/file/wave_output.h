@@ -1,7 +1,7 @@
 // A wave file that is written: the sample types it may have, its header, its samples in order.
 #pragma once
 
-#include "tools/qv/file/output_file.h"
+#include "tools/qv/file/disk_file.h"
 #include "tools/qv/named_rows.h"
 
 #include "qv/audio_kernels.h"

@@ -1,11 +1,32 @@
-// A map of the chunks that a damaged file still shows: those that can be walked, and what could be headers of audio.
+// A wave file whose header may be damaged, and a map of the chunks that it still shows: those that can be walked, and
+// what could be headers of audio.
 #pragma once
 
-#include "tools/qv/repair/damaged_file.h"
+#include "tools/qv/repair/header_layout.h"
 
+#include "qv/win32.h"
+
+#include <optional>
 #include <vector>
 
 namespace qv::tool {
+
+struct DamagedFile {
+  std::string name;
+  HANDLE file;
+  uint64_t size;
+  std::string start;          ///< its first 128 bytes
+  const HeaderLayout* layout; ///< by what is left of the header, else by the name
+  uint64_t limit;             ///< where the search for audio ends
+
+  bool is_wave64() const { return layout->size_bytes == sizeof(uint64_t); }
+  /// Fewer bytes only where the file ends. Throws Failure.
+  std::string read(uint64_t offset, uint64_t bytes) const;
+};
+
+/// `limit`: without it, 64 KiB. The handle stays the caller's. Throws Failure for an empty file, and for one of another
+/// kind, which a new header would not mend.
+DamagedFile look_at(const std::string& name, HANDLE file, std::optional<uint64_t> limit);
 
 /// Of a "fmt " chunk without a count of extra bytes.
 inline constexpr size_t kPlainRecord = 16;

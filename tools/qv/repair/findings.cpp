@@ -1,6 +1,6 @@
 #include "tools/qv/repair/findings.h"
 
-#include "tools/qv/file/open_file.h"
+#include "tools/qv/file/disk_file.h"
 
 #include "qv/audio.h"
 #include "qv/riff.h"

@@ -1,4 +1,4 @@
-#include "tools/qv/file/output_file.h"
+#include "tools/qv/file/disk_file.h"
 
 #include "tools/qv/failure.h"
 #include "tools/qv/long_work.h"
@@ -37,6 +37,18 @@ std::string random_name() {
 }
 
 } // namespace
+
+OpenFile open_existing(const std::string& name, DWORD access, DWORD flags) {
+  const WString path = path_from(name);
+  const DWORD attributes = GetFileAttributesW(path.c_str());
+  if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY))
+    throw Failure(name, "is a folder");
+  if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DEVICE))
+    throw Failure(name, "is not a regular file");
+  OpenFile file(CreateFileW(path.c_str(), access, FILE_SHARE_READ, nullptr, OPEN_EXISTING, flags, nullptr));
+  if (!file.is_open()) throw Failure(name, system_error_text(GetLastError()));
+  return file;
+}
 
 OutputFile::OutputFile(const std::string& name) : name_(name), target_(wide(behind_links(path_from(name)))) {
   check_target();
