@@ -17,18 +17,18 @@ Option& Option::one_of(const std::vector<std::string>& names) {
   return *this;
 }
 
-Option& Option::between(int least, int most) {
-  option_->check(CLI::Range(least, most));
+Option& Option::between(int min, int max) {
+  option_->check(CLI::Range(min, max));
   return *this;
 }
 
-Option& Option::between(DWORD least, DWORD most) {
-  option_->check(CLI::Range(least, most));
+Option& Option::between(DWORD min, DWORD max) {
+  option_->check(CLI::Range(min, max));
   return *this;
 }
 
-Option& Option::between(double least, double most) {
-  option_->check(CLI::Range(least, most));
+Option& Option::between(double min, double max) {
+  option_->check(CLI::Range(min, max));
   return *this;
 }
 

@@ -33,19 +33,19 @@ public:
 
   Option& required();
   Option& one_of(const std::vector<std::string>& names);
-  /// Both ends are allowed.
-  Option& between(int least, int most);
-  Option& between(DWORD least, DWORD most);
-  Option& between(double least, double most);
+  /// Allows numbers from `min` to `max`, both included.
+  Option& between(int min, int max);
+  Option& between(DWORD min, DWORD max);
+  Option& between(double min, double max);
   Option& above_zero();
   Option& not_negative();
   /// `check` answers "" for a text that is allowed, otherwise what is wrong with it.
   Option& checked_by(std::string (*check)(const std::string&), const std::string& type_name);
   Option& needs(const Option& other);
   Option& excludes(const Option& other);
-  /// Takes one value each time, even into a list.
+  /// Allows one value each time that the option is given, even into a list.
   Option& takes_one();
-  /// In the help: the name of the values' type, and what holds where the option is not given.
+  /// What the help says of it: the name of the values' type, and what holds where the option is not given.
   Option& type_name(const std::string& name);
   Option& default_text(const std::string& text);
   Option& shows_default();
@@ -60,10 +60,11 @@ public:
   Command(CLI::App* app, Work* chosen) : app_(app), chosen_(chosen) {}
 
   Command subcommand(const std::string& name, const std::string& description) const;
-  /// At most one is taken; with `required` no fewer.
+  /// Takes one subcommand at most; with `required` no fewer either.
   void needs_subcommand(bool required) const;
 
-  /// A list takes all that is left. For texts, numbers, lists of texts, and optional numbers.
+  /// Declares an option, or a word for a name without dashes. `value` is a text, a number, an optional number, or a
+  /// list of texts, which takes all words that are left.
   template <class Value>
   Option option(const std::string& names, Value& value, const std::string& description) const;
   Option option(const std::string& names, std::function<void(const std::string&)> read,
@@ -72,7 +73,7 @@ public:
 
   /// What is to be done when this is chosen; `check` is called before, and may throw WrongUsage.
   void runs(Work work, std::function<void()> check = nullptr) const;
-  /// The same where no subcommand of it is chosen, which then needs `word`.
+  /// The same for a command with subcommands where none of them is chosen; `word` is then required.
   void runs_alone(const std::string& word, Work work) const;
 
 private:
@@ -86,7 +87,8 @@ struct Request {
   int exit_code;
 };
 
-/// `declare` adds the program's subcommands.
+/// Reads the words of the command line; `declare` adds the subcommands that they may name. Prints the help, the version
+/// or what is wrong with the words.
 Request parse_command_line(const std::string& name, const std::string& description, const std::string& version,
                            std::vector<std::string> words, void (*declare)(const Command&));
 

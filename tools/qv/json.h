@@ -15,7 +15,7 @@ class Json {
 public:
   using Member = std::pair<const char*, Json>;
 
-  /// null
+  /// The value null.
   Json() = default;
   Json(std::string text) : kind_(Kind::kString), text_(std::move(text)) {}
   Json(const char* text) : Json(std::string(text)) {}
@@ -23,23 +23,23 @@ public:
   Json(std::integral auto number) : kind_(Kind::kNumber), text_(std::to_string(number)) {}
   Json(double number);
   Json(const std::vector<std::string>& texts);
-  /// The members stay in this order.
+  /// An object whose members stay in this order.
   static Json object(std::initializer_list<Member> members);
   static Json array();
-  /// The value that a text says; nothing where it is not JSON. Of two members of one name the last counts.
+  /// The value that a text says; nothing where it is not JSON. The last of several members of one name counts.
   static std::optional<Json> parsed(const std::string& text);
 
   bool is_null() const { return kind_ == Kind::kNull; }
   bool is_string() const { return kind_ == Kind::kString; }
   bool is_array() const { return kind_ == Kind::kArray; }
   bool is_object() const { return kind_ == Kind::kObject; }
-  /// The characters of a string; of a number what is printed.
+  /// The characters of a string; the digits of a number as they are printed.
   const std::string& text() const { return text_; }
-  /// A number without sign, fraction and exponent, up to 2^64 - 1.
+  /// The value of a number without sign, fraction and exponent, up to 2^64 - 1; nothing for any other value.
   std::optional<uint64_t> whole_number() const;
-  /// Of an array, or the values of an object's members.
+  /// The items of an array, or the values of an object's members.
   const std::vector<Json>& items() const { return items_; }
-  /// Null where there is none of that name.
+  /// The value of an object's member, which the object keeps; null where there is none of that name.
   const Json* find(const std::string& name) const;
 
   /// Adds to an array.
@@ -47,13 +47,13 @@ public:
   /// Adds a member to an object, or replaces its value.
   void set(const std::string& name, Json value);
 
-  /// On several lines, two spaces for each level. What is not UTF-8 is replaced.
+  /// The text of the value, on several lines with two spaces for each level. What is not UTF-8 is replaced.
   std::string dump() const;
 
 private:
   enum class Kind { kNull, kBool, kNumber, kString, kArray, kObject };
   explicit Json(Kind kind) : kind_(kind) {}
-  /// From the library's own value.
+  /// A value from the library's own, which this header does not name.
   static Json from_parsed(const void* value);
   size_t index_of(const std::string& name) const;
   void dump_to(std::string& out, size_t indent) const;

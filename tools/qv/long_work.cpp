@@ -30,7 +30,7 @@ volatile std::sig_atomic_t received = 0;
 void note(int signal) { received = signal; }
 
 void watch(int signal) {
-  // What the caller had ignored (nohup, a job in the background) stays ignored.
+  // A signal that the caller had ignored (nohup, a job in the background) stays ignored.
   if (std::signal(signal, note) == SIG_IGN) std::signal(signal, SIG_IGN);
 }
 

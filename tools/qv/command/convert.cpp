@@ -15,7 +15,7 @@ namespace qv::tool {
 
 namespace {
 
-constexpr double kMostDecibels = 200.0;
+constexpr double kMaxDecibels = 200.0;
 
 struct Options {
   std::string in;
@@ -47,7 +47,7 @@ _qvwaveformat output_format(const AudioFile& input, QVSAMPLETYPE type, const Cha
   return format;
 }
 
-/// Block by block from the source's samples to the file's.
+/// Converts block by block from the source's samples to the file's.
 void convert_directly(const AudioFile& input, SampleReader& samples, WaveOutput& output, SampleConversion& conversion,
                       DWORD block_frames) {
   Progress progress("converting", input.frames);
@@ -59,7 +59,7 @@ void convert_directly(const AudioFile& input, SampleReader& samples, WaveOutput&
   });
 }
 
-/// The same with doubles between, at another rate or with dither. `conversion` makes doubles.
+/// Converts with doubles between, to another rate or with dither. `conversion` makes the doubles.
 void convert_by_doubles(const AudioFile& input, SampleReader& reader, DoubleOutput& output,
                         SampleConversion& conversion, std::optional<RateConversion>& rate, DWORD block_frames) {
   Progress progress("converting", input.frames);
@@ -111,7 +111,7 @@ int convert(const Options& options) {
 std::string check_gain(const std::string& text) {
   double gain_db = 0.0;
   // Written so that a NaN is refused too.
-  const bool fits = read_number(text, gain_db) && std::fabs(gain_db) <= kMostDecibels;
+  const bool fits = read_number(text, gain_db) && std::fabs(gain_db) <= kMaxDecibels;
   return fits ? "" : "\"" + text + "\" is not a number of dB from -200 to 200";
 }
 

@@ -23,7 +23,7 @@ struct Options {
   std::string response;
 };
 
-/// "lowpass, chebyshev of order 6, 2000 Hz at 48000 Hz".
+/// A title for pictures: "lowpass, chebyshev of order 6, 2000 Hz at 48000 Hz".
 std::string title_of(const FilterOptions& options, DWORD rate) {
   const bool is_designed = options.type.find("pass") != std::string::npos || options.type == "bandstop";
   const bool has_order = options.design != "resonator";

@@ -115,7 +115,7 @@ void print_info(const AudioFile& audio) {
                              (marker.name.empty() ? "" : ": " + printable(marker.name)));
 }
 
-/// Every file gets its turn, also behind one that cannot be read.
+/// Shows all files, also those behind one that cannot be read.
 int info(const Options& options) {
   int exit_code = kSuccess;
   Json all = Json::array();

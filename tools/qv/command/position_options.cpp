@@ -24,7 +24,7 @@ std::string lower_case(std::string text) {
 constexpr const char* kNames[QVPOSFMT_COUNT] = {QV_POSFMT_TABLE(QV_POSITION_NAME)};
 #undef QV_POSITION_NAME
 
-/// The whole of `text` as a number.
+/// The whole of `text` as a number; nothing where it is none.
 template <class Value>
 std::optional<Value> number_from(std::string_view text) {
   Value value{};
@@ -33,7 +33,7 @@ std::optional<Value> number_from(std::string_view text) {
   return value;
 }
 
-/// "29.97" or "30000/1001".
+/// A rate from "29.97" or "30000/1001"; nothing where it is no number above 0.
 std::optional<double> rate_from(const std::string& text) {
   const size_t slash = text.find('/');
   const std::optional<double> numerator = number_from<double>(std::string_view(text).substr(0, slash));
@@ -44,7 +44,7 @@ std::optional<double> rate_from(const std::string& text) {
   return std::isfinite(rate) && rate > 0.0 ? std::optional(rate) : std::nullopt;
 }
 
-/// Digits in `text` that were not read would be lost without a word.
+/// Whether nothing but white space is left of a text: digits that were not read would be lost without a word.
 bool is_white(const WCHAR* text) {
   for (; *text != 0; ++text)
     if (*text != QV_TEXT(' ') && *text != QV_TEXT('\t')) return false;

@@ -9,7 +9,7 @@
 
 namespace qv::tool {
 
-/// "time", "smpte2997df", ...; the number as text for a code beyond the table.
+/// The name of a display format, "time" or "smpte2997df"; its number as text for a code beyond the table.
 std::string position_format_name(DWORD code);
 
 /// The options that describe a position format but for its code.
@@ -32,12 +32,13 @@ private:
 
 /// The code for a format's name or number; any other is a wrong usage of the option.
 DWORD position_format_from(const std::string& text, const std::string& option);
-/// Adds an option that takes one.
+/// Adds an option whose values are names or numbers of formats.
 void add_format_option(const Command& command, const std::string& option, DWORD& format,
                        const std::string& description);
 
 /// The whole of `text` as a position. Throws Failure where it is none.
 QVNANOTIME position_from(const std::string& text, const _qvposfmt& shown, DWORD flags);
+/// A position as text in that format.
 std::string text_of(QVNANOTIME time, const _qvposfmt& shown, DWORD flags);
 
 } // namespace qv::tool

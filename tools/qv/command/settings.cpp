@@ -107,7 +107,7 @@ Setting setting_from(const Json& entry) {
   return {static_cast<LONG>(*whole), row, bytes_from_json(*row, *value)};
 }
 
-/// Everything is looked at before anything is written.
+/// The settings in a file, all looked at before any is written.
 std::vector<Setting> settings_from(const std::string& file) {
   const std::optional<Json> document = Json::parsed(read_text(file));
   if (!document) throw Failure(file, "not JSON");

@@ -29,7 +29,8 @@ struct ChannelStats {
   double peak() const { return std::max(std::fabs(double{peak_min}), std::fabs(double{peak_max})); }
 };
 
-/// The formats whose kernels do not measure are big-endian: no wave file has them.
+/// Throws Failure for a result of measuring. The formats whose kernels do not measure are big-endian: no wave file has
+/// them.
 void check(const AudioFile& input, HRESULT result) {
   if (FAILED(result)) throw Failure(input.name, result_text(result));
 }
@@ -41,7 +42,7 @@ std::vector<ChannelStats> measure(const AudioFile& input, SampleReader& samples)
   std::vector<BYTE> block(size_t{block_frames} * input.format().blockAlign);
   std::vector<float> peaks(2 * size_t{channels});
   std::vector<double> mean_squares(channels);
-  WAVEFORMATEXTENSIBLE whole = {}; // all that a reader of headers may look at
+  WAVEFORMATEXTENSIBLE whole = {}; // all bytes that the library may look at
   WAVEFORMATEX& format = whole.Format;
   QvAudio_InitWfx(&format, input.format().samplesPerSec, input.format().sampleType, input.format().channels);
   Progress progress("measuring", input.frames);

@@ -71,7 +71,7 @@ void change(Summary& list, const Options& options) {
   }
 }
 
-/// Only where the chunks fill the file can one more be added behind them.
+/// Throws Failure where the chunks do not fill the file: only then can one more be added behind them.
 void require_sound_chunks(const AudioFile& input) {
   if (std::strcmp(input.container, "RIFF") != 0) throw Failure(input.name, "is no RIFF wave file");
   if (!input.is_whole) throw Failure(input.name, "its header does not fit the file: nothing can be added to it");

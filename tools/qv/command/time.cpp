@@ -87,8 +87,8 @@ DWORD smpte_format_of(DWORD code) {
 
 using DialOperation = void (*)(_smpteval*, const _smpteval*);
 
-/// Timecode is added and subtracted on its dial, frame by frame; other positions as times. What is combined is what is
-/// shown: the offset counts once.
+/// Adds or subtracts: timecode on its dial, frame by frame; other positions as times. What is combined is what is
+/// shown, so that the offset counts once.
 int combine(const Options& options, DialOperation operation, int sign) {
   const QVNANOTIME offset = options.absolute ? 0 : options.position.offset;
   QVNANOTIME a = 0;
@@ -141,7 +141,7 @@ void add_table(const Command& time) {
   command.runs([options] { return print_table(*options); });
 }
 
-/// A format, or all.
+/// Reads a format, or "all".
 void read_target(Options& options, const std::string& text) {
   if (text == "all")
     options.to_all = true;

@@ -30,13 +30,13 @@ struct Marker {
 
 struct AudioFile {
   std::string name;
-  OpenFile file; ///< read by whoever reads samples; everybody moves its position first
+  OpenFile file; ///< shared by all who read: each moves its position first
   uint64_t file_bytes = 0;
   const char* container = ""; ///< "RIFF", "wave64", "aiff" or "aifc"
-  std::vector<BYTE> header;   ///< the format chunk or what describes it, zeros behind it up to 40 bytes at least
+  std::vector<BYTE> header;   ///< the format as a WAVEFORMATEX, with zeros behind it up to 40 bytes at least
   QVWAVEFORMATBUFFER record = {};
   uint64_t audio_start = 0;
-  uint64_t audio_bytes = 0; ///< that the file holds, whatever its header says
+  uint64_t audio_bytes = 0; ///< no more than the file holds, whatever its header says
   uint64_t frames = 0;      ///< whole ones; of a compressed format as its "fact" chunk says, or 0
   bool is_whole =
       false; ///< the form and its chunks fill the file, as a sound header says; RIFF wave alone is looked at
@@ -48,7 +48,7 @@ struct AudioFile {
   const WAVEFORMATEX* wave_header() const { return reinterpret_cast<const WAVEFORMATEX*>(header.data()); }
 };
 
-/// How much is read.
+/// How much of a file is read.
 enum class Detail {
   kAudio, ///< all but texts and markers
   kAll
@@ -58,7 +58,7 @@ enum class Detail {
 /// and for texts that cannot be read.
 AudioFile read_audio_file(const std::string& name, Detail detail);
 
-/// In units of 100 ns, rounded down.
+/// How long the audio lasts, in units of 100 ns, rounded down.
 uint64_t duration_of(const AudioFile& audio);
 
 /// The "INFO" list of a RIFF wave file as the library's list, which is empty before and is the caller's to free. Prints
@@ -68,7 +68,7 @@ void load_info_list(const AudioFile& audio, _summarylisttag& list);
 /// Reads samples in order, from a place of its own, so that several can read one file.
 class SampleReader {
 public:
-  /// The file stays where it is. Throws Failure for a format whose samples the library does not read.
+  /// Keeps a reference to `audio`. Throws Failure for a format whose samples the library does not read.
   explicit SampleReader(const AudioFile& audio);
 
   /// Reads the next frames. Throws Failure when they are not there.
@@ -79,11 +79,12 @@ private:
   uint64_t position_; ///< in the file
 };
 
-/// 64 Ki frames, fewer for many channels: a block of doubles stays within 4 MiB whatever the format says.
+/// How many frames are worked on at a time: 64 Ki, fewer for many channels, so that a block of doubles stays within
+/// 4 MiB whatever the format says.
 inline DWORD frames_per_block(DWORD channels) {
-  constexpr DWORD kMostFrames = 65536;
-  constexpr DWORD kMostSamples = 4 * 1024 * 1024 / sizeof(double);
-  return std::clamp<DWORD>(kMostSamples / channels, 1, kMostFrames);
+  constexpr DWORD kMaxFrames = 65536;
+  constexpr DWORD kMaxSamples = 4 * 1024 * 1024 / sizeof(double);
+  return std::clamp<DWORD>(kMaxSamples / channels, 1, kMaxFrames);
 }
 
 /// Calls work(frames) for block after block until `frames` are done.

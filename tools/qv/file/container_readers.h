@@ -27,11 +27,11 @@ struct WaveChunks {
   uint64_t alignment; ///< of chunks
   /// Reads the header of a chunk at the file's position.
   HRESULT (*read_header)(HANDLE file, ChunkEntry& entry, Role& role);
-  /// Takes what it needs of a whole chunk besides format and audio, whose data begin at the file's position.
+  /// Takes what else the container wants of a whole chunk, whose data begin at the file's position.
   void (*look_into)(AudioFile& audio, ChunkEntry& entry);
 };
 
-/// How far the chunks go.
+/// Where the chunks end.
 struct FormEnd {
   uint64_t at;
   bool is_guessed; ///< a recorder that could not go back left no size: the form then goes as far as the file

@@ -35,7 +35,7 @@ inline bool move_to(HANDLE file, uint64_t position) {
   return SetFilePointerEx(file, to, nullptr, FILE_BEGIN);
 }
 
-/// 0 where that cannot be told.
+/// A file's length in bytes; 0 where it cannot be told.
 inline uint64_t size_of(HANDLE file) {
   LARGE_INTEGER size = {};
   GetFileSizeEx(file, &size);
@@ -43,7 +43,7 @@ inline uint64_t size_of(HANDLE file) {
 }
 
 /// Opens a file that is there. No one else may write it meanwhile: what is only read may then be read ahead. Throws
-/// Failure, also for what is no regular file.
+/// Failure, also for a folder or a device.
 OpenFile open_existing(const std::string& name, DWORD access, DWORD flags = FILE_ATTRIBUTE_NORMAL);
 
 /// A file that appears whole under its name or not at all: written under a temporary name in the folder of the final
@@ -52,7 +52,7 @@ class OutputFile {
 public:
   /// Throws Failure when the name cannot be written to, or is the input's file.
   OutputFile(const std::string& name, const std::string& input_name);
-  /// For a file that takes the place of the one it is made from.
+  /// The same for a file that takes the place of the one it is made from.
   explicit OutputFile(const std::string& name);
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;
@@ -61,9 +61,9 @@ public:
   operator HANDLE() const { return file_; }
   const std::string& name() const { return name_; }
 
-  /// Writes at the position.
+  /// Writes at the position. Throws Failure.
   void append(const void* bytes, DWORD count) const;
-  /// The same with bytes of another file. Throws Interrupted when a signal has come (see interruption.h).
+  /// The same with bytes of another file. Throws Interrupted when a signal has come (see long_work.h).
   void append(HANDLE from, const std::string& from_name, uint64_t offset, uint64_t count) const;
   /// Puts the file in its place, where it replaces what was there. Throws Failure, also when the file does not have
   /// `expected_bytes` bytes.

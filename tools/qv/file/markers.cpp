@@ -50,7 +50,7 @@ private:
   uint64_t left_;
 };
 
-/// From the ANSI code page, up to the first 0.
+/// A text from bytes in the ANSI code page, up to the first 0.
 std::string text_from(std::string bytes) {
   bytes.resize(std::min(bytes.size(), bytes.find('\0')));
   WString wide(bytes.size(), WCHAR{0});
@@ -64,7 +64,7 @@ std::string text_from(std::string bytes) {
 std::map<DWORD, std::string> labels(HANDLE file, const ChunkEntry& list) {
   std::map<DWORD, std::string> texts;
   const uint64_t end = list.offset + 8 + list.size;
-  DWORD header[3]; // id, size, and of a label the point's id
+  DWORD header[3]; // a chunk's id and size, and in a label the id of its point
   for (uint64_t at = list.offset + 12; at + sizeof header <= end;) {
     ChunkBytes bytes(file, at, end - at);
     if (!bytes.read(header, sizeof header)) break;

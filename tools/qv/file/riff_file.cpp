@@ -22,7 +22,7 @@ HRESULT read_header(HANDLE file, ChunkEntry& entry, WaveChunks::Role& role) {
   return result;
 }
 
-/// The count of frames of a compressed format, and the type of a list.
+/// Reads the count of frames of a compressed format, and the type of a list.
 void look_into(AudioFile& audio, ChunkEntry& entry) {
   DWORD count = 0;
   if (entry.size < sizeof count) return;

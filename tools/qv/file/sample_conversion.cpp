@@ -9,13 +9,13 @@ namespace qv::tool {
 
 namespace {
 
-constexpr DWORD kMostChannels = 0xFFFF;
+constexpr DWORD kMaxChannels = 0xFFFF;
 
 std::optional<DWORD> parse_number(const std::string& text) {
   uint32_t number = 0;
   const char* const end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc{} || stop != end || number > kMostChannels) return std::nullopt;
+  if (error != std::errc{} || stop != end || number > kMaxChannels) return std::nullopt;
   return number;
 }
 
@@ -24,7 +24,7 @@ QVSAMPLETYPE arranged_type(const _qvwaveformat& source, const ChannelPlan& plan)
   return plan.kind == ChannelPlan::Kind::kMono ? QVSAMPLE_FLOAT64 : source.sampleType;
 }
 
-/// With all the bytes that a reader of headers may look at.
+/// A header in all of the bytes that the library may look at.
 WAVEFORMATEXTENSIBLE header_of(const _qvwaveformat& source, QVSAMPLETYPE type, DWORD channels) {
   WAVEFORMATEXTENSIBLE header = {};
   QvAudio_InitWfx(&header.Format, source.samplesPerSec, type, static_cast<WORD>(channels));
@@ -68,7 +68,7 @@ std::optional<ChannelPlan> parse_channel_plan(const std::string& text) {
   for (size_t start = 0; start < text.size();) {
     const size_t comma = std::min(text.find(',', start), text.size());
     const std::optional<DWORD> channel = parse_number(text.substr(start, comma - start));
-    if (!channel || plan.map.size() == kMostChannels) return std::nullopt;
+    if (!channel || plan.map.size() == kMaxChannels) return std::nullopt;
     plan.map.push_back(*channel);
     start = comma + 1;
   }

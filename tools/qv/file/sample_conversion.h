@@ -22,12 +22,13 @@ struct ChannelPlan {
   DWORD count = 0;        ///< kCount
   std::vector<DWORD> map; ///< kMap: counted from 1, 0 for silence
 
+  /// The number of channels that comes of a source's.
   DWORD channels(DWORD source_channels) const;
-  /// What the plan asks of a source that does not have it, or nothing.
+  /// What the plan asks of a source that does not have it; nothing where it has all.
   std::optional<std::string> objection(DWORD source_channels) const;
 };
 
-/// Reads "N" or "A,B,...". Nothing for any other text.
+/// A plan from a text, "N" or "A,B,..."; nothing for any other.
 std::optional<ChannelPlan> parse_channel_plan(const std::string& text);
 
 class SampleConversion {
@@ -44,7 +45,7 @@ public:
     return output_.data();
   }
   void* output() { return output_.data(); }
-  /// The same from and to other places.
+  /// Converts `frames` frames from one place to another.
   void run(void* converted, const void* samples, DWORD frames);
 
 private:

@@ -28,6 +28,7 @@ void read_format(AudioFile& audio, uint64_t size) {
   audio.record.format.Init(sizeof audio.record, *header);
 }
 
+/// Notes where the audio lies. Without a size, which `may_be_unknown` allows, it goes to the file's end.
 void take_audio(AudioFile& audio, uint64_t start, uint64_t claimed, bool may_be_unknown) {
   const uint64_t held = audio.file_bytes - start;
   const bool to_the_end = claimed > held || (claimed == 0 && may_be_unknown && held > 0);
@@ -38,7 +39,7 @@ void take_audio(AudioFile& audio, uint64_t start, uint64_t claimed, bool may_be_
                                 std::to_string(held) + " to its end: they are read");
 }
 
-/// A cut chunk ends the file with a warning where it stands behind the audio; any other fails.
+/// Ends the walk at a chunk that the file's end cuts: with a warning where it stands behind the audio, else by failing.
 void end_at_cut_chunk(const AudioFile& audio, DWORD id) {
   const std::string reason = "the chunk \"" + printable_code(id) + "\" runs past the end of the file";
   if (audio.header.empty() || audio.audio_start == 0) fail(audio, reason);

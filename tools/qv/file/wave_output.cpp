@@ -17,10 +17,10 @@ constexpr uint64_t kRiffSizeLimit = 0xFFFFFFF8;
 
 bool is_float(const _qvwaveformat& format) { return format.FormatTag() == WAVE_FORMAT_IEEE_FLOAT; }
 
-/// What a chunk's data takes in a Wave64 file.
+/// The bytes that a chunk's data take in a Wave64 file.
 uint64_t padded64(uint64_t bytes) { return (bytes + 7) / 8 * 8; }
 
-/// Answers the name when the file can have that length. Called before the file is created.
+/// Returns the name when the file can have that length; otherwise throws Failure, before the file is created.
 const std::string& checked_name(const std::string& name, bool is_wave64, uint64_t file_bytes) {
   if (!is_wave64 && file_bytes - 8 >= kRiffSizeLimit)
     throw Failure(name, result_text(QVERR_RIFF_TOOBIG) + "; a name that ends in .w64 makes a Wave64 file");
@@ -34,7 +34,7 @@ struct DitherName {
 
 constexpr DitherName kDitherNames[] = {
     {"none", QVDITHER_NONE}, {"rect", QVDITHER_RECTANGULAR}, {"tri", QVDITHER_TRIANGULAR}, {"shaped", QVDITHER_SHAPED}};
-/// Any: the same file comes out each time.
+/// Any seed will do, as long as the same file comes out each time.
 constexpr ULONGLONG kSeed = 1;
 
 } // namespace

@@ -37,15 +37,16 @@ inline QVSAMPLETYPE output_type(const std::string& name, QVSAMPLETYPE source) {
   }
 }
 
-/// A name that ends in ".w64" makes a Wave64 file.
+/// A wave file that is written: a Wave64 file where its name ends in ".w64", otherwise RIFF.
 class WaveOutput {
 public:
   /// Writes the headers for exactly `frames` frames. Throws Failure, before a file is touched when it would be too
   /// long.
   WaveOutput(const std::string& name, const std::string& input_name, const _qvwaveformat& format, uint64_t frames);
 
+  /// Writes the next frames, in the format of the file. Throws Failure.
   void write_frames(const void* samples, DWORD frames);
-  /// Ends the file and puts it in its place.
+  /// Ends the file and puts it in its place. Throws Failure.
   void commit();
 
 private:
@@ -73,7 +74,7 @@ public:
   /// dither: a name out of dither_names(); none of them for the float types. Throws Failure.
   DoubleOutput(WaveOutput& output, const std::string& name, const _qvwaveformat& format, const std::string& dither);
 
-  /// The samples are changed.
+  /// Writes frames, and changes the samples on the way. Throws Failure.
   void write(double* samples, DWORD frames);
 
   static std::vector<std::string> dither_names();

@@ -71,7 +71,7 @@ void FilterChain::process(double* samples, DWORD frames) {
     QvBiquadDoubleEx(samples + channel, samples + channel, frames, channels_, &biquads_[channel], 1);
 }
 
-/// The product of the sections, and by its logarithmic derivative the group delay.
+/// The response at one frequency: the product of the sections', and from its logarithmic derivative the group delay.
 Response FilterChain::response_at(double frequency) const {
   using Complex = std::complex<double>;
   const double angle = 2.0 * std::numbers::pi * frequency / rate_;

@@ -39,10 +39,10 @@ struct Panel {
   const char* label;
   Color color;
   double Response::*value;
-  double least, most, step; ///< of its axis
+  double min, max, step; ///< of its axis
 };
 
-/// Lines at 1, 2 or 5 times a power of ten, eight at the most.
+/// The distance of lines on an axis: 1, 2 or 5 times a power of ten, so that there are eight at most.
 double nice_step(double range) {
   const double power = std::pow(10.0, std::floor(std::log10(range / 8.0)));
   for (const double factor : {1.0, 2.0, 5.0})
@@ -56,7 +56,7 @@ std::string number(double value) {
   return text;
 }
 
-/// 20, 1k, 10k.
+/// A frequency as it stands at its axis: 20, 1k, 10k.
 std::string hertz(double frequency) {
   return frequency >= 1000.0 ? number(frequency / 1000.0) + "k" : number(frequency);
 }
@@ -82,35 +82,35 @@ private:
   static constexpr double panel_height() { return (kHeight - kTop - kBottom - (kPanels - 1) * kGap) / kPanels; }
   cairo_t* cairo() const { return cairo_.get(); }
 
-  /// From 6 dB above what is reached down to 100 dB, or less where less is reached.
+  /// The magnitude from 6 dB above what is reached down to 100 dB, or less where less is reached.
   Panel magnitude() const {
-    const auto [least, most] = range(&Response::magnitude);
-    const double top = std::ceil((most + 3.0) / 6.0) * 6.0;
-    const double bottom = std::max(std::floor((least - 3.0) / 6.0) * 6.0, top - 102.0);
+    const auto [min, max] = range(&Response::magnitude);
+    const double top = std::ceil((max + 3.0) / 6.0) * 6.0;
+    const double bottom = std::max(std::floor((min - 3.0) / 6.0) * 6.0, top - 102.0);
     return {"magnitude, dB", {0.1, 0.3, 0.7}, &Response::magnitude, bottom, top, top - bottom > 48.0 ? 12.0 : 6.0};
   }
 
   Panel delay() const {
-    const auto [least, most] = range(&Response::group_delay);
-    const double from = std::min(0.0, least);
-    const double step = nice_step(std::max(most - from, 1e-6));
+    const auto [min, max] = range(&Response::group_delay);
+    const double from = std::min(0.0, min);
+    const double step = nice_step(std::max(max - from, 1e-6));
     return {"group delay, ms",
             {0.7, 0.3, 0.1},
             &Response::group_delay,
             std::floor(from / step) * step,
-            std::max(std::ceil(most / step), 1.0) * step,
+            std::max(std::ceil(max / step), 1.0) * step,
             step};
   }
 
   std::pair<double, double> range(double Response::*value) const {
-    double least = HUGE_VAL;
-    double most = -HUGE_VAL;
+    double min = HUGE_VAL;
+    double max = -HUGE_VAL;
     for (const Response& each : responses_) {
       if (!std::isfinite(each.*value)) continue;
-      least = std::min(least, each.*value);
-      most = std::max(most, each.*value);
+      min = std::min(min, each.*value);
+      max = std::max(max, each.*value);
     }
-    return {least, most};
+    return {min, max};
   }
 
   double x_of(double frequency) const {
@@ -127,7 +127,7 @@ private:
     cairo_stroke(cairo());
   }
 
-  /// `part` of the text's width lies left of x.
+  /// Writes words of whose width `part` lies left of x.
   void text(const std::string& words, double x, double y, double size, double part) {
     color(kInk);
     cairo_set_font_size(cairo(), size);
@@ -152,13 +152,12 @@ private:
   void draw_panel(const Panel& panel, double top, bool is_last) {
     const double bottom = top + panel_height();
     const auto y_of = [&](double value) {
-      return bottom -
-             (std::clamp(value, panel.least, panel.most) - panel.least) / (panel.most - panel.least) * (bottom - top);
+      return bottom - (std::clamp(value, panel.min, panel.max) - panel.min) / (panel.max - panel.min) * (bottom - top);
     };
     draw_frequencies(top, bottom, is_last);
-    const auto lines = static_cast<int>(std::floor((panel.most - panel.least) / panel.step + 1e-9));
+    const auto lines = static_cast<int>(std::floor((panel.max - panel.min) / panel.step + 1e-9));
     for (int k = 0; k <= lines; ++k) {
-      const double value = panel.least + k * panel.step;
+      const double value = panel.min + k * panel.step;
       line(kLeft, y_of(value), kWidth - kRight, y_of(value), std::fabs(value) < panel.step * 1e-6 ? kStrong : kFaint);
       text(number(value), kLeft - 8.0, y_of(value) + 4.0, 12.0, 1.0);
     }
@@ -166,7 +165,7 @@ private:
     draw_curve(panel, y_of);
   }
 
-  /// Not drawn: the jump from one end of the circle to the other.
+  /// Draws all but a jump of the phase from one end of the circle to the other.
   template <class Y>
   void draw_curve(const Panel& panel, Y y_of) {
     color(panel.color);

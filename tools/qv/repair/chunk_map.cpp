@@ -32,9 +32,9 @@ void refuse_other_kinds(const DamagedFile& damaged) {
     throw Failure(damaged.name, "is a RIFF file of the form \"" + form + "\", not a wave file");
 }
 
-// What a file that is made to cost time may cost: more headers of audio, or more chunks behind it, are not looked at.
-constexpr size_t kMostHeaders = 64;
-constexpr int kMostChunksBehind = 65'536;
+// Bounds for a file that is made to cost time: more headers of audio, or more chunks behind it, are not looked at.
+constexpr size_t kMaxHeaders = 64;
+constexpr int kMaxChunksBehind = 65'536;
 
 /// The header of a chunk, whatever its id.
 std::optional<Chunk> header_at(const DamagedFile& damaged, uint64_t at) {
@@ -43,7 +43,7 @@ std::optional<Chunk> header_at(const DamagedFile& damaged, uint64_t at) {
   if (bytes.size() < layout.chunk_header()) return std::nullopt;
   const uint64_t stored = layout.stored_in(bytes, layout.id_bytes());
   Chunk chunk = {bytes.substr(0, layout.id_bytes()), at, at + layout.chunk_header(), 0};
-  // Of its audio a recorder may have left no size.
+  // A recorder may have left no size of its audio.
   if (stored < layout.chunk_size_includes && chunk.id != layout.data_id) return std::nullopt;
   chunk.size = stored - std::min(stored, layout.chunk_size_includes);
   return chunk;
@@ -117,7 +117,7 @@ std::optional<uint64_t> chunks_end(const DamagedFile& damaged, uint64_t from) {
   const HeaderLayout& layout = *damaged.layout;
   for (int count = 0; from + layout.chunk_header() <= damaged.size; ++count) {
     const std::optional<Chunk> chunk = header_at(damaged, from);
-    if (count == kMostChunksBehind || !chunk || !layout.is_plausible(chunk->id) || chunk->id == layout.data_id)
+    if (count == kMaxChunksBehind || !chunk || !layout.is_plausible(chunk->id) || chunk->id == layout.data_id)
       return std::nullopt;
     if (!is_whole(damaged, *chunk)) return layout.is_known(chunk->id) ? std::optional(damaged.size) : std::nullopt;
     from = chunk->data + layout.padded(chunk->size);
@@ -130,10 +130,10 @@ std::vector<Chunk> audio_headers(const DamagedFile& damaged, uint64_t from) {
   const std::string& id = damaged.layout->data_id;
   std::vector<Chunk> headers;
   const uint64_t end = std::min(damaged.size, damaged.limit);
-  for (uint64_t at = from; at < end && headers.size() < kMostHeaders; at += kBlock) {
+  for (uint64_t at = from; at < end && headers.size() < kMaxHeaders; at += kBlock) {
     const uint64_t positions = std::min(kBlock, end - at);
     const std::string block = damaged.read(at, positions + id.size() - 1);
-    for (size_t match = block.find(id); match < positions && headers.size() < kMostHeaders;
+    for (size_t match = block.find(id); match < positions && headers.size() < kMaxHeaders;
          match = block.find(id, match + 1))
       if (const std::optional<Chunk> header = header_at(damaged, at + match)) headers.push_back(*header);
   }

@@ -20,15 +20,15 @@ struct DamagedFile {
   uint64_t limit;             ///< where the search for audio ends
 
   bool is_wave64() const { return layout->size_bytes == sizeof(uint64_t); }
-  /// Fewer bytes only where the file ends. Throws Failure.
+  /// The bytes from `offset` on, fewer only where the file ends. Throws Failure.
   std::string read(uint64_t offset, uint64_t bytes) const;
 };
 
-/// `limit`: without it, 64 KiB. The handle stays the caller's. Throws Failure for an empty file, and for one of another
-/// kind, which a new header would not mend.
+/// A look at a file, whose handle stays the caller's. Without a limit the search for audio ends at 64 KiB. Throws
+/// Failure for an empty file, and for one of another kind, which a new header would not mend.
 DamagedFile look_at(const std::string& name, HANDLE file, std::optional<uint64_t> limit);
 
-/// Of a "fmt " chunk without a count of extra bytes.
+/// Bytes of a format record without a count of extra bytes.
 inline constexpr size_t kPlainRecord = 16;
 
 struct Chunk {
@@ -45,17 +45,17 @@ struct ChunkMap {
   uint64_t end;                  ///< of the last chunk before the audio that is whole
 };
 
-/// What a walk from there on meets, up to the audio or to a header that leads nowhere.
+/// The chunks that a walk from `from` on meets, up to the audio or to a header that leads nowhere.
 ChunkMap map_chunks(const DamagedFile& damaged, uint64_t from);
 
 /// Where the chunks from the mapped format on end before `audio`: the size of the next may lead into it.
 uint64_t chunks_end_before(const DamagedFile& damaged, const ChunkMap& map, const Chunk& audio);
 
-/// Where the last whole one ends of the chunks that fill the file from there on; nothing where they do not. The last of
-/// all may be cut when its id is known.
+/// Where the chunks end that fill the file from `from` on; nothing where no chunks do. The last of them may be cut when
+/// its id is known: the file then ends them.
 std::optional<uint64_t> chunks_end(const DamagedFile& damaged, uint64_t from);
 
-/// What could be headers of audio from there on, up to the limit.
+/// Whatever could be a header of audio from `from` on, up to the limit.
 std::vector<Chunk> audio_headers(const DamagedFile& damaged, uint64_t from);
 
 /// Whether all of a chunk's data are there.

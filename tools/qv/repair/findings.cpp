@@ -14,8 +14,9 @@ namespace {
 
 using State = Findings::State;
 
-constexpr uint64_t kMostClaimed = 256; ///< times what is there
-/// Format records as they come: plain, with a count of extra bytes, extensible.
+/// How many times more bytes than there are a header of audio may claim.
+constexpr uint64_t kMaxClaimed = 256;
+/// Sizes of format records as they come: plain, with a count of extra bytes, extensible.
 constexpr size_t kRecordSizes[] = {kPlainRecord, sizeof(WAVEFORMATEX), sizeof(WAVEFORMATEXTENSIBLE)};
 
 bool has_header_traces(const DamagedFile& damaged) {
@@ -51,25 +52,24 @@ const Chunk* chosen_audio(const DamagedFile& damaged, const ChunkMap& map, const
   const auto likely = std::find_if(headers.begin(), headers.end(),
                                    [&](const Chunk& header) { return has_plausible_size(damaged, header); });
   if (likely != headers.end()) return &*likely;
-  // Of a cut file more may be claimed than is there, but a text that happens to read "data" claims too much, and what
-  // lies in a chunk is its own.
+  // A cut file may claim more than is there, but a text that happens to read "data" claims too much, and what lies in a
+  // chunk belongs to that.
   const auto possible = std::find_if(headers.begin(), headers.end(), [&](const Chunk& header) {
-    return header.size / kMostClaimed <= damaged.size - header.data && (!map.format || header.at >= map.end);
+    return header.size / kMaxClaimed <= damaged.size - header.data && (!map.format || header.at >= map.end);
   });
   return possible == headers.end() ? nullptr : &*possible;
 }
 
-/// Makes the chunk whose header is ruined reach to the header of the audio; false where no header fits in between. A
-/// format chunk that is the ruined one gets the size that is left for it.
-bool close_gap(const DamagedFile& damaged, Findings& findings) {
+/// Lets the chunk whose header is ruined reach to the header of the audio; where no header fits in between, nothing is
+/// changed. When the format chunk is the ruined one, it gets the size that is left for it.
+void close_gap(const DamagedFile& damaged, Findings& findings) {
   const HeaderLayout& layout = *damaged.layout;
   const uint64_t gap = findings.audio->at - findings.front;
-  if (gap < layout.chunk_header() || gap % layout.alignment != 0) return false;
+  if (gap < layout.chunk_header() || gap % layout.alignment != 0) return;
   const std::string id = damaged.read(findings.front, layout.id_bytes());
   findings.front_id = layout.is_plausible(id) ? id : layout.junk_id;
   if (findings.front == findings.format->at) findings.format->size = gap - layout.chunk_header();
   findings.state = State::kGap;
-  return true;
 }
 
 /// Whether the library's repair takes the audio to start there too, and can write a header before it.
@@ -78,7 +78,7 @@ bool library_agrees(const DamagedFile& damaged, const std::vector<Chunk>& header
   const uint64_t plain = layout.repair_looks_from() + layout.chunk_header();
   const bool has_room = audio.data == plain || audio.data >= plain + layout.chunk_header();
   if (!has_room || audio.data % layout.alignment != 0 || damaged.size < plain) return false;
-  // It walks, and takes the first that looks like one where that leads nowhere.
+  // The library walks, and takes the first that looks like a header where that leads nowhere.
   const uint64_t bound = std::min(damaged.size, damaged.limit);
   if (!move_to(damaged.file, layout.repair_looks_from())) return false;
   auto remaining = static_cast<DWORD>(bound);

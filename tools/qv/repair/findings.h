@@ -14,14 +14,14 @@ struct Findings {
     kLost        ///< none of these: nothing can be mended in its place
   };
   State state;
-  std::optional<Chunk> format = {}; ///< where its record is; of the size that it will have. None where none is left
+  std::optional<Chunk> format = {}; ///< the format chunk, of the size that it will have; none where none is left
   std::optional<Chunk> audio = {};  ///< the header of audio; none where none is left
   uint64_t front = 0;               ///< kGap and kLost: where the chunks end that stay
   std::string front_id = {};        ///< kGap: what the chunk there is to be called
   bool has_header_traces = false;   ///< whether any of the three ids is there that a file begins with
 };
 
-/// Reads only. Throws Failure where the file cannot be read.
+/// Looks for all of that, and writes nothing. Throws Failure where the file cannot be read.
 Findings examine(const DamagedFile& damaged);
 
 } // namespace qv::tool

@@ -7,14 +7,14 @@ namespace qv::tool {
 
 namespace {
 
-constexpr DWORD kLeastRate = 2'000;
-constexpr DWORD kMostRate = 192'000;
+constexpr DWORD kMinRate = 2'000;
+constexpr DWORD kMaxRate = 192'000;
 
 bool is_one_of(WORD value, std::initializer_list<WORD> values) {
   return std::find(values.begin(), values.end(), value) != values.end();
 }
 
-/// Bytes of samples that have so many bits: at least those that hold them, the same for each channel.
+/// Whether the block align gives each channel the same number of bytes, at least those that the bits need.
 bool fits_samples(const WAVEFORMATEX& format) {
   const DWORD bits = format.wBitsPerSample;
   const DWORD sample = format.nBlockAlign / format.nChannels;
@@ -23,14 +23,15 @@ bool fits_samples(const WAVEFORMATEX& format) {
 }
 
 bool usual_rate(const WAVEFORMATEX& format) {
-  return format.nSamplesPerSec >= kLeastRate && format.nSamplesPerSec <= kMostRate;
+  return format.nSamplesPerSec >= kMinRate && format.nSamplesPerSec <= kMaxRate;
 }
 
 bool rate_agrees(const WAVEFORMATEX& format) {
   return format.nAvgBytesPerSec == uint64_t{format.nSamplesPerSec} * format.nBlockAlign;
 }
 
-/// Of a compressed format little is known. What looks like samples under the tag of another format is samples.
+/// Whether a compressed format can be one. Little is known of it, but what looks like samples under the tag of another
+/// format is samples.
 bool compressed_makes_sense(const WAVEFORMATEX& format) {
   constexpr WORD kLaw[] = {6, 7}; // A-law and mu-law: samples too, of 8 bits
   const bool is_law = format.wFormatTag == kLaw[0] || format.wFormatTag == kLaw[1];
@@ -67,8 +68,7 @@ WAVEFORMATEXTENSIBLE mended(const std::string& record, const WAVEFORMATEX& hint)
   WAVEFORMATEXTENSIBLE whole = {};
   WAVEFORMATEX& format = whole.Format;
   format = loaded(record).Format;
-  if (format.nSamplesPerSec < kLeastRate || format.nSamplesPerSec > kMostRate)
-    format.nSamplesPerSec = hint.nSamplesPerSec;
+  if (format.nSamplesPerSec < kMinRate || format.nSamplesPerSec > kMaxRate) format.nSamplesPerSec = hint.nSamplesPerSec;
   if (format.nChannels != 1 && format.nChannels != 2) format.nChannels = hint.nChannels;
   if (!is_one_of(format.wFormatTag, {WAVE_FORMAT_PCM, WAVE_FORMAT_IEEE_FLOAT})) format.wFormatTag = hint.wFormatTag;
   const WORD bits = hint.wBitsPerSample;

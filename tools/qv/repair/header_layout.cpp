@@ -58,13 +58,13 @@ std::string HeaderLayout::file_start(uint64_t file_bytes) const {
 }
 
 bool HeaderLayout::is_plausible(const std::string& id) const {
-  // Any GUID may be one; four characters are text.
+  // Any GUID may be an id; four characters are text.
   if (id_bytes() == sizeof(GUID)) return id != std::string(sizeof(GUID), '\0');
   return std::all_of(id.begin(), id.end(), [](char c) { return c >= ' ' && c <= '~'; });
 }
 
 bool HeaderLayout::is_known(const std::string& id) const {
-  constexpr size_t kName = 4; // of a GUID the rest is that of its family
+  constexpr size_t kName = 4; // the rest of a GUID is that of its family
   if (id == bytes_of(QVW64_LIST) || id == junk_id) return true;
   return id.substr(kName) == format_id.substr(kName) &&
          std::any_of(std::begin(kChunksBehindAudio), std::end(kChunksBehindAudio),

@@ -19,7 +19,7 @@ struct HeaderLayout {
   uint64_t id_bytes() const { return file_id.size(); }
   uint64_t chunk_header() const { return id_bytes() + size_bytes; }
   uint64_t file_header() const { return chunk_header() + id_bytes(); }
-  /// Of the format chunk's data where that is the first chunk, as it usually is.
+  /// Where the format record stands when the format chunk is the first, as it usually is.
   uint64_t record_at() const { return file_header() + chunk_header(); }
   /// Where the library's repair begins to look for audio.
   uint64_t repair_looks_from() const { return record_at() + padded(sizeof(WAVEFORMATEX)); }
@@ -38,7 +38,7 @@ struct HeaderLayout {
   bool is_known(const std::string& id) const;
 };
 
-/// Of a file that begins with these bytes and has this name.
+/// The layout of a file that begins with these bytes; where they do not tell, by its name.
 const HeaderLayout& header_layout(const std::string& first_bytes, const std::string& name);
 
 } // namespace qv::tool

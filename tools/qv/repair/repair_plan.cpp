@@ -27,7 +27,7 @@ struct Draft {
   }
 };
 
-/// Puts a record in the format chunk's place where the one there makes no sense; answers the block align.
+/// Puts a new record into the format chunk where the one there makes no sense. Returns the block align.
 DWORD mend_record(Draft& draft, const Chunk& chunk) {
   const std::string record =
       draft.damaged.read(chunk.data, std::min<uint64_t>(chunk.size, sizeof(WAVEFORMATEXTENSIBLE)));
@@ -45,7 +45,7 @@ DWORD mend_record(Draft& draft, const Chunk& chunk) {
   return format.Format.nBlockAlign;
 }
 
-/// A size that counts all chunks, and no more than the file, may stay.
+/// Mends the file's own header, whose size may stay when it counts all chunks, and no more than the file.
 void mend_file_size(Draft& draft, uint64_t end) {
   const HeaderLayout& layout = draft.layout;
   const uint64_t size = draft.damaged.size;
@@ -71,7 +71,8 @@ std::optional<uint64_t> believable_end(const DamagedFile& damaged, const Chunk& 
   return end ? end : chunks_end(damaged, audio_end);
 }
 
-/// The audio keeps a size behind which the file ends or goes on with chunks; any other becomes what the file holds.
+/// Mends the sizes of audio and file. Audio keeps a size behind which the file ends or goes on with chunks; any other
+/// becomes what the file holds.
 void mend_sizes(Draft& draft, const Chunk& audio, DWORD block_align) {
   const HeaderLayout& layout = draft.layout;
   const uint64_t size = draft.damaged.size;
@@ -82,8 +83,8 @@ void mend_sizes(Draft& draft, const Chunk& audio, DWORD block_align) {
              number(held) + " to the file's end" + (has_others ? ", other chunks among them" : ""));
   uint64_t data_bytes = audio.size;
   if (!end) {
-    const uint64_t most = std::min(held, layout.largest_size() - layout.chunk_size_includes);
-    data_bytes = most - most % block_align;
+    const uint64_t max_bytes = std::min(held, layout.largest_size() - layout.chunk_size_includes);
+    data_bytes = max_bytes - max_bytes % block_align;
     end = std::min(audio.data + layout.padded(data_bytes), size);
   }
   const std::string header = layout.chunk_start(layout.data_id, data_bytes);
@@ -131,8 +132,8 @@ WAVEFORMATEXTENSIBLE guessed_format(const Draft& draft, const Findings& findings
   return format;
 }
 
-/// What is left of a header stays in front; a new one follows, then what the file has, where no header says from
-/// `audio_from` on.
+/// Plans a new file: what is left of a header, a new one behind it, then what the file has. Without a header of audio,
+/// that is all from `audio_from` on.
 void plan_new_file(Draft& draft, const Findings& findings, uint64_t audio_from) {
   const DamagedFile& damaged = draft.damaged;
   const HeaderLayout& layout = draft.layout;
@@ -152,7 +153,7 @@ void plan_new_file(Draft& draft, const Findings& findings, uint64_t audio_from) 
     plan.new_header =
         layout.file_start(0) + layout.chunk_start(layout.format_id, kPlainRecord) + record_bytes(format, kPlainRecord);
   }
-  // Behind chunks that walk the ruined header stood: so much of it goes that frames stay frames.
+  // A ruined header stood behind the chunks that walk: so much of it goes that frames stay frames.
   const uint64_t kept = keeps_front ? findings.front + layout.chunk_header() % block_align : 0;
   plan.kept_from = findings.audio ? findings.audio->data : std::min(damaged.size, std::max(kept, audio_from));
   const uint64_t held = std::min(damaged.size - plan.kept_from, layout.largest_size());

@@ -25,7 +25,7 @@ struct RepairPlan {
   };
 
   bool is_wave64 = false;
-  std::vector<std::string> found; ///< a line each
+  std::vector<std::string> found; ///< what is wrong, a line each
   Way way = Way::kInPlace;
   std::vector<Edit> edits;
   uint64_t limit = 0; ///< for the library's search
@@ -44,7 +44,8 @@ struct RepairHint {
   std::optional<uint64_t> limit; ///< where the search for audio ends; without it, 64 KiB
 };
 
-/// Throws Failure for a file of another kind, and for one without audio.
+/// The plan for a file under that name. `file` stays the caller's. Throws Failure for a file of another kind, and for
+/// one without audio.
 RepairPlan plan_repair(const std::string& name, HANDLE file, const RepairHint& hint);
 
 } // namespace qv::tool

@@ -16,7 +16,7 @@ WString wide_name(const std::string& label, const std::string& text) {
   return *converted;
 }
 
-/// Major number in the top byte, minor one below it.
+/// A version as the library takes it: the major number in the top byte, the minor one below it.
 DWORD version_word(const std::string& version) {
   unsigned major = 0;
   unsigned minor = 0;
@@ -41,7 +41,7 @@ WString key_path(const WString& name, DWORD version, const WString& sub_key) {
   return path += sub_key;
 }
 
-/// What a value's name says about it: nothing when it is no setting's.
+/// The setting that a value of that name holds, without its bytes; nothing when it holds none.
 std::optional<Setting> setting_named(const WString& name, DWORD type) {
   const SettingType* row = setting_type(type);
   if (!row) return std::nullopt;

@@ -19,19 +19,19 @@ struct Application {
 class SettingsStore {
 public:
   enum class Access { kRead, kCreate };
-  /// Reading creates nothing: no settings at all are a failure.
+  /// Opens the settings. With kRead nothing is created, and no settings at all are a failure.
   SettingsStore(const Application& application, Access access);
   SettingsStore(const SettingsStore&) = delete;
   SettingsStore& operator=(const SettingsStore&) = delete;
   ~SettingsStore() { close(); }
 
-  /// By number and type; values with other names are not settings. Opened to read.
+  /// All settings by number and type, of a store that was opened to read. Values with other names are no settings.
   std::vector<Setting> all() const;
   Setting get(LONG number, const SettingType& type) const;
   void set(const Setting& setting);
   void remove(LONG number, const SettingType& type);
 
-  /// A failure with a setting.
+  /// Throws the failure of work on a setting.
   [[noreturn]] void fail(LONG number, const SettingType& type, const std::string& reason) const;
 
 private:

@@ -90,14 +90,14 @@ std::vector<BYTE> multi_from(const std::vector<std::string>& texts) {
   return characters(joined);
 }
 
-/// Whole characters; what stands behind the last one is left out.
+/// The whole characters of a stored text; a byte behind the last one is left out.
 WString stored_text(const std::vector<BYTE>& bytes) {
   WString text(bytes.size() / sizeof(WCHAR), WCHAR{0});
   std::memcpy(text.data(), bytes.data(), text.size() * sizeof(WCHAR));
   return text;
 }
 
-/// Up to the terminator, or all where there is none.
+/// A text up to its terminator, or all of it where there is none.
 std::string string_of(const Setting& setting) {
   const WString text = stored_text(setting.bytes);
   return utf8(text.substr(0, text.find(WCHAR{0})));

@@ -19,7 +19,7 @@ struct SettingType {
 inline constexpr SettingType kSettingTypes[] = {
     {"dword", REG_DWORD, 0}, {"string", REG_SZ, 'S'}, {"binary", REG_BINARY, 'B'}, {"multi", REG_MULTI_SZ, 'Z'}};
 
-/// Null for a name or a type that is not in the table.
+/// The row of a name or of a registry type; null for one that is not in the table.
 const SettingType* setting_type(const std::string& name);
 const SettingType* setting_type(DWORD type);
 
@@ -32,13 +32,13 @@ struct Setting {
 /// "5" or "5 (string)", as messages name a setting.
 std::string setting_label(LONG number, const SettingType& type);
 
-/// The bytes to be stored. Throw std::invalid_argument that says what is wrong with the value.
+/// The bytes that store a value. Both throw std::invalid_argument that says what is wrong with the value.
 std::vector<BYTE> bytes_from_text(const SettingType& type, const std::vector<std::string>& texts);
 std::vector<BYTE> bytes_from_json(const SettingType& type, const Json& value);
 
-/// Null for a number that is not of 4 bytes.
+/// The value as JSON; null for a number that is not of 4 bytes.
 Json json_value(const Setting& setting);
-/// A line for each of a multi's texts.
+/// The value as text, with a line for each of several texts.
 std::string text_value(const Setting& setting);
 
 } // namespace qv::tool
