@@ -57,6 +57,8 @@ const BadFile kBadFiles[] = {
     {"compressed", wave({0x55, 2, 44100, 16}, "abcd"), "compressed", true},
     {"unknown bits", wave({1, 1, 48000, 40}, "abcdefghij"), "compressed or unknown", true},
     {"private tag without samples", wave({0xFE03, 1, 48000, 16}, "abcd"), "compressed or unknown", true},
+    {"extensible in 18 bytes", riff("WAVE", chunk("fmt ", format_bytes({0xFFFE, 1, 48000, 16}) + u16(22)) + kData),
+     "compressed or unknown", true},
     {"block align of other samples",
      riff("WAVE", chunk("fmt ", format_bytes({1, 2, 48000, 16}).replace(12, 2, u16(8))) + kData), "block align of 8",
      true},

@@ -52,6 +52,9 @@ TEST(Tag, ReplacesTheListWhole) {
       {plain + info_list(kTitle + kTitle), plain, {"--remove", "INAM"}}, // both
       {plain, plain + info_list(chunk("INAM", Bytes("\xE9t\xE9\0", 4))), {"INAM=\xC3\xA9t\xC3\xA9"}},
       {plain, plain, {"--remove", "INAM", "--clear"}},
+      {kFormat + header("data", 5) + "abcde", // an odd end without its pad byte
+       kFormat + chunk("data", "abcde") + info_list(kTitle),
+       {"INAM=title"}},
   };
   for (size_t i = 0; i < std::size(cases); ++i) {
     SCOPED_TRACE(i);
