@@ -2,47 +2,20 @@
 // a header, deletion takes away what it says.
 //
 // Input: a byte that says what is done, one for the limit of the repairs, and the file.
-#include "fuzz/riff/memory_file.h"
+#include "fuzz/riff/chunk_walk.h"
 
-#include "qv/iff.h"
-#include "qv/riff64.h"
 #include "qv/wave_file.h"
 
 using namespace fuzz;
+using namespace riff_test;
 
 namespace {
 
 void walk_wave64(const MemoryFile& file) {
-  for (const GUID* id : {&QVW64_FMT, &QVW64_DATA, &QVW64_LIST}) {
-    ULONGLONG size = 0;
-    ULONGLONG left = 0;
-    if (SUCCEEDED(riff64_FindChunkHeaderInRIFF(file.handle, id, &size, &left))) {
-      require(file.position() >= 64 && file.position() <= file.size());
-      QVRIFF64DATA data = {size, nullptr};
-      if (SUCCEEDED(riff64_ReadDataAlloc(file.handle, &data)) && data.data) {
-        require(data.size <= static_cast<ULONGLONG>(file.size()));
-        const HGLOBAL block = GlobalHandle(data.data);
-        GlobalUnlock(block);
-        GlobalFree(block);
-      }
-    }
-    if (SUCCEEDED(riff64_FindListChunkFromStart(file.handle, id, &size))) {
-      DWORD count = 0;
-      left = size;
-      const LONGLONG at = file.position();
-      riff64_GetNumListEntries(file.handle, &count, &left);
-      require(file.position() == at);
-      riff64_SeekListEntry(file.handle, count, &left);
-      require(file.position() >= at);
-    }
-    for (const LONG is_list : {0, 1}) {
-      const LONGLONG before = file.size();
-      ULONGLONG removed = 0;
-      const HRESULT result = riff64_DeleteChunk(file.handle, id, &removed, is_list);
-      const LONGLONG gone = before - file.size();
-      require(gone >= 0 && static_cast<ULONGLONG>(gone) <= removed);
-      require(SUCCEEDED(result) || gone == 0);
-    }
+  for (const GUID& id : {QVW64_FMT, QVW64_DATA, QVW64_LIST}) {
+    search<Wave64>(file, id);
+    remove_all<Wave64>(file, id, 0);
+    remove_all<Wave64>(file, id, 1);
   }
 }
 
@@ -55,13 +28,8 @@ void walk_iff(const MemoryFile& file) {
   QVIFFMARKER marker;
   for (WORD id = 0; id < 3; ++id)
     iff_FindMarker(file.handle, &marker, id);
-  for (const DWORD id : {QVIFF_ID_COMM, QVIFF_ID_SSND, QVIFF_ID_MARK}) {
-    const LONGLONG before = file.size();
-    DWORD removed = 0;
-    const HRESULT result = iff_DeleteChunk(file.handle, id, &removed);
-    const LONGLONG gone = before - file.size();
-    require(gone >= 0 && gone <= LONGLONG{removed} && (SUCCEEDED(result) || gone == 0));
-  }
+  for (const char* name : {"COMM", "SSND", "MARK"})
+    remove_all<Iff>(file, id_of<Iff>(name), 0);
 }
 
 void repair(const MemoryFile& file, bool wave64, DWORD limit) {

@@ -1,15 +1,14 @@
-// The containers as types, for tests that hold in each of them: how their bytes look, written without the library, and
-// the library's functions. IFF has no lists.
+// The containers as types, for tests and fuzz targets that hold in each of them: how their bytes look, written without
+// the library, and the library's functions. IFF has no lists.
 #pragma once
 
-#include "tests/riff/scratch_file.h"
 #include "tests/riff/wave64_bytes.h"
 
 #include "qv/iff.h"
+#include "qv/riff.h"
 #include "qv/riff64.h"
 
 #include <cstring>
-#include <gtest/gtest.h>
 
 namespace riff_test {
 
@@ -116,7 +115,5 @@ Bytes file_in(std::string_view body) {
 /// Where the first chunk of a file is.
 template <class C>
 constexpr size_t kFirst = size_t{C::kHeader} + C::kType;
-
-using RiffAndWave64 = testing::Types<Riff, Wave64>;
 
 } // namespace riff_test

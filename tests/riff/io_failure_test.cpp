@@ -2,6 +2,7 @@
 // be made to fail.
 #include "platform/posix/seams.h"
 #include "tests/riff/containers.h"
+#include "tests/riff/scratch_file.h"
 #include "tests/riff/summary/summary_text.h"
 
 #include "qv/wave_file.h"
@@ -76,6 +77,7 @@ struct Sample {
 
 template <class C>
 class IoFailure : public testing::Test {};
+using RiffAndWave64 = testing::Types<Riff, Wave64>;
 TYPED_TEST_SUITE(IoFailure, RiffAndWave64);
 
 TYPED_TEST(IoFailure, OfChunkFunctions) {

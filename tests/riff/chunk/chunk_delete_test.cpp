@@ -1,5 +1,6 @@
 // Deletion by what the headers claim, and sizes that no file can have.
 #include "tests/riff/containers.h"
+#include "tests/riff/scratch_file.h"
 
 using namespace riff_test;
 
@@ -7,6 +8,7 @@ namespace {
 
 template <class C>
 class ChunkDelete : public testing::Test {};
+using RiffAndWave64 = testing::Types<Riff, Wave64>;
 TYPED_TEST_SUITE(ChunkDelete, RiffAndWave64);
 
 TYPED_TEST(ChunkDelete, TakesOffAllThatTheHeaderClaims) {

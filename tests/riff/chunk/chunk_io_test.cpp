@@ -1,5 +1,6 @@
 // Headers and data at the file's position.
 #include "tests/riff/containers.h"
+#include "tests/riff/scratch_file.h"
 
 #include <limits>
 
@@ -9,6 +10,7 @@ namespace {
 
 template <class C>
 class ChunkIo : public testing::Test {};
+using RiffAndWave64 = testing::Types<Riff, Wave64>;
 TYPED_TEST_SUITE(ChunkIo, RiffAndWave64);
 
 TYPED_TEST(ChunkIo, FileHeader) {

@@ -1,6 +1,7 @@
 // Searches, counts and deletion on random files of each container, against a model that knows where every chunk was
 // put.
 #include "tests/riff/containers.h"
+#include "tests/riff/scratch_file.h"
 
 #include <optional>
 #include <random>

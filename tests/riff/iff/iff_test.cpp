@@ -1,9 +1,11 @@
 // IFF chunks, and AIFF files described.
 #include "tests/riff/containers.h"
+#include "tests/riff/scratch_file.h"
 
 #include "qv/wave_file.h"
 
 #include <algorithm>
+#include <tuple>
 
 using namespace riff_test;
 
@@ -49,21 +51,16 @@ TEST(Iff, HeadersAndWords) {
   EXPECT_EQ(file.contents(),
             be_header("FORM", 0x11223344) + "AIFF" + be_header("COMM", 0x01020304) + be32(0xAABBCCDD) + be16(0xEEFF));
   file.move_to(0);
-  QVIFFCHUNK header = {};
-  DWORD type = 0;
-  EXPECT_EQ(iff_ReadFormType(file, &header, &type), S_OK);
-  EXPECT_EQ(header.id, QVIFF_ID_FORM);
-  EXPECT_EQ(header.size, 0x11223344u);
-  EXPECT_EQ(type, QVIFF_FORM_AIFF);
-  EXPECT_EQ(iff_ReadChunkHdr(file, &header), S_OK);
-  EXPECT_EQ(header.id, QVIFF_ID_COMM);
-  EXPECT_EQ(header.size, 0x01020304u);
-  DWORD dword = 0;
+  QVIFFCHUNK form = {}, header = {};
+  DWORD type = 0, dword = 0;
   WORD word = 0;
+  EXPECT_EQ(iff_ReadFormType(file, &form, &type), S_OK);
+  EXPECT_EQ(std::tuple(form.id, form.size, type), std::tuple(QVIFF_ID_FORM, 0x11223344u, QVIFF_FORM_AIFF));
+  EXPECT_EQ(iff_ReadChunkHdr(file, &header), S_OK);
+  EXPECT_EQ(std::tuple(header.id, header.size), std::tuple(chunk.id, chunk.size));
   EXPECT_EQ(iff_ReadDWORD(file, &dword), S_OK);
   EXPECT_EQ(iff_ReadWORD(file, &word), S_OK);
-  EXPECT_EQ(dword, 0xAABBCCDDu);
-  EXPECT_EQ(word, 0xEEFF);
+  EXPECT_EQ(std::tuple(dword, word), std::tuple(0xAABBCCDDu, 0xEEFF));
   EXPECT_EQ(iff_ReadWORD(file, &word), QVERR_RIFF_READ);
   EXPECT_EQ(iff_ReadDWORD(file, &dword), QVERR_RIFF_READ);
   EXPECT_EQ(iff_ReadChunkHdr(file, &header), QVERR_RIFF_READ);
@@ -94,15 +91,15 @@ TEST(Iff, Markers) {
                                            be32(8) + Bytes("\3two"));
   const ScratchFile file(form("AIFF", common(1, 10, 16) + marks));
   QVIFFMARKER marker;
-  ASSERT_EQ(iff_FindMarker(file, &marker, 7), S_OK);
-  EXPECT_EQ(marker.id, 7);
-  EXPECT_EQ(marker.position, 0xFFFFFFFFu);
-  EXPECT_EQ(qv::WString(marker.name), QV_TEXT("loop"));
-  ASSERT_EQ(iff_FindMarker(file, &marker, 1), S_OK);
-  EXPECT_EQ(marker.position, 100u);
-  EXPECT_EQ(qv::WString(marker.name), QV_TEXT("start"));
-  ASSERT_EQ(iff_FindMarker(file, &marker, 9), S_OK);
-  EXPECT_EQ(qv::WString(marker.name), QV_TEXT(""));
+  const struct {
+    WORD id;
+    DWORD position;
+    qv::WString name;
+  } markers[] = {{7, 0xFFFFFFFF, QV_TEXT("loop")}, {1, 100, QV_TEXT("start")}, {9, 5, QV_TEXT("")}};
+  for (const auto& [id, position, name] : markers) {
+    ASSERT_EQ(iff_FindMarker(file, &marker, id), S_OK);
+    EXPECT_TRUE(marker.id == id && marker.position == position && marker.name == name) << id;
+  }
   EXPECT_EQ(iff_FindMarker(file, &marker, 2), QVERR_RIFF_NOTFOUND);
   EXPECT_EQ(iff_FindMarker(file, nullptr, 2), E_INVALIDARG);
   const Bytes name(255, '\xE9'); // 255 characters of the code page
@@ -141,13 +138,11 @@ TEST(Aiff, Recognition) {
   for (size_t i = 0; i < std::size(cases); ++i) {
     SCOPED_TRACE(i);
     ScratchFile file(cases[i].bytes);
-    LONG aifc = 5;
-    LONG little_endian = 5;
+    LONG aifc = 5, little_endian = 5;
     DWORD size = kUnset;
     file.move_to(3);
     EXPECT_EQ(iff_IsAIFFFileEx(file, &size, &aifc, &little_endian), cases[i].usable);
-    EXPECT_EQ(aifc, cases[i].aifc);
-    EXPECT_EQ(little_endian, cases[i].little_endian);
+    EXPECT_EQ(std::tuple(aifc, little_endian), std::tuple(cases[i].aifc, cases[i].little_endian));
     EXPECT_EQ(size, cases[i].bytes.starts_with("FORM") && cases[i].bytes.size() >= 12
                         ? u32_at(reversed(cases[i].bytes.substr(4, 4)), 0)
                         : kUnset);
@@ -159,50 +154,44 @@ TEST(Aiff, Recognition) {
   }
 }
 
+WAVEFORMATEX format_of(WORD tag, WORD channels, WORD bits) {
+  const auto align = static_cast<WORD>(std::max(bits / 8 * channels, 1));
+  return {tag, channels, 44'100, align * 44'100u, align, bits, 0};
+}
+
 TEST(Aiff, Formats) {
   const struct {
     Bytes bytes;
     HRESULT result;
-    WAVEFORMATEX format;
-    DWORD frames;
-    ULONGLONG start, bytes_of_audio;
+    WAVEFORMATEX format = {};
+    DWORD frames = 0;
+    ULONGLONG start = 0, bytes_of_audio = 0;
   } cases[] = {
-      {form("AIFF", common(2, 2, 16) + sound("12345678")), S_OK, {0xFE02, 2, 44'100, 176'400, 4, 16, 0}, 2, 54, 8},
-      {form("AIFF", sound("1234") + common(1, 3, 8)), S_OK, {0xFE01, 1, 44'100, 44'100, 1, 8, 0}, 3, 28, 3},
-      {form("AIFC", common(1, 2, 24, "sowt") + sound("123456")), S_OK, {1, 1, 44'100, 132'300, 3, 24, 0}, 2, 60, 6},
-      {form("AIFC", common(1, 2, 8, "sowt") + sound("12")), S_OK, {0xFE01, 1, 44'100, 44'100, 1, 8, 0}, 2, 60, 2},
-      {form("AIFC", common(1, 2, 16, "NONE") + sound("1234")), S_OK, {0xFE02, 1, 44'100, 88'200, 2, 16, 0}, 2, 60, 4},
-      {form("AIFF", common(0, 2, 16) + sound("1234")), S_OK, {0xFE02, 0, 44'100, 44'100, 1, 16, 0}, 2, 54, 2},
-      {form("AIFF", common(1, 1'000'000, 16) + sound("1234")),
-       S_OK,
-       {0xFE02, 1, 44'100, 88'200, 2, 16, 0},
-       1'000'000,
-       54,
-       4}, // more is claimed than there is
-      {form("AIFF", common(1, 1'000'000, 16) + sound("1234") + be_chunk("NAME", "behind the sound")),
-       S_OK,
-       {0xFE02, 1, 44'100, 88'200, 2, 16, 0},
-       1'000'000,
-       54,
-       4}, // what is behind the sound is none
-      {form("AIFF", sound("1234")), QVERR_RIFF_NOTFOUND, {}, 0, 0, 0},
-      {form("AIFF", common(1, 1, 16)), QVERR_RIFF_NOTFOUND, {}, 0, 0, 0},
-      {form("AIFF", be_chunk("COMM", "short") + sound("1234")), QVERR_RIFF_BADSIZE, {}, 0, 0, 0},
-      {form("AIFF", common(1, 1, 16) + be_chunk("SSND", "1234567")), QVERR_RIFF_BADSIZE, {}, 0, 0, 0},
-      {form("AIFC", common(1, 1, 16, "ulaw") + sound("1234")), QVERR_RIFF_WRONGFORM, {}, 0, 0, 0},
+      {form("AIFF", common(2, 2, 16) + sound("12345678")), S_OK, format_of(0xFE02, 2, 16), 2, 54, 8},
+      {form("AIFF", sound("1234") + common(1, 3, 8)), S_OK, format_of(0xFE01, 1, 8), 3, 28, 3},
+      {form("AIFC", common(1, 2, 24, "sowt") + sound("123456")), S_OK, format_of(1, 1, 24), 2, 60, 6},
+      {form("AIFC", common(1, 2, 8, "sowt") + sound("12")), S_OK, format_of(0xFE01, 1, 8), 2, 60, 2},
+      {form("AIFC", common(1, 2, 16, "NONE") + sound("1234")), S_OK, format_of(0xFE02, 1, 16), 2, 60, 4},
+      {form("AIFF", common(0, 2, 16) + sound("1234")), S_OK, format_of(0xFE02, 0, 16), 2, 54, 2},
+      // More frames are claimed than the file has, or than the chunk has.
+      {form("AIFF", common(1, 1000, 16) + sound("1234")), S_OK, format_of(0xFE02, 1, 16), 1000, 54, 4},
+      {form("AIFF", common(1, 1000, 16) + sound("1234") + be_chunk("NAME", "behind")), S_OK, format_of(0xFE02, 1, 16),
+       1000, 54, 4},
+      {form("AIFF", sound("1234")), QVERR_RIFF_NOTFOUND},
+      {form("AIFF", common(1, 1, 16)), QVERR_RIFF_NOTFOUND},
+      {form("AIFF", be_chunk("COMM", "short") + sound("1234")), QVERR_RIFF_BADSIZE},
+      {form("AIFF", common(1, 1, 16) + be_chunk("SSND", "1234567")), QVERR_RIFF_BADSIZE},
+      {form("AIFC", common(1, 1, 16, "ulaw") + sound("1234")), QVERR_RIFF_WRONGFORM},
   };
   for (size_t i = 0; i < std::size(cases); ++i) {
     SCOPED_TRACE(i);
     const ScratchFile file(cases[i].bytes);
     WAVEFORMATEX format = {};
     DWORD frames = 0;
-    ULONGLONG start = 0;
-    ULONGLONG bytes = 0;
+    ULONGLONG start = 0, bytes = 0;
     EXPECT_EQ(iff_GetAIFFWfx(file, &format, &frames, &start, &bytes), cases[i].result);
     EXPECT_EQ(std::memcmp(&format, &cases[i].format, sizeof format), 0);
-    EXPECT_EQ(frames, cases[i].frames);
-    EXPECT_EQ(start, cases[i].start);
-    EXPECT_EQ(bytes, cases[i].bytes_of_audio);
+    EXPECT_EQ(std::tuple(frames, start, bytes), std::tuple(cases[i].frames, cases[i].start, cases[i].bytes_of_audio));
     EXPECT_TRUE(FAILED(cases[i].result) || file.position() == static_cast<int64_t>(start));
     EXPECT_EQ(iff_GetAIFFWfx(file, &format, nullptr, nullptr, nullptr), cases[i].result);
   }
@@ -268,8 +257,7 @@ TEST(AiffRates, Words) {
   for (const auto& each : cases) {
     WORD words[5];
     aiff_CreateRate(each.rate, &words[0], &words[1], &words[2], &words[3], &words[4]);
-    for (int i = 0; i < 5; ++i)
-      EXPECT_EQ(words[i], each.words[i]) << each.rate << ", word " << i;
+    EXPECT_TRUE(std::equal(words, words + 5, each.words)) << each.rate;
     EXPECT_EQ(aiff_ConvertRate(words[0], words[1], words[2], words[3], words[4]), each.back) << each.rate;
   }
   EXPECT_EQ(aiff_ConvertRate(0xC00E, 0xAC44, 0, 0, 0), 44'100u) << "negative";

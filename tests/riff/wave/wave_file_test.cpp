@@ -1,5 +1,6 @@
 // Headers of wave files: made, inserted, recognised, repaired.
 #include "tests/riff/containers.h"
+#include "tests/riff/scratch_file.h"
 
 #include "qv/wave_file.h"
 
