@@ -21,19 +21,20 @@ enum : unsigned {
 
 struct Operation {
   const char* name;
-  size_t from; ///< the position
+  const Bytes& bytes; ///< the file
+  size_t from;        ///< the position
   HRESULT (*run)(HANDLE);
   unsigned flags = 0;
   HRESULT other = E_FAIL; ///< what a failure may give besides
 };
 
-void expect_each_failure_reported(const Bytes& bytes, const Operation& operation) {
+void expect_each_failure_reported(const Operation& operation) {
   SCOPED_TRACE(operation.name);
   constexpr int kNever = 1'000'000;
   int calls = 1;
   for (int nth = 0; nth <= calls; ++nth) {
     SCOPED_TRACE(nth);
-    const ScratchFile file(bytes);
+    const ScratchFile file(operation.bytes);
     file.move_to(static_cast<int64_t>(operation.from));
     // First with a failure far off: how many calls there are to fail.
     fail_io(nth == 0 ? kNever : nth);
@@ -48,7 +49,7 @@ void expect_each_failure_reported(const Bytes& bytes, const Operation& operation
     const bool read_failed = result == QVERR_RIFF_READ && (operation.flags & kWrites) == 0;
     const bool write_failed = result == QVERR_RIFF_WRITE && (operation.flags & kReads) == 0;
     EXPECT_TRUE(read_failed || write_failed || result == operation.other) << std::hex << result;
-    if ((operation.flags & kReads) != 0) EXPECT_EQ(file.contents() == bytes, true);
+    if ((operation.flags & kReads) != 0) EXPECT_EQ(file.contents() == operation.bytes, true);
     // The call that goes back to the position is the last; when that fails the position is lost.
     if ((operation.flags & kRestores) != 0 && nth < calls)
       EXPECT_EQ(file.position(), static_cast<int64_t>(operation.from));
@@ -62,6 +63,7 @@ WCHAR text[32];
 char buffer[64];
 DWORD word;
 ULONGLONG start, bytes_there;
+QVIFFMARKER marker;
 
 /// A format chunk, a list, a larger chunk and another behind it.
 template <class C>
@@ -86,21 +88,24 @@ TYPED_TEST(IoFailure, OfChunkFunctions) {
   static const typename C::Id info = id_of<C>("INFO"), data = id_of<C>("data"), fmt = id_of<C>("fmt ");
   static typename C::Id id;
   static typename C::Count size, left;
+  const Bytes& whole = sample.whole;
   const size_t first = sample.first;
   const Operation operations[] = {
-      {"ReadFileID", 0, [](HANDLE file) { return C::read_file_id(file, &size, &id); }, kReads},
-      {"SeekDataStart", 0, [](HANDLE file) { return C::seek_data_start(file); }, kReads},
-      {"SetRIFFSize", 30, [](HANDLE file) { return C::set_size(file, 100); }, kWrites | kRestores},
-      {"UpdateRIFFSize", 30, [](HANDLE file) { return C::update_size(file, 8); }, kRestores},
-      {"ReadChunkHeader", first, [](HANDLE file) { return C::read_header(file, &id, &size); }, kReads},
-      {"WriteChunkHeader", first, [](HANDLE file) { return C::write_header(file, C::argument(data), 2); }, kWrites},
-      {"ReadListHeader", sample.list, [](HANDLE file) { return C::read_list_header(file, &id, &size); }, kReads},
-      {"WriteListHeader", first, [](HANDLE file) { return C::write_list_header(file, C::argument(info), 2); }, kWrites},
-      {"WriteChunk", first, [](HANDLE file) { return C::write_chunk(file, C::argument(data), "abc", 3, &size); },
+      {"ReadFileID", whole, 0, [](HANDLE file) { return C::read_file_id(file, &size, &id); }, kReads},
+      {"SeekDataStart", whole, 0, [](HANDLE file) { return C::seek_data_start(file); }, kReads},
+      {"SetRIFFSize", whole, 30, [](HANDLE file) { return C::set_size(file, 100); }, kWrites | kRestores},
+      {"UpdateRIFFSize", whole, 30, [](HANDLE file) { return C::update_size(file, 8); }, kRestores},
+      {"ReadChunkHeader", whole, first, [](HANDLE file) { return C::read_header(file, &id, &size); }, kReads},
+      {"WriteChunkHeader", whole, first, [](HANDLE file) { return C::write_header(file, C::argument(data), 2); },
        kWrites},
-      {"ReadData", first, [](HANDLE file) { return C::read_data(file, buffer, 15); }, kReads},
-      {"ReadDataBounded", first, [](HANDLE file) { return C::read_bounded(file, buffer, 24, 15); }, kReads},
-      {"ReadDataAlloc", first,
+      {"ReadListHeader", whole, sample.list, [](HANDLE file) { return C::read_list_header(file, &id, &size); }, kReads},
+      {"WriteListHeader", whole, first, [](HANDLE file) { return C::write_list_header(file, C::argument(info), 2); },
+       kWrites},
+      {"WriteChunk", whole, first, [](HANDLE file) { return C::write_chunk(file, C::argument(data), "abc", 3, &size); },
+       kWrites},
+      {"ReadData", whole, first, [](HANDLE file) { return C::read_data(file, buffer, 15); }, kReads},
+      {"ReadDataBounded", whole, first, [](HANDLE file) { return C::read_bounded(file, buffer, 24, 15); }, kReads},
+      {"ReadDataAlloc", whole, first,
        [](HANDLE file) {
          typename C::Data block = {15, nullptr};
          const HRESULT result = C::read_alloc(file, &block);
@@ -109,76 +114,63 @@ TYPED_TEST(IoFailure, OfChunkFunctions) {
          return result;
        },
        kReads},
-      {"SaveLocation", 20, [](HANDLE file) { return C::save_location(file, &size); }, kReads},
-      {"RestoreLocation", 20, [](HANDLE file) { return C::restore_location(file, 4); }, kReads},
-      {"FindChunkHeader", first, [](HANDLE file) { return C::find(file, C::argument(data), &size, nullptr); }, kReads},
-      {"FindChunkHeaderInRIFF", 0,
+      {"SaveLocation", whole, 20, [](HANDLE file) { return C::save_location(file, &size); }, kReads},
+      {"RestoreLocation", whole, 20, [](HANDLE file) { return C::restore_location(file, 4); }, kReads},
+      {"FindChunkHeader", whole, first, [](HANDLE file) { return C::find(file, C::argument(data), &size, nullptr); },
+       kReads},
+      {"FindChunkHeaderInRIFF", whole, 0,
        [](HANDLE file) { return C::find_from_start(file, C::argument(data), &size, &left); }, kReads},
-      {"FindListChunk", first, [](HANDLE file) { return C::find_list(file, C::argument(info), &size, nullptr); },
+      {"FindListChunk", whole, first, [](HANDLE file) { return C::find_list(file, C::argument(info), &size, nullptr); },
        kReads},
-      {"FindListChunkFromStart", 0, [](HANDLE file) { return C::find_list_from_start(file, C::argument(info), &size); },
-       kReads},
-      {"GetNumListEntries", first,
+      {"FindListChunkFromStart", whole, 0,
+       [](HANDLE file) { return C::find_list_from_start(file, C::argument(info), &size); }, kReads},
+      {"GetNumListEntries", whole, first,
        [](HANDLE file) {
          left = 9100;
          return C::count(file, &word, &left);
        },
        kReads | kRestores},
-      {"SeekListEntry", first, [](HANDLE file) { return C::seek_entry(file, 3, nullptr); }, kReads},
-      {"DeleteChunk", 0, [](HANDLE file) { return C::remove(file, C::argument(fmt), &size, 0); }},
-      {"DeleteChunk, list", 0, [](HANDLE file) { return C::remove(file, C::argument(info), &size, 1); }},
+      {"SeekListEntry", whole, first, [](HANDLE file) { return C::seek_entry(file, 3, nullptr); }, kReads},
+      {"DeleteChunk", whole, 0, [](HANDLE file) { return C::remove(file, C::argument(fmt), &size, 0); }},
+      {"DeleteChunk, list", whole, 0, [](HANDLE file) { return C::remove(file, C::argument(info), &size, 1); }},
   };
   for (const Operation& operation : operations)
-    expect_each_failure_reported(sample.whole, operation);
+    expect_each_failure_reported(operation);
 }
 
 TEST(IoFailures, OfOneContainerAlone) {
-  const Sample<Riff> riff_sample;
-  const Operation riff_operations[] = {
-      {"GetFileSize", 0, [](HANDLE file) { return riff_GetFileSize(file, &word); }, kReads},
-      {"WriteANSIString", 56, [](HANDLE file) { return riff_WriteANSIString(file, u"title", &word); }, kWrites},
-      {"ReadANSIString", riff_sample.text_at,
-       [](HANDLE file) {
-         word = 6;
-         return riff_ReadANSIString(file, text, 32, &word);
-       },
-       kReads},
-      {"InsertWavHeader", 7, [](HANDLE file) { return QvInsertWavHeader(file, &kStereo, 100, 60); }, kRestores,
-       QVERR_RIFF_BADSIZE}, // the file's size cannot be told
-      {"InsertW64Header", 7, [](HANDLE file) { return QvInsertW64Header(file, &kStereo, 100, 144); }, kRestores,
-       QVERR_RIFF_BADSIZE},
-      {"GetFileWfx", 7, [](HANDLE file) { return QvGetFileWfx(file, &format); }, kReads | kRestores},
-      {"SetFileWfx", 7, [](HANDLE file) { return QvSetFileWfx(file, &kStereo); }, kRestores},
-  };
-  for (const Operation& operation : riff_operations)
-    expect_each_failure_reported(riff_sample.whole, operation);
-  // Where the walk fails the search goes on.
-  expect_each_failure_reported(
-      riff("WAVE", chunk("fmt ", kRecord) + chunk("data", Bytes(5000, 'd'))),
-      {"FixTrashedWav", 7, [](HANDLE file) { return QvFixTrashedWav(file, nullptr, 0xFFFFFFFF); }, kRestores, S_OK});
-  expect_each_failure_reported(Sample<Wave64>().whole,
-                               {"WriteChunkToFile", 40,
-                                [](HANDLE file) { return riff64_WriteChunkToFile(file, &QVW64_JUNK, "abc", 3); },
-                                kWrites});
-
+  const Sample<Riff> sample;
+  const Sample<Wave64> sample64;
   const Bytes common = Bytes("\0\1\0\0\0\4\0\x10\x40\x0E\xAC\x44\0\0\0\0\0\0", 18);
   const Bytes mark = Bytes("\0\1\0\7\0\0\0\5\3two", 12);
+  const Bytes riff_file = sample.whole, wave64_file = sample64.whole;
+  const Bytes wave = riff("WAVE", chunk("fmt ", kRecord) + chunk("data", Bytes(5000, 'd')));
   const Bytes aiff = file_in<Iff>(chunk_in<Iff>("COMM", common) + chunk_in<Iff>("MARK", mark) +
                                   chunk_in<Iff>("SSND", Bytes(5000, '\0')));
-  const Operation aiff_operations[] = {
-      {"GetAIFFWfx", 0, [](HANDLE file) { return iff_GetAIFFWfx(file, &format, &word, &start, &bytes_there); }, kReads,
-       QVERR_RIFF_WRONGFORM}, // what cannot be read is not recognised
-      {"FindMarker", 0,
-       [](HANDLE file) {
-         QVIFFMARKER marker;
-         return iff_FindMarker(file, &marker, 7);
-       },
-       kReads},
-      {"DeleteChunk", 0, [](HANDLE file) { return iff_DeleteChunk(file, QVIFF_ID_MARK, &word); }},
-      {"WriteFileID", 0, [](HANDLE file) { return iff_WriteFileID(file, QVIFF_FORM_AIFF, 4); }, kWrites},
+  const Operation operations[] = {
+      {"GetFileSize", riff_file, 0, [](HANDLE file) { return riff_GetFileSize(file, &word); }, kReads},
+      {"WriteANSIString", riff_file, 56, [](HANDLE file) { return riff_WriteANSIString(file, u"title", &word); },
+       kWrites},
+      {"ReadANSIString", riff_file, sample.text_at,
+       [](HANDLE file) { return riff_ReadANSIString(file, text, 32, &(word = 6)); }, kReads},
+      {"WriteChunkToFile", wave64_file, 40,
+       [](HANDLE file) { return riff64_WriteChunkToFile(file, &QVW64_JUNK, "abc", 3); }, kWrites},
+      {"InsertWavHeader", wave, 7, [](HANDLE file) { return QvInsertWavHeader(file, &kStereo, 100, 60); }, kRestores,
+       QVERR_RIFF_BADSIZE}, // the file's size cannot be told
+      {"InsertW64Header", wave, 7, [](HANDLE file) { return QvInsertW64Header(file, &kStereo, 100, 144); }, kRestores,
+       QVERR_RIFF_BADSIZE},
+      {"GetFileWfx", wave, 7, [](HANDLE file) { return QvGetFileWfx(file, &format); }, kReads | kRestores},
+      {"SetFileWfx", wave, 7, [](HANDLE file) { return QvSetFileWfx(file, &kStereo); }, kRestores},
+      {"FixTrashedWav", wave, 7, [](HANDLE file) { return QvFixTrashedWav(file, nullptr, 0xFFFFFFFF); }, kRestores,
+       S_OK}, // where the walk fails the search goes on
+      {"GetAIFFWfx", aiff, 0, [](HANDLE file) { return iff_GetAIFFWfx(file, &format, &word, &start, &bytes_there); },
+       kReads, QVERR_RIFF_WRONGFORM}, // what cannot be read is not recognised
+      {"FindMarker", aiff, 0, [](HANDLE file) { return iff_FindMarker(file, &marker, 7); }, kReads},
+      {"iff_DeleteChunk", aiff, 0, [](HANDLE file) { return iff_DeleteChunk(file, QVIFF_ID_MARK, &word); }},
+      {"iff_WriteFileID", aiff, 0, [](HANDLE file) { return iff_WriteFileID(file, QVIFF_FORM_AIFF, 4); }, kWrites},
   };
-  for (const Operation& operation : aiff_operations)
-    expect_each_failure_reported(aiff, operation);
+  for (const Operation& operation : operations)
+    expect_each_failure_reported(operation);
 }
 
 TEST(IoFailures, OnlyTheFormTypeDecidesForTheFileHeader) {
@@ -217,10 +209,11 @@ HRESULT load(HANDLE file, const Bytes& whole, HRESULT (*loader)(HANDLE, _summary
   return result;
 }
 
+const SummaryList kList(kModel);
+
 HRESULT save(HANDLE file, HRESULT (*saver)(HANDLE, const _summarylisttag*, DWORD*)) {
-  const SummaryList list(kModel);
   DWORD written = 77;
-  const HRESULT result = saver(file, &list, &written);
+  const HRESULT result = saver(file, &kList, &written);
   EXPECT_EQ(written != 0, result == S_OK);
   return result;
 }
@@ -233,23 +226,23 @@ HRESULT fetch(HANDLE file) {
 }
 
 TEST(IoFailures, OfSummaryLists) {
-  // Blocks: an array, and each text before and after its conversion; the list's rest, and the text.
+  // Blocks: an array, and each text before and after its conversion; each conversion; the list's rest, and the text.
+  const Bytes nothing, before = "before" + kInfo;
   const struct {
     Operation operation;
-    Bytes bytes;
     int blocks;
   } cases[] = {
-      {{"Load", 12, [](HANDLE file) { return load(file, kInfo, QvSummary_Load); }, kReads}, kInfo, 1 + 3 * 2},
-      {{"LoadUNFO", 12, [](HANDLE file) { return load(file, kUnfo, QvSummary_LoadUNFO); }, kReads}, kUnfo, 1 + 3},
-      {{"Save", 0, [](HANDLE file) { return save(file, QvSummary_Save); }, kWrites}, "", -1},
-      {{"SaveUNFO", 0, [](HANDLE file) { return save(file, QvSummary_SaveUNFO); }, kWrites}, "", -1},
-      {{"GetStringFromFile", 6, fetch, kReads | kRestores}, "before" + kInfo, 2},
+      {{"Load", kInfo, 12, [](HANDLE file) { return load(file, kInfo, QvSummary_Load); }, kReads}, 1 + 3 * 2},
+      {{"LoadUNFO", kUnfo, 12, [](HANDLE file) { return load(file, kUnfo, QvSummary_LoadUNFO); }, kReads}, 1 + 3},
+      {{"Save", nothing, 0, [](HANDLE file) { return save(file, QvSummary_Save); }, kWrites}, 3},
+      {{"SaveUNFO", nothing, 0, [](HANDLE file) { return save(file, QvSummary_SaveUNFO); }, kWrites}, 0},
+      {{"GetStringFromFile", before, 6, fetch, kReads | kRestores}, 2},
   };
-  for (const auto& [operation, bytes, blocks] : cases) {
-    expect_each_failure_reported(bytes, operation);
+  for (const auto& [operation, blocks] : cases) {
+    expect_each_failure_reported(operation);
     SCOPED_TRACE(operation.name);
     for (int nth = 1; nth <= blocks + 1; ++nth) {
-      const ScratchFile file(bytes);
+      const ScratchFile file(operation.bytes);
       file.move_to(static_cast<int64_t>(operation.from));
       fail_allocation(nth);
       EXPECT_EQ(operation.run(file), nth <= blocks ? E_OUTOFMEMORY : S_OK);

@@ -27,18 +27,6 @@ int each_allocation(const std::function<void()>& prepare, const std::function<HR
   }
 }
 
-TEST(SummaryFailure, SavingReportsAFailedConversion) {
-  const SummaryList list("INAM=title;ICMT=;IART=Jo");
-  const ScratchFile file;
-  DWORD written = 77;
-  EXPECT_EQ(each_allocation([&] { file.move_to(0); }, [&] { return QvSummary_Save(file, &list, &written); }), 3);
-  fail_allocation(2);
-  file.move_to(0);
-  EXPECT_EQ(QvSummary_Save(file, &list, &written), E_OUTOFMEMORY);
-  fail_allocation(0);
-  EXPECT_EQ(written, 0u);
-}
-
 TEST(SummaryFailure, ListsAreAsPromisedAfterAFailedAllocation) {
   SummaryList list;
   SummaryList other;

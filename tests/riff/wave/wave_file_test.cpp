@@ -181,77 +181,67 @@ TYPED_TEST(WaveFiles, HeadersInserted) {
             C::kAlign == 2 ? header("RIFF", 0xFFFFFFFF) : header64("riff", whole));
 }
 
-TEST(WaveFormats, Recognised) {
-  const Bytes pcm = record_bytes(kStereo);
+TEST(WaveFormats, RecognisedReadAndReplaced) {
+  const WAVEFORMATEX mono = format_of(1, 1, 8'000, 8);
+  WAVEFORMATEX with_extra = mono;
+  with_extra.cbSize = 2;
+  const Bytes pcm = record_bytes(kStereo), short_pcm = pcm.substr(0, 16);
   const Bytes adpcm = record_bytes(format_of(2, 2, 44'100, 4));
   // An extensible header is taken by its GUID, which is read as zeros where the chunk is too short for what it claims.
   const Bytes extensible = record_bytes(format_of(0xFFFE, 2, 44'100, 16)).substr(0, 16) + u16(22);
   const Bytes pcm_guid = Bytes("\1\0\0\0\0\0\x10\0\x80\0\0\xAA\0\x38\x9B\x71", 16);
+  constexpr HRESULT kBadSize = QVERR_RIFF_BADSIZE, kNotFound = QVERR_RIFF_NOTFOUND, kNotRiff = QVERR_RIFF_NOTRIFF;
   const struct {
     Bytes bytes;
     LONG plain, compressed, wave64;
-  } cases[] = {
-      {riff("WAVE", chunk("fmt ", pcm) + chunk("data", "")), 1, 1, 0},
-      {riff("WAVE", chunk("LIST", "INFO") + chunk("fmt ", pcm.substr(0, 16))), 1, 1, 0},
-      {riff("WAVE", chunk("fmt ", adpcm)), 0, 1, 0},
-      {riff("WAVE", chunk("fmt ", extensible + Bytes(6, '\0') + pcm_guid)), 1, 1, 0},
-      {riff("WAVE", chunk("fmt ", extensible)) + Bytes(6, '\0') + pcm_guid, 0, 1, 0},
-      {riff("WAVE", chunk("fmt ", pcm.substr(0, 15))), 0, 0, 0},
-      {riff("WAVE", header("fmt ", 18) + pcm.substr(0, 17)), 0, 0, 0},
-      {riff("WAVE", chunk("data", "")), 0, 0, 0},
-      {riff("AVI ", chunk("fmt ", pcm)), 0, 0, 0},
-      {header("RIFF", 4) + "WAVE" + chunk("fmt ", pcm), 0, 0, 0}, // outside the RIFF size
-      {"", 0, 0, 0},
-      {wave64(chunk64("junk", "x") + chunk64("fmt ", pcm.substr(0, 16))), 0, 0, 1},
-      {wave64(chunk64("fmt ", pcm.substr(0, 15))), 0, 0, 0},
-      {wave64(chunk64("data", "")), 0, 0, 0},
-      {header64("riff", 100) + guid("junk") + chunk64("fmt ", pcm), 0, 0, 0},
-  };
-  for (size_t i = 0; i < std::size(cases); ++i) {
-    ScratchFile file(cases[i].bytes);
-    file.close();
-    EXPECT_EQ(QvFileIsWave(file.name().c_str(), FALSE), cases[i].plain) << i;
-    EXPECT_EQ(QvFileIsWave(file.name().c_str(), TRUE), cases[i].compressed) << i;
-    EXPECT_EQ(QvFileIsWave64(file.name().c_str()), cases[i].wave64) << i;
-  }
-  EXPECT_EQ(QvFileIsWave(QV_TEXT("/no/such/file"), TRUE), 0);
-  EXPECT_EQ(QvFileIsWave64(nullptr), 0);
-}
-
-TEST(WaveFormats, ReadAndReplaced) {
-  const WAVEFORMATEX mono = format_of(1, 1, 8'000, 8);
-  WAVEFORMATEX with_extra = mono;
-  with_extra.cbSize = 2;
-  const Bytes pcm = record_bytes(kStereo);
-  const struct {
-    Bytes file;
     HRESULT get, set, set_extra;
   } cases[] = {
-      {riff("WAVE", chunk("fmt ", pcm)), S_OK, S_OK, S_OK},
-      {riff("WAVE", chunk("fmt ", pcm.substr(0, 16))), S_OK, S_OK, QVERR_RIFF_BADSIZE},
-      {riff("WAVE", chunk("fmt ", pcm + Bytes(22, 'x'))), S_OK, QVERR_RIFF_BADSIZE, QVERR_RIFF_BADSIZE},
-      {riff("WAVE", chunk("fmt ", pcm.substr(0, 14))), QVERR_RIFF_BADSIZE, QVERR_RIFF_BADSIZE, QVERR_RIFF_BADSIZE},
-      {riff("WAVE", chunk("data", pcm)), QVERR_RIFF_NOTFOUND, QVERR_RIFF_NOTFOUND, QVERR_RIFF_NOTFOUND},
-      {riff("AVI ", chunk("fmt ", pcm)), QVERR_RIFF_WRONGFORM, QVERR_RIFF_WRONGFORM, QVERR_RIFF_WRONGFORM},
-      {Bytes(50, 'x'), QVERR_RIFF_NOTRIFF, QVERR_RIFF_NOTRIFF, QVERR_RIFF_NOTRIFF},
+      {riff("WAVE", chunk("fmt ", pcm) + chunk("data", "")), 1, 1, 0, S_OK, S_OK, S_OK},
+      {riff("WAVE", chunk("LIST", "INFO") + chunk("fmt ", short_pcm)), 1, 1, 0, S_OK, S_OK, kBadSize},
+      {riff("WAVE", chunk("fmt ", adpcm)), 0, 1, 0, S_OK, S_OK, S_OK},
+      {riff("WAVE", chunk("fmt ", extensible + Bytes(6, '\0') + pcm_guid)), 1, 1, 0, S_OK, kBadSize, kBadSize},
+      {riff("WAVE", chunk("fmt ", extensible)) + Bytes(6, '\0') + pcm_guid, 0, 1, 0, S_OK, S_OK, S_OK},
+      {riff("WAVE", chunk("fmt ", pcm.substr(0, 15))), 0, 0, 0, kBadSize, kBadSize, kBadSize},
+      {riff("WAVE", header("fmt ", 18) + pcm.substr(0, 17)), 0, 0, 0, QVERR_RIFF_READ, S_OK, S_OK},
+      {riff("WAVE", chunk("data", "")), 0, 0, 0, kNotFound, kNotFound, kNotFound},
+      {riff("AVI ", chunk("fmt ", pcm)), 0, 0, 0, QVERR_RIFF_WRONGFORM, QVERR_RIFF_WRONGFORM, QVERR_RIFF_WRONGFORM},
+      // Outside the RIFF size.
+      {header("RIFF", 4) + "WAVE" + chunk("fmt ", pcm), 0, 0, 0, kNotFound, kNotFound, kNotFound},
+      {"", 0, 0, 0, QVERR_RIFF_READ, QVERR_RIFF_READ, QVERR_RIFF_READ},
+      {wave64(chunk64("junk", "x") + chunk64("fmt ", short_pcm)), 0, 0, 1, kNotRiff, kNotRiff, kNotRiff},
+      {wave64(chunk64("fmt ", pcm.substr(0, 15))), 0, 0, 0, kNotRiff, kNotRiff, kNotRiff},
+      {wave64(chunk64("data", "")), 0, 0, 0, kNotRiff, kNotRiff, kNotRiff},
+      {header64("riff", 100) + guid("junk") + chunk64("fmt ", pcm), 0, 0, 0, kNotRiff, kNotRiff, kNotRiff},
   };
   for (size_t i = 0; i < std::size(cases); ++i) {
     SCOPED_TRACE(i);
-    const ScratchFile file(cases[i].file);
+    const auto& row = cases[i];
+    ScratchFile file(row.bytes);
+    const qv::WString name = file.name();
     file.move_to(5);
+    const size_t at = row.bytes.find("fmt ") + 8;
     WAVEFORMATEX format = mono;
-    EXPECT_EQ(QvGetFileWfx(file, &format), cases[i].get);
-    EXPECT_EQ(record_bytes(format) == (SUCCEEDED(cases[i].get) ? pcm : record_bytes(mono)), true);
-    EXPECT_EQ(QvSetFileWfx(file, &with_extra), cases[i].set_extra);
-    EXPECT_EQ(QvSetFileWfx(file, &mono), cases[i].set);
-    EXPECT_EQ(file.position(), 5);
-    Bytes expected = cases[i].file;
-    const size_t size = u32_at(expected, 16);
-    if (SUCCEEDED(cases[i].set)) expected.replace(20, size, record_bytes(mono).substr(0, size));
-    EXPECT_EQ(file.contents() == expected, true);
-    EXPECT_EQ(QvGetFileWfx(file, nullptr), E_INVALIDARG);
-    EXPECT_EQ(QvSetFileWfx(file, static_cast<const WAVEFORMATEX*>(nullptr)), E_INVALIDARG);
+    EXPECT_EQ(QvGetFileWfx(file, &format), row.get);
+    const Bytes record = SUCCEEDED(row.get) ? row.bytes.substr(at, 16) : record_bytes(mono).substr(0, 16);
+    EXPECT_EQ(record_bytes(format).substr(0, 16) == record, true);
+    file.close();
+    EXPECT_EQ(QvFileIsWave(name.c_str(), FALSE), row.plain);
+    EXPECT_EQ(QvFileIsWave(name.c_str(), TRUE), row.compressed);
+    EXPECT_EQ(QvFileIsWave64(name.c_str()), row.wave64);
+    const ScratchFile writable(row.bytes);
+    writable.move_to(5);
+    EXPECT_EQ(QvSetFileWfx(writable, &with_extra), row.set_extra);
+    EXPECT_EQ(QvSetFileWfx(writable, &mono), row.set);
+    EXPECT_EQ(writable.position(), 5);
+    Bytes expected = row.bytes;
+    if (SUCCEEDED(row.set))
+      expected.replace(at, u32_at(expected, at - 4), record_bytes(mono).substr(0, u32_at(expected, at - 4)));
+    EXPECT_EQ(writable.contents() == expected, true);
+    EXPECT_EQ(QvGetFileWfx(writable, nullptr), E_INVALIDARG);
+    EXPECT_EQ(QvSetFileWfx(writable, static_cast<const WAVEFORMATEX*>(nullptr)), E_INVALIDARG);
   }
+  EXPECT_EQ(QvFileIsWave(QV_TEXT("/no/such/file"), TRUE), 0);
+  EXPECT_EQ(QvFileIsWave64(nullptr), 0);
 }
 
 TYPED_TEST(WaveFiles, RecordsMended) {
