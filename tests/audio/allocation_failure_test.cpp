@@ -1,23 +1,18 @@
-// What allocates answers null when memory is short.
+// What allocates returns null when memory is short.
 #include "platform/posix/seams.h"
-
-#include "qv/audio.h"
+#include "tests/audio/headers.h"
 
 #include <gtest/gtest.h>
 
 TEST(AllocationFailure, AllocatedHeadersAreNull) {
+  const Header header = plain_header(1, 48000, 16, 2);
   _qvwaveformat record;
-  record.Init(48000, QVSAMPLE_PCM16, 2, 0, sizeof record);
-  WAVEFORMATEX header;
-  record.ToWfx(&header, sizeof header, QVWAVEFORMAT_COPY_PLAIN);
-  const auto with_failure = [](auto allocate) {
+  record.Init(sizeof record, header.plain());
+  for (const auto mode : {QVWAVEFORMAT_COPY_AUTO, QVWAVEFORMAT_COPY_EXTENSIBLE}) {
     qv::platform::fail_allocation(1);
-    WAVEFORMATEX* const copy = allocate();
-    qv::platform::fail_allocation(0);
-    return copy;
-  };
-  EXPECT_EQ(with_failure([&] { return QvAudio_AllocAndCopyWfx(&header, QVWAVEFORMAT_COPY_AUTO); }), nullptr);
-  EXPECT_EQ(with_failure([&] { return QvAudio_AllocAndCopyWfx(&header, QVWAVEFORMAT_COPY_EXTENSIBLE); }), nullptr);
-  EXPECT_EQ(with_failure([&] { return QvAudio_AllocAndCopyWfx(record, QVWAVEFORMAT_COPY_PLAIN); }), nullptr);
-  EXPECT_EQ(with_failure([&] { return QvAudio_AllocAndCopyWfx(&record, QVWAVEFORMAT_COPY_PLAIN); }), nullptr);
+    EXPECT_EQ(QvAudio_AllocAndCopyWfx(&header.plain(), mode), nullptr);
+    qv::platform::fail_allocation(1);
+    EXPECT_EQ(QvAudio_AllocAndCopyWfx(&record, mode), nullptr);
+  }
+  qv::platform::fail_allocation(0);
 }

@@ -2,6 +2,7 @@
 #include "qv/cpu.h"
 
 #include <gtest/gtest.h>
+#include <tuple>
 
 namespace {
 
@@ -19,17 +20,14 @@ protected:
 
 TEST_F(CpuSupport, TellsWhatTheCompilerKnows) {
   __builtin_cpu_init();
-  const struct {
-    uint32_t bit;
-    bool present;
-  } rows[] = {{0x10, __builtin_cpu_supports("mmx") != 0},     {0x20, __builtin_cpu_supports("sse") != 0},
-              {0x40, __builtin_cpu_supports("sse2") != 0},    {0x80, __builtin_cpu_supports("sse3") != 0},
-              {0x100, __builtin_cpu_supports("ssse3") != 0},  {0x200, __builtin_cpu_supports("sse4.1") != 0},
-              {0x400, __builtin_cpu_supports("sse4.2") != 0}, {0x1000, __builtin_cpu_supports("cmov") != 0}};
-  for (const auto& row : rows)
-    EXPECT_EQ((QvGetCPUSupport(row.bit) & row.bit) != 0, row.present) << std::hex << row.bit;
-  const bool avx_usable = __builtin_cpu_supports("avx") != 0;
-  EXPECT_EQ((QvGetOSSupport(0x800) & QvGetCPUSupport(0x800) & 0x800) != 0, avx_usable);
+  const std::pair<uint32_t, int> rows[] = {
+      {0x10, __builtin_cpu_supports("mmx")},     {0x20, __builtin_cpu_supports("sse")},
+      {0x40, __builtin_cpu_supports("sse2")},    {0x80, __builtin_cpu_supports("sse3")},
+      {0x100, __builtin_cpu_supports("ssse3")},  {0x200, __builtin_cpu_supports("sse4.1")},
+      {0x400, __builtin_cpu_supports("sse4.2")}, {0x1000, __builtin_cpu_supports("cmov")}};
+  for (const auto& [bit, present] : rows)
+    EXPECT_EQ((QvGetCPUSupport(bit) & bit) != 0, present != 0) << std::hex << bit;
+  EXPECT_EQ((QvGetOSSupport(0x800) & QvGetCPUSupport(0x800) & 0x800) != 0, __builtin_cpu_supports("avx") != 0);
   EXPECT_EQ(QvGetOSSupport(0x60), 0x60u);
   EXPECT_EQ(QvGetOSSupport(0) & ~0xFE0u, 0u) << "nothing but SSE and AVX state";
   EXPECT_GE(QvGetProcessorCount(), 1u);
@@ -49,35 +47,30 @@ TEST_F(CpuSupport, MasksAndSetters) {
 }
 
 TEST_F(CpuSupport, TheClassGoesByWhatIsAllowed) {
-  const struct {
-    uint32_t allowed, expected;
-  } rows[] = {{0x10, 4}, {0x30, 5}, {0x70, 6}, {0x40, 6}, {0x50, 6}, {0x20, 5}, {0x780, 0}};
-  for (const auto& row : rows) {
-    QvOnlyAllowCPUSupport(row.allowed);
+  for (const auto& [allowed, expected] :
+       {std::pair{0x10u, 4u}, {0x30u, 5u}, {0x70u, 6u}, {0x40u, 6u}, {0x50u, 6u}, {0x20u, 5u}, {0x780u, 0u}}) {
+    QvOnlyAllowCPUSupport(allowed);
     EXPECT_EQ(QvSetCPUClassBySupport(), 1u);
-    EXPECT_EQ(QvGetCPUSupport(0x10) & 0xF, row.expected) << std::hex << row.allowed;
+    EXPECT_EQ(QvGetCPUSupport(0x10) & 0xF, expected) << std::hex << allowed;
   }
 }
 
 TEST_F(CpuSupport, LookupsFollowTheAllowedBits) {
-  const struct {
-    QVSAMPLETYPE dst, src;
-    uint32_t withdrawn;
-    bool changes;
-  } rows[] = {{QVSAMPLE_PCM16, QVSAMPLE_FLOAT32, 0x40, true},   {QVSAMPLE_PCM16, QVSAMPLE_FLOAT32, 0x20, false},
-              {QVSAMPLE_FLOAT32, QVSAMPLE_PCM16, 0x40, true},   {QVSAMPLE_FLOAT32, QVSAMPLE_FLOAT64, 0x40, true},
-              {QVSAMPLE_FLOAT32, QVSAMPLE_FLOAT64, 0x20, true}, {QVSAMPLE_FLOAT64, QVSAMPLE_FLOAT32, 0x20, true},
-              {QVSAMPLE_PCM24, QVSAMPLE_FLOAT32, 0x60, false},  {QVSAMPLE_FLOAT64, QVSAMPLE_PCM16, 0x60, false}};
-  for (const auto& row : rows) {
-    const auto before = QvAudio_GetCopyFunction2(row.dst, row.src);
-    QvDisallowCPUSupport(row.withdrawn);
-    EXPECT_EQ(QvAudio_GetCopyFunction2(row.dst, row.src) != before, row.changes) << row.dst << " " << row.src;
+  const std::tuple<QVSAMPLETYPE, QVSAMPLETYPE, uint32_t, bool> rows[] = {
+      {QVSAMPLE_PCM16, QVSAMPLE_FLOAT32, 0x40, true},   {QVSAMPLE_PCM16, QVSAMPLE_FLOAT32, 0x20, false},
+      {QVSAMPLE_FLOAT32, QVSAMPLE_PCM16, 0x40, true},   {QVSAMPLE_FLOAT32, QVSAMPLE_FLOAT64, 0x40, true},
+      {QVSAMPLE_FLOAT32, QVSAMPLE_FLOAT64, 0x20, true}, {QVSAMPLE_FLOAT64, QVSAMPLE_FLOAT32, 0x20, true},
+      {QVSAMPLE_PCM24, QVSAMPLE_FLOAT32, 0x60, false},  {QVSAMPLE_FLOAT64, QVSAMPLE_PCM16, 0x60, false}};
+  for (const auto& [dst, src, withdrawn, changes] : rows) {
+    const auto before = QvAudio_GetCopyFunction2(dst, src);
+    QvDisallowCPUSupport(withdrawn);
+    EXPECT_EQ(QvAudio_GetCopyFunction2(dst, src) != before, changes) << dst << " " << src;
     // The kernel handed out before still runs.
     const double value[2] = {0.5, 0.5};
     uint8_t target[16];
     before(target, value, 1, 1.0f);
-    QvAllowCPUSupport(row.withdrawn);
-    EXPECT_EQ(QvAudio_GetCopyFunction2(row.dst, row.src), before);
+    QvAllowCPUSupport(withdrawn);
+    EXPECT_EQ(QvAudio_GetCopyFunction2(dst, src), before);
   }
   const auto mix = QvAudio_GetMixFunction2(QVSAMPLE_FLOAT32, QVSAMPLE_FLOAT32);
   QvDisallowCPUSupport(0x40);

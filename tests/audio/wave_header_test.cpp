@@ -1,5 +1,5 @@
 // Headers from records, from headers and from parts.
-#include "qv/audio.h"
+#include "tests/audio/headers.h"
 
 #include <algorithm>
 #include <cstring>
@@ -9,7 +9,27 @@
 
 namespace {
 
-bool is_extensible(const WAVEFORMATEX& format) { return format.wFormatTag == 0xFFFE; }
+_qvwaveformat record_of(QVSAMPLETYPE type, WORD channels, DWORD mask) {
+  _qvwaveformat record;
+  record.Init(48000, type, channels, mask, sizeof record);
+  return record;
+}
+
+Header written(const _qvwaveformat& record, QVWAVEFORMAT_COPY_DEST mode, DWORD size) {
+  Header header;
+  EXPECT_EQ(record.ToWfx(&header.plain(), size, mode), &header.plain());
+  return header;
+}
+
+/// A compressed record with extra bytes.
+struct Compressed : QVWAVEFORMATBUFFER {
+  Compressed(WORD tag, WORD extra) {
+    format.InitAsWfx(tag, 44100, 4, 2, 0xC, sizeof *this);
+    format.extraSize = extra;
+    format.cbStruct = 32u + extra;
+    std::memset(format.extra, 'e', extra);
+  }
+};
 
 void free_locked(WAVEFORMATEX* header) {
   const HGLOBAL handle = GlobalHandle(header);
@@ -23,47 +43,39 @@ void free_locked(WAVEFORMATEX* header) {
 TEST(WaveHeader, CopyModesDecideWhetherItIsExtensible) {
   const struct {
     WORD channels;
-    DWORD mask, flags;
-    bool expected[5]; // by copy mode
-  } rows[] = {{2, 0, 0, {false, false, false, false, true}},   {2, 3, 0, {false, false, false, false, true}},
-              {2, 0xC, 0, {true, true, false, false, true}},   {2, 3, 16, {true, false, false, false, true}},
-              {6, 0x3F, 0, {false, false, false, true, true}}, {6, 0x60F, 16, {true, true, false, true, true}}};
+    DWORD mask, flags, written_mask;
+    bool extensible[5]; // by copy mode
+  } rows[] = {
+      {2, 0, 0, 3, {false, false, false, false, true}},      {2, 3, 0, 3, {false, false, false, false, true}},
+      {2, 0xC, 0, 0xC, {true, true, false, false, true}},    {2, 3, 16, 3, {true, false, false, false, true}},
+      {6, 0x3F, 0, 0x3F, {false, false, false, true, true}}, {6, 0x60F, 16, 0x60F, {true, true, false, true, true}}};
   for (const auto& row : rows) {
-    for (uint32_t mode = 0; mode < 5; ++mode) {
-      _qvwaveformat record;
-      record.Init(48000, QVSAMPLE_PCM16, row.channels, row.mask, sizeof record);
+    for (uint32_t number = 0; number < 5; ++number) {
+      const auto mode = static_cast<QVWAVEFORMAT_COPY_DEST>(number);
+      _qvwaveformat record = record_of(QVSAMPLE_PCM16, row.channels, row.mask);
       record.flags |= row.flags;
-      WAVEFORMATEXTENSIBLE header{};
-      record.ToWfx(&header.Format, sizeof header, static_cast<QVWAVEFORMAT_COPY_DEST>(mode));
-      EXPECT_EQ(is_extensible(header.Format), row.expected[mode])
-          << row.channels << " " << row.mask << " mode " << mode;
-      if (is_extensible(header.Format)) {
-        EXPECT_EQ(header.Format.cbSize, 22);
-        EXPECT_EQ(header.dwChannelMask, row.mask != 0 ? row.mask : (1u << row.channels) - 1);
-        EXPECT_EQ(header.SubFormat.Data1, 1u);
-        EXPECT_EQ(header.Samples.wValidBitsPerSample, 16);
-      }
-      EXPECT_EQ(header.Format.nBlockAlign, row.channels * 2);
+      const Header plain = plain_header(1, 48000, 16, row.channels);
+      const Header extensible = extensible_header(1, 16, row.channels, row.written_mask);
+      EXPECT_TRUE(written(record, mode, 40) == (row.extensible[number] ? extensible : plain))
+          << row.mask << " " << mode;
+      EXPECT_TRUE(written(record, mode, 39) == plain) << row.mask << " " << mode;
     }
   }
 }
 
 TEST(WaveHeader, EveryTypeSurvivesTheWayThere) {
   for (const uint32_t value : {16u, 17u, 18u, 19u, 32u, 33u, 48u, 49u, 64u, 65u, 66u}) {
+    const _qvwaveformat record = record_of(static_cast<QVSAMPLETYPE>(value), 2, 0);
     for (const auto mode : {QVWAVEFORMAT_COPY_PLAIN, QVWAVEFORMAT_COPY_EXTENSIBLE}) {
-      _qvwaveformat record, back;
-      record.Init(44100, static_cast<QVSAMPLETYPE>(value), 2, 0, sizeof record);
-      WAVEFORMATEXTENSIBLE header{};
-      record.ToWfx(&header.Format, sizeof header, mode);
-      back.Init(sizeof back, header.Format);
+      const Header header = written(record, mode, 40);
+      _qvwaveformat back;
+      back.Init(sizeof back, header.plain());
       EXPECT_EQ(back.sampleType, value);
-      EXPECT_TRUE(record == header.Format) << value;
-      if (mode == QVWAVEFORMAT_COPY_EXTENSIBLE && value == 48) {
-        EXPECT_EQ(header.SubFormat.Data1, 0xFE00u);
-        EXPECT_EQ(header.Format.wBitsPerSample, 32);
-      }
+      EXPECT_TRUE(record == header.plain()) << value;
     }
   }
+  const _qvwaveformat unpacked = record_of(QVSAMPLE_PCM24IN32, 2, 3);
+  EXPECT_TRUE(written(unpacked, QVWAVEFORMAT_COPY_EXTENSIBLE, 40) == extensible_header(0xFE00, 32, 2, 3));
 }
 
 // Whatever the record says, nothing is written behind dstSize.
@@ -91,95 +103,61 @@ TEST(WaveHeader, NeverWritesBeyondTheDestination) {
 }
 
 TEST(WaveHeader, CompressedHeadersKeepTheirExtraBytes) {
-  struct {
-    WAVEFORMATEX format{2, 2, 44100, 44359, 2048, 4, 32};
-    BYTE extra[64]{};
-  } header;
-  for (BYTE i = 0; i < 32; ++i)
-    header.extra[i] = static_cast<BYTE>(i + 1);
-  struct {
-    WAVEFORMATEX format;
-    BYTE extra[64];
-  } copy;
-  std::memset(static_cast<void*>(&copy), 0xCD, sizeof copy);
-  QvAudio_CopyWfx(&copy.format, sizeof copy, &header.format, QVWAVEFORMAT_COPY_AUTO);
-  EXPECT_EQ(std::memcmp(&copy, &header, 18 + 32), 0);
-  QvAudio_CopyWfx(&copy.format, 18 + 10, &header.format, QVWAVEFORMAT_COPY_AUTO);
-  EXPECT_EQ(copy.format.cbSize, 10) << "as many as fit";
-}
+  Header header = plain_header(2, 44100, 4, 2), copy, part;
+  header.add_extra(32);
+  QvAudio_CopyWfx(&copy.plain(), sizeof copy, &header.plain(), QVWAVEFORMAT_COPY_AUTO);
+  EXPECT_TRUE(copy == header);
+  QvAudio_CopyWfx(&part.plain(), 18 + 10, &header.plain(), QVWAVEFORMAT_COPY_AUTO);
+  header.bytes()[18 + 10] = 0;
+  header.plain().cbSize = 10;
+  EXPECT_EQ(std::memcmp(&part, &header, 18 + 10 + 1), 0) << "as many as fit";
 
-TEST(WaveHeader, CompressedHeadersWithAMaskBecomeExtensible) {
-  QVWAVEFORMATBUFFER record;
-  record.format.InitAsWfx(0x161, 48000, 16, 2, 0xC, sizeof record);
-  record.format.extraSize = 3;
-  record.format.cbStruct = 35;
-  std::memcpy(record.format.extra, "abc", 3);
-  struct {
-    WAVEFORMATEXTENSIBLE format;
-    BYTE extra[8];
-  } header{};
-  QvAudio_GeneralCopyWfx(&header.format.Format, sizeof header, record.format, QVWAVEFORMAT_COPY_AUTO);
-  EXPECT_TRUE(is_extensible(header.format.Format));
-  EXPECT_EQ(header.format.Format.cbSize, 25);
-  EXPECT_EQ(header.format.SubFormat.Data1, 0x161u);
-  EXPECT_EQ(header.format.dwChannelMask, 0xCu);
-  EXPECT_EQ(std::memcmp(header.extra, "abc", 3), 0);
-  for (const auto& [size, mode] :
-       {std::pair<DWORD, QVWAVEFORMAT_COPY_DEST>{39, QVWAVEFORMAT_COPY_AUTO}, {48, QVWAVEFORMAT_COPY_PLAIN}}) {
-    QvAudio_GeneralCopyWfx(&header.format.Format, size, record.format, mode);
-    EXPECT_EQ(header.format.Format.wFormatTag, 0x161) << size;
-  }
+  Compressed record(0x161, 3);
+  Header masked = extensible_header(0x161, 4, 2, 0xC);
+  masked.plain() = {0xFFFE, 2, 44100, 44100, 1, 4, 25};
+  std::memcpy(masked.room, "eee", 3);
+  EXPECT_TRUE(written(record.format, QVWAVEFORMAT_COPY_AUTO, 48) == masked);
+  EXPECT_EQ(written(record.format, QVWAVEFORMAT_COPY_AUTO, 39).plain().wFormatTag, 0x161);
+  EXPECT_EQ(written(record.format, QVWAVEFORMAT_COPY_PLAIN, 48).plain().wFormatTag, 0x161);
+  record.format.channelMask = 3;
+  EXPECT_EQ(written(record.format, QVWAVEFORMAT_COPY_EXTENSIBLE, 48).plain().wFormatTag, 0x161) << "told by its tag";
 }
 
 TEST(WaveHeader, AllocatedCopiesAreTheCallersToFree) {
-  WAVEFORMATEXTENSIBLE source{};
-  _qvwaveformat record;
-  record.Init(48000, QVSAMPLE_PCM16, 2, 0xC, sizeof record);
-  record.ToWfx(&source.Format, sizeof source, QVWAVEFORMAT_COPY_EXTENSIBLE);
-  WAVEFORMATEX* exact = QvAudio_AllocAndCopyWfx(&source.Format, QVWAVEFORMAT_COPY_EXTENSIBLE);
-  EXPECT_EQ(std::memcmp(exact, &source, sizeof source), 0);
-  EXPECT_EQ(GlobalSize(GlobalHandle(exact)), sizeof source);
-  free_locked(exact);
-  WAVEFORMATEX* plain = QvAudio_AllocAndCopyWfx(&source.Format, QVWAVEFORMAT_COPY_PLAIN);
-  EXPECT_EQ(plain->wFormatTag, 1);
-  EXPECT_EQ(plain->cbSize, 0);
-  free_locked(plain);
-  WAVEFORMATEX* from_record = QvAudio_AllocAndCopyWfx(&record, QVWAVEFORMAT_COPY_MASK);
-  EXPECT_TRUE(is_extensible(*from_record));
-  free_locked(from_record);
+  const _qvwaveformat record = record_of(QVSAMPLE_PCM16, 2, 0xC);
+  const Header source = written(record, QVWAVEFORMAT_COPY_EXTENSIBLE, 40);
+  const auto expect_copy = [](WAVEFORMATEX* copy, size_t bytes, const Header& expected) {
+    EXPECT_EQ(GlobalSize(GlobalHandle(copy)), bytes);
+    EXPECT_EQ(std::memcmp(copy, &expected, bytes), 0);
+    free_locked(copy);
+  };
+  expect_copy(QvAudio_AllocAndCopyWfx(&source.plain(), QVWAVEFORMAT_COPY_EXTENSIBLE), 40, source);
+  expect_copy(QvAudio_AllocAndCopyWfx(&source.plain(), QVWAVEFORMAT_COPY_PLAIN), 18, plain_header(1, 48000, 16, 2));
+  expect_copy(QvAudio_AllocAndCopyWfx(&record, QVWAVEFORMAT_COPY_MASK), 40, source);
 }
 
 TEST(WaveHeader, PlainFromExtensible) {
-  WAVEFORMATEXTENSIBLE source{};
-  _qvwaveformat record;
-  record.Init(48000, QVSAMPLE_FLOAT32, 2, 0, sizeof record);
-  record.ToWfx(&source.Format, sizeof source, QVWAVEFORMAT_COPY_EXTENSIBLE);
-  WAVEFORMATEX plain;
-  std::memset(static_cast<void*>(&plain), 0xCD, sizeof plain);
-  EXPECT_EQ(QvAudio_CopyWfExtToWfx(&source, &plain), 0);
-  EXPECT_EQ(plain.wFormatTag, 3);
-  EXPECT_EQ(plain.cbSize, 0);
-  source.SubFormat.Data1 = 0xFE00;
-  std::memset(static_cast<void*>(&plain), 0xCD, sizeof plain);
-  EXPECT_NE(QvAudio_CopyWfExtToWfx(&source, &plain), 0);
-  EXPECT_EQ(plain.nChannels, 0xCDCD) << "left alone";
-  WAVEFORMATEXTENSIBLE compressed{};
-  compressed.Format = {0x55, 2, 44100, 16000, 1, 0, 12};
-  EXPECT_EQ(QvAudio_CopyWfExtToWfx(&compressed, &plain), 0);
-  EXPECT_EQ(plain.cbSize, 12);
-  WAVEFORMATEXTENSIBLE wide;
-  std::memset(static_cast<void*>(&wide), 0xCD, sizeof wide);
-  QvAudio_CopyWfxToWfExt(&compressed.Format, &wide);
-  EXPECT_EQ(std::memcmp(&wide, &compressed, 30), 0);
-  EXPECT_EQ(reinterpret_cast<uint8_t*>(&wide)[30], 0xCD);
+  Header source = extensible_header(3, 32, 2, 3), compressed = plain_header(0x55, 44100, 0, 2), plain;
+  plain.add_extra(12);
+  EXPECT_EQ(QvAudio_CopyWfExtToWfx(&source.wfx, &plain.plain()), 0);
+  Header expected = plain_header(3, 48000, 32, 2);
+  EXPECT_EQ(std::memcmp(&plain, &expected, 18), 0);
+  source.name_sub_format(0xFE00);
+  const Header before = plain;
+  EXPECT_NE(QvAudio_CopyWfExtToWfx(&source.wfx, &plain.plain()), 0);
+  EXPECT_TRUE(plain == before) << "left alone";
+  compressed.add_extra(12);
+  Header as_wide, as_plain;
+  EXPECT_EQ(QvAudio_CopyWfExtToWfx(&compressed.wfx, &as_plain.plain()), 0);
+  EXPECT_EQ(std::memcmp(&as_plain, &compressed, 18), 0);
+  EXPECT_EQ(as_plain.bytes()[18], 0) << "no extra bytes";
+  QvAudio_CopyWfxToWfExt(&compressed.plain(), &as_wide.wfx);
+  EXPECT_TRUE(as_wide == compressed);
 }
 
 TEST(WaveHeader, RecordToRecordFollowsTheModeAndTheCapacity) {
-  QVWAVEFORMATBUFFER source;
-  source.format.InitAsWfx(2, 44100, 4, 2, 0xC, sizeof source);
-  source.format.extraSize = 32;
-  source.format.cbStruct = 64;
-  QVWAVEFORMATBUFFER copy;
+  const Compressed source(2, 32);
+  Compressed copy(0, 0);
   std::memset(static_cast<void*>(&copy), 0xCD, sizeof copy);
   QvAudio_GeneralCopyQvWaveFormat(&copy.format, 34 + 20, source.format, QVWAVEFORMAT_COPY_AUTO);
   EXPECT_EQ(copy.format.ExtraCount(), 20u);
@@ -193,86 +171,66 @@ TEST(WaveHeader, RecordToRecordFollowsTheModeAndTheCapacity) {
 }
 
 TEST(WaveHeader, Questions) {
-  WAVEFORMATEX a{1, 2, 44100, 176400, 4, 16, 0};
-  WAVEFORMATEX b = a;
-  b.nBlockAlign = 9;
-  EXPECT_TRUE(QvAudio_IsEqualFormat(&a, &b)) << "the block align is not compared";
-  EXPECT_FALSE(QvAudio_IsCompressed(&a));
-  EXPECT_TRUE(QvAudio_IsCompressed(&b));
-  b.wBitsPerSample = 8;
-  EXPECT_FALSE(QvAudio_IsEqualFormat(&a, &b));
-  WAVEFORMATEX mp3{0x55, 2, 44100, 16000, 1, 0, 12};
-  EXPECT_TRUE(QvAudio_IsCompressed(&mp3));
-  WAVEFORMATEX private_tag{0xFE02, 2, 44100, 0, 6, 24, 0};
-  EXPECT_FALSE(QvAudio_IsCompressed(&private_tag));
-  WAVEFORMATEX unknown_tag{0xFE03, 2, 44100, 0, 4, 16, 0};
-  EXPECT_TRUE(QvAudio_IsCompressed(&unknown_tag));
-  WAVEFORMATEXTENSIBLE ext{};
-  _qvwaveformat record;
-  record.Init(44100, QVSAMPLE_PCM16, 2, 0, sizeof record);
-  record.ToWfx(&ext.Format, sizeof ext, QVWAVEFORMAT_COPY_EXTENSIBLE);
-  EXPECT_FALSE(QvAudio_IsCompressed(&ext.Format));
-  ext.Format.cbSize = 21;
-  EXPECT_TRUE(QvAudio_IsCompressedExtensible(&ext));
-  ext.Format.cbSize = 22;
-  ext.SubFormat.Data1 = 2;
-  EXPECT_TRUE(QvAudio_IsCompressed(&ext.Format));
+  const Header pcm = plain_header(1, 44100, 16, 2);
+  Header odd = pcm;
+  odd.plain().nBlockAlign = 9;
+  EXPECT_TRUE(QvAudio_IsEqualFormat(&pcm.plain(), &odd.plain())) << "the block align is not compared";
+  for (const Header& other : {plain_header(1, 44100, 8, 2), plain_header(3, 44100, 16, 2),
+                              plain_header(1, 44101, 16, 2), plain_header(1, 44100, 16, 1)})
+    EXPECT_FALSE(QvAudio_IsEqualFormat(&pcm.plain(), &other.plain()));
+  for (const Header& plain : {pcm, plain_header(3, 44100, 32, 2), plain_header(0xFE02, 44100, 24, 2),
+                              extensible_header(1, 16, 2, 3), extensible_header(3, 32, 2, 3)})
+    EXPECT_FALSE(QvAudio_IsCompressed(&plain.plain())) << plain.plain().wFormatTag;
+  for (const Header& compressed :
+       {odd, plain_header(0x55, 44100, 0, 2), plain_header(0xFE03, 44100, 16, 2), extensible_header(2, 16, 2, 3)})
+    EXPECT_TRUE(QvAudio_IsCompressed(&compressed.plain())) << compressed.plain().wFormatTag;
+  Header shorter = extensible_header(1, 16, 2, 3);
+  shorter.plain().cbSize = 21;
+  EXPECT_TRUE(QvAudio_IsCompressedExtensible(&shorter.wfx));
 }
 
 TEST(WaveHeader, FixesOnlyPlainPcm) {
-  WAVEFORMATEX twenty{1, 2, 44100, 0, 5, 20, 0};
-  EXPECT_EQ(QvAudio_FixBadWfx(&twenty), 1);
-  EXPECT_EQ(twenty.wBitsPerSample, 24);
-  EXPECT_EQ(twenty.nBlockAlign, 6);
-  EXPECT_EQ(QvAudio_FixBadWfx(&twenty), 0);
-  WAVEFORMATEX floats{3, 2, 44100, 0, 5, 32, 0};
-  EXPECT_EQ(QvAudio_FixBadWfx(&floats), 0);
-  EXPECT_EQ(floats.nBlockAlign, 5);
+  Header twenty = plain_header(1, 44100, 20, 2), floats = plain_header(3, 44100, 32, 2);
+  for (const BOOL changes : {TRUE, FALSE})
+    EXPECT_EQ(QvAudio_FixBadWfx(&twenty.plain()), changes);
+  EXPECT_EQ(twenty.plain().wBitsPerSample, 24);
+  EXPECT_EQ(twenty.plain().nBlockAlign, 6);
+  floats.plain().nBlockAlign = 5;
+  EXPECT_EQ(QvAudio_FixBadWfx(&floats.plain()), 0);
+  EXPECT_EQ(floats.plain().nBlockAlign, 5);
 }
 
 TEST(WaveHeader, FromParts) {
-  WAVEFORMATEXTENSIBLE header{};
-  QvAudio_InitWfxFlex(&header.Format, 1, 48000, 24, 6, 0x60F, sizeof header);
-  EXPECT_TRUE(is_extensible(header.Format));
-  EXPECT_EQ(header.dwChannelMask, 0x60Fu);
-  EXPECT_EQ(header.Format.nAvgBytesPerSec, 48000u * 18);
-  QvAudio_InitWfxFlex(&header.Format, 1, 48000, 24, 6, 0x60F, 18);
-  EXPECT_EQ(header.Format.wFormatTag, 1);
+  const Header plain = plain_header(1, 48000, 24, 6), extensible = extensible_header(1, 24, 6, 0x60F);
+  Header wide, narrow, typed;
+  QvAudio_InitWfxFlex(&wide.plain(), 1, 48000, 24, 6, 0x60F, 40);
+  EXPECT_TRUE(wide == extensible);
+  QvAudio_InitWfxFlex(&narrow.plain(), 1, 48000, 24, 6, 0x60F, 39);
+  EXPECT_TRUE(narrow == plain);
+  QvAudio_InitWfx(&typed.plain(), 48000, QVSAMPLE_PCM24, 6);
+  EXPECT_TRUE(typed == plain);
   _qvwaveformat_wfxplus plus;
-  plus.Init(&header.Format, QVWAVEFORMAT_COPY_MULTI);
-  EXPECT_TRUE(is_extensible(plus.wfx.Format));
-  _qvwaveformat record;
-  record.Init(48000, QVSAMPLE_PCM24, 6, 0x3F, sizeof record);
-  EXPECT_EQ((*_qvwaveformat_wfxcopyhelper(record)).wFormatTag, 1);
-  EXPECT_EQ((*_qvwaveformat_wfxecopyhelper(record)).dwChannelMask, 0x3Fu);
+  plus.Init(&plain.plain(), QVWAVEFORMAT_COPY_MULTI);
+  EXPECT_EQ(plus.wfx.dwChannelMask, 0x3Fu);
+  const _qvwaveformat record = record_of(QVSAMPLE_PCM24, 6, 0x60F);
+  EXPECT_EQ(std::memcmp(&*_qvwaveformat_wfxcopyhelper(record), &plain, 40), 0);
+  EXPECT_EQ(std::memcmp(&*_qvwaveformat_wfxecopyhelper(record), &extensible, 40), 0);
+  EXPECT_EQ(QvAudio_GeneralCopyWfx(nullptr, 0, record, QVWAVEFORMAT_COPY_AUTO), nullptr) << "no room is left alone";
 }
 
 // A file may say 0xFFFE without the 22 bytes that come with it. As a header the record keeps the tag, in room enough
 // for whoever then looks for the sub-format.
 TEST(WaveHeader, ShortExtensibleHeadersStayReadable) {
-  const struct {
-    WAVEFORMATEX format{0xFFFE, 2, 44100, 88200, 4, 16, 21};
-    BYTE extra[22]{1, 2, 3, 4, 5, 6, 7};
-  } shorter;
-  QVWAVEFORMATBUFFER record;
-  record.format.Init(sizeof record, shorter.format);
-  EXPECT_EQ(record.format.FormatTag(), 0xFFFEu);
-  EXPECT_EQ(record.format.ExtraCount(), 0u) << "they are a piece of the header";
   using Helper = _qvwaveformat_wfxcopyhelper;
+  const Compressed record(0xFFFE, 0);
   ASSERT_GE(sizeof(Helper), sizeof(WAVEFORMATEXTENSIBLE));
   const std::unique_ptr<BYTE[]> memory(new BYTE[sizeof(Helper)]); // behind it the sanitizer watches
   std::memset(memory.get(), 0xCD, sizeof(Helper));
-  const auto* const helper = new (memory.get()) Helper(record.format);
-  const WAVEFORMATEX* const header = *helper;
+  const WAVEFORMATEX* const header = *new (memory.get()) Helper(record.format);
   EXPECT_EQ(header->wFormatTag, 0xFFFE);
   EXPECT_EQ(QvAudio_GetSampleType(header), QVSAMPLE_NONE);
-  EXPECT_TRUE(
-      std::all_of(memory.get() + sizeof(WAVEFORMATEX), memory.get() + sizeof(Helper), [](BYTE b) { return b == 0; }));
-}
-
-// An input of the fuzz target: nowhere to write to, and nothing to write.
-TEST(WaveHeader, NoDestinationOfNoSizeIsLeftAlone) {
-  _qvwaveformat record;
-  record.Init(48000, QVSAMPLE_PCM16, 2, 0, sizeof record);
-  EXPECT_EQ(QvAudio_GeneralCopyWfx(nullptr, 0, record, QVWAVEFORMAT_COPY_AUTO), nullptr);
+  EXPECT_TRUE(std::all_of(memory.get() + 18, memory.get() + sizeof(Helper), [](BYTE each) { return each == 0; }));
+  WAVEFORMATEX* const allocated = QvAudio_AllocAndCopyWfx(record.format, QVWAVEFORMAT_COPY_PLAIN);
+  EXPECT_GE(GlobalSize(GlobalHandle(allocated)), 40u);
+  free_locked(allocated);
 }

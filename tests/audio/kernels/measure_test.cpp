@@ -1,95 +1,69 @@
+// RMS, mean squares and peaks.
 #include "tests/audio/kernels/sample_model.h"
 
 #include "qv/audio_kernels.h"
 
-#include <gtest/gtest.h>
-
-namespace {
-
-WAVEFORMATEX make_format(QVSAMPLETYPE type, WORD channels) {
-  WAVEFORMATEX format;
-  QvAudio_InitWfx(&format, 48000, type, channels);
-  return format;
-}
-
-/// The channel's mean square, in long double from the first frame to the last.
-long double model_mean_square(const model::Layout& layout, const uint8_t* samples, size_t channels, size_t channel,
-                              size_t frames) {
-  long double sum = 0;
-  for (size_t i = 0; i < frames; ++i) {
-    const long double value =
-        model::read(layout, samples + (i * channels + channel) * static_cast<size_t>(layout.bytes));
-    sum += value * value;
-  }
-  return sum / static_cast<long double>(frames);
-}
-
-} // namespace
-
 TEST(Measure, EveryTypeAgreesWithTheModel) {
-  constexpr size_t kFrames = 777;
+  constexpr DWORD kFrames = 777;
   constexpr WORD kChannels = 3;
-  for (const auto& layout : model::kMixable) {
-    const WAVEFORMATEX format = make_format(layout.type, kChannels);
+  for (const model::Layout& layout : model::kMixable) {
+    SCOPED_TRACE(layout.name);
+    model::Buffer samples(layout, kChannels, 9, kFrames);
     std::mt19937 random(9);
-    std::vector<uint8_t> samples(kFrames * kChannels * static_cast<size_t>(layout.bytes));
-    for (size_t i = 0; i < kFrames * kChannels; ++i) {
-      model::write(layout, samples.data() + i * static_cast<size_t>(layout.bytes),
-                   (static_cast<double>(random()) - 2147483648.0) / 2147483648.0 /
-                       (1.0 + static_cast<double>(i % kChannels)));
-    }
+    for (size_t i = 0; i < kFrames * kChannels; ++i)
+      samples.set(i / kChannels, i % kChannels,
+                  (random() / 2147483648.0 - 1.0) / (1.0 + static_cast<double>(i % kChannels)));
     float rms[kChannels], peaks[kChannels * 2], magnitudes[kChannels * 2];
     double mean_squares[kChannels];
-    ASSERT_EQ(QvAudio_CalcRMS(&format, samples.data(), kFrames, rms), S_OK);
-    ASSERT_EQ(QvAudio_CalcPreRMS(&format, samples.data(), kFrames, mean_squares), S_OK);
-    ASSERT_EQ(QvAudio_FindPeaks(&format, 0, samples.data(), kFrames, peaks), S_OK);
-    ASSERT_EQ(QvAudio_FindPeaks(&format, 1, samples.data(), kFrames, magnitudes), S_OK);
+    ASSERT_EQ(QvAudio_CalcRMS(&samples.format, samples.data(), kFrames, rms), S_OK);
+    ASSERT_EQ(QvAudio_CalcPreRMS(&samples.format, samples.data(), kFrames, mean_squares), S_OK);
+    ASSERT_EQ(QvAudio_FindPeaks(&samples.format, 0, samples.data(), kFrames, peaks), S_OK);
+    ASSERT_EQ(QvAudio_FindPeaks(&samples.format, 1, samples.data(), kFrames, magnitudes), S_OK);
     for (size_t c = 0; c < kChannels; ++c) {
-      const auto mean = static_cast<double>(model_mean_square(layout, samples.data(), kChannels, c, kFrames));
-      EXPECT_NEAR(mean_squares[c], mean, 1e-12) << layout.name;
-      const double step = layout.type == QVSAMPLE_PCM16 ? 1.0 / 32768 : 1e-7;
-      EXPECT_NEAR(static_cast<double>(rms[c]), std::sqrt(mean), step) << layout.name;
-      double low = 2, high = -2, least = 2, most = 0;
+      double low = 2, high = -2, least = 2, largest = 0;
+      long double sum = 0; // from the first frame to the last
       for (size_t i = 0; i < kFrames; ++i) {
-        const double value =
-            model::read(layout, samples.data() + (i * kChannels + c) * static_cast<size_t>(layout.bytes));
+        const double value = samples.value(i, c);
+        sum += static_cast<long double>(value) * value;
         low = std::min(low, value);
         high = std::max(high, value);
         least = std::min(least, std::fabs(value));
-        most = std::max(most, std::fabs(value));
+        largest = std::max(largest, std::fabs(value));
       }
-      EXPECT_EQ(peaks[c * 2], static_cast<float>(low)) << layout.name;
-      EXPECT_EQ(peaks[c * 2 + 1], static_cast<float>(high)) << layout.name;
-      EXPECT_EQ(magnitudes[c * 2], static_cast<float>(least)) << layout.name;
-      EXPECT_EQ(magnitudes[c * 2 + 1], static_cast<float>(most)) << layout.name;
+      const auto mean = static_cast<double>(sum / kFrames);
+      EXPECT_NEAR(mean_squares[c], mean, 1e-12);
+      EXPECT_NEAR(rms[c], std::sqrt(mean), layout.type == QVSAMPLE_PCM16 ? 1.0 / 32768 : 1e-7);
+      EXPECT_EQ(peaks[c * 2], static_cast<float>(low));
+      EXPECT_EQ(peaks[c * 2 + 1], static_cast<float>(high));
+      EXPECT_EQ(magnitudes[c * 2], static_cast<float>(least));
+      EXPECT_EQ(magnitudes[c * 2 + 1], static_cast<float>(largest));
     }
   }
 }
 
 TEST(Measure, SixteenBitRmsMovesInStepsAndWraps) {
-  const WAVEFORMATEX format = make_format(QVSAMPLE_PCM16, 2);
+  const WAVEFORMATEX format = model::format_of(QVSAMPLE_PCM16, 2);
   const struct {
     int16_t left, right;
     float expected_left, expected_right;
   } rows[] = {{16384, -32768, 0.5f, -1.0f}, {3, -3, 3.0f / 32768, 3.0f / 32768}, {0, 32767, 0.0f, 32767.0f / 32768}};
+  float results[2];
   for (const auto& row : rows) {
-    std::vector<int16_t> samples;
-    for (int i = 0; i < 100; ++i)
-      samples.insert(samples.end(), {row.left, row.right});
-    float results[2];
+    std::vector<int16_t> samples(200, row.left);
+    for (size_t i = 1; i < samples.size(); i += 2)
+      samples[i] = row.right;
     ASSERT_EQ(QvAudio_CalcRMS(&format, samples.data(), 100, results), S_OK);
     EXPECT_EQ(results[0], row.expected_left);
     EXPECT_EQ(results[1], row.expected_right);
   }
   // The mean of {2, 1} is 5 / 2 = 2, and the root of 2.5 is cut to 1.
   const int16_t uneven[] = {2, 0, 1, 0};
-  float results[2];
   ASSERT_EQ(QvAudio_CalcRMS(&format, uneven, 2, results), S_OK);
   EXPECT_EQ(results[0], 1.0f / 32768);
 }
 
 TEST(Measure, FullScale32BitDoesNotOverflow) {
-  const WAVEFORMATEX format = make_format(QVSAMPLE_PCM32, 1);
+  const WAVEFORMATEX format = model::format_of(QVSAMPLE_PCM32, 1);
   const std::vector<int32_t> samples(100000, std::numeric_limits<int32_t>::min());
   float result = 0;
   ASSERT_EQ(QvAudio_CalcRMS(&format, samples.data(), 100000, &result), S_OK);
@@ -97,8 +71,8 @@ TEST(Measure, FullScale32BitDoesNotOverflow) {
 }
 
 TEST(Measure, EdgesOfTheOneShots) {
-  const WAVEFORMATEX floats = make_format(QVSAMPLE_FLOAT32, 1);
-  const WAVEFORMATEX big = make_format(QVSAMPLE_BE16, 1);
+  const WAVEFORMATEX floats = model::format_of(QVSAMPLE_FLOAT32, 1);
+  const WAVEFORMATEX big = model::format_of(QVSAMPLE_BE16, 1);
   const float nothing_but_nan[] = {std::nanf(""), std::nanf("")};
   float peaks[2] = {7, 7};
   EXPECT_EQ(QvAudio_FindPeaks(&floats, 0, nothing_but_nan, 2, peaks), S_OK);
@@ -113,15 +87,14 @@ TEST(Measure, EdgesOfTheOneShots) {
   EXPECT_EQ(untouched, 7.0f);
   EXPECT_EQ(QvAudio_GetFindPeaksFunction(&big), nullptr);
   // The kernel counts fewer than one frame as one.
-  QvAudio_GetCalcRMSFunction (&floats)(1, peaks, 0, &untouched);
+  const QVAUDIO_RMSFUNC rms = QvAudio_GetCalcRMSFunction(&floats);
+  rms(1, peaks, 0, &untouched);
   EXPECT_EQ(untouched, 0.0f);
 }
 
 TEST(Measure, NormalizeFactors) {
-  const struct {
-    uint32_t bits;
-    double factor;
-  } rows[] = {{0, 1.0}, {8, 128.0}, {16, 32768.0}, {24, 8388608.0}, {32, 2147483648.0}, {20, 1.0}, {64, 1.0}};
-  for (const auto& row : rows)
-    EXPECT_EQ(QvAudio_GetNormalizeFactor(row.bits), row.factor) << row.bits;
+  const std::pair<uint32_t, double> rows[] = {{0, 1.0},           {8, 128.0}, {16, 32768.0}, {24, 8388608.0},
+                                              {32, 2147483648.0}, {20, 1.0},  {64, 1.0}};
+  for (const auto& [bits, factor] : rows)
+    EXPECT_EQ(QvAudio_GetNormalizeFactor(bits), factor) << bits;
 }
