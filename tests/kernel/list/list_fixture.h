@@ -20,16 +20,6 @@ public:
   tQVLIST* operator->() const { return list_; }
   tQVLIST* release() { return std::exchange(list_, nullptr); }
 
-  /// The slot at an index as a T, and what the slot of a heap-item list points to.
-  template <class T>
-  T& slot(int index) const {
-    return static_cast<T*>(list_->items)[index];
-  }
-  template <class T>
-  T& item(int index) const {
-    return *slot<T*>(index);
-  }
-
 private:
   tQVLIST* list_ = nullptr;
 };

@@ -45,10 +45,10 @@ public:
 
   void step() {
     constexpr void (Driver::*kOperations[])() = {
-        &Driver::insert, &Driver::insert,      &Driver::insert_refused, &Driver::insert_own,    &Driver::alloc,
-        &Driver::alloc,  &Driver::pending,     &Driver::reallocate,     &Driver::erase,         &Driver::erase,
-        &Driver::erase,  &Driver::force_count, &Driver::resize,         &Driver::move,          &Driver::move,
-        &Driver::find,   &Driver::select_sort, &Driver::heap_sort,      &Driver::search_sorted, &Driver::with_another,
+        &Driver::insert, &Driver::insert,      &Driver::insert,     &Driver::insert_own,    &Driver::alloc,
+        &Driver::alloc,  &Driver::pending,     &Driver::reallocate, &Driver::erase,         &Driver::erase,
+        &Driver::erase,  &Driver::force_count, &Driver::resize,     &Driver::move,          &Driver::move,
+        &Driver::find,   &Driver::select_sort, &Driver::heap_sort,  &Driver::search_sorted, &Driver::with_another,
         &Driver::fields,
     };
     const int operation = below(std::size(kOperations));
@@ -58,6 +58,10 @@ public:
     EXPECT_EQ(list_->pendingItem != nullptr, pending_ != 0);
     EXPECT_EQ(QvList_IsValidIndexSlow(list_, model_.count), 0);
     EXPECT_EQ(QvList_IsValidIndexSlow(list_, model_.count - 1), model_.count > 0 ? 1 : 0);
+    ULONGLONG bytes = sizeof *list_ + static_cast<LONG>(list_->allocated) * list_->itemSize;
+    for (int i = 0; i < model_.count && heap_items(); ++i)
+      bytes += QvList_AllocSize(list_, i);
+    if ((heap_items() || array()) && model_.allocated() > 0) EXPECT_EQ(QvList_AllocSize(list_, -1), bytes);
   }
 
 private:
@@ -104,6 +108,7 @@ private:
   }
 
   void insert() {
+    if (heap_items()) EXPECT_EQ(QvList_InsertList(list_, 0, &list_, 1), E_FAIL);
     std::vector<int> values(1 + below(6));
     for (int& value : values)
       value = new_value();
@@ -114,9 +119,6 @@ private:
     model_.insert(index, values);
     pending_ = 0;
     if (!list_->itemHeap) std::free(forgotten); // no longer the list's
-  }
-  void insert_refused() {
-    if (heap_items()) EXPECT_EQ(QvList_InsertList(list_, 0, &list_, 1), E_FAIL);
   }
   void insert_own() {
     if (heap_items() || model_.count == 0) return;
@@ -134,7 +136,9 @@ private:
     EXPECT_EQ(QvList_AllocAndInsertItem(list_, &value, sizeof value, index, &at), possible ? S_OK : E_FAIL);
     EXPECT_EQ(at, expected);
     pending_ = 0;
-    if (possible) model_.insert(index, {value});
+    if (!possible) return;
+    EXPECT_EQ(QvList_AllocSize(list_, at), sizeof value);
+    model_.insert(index, {value});
   }
   void pending() {
     void* item = &item;

@@ -49,13 +49,6 @@ protected:
               ERROR_SUCCESS);
     RegCloseKey(key);
   }
-  /// Exactly these characters: what follows them in memory is no terminator, which the registry would take with them.
-  void store_text(const WCHAR* name, DWORD type, qv::WString text) {
-    const size_t bytes = text.size() * sizeof(WCHAR);
-    text += WCHAR{'!'};
-    store(name, type, text.data(), bytes);
-  }
-
   WCHAR application_[32] = {};
   HQVMETRIC handle_ = nullptr;
 

@@ -1,6 +1,8 @@
 // Where settings are, and deleting them.
 #include "tests/kernel/metric/metric_fixture.h"
 
+#include <tuple>
+
 using namespace kernel_test;
 using qv::WString;
 
@@ -11,21 +13,16 @@ constexpr HRESULT registry_result(LONG error) { return static_cast<HRESULT>(0x80
 class MetricKeys : public Metrics {};
 
 TEST_F(MetricKeys, PathsFollowTheVersion) {
-  struct Case {
-    DWORD version;
-    const WCHAR* path;
-  };
-  const Case cases[] = {
+  const std::pair<DWORD, const WCHAR*> cases[] = {
       {0x01020000, QV_TEXT("\\1.2\\Metrics")},   {0xFF00FFFF, QV_TEXT("\\255.0\\Metrics")},
       {0x0A63ABCD, QV_TEXT("\\10.99\\Metrics")}, {0x00020000, QV_TEXT("\\Metrics")},
       {0x00FFFFFF, QV_TEXT("\\Metrics")},        {0x01000000, QV_TEXT("\\1.0\\Metrics")},
   };
-  for (const Case& each : cases) {
-    SCOPED_TRACE(each.version);
+  for (const auto& [version, expected] : cases) {
     HQVMETRIC handle = nullptr;
-    QvRegDeleteKey(HKEY_CURRENT_USER, path(each.path).c_str());
-    EXPECT_EQ(QvMetric_Open(&handle, application_, each.version, nullptr), S_OK);
-    EXPECT_TRUE(exists(each.path));
+    QvRegDeleteKey(HKEY_CURRENT_USER, path(expected).c_str());
+    EXPECT_EQ(QvMetric_Open(&handle, application_, version, nullptr), S_OK);
+    EXPECT_TRUE(exists(expected)) << version;
     EXPECT_EQ(QvMetric_Close(handle), S_OK);
   }
 }
@@ -55,50 +52,45 @@ TEST_F(MetricKeys, CompanySubKeysAndPathsCanBeNamed) {
 }
 
 TEST_F(MetricKeys, SubKeysAreDirectlyBelowMetrics) {
-  struct Case {
-    WString parent;
-    const WCHAR *sub_key, *opened;
+  const std::tuple<const WCHAR*, const WCHAR*, const WCHAR*> cases[] = {
+      {QV_TEXT("\\1.2\\Metrics\\A\\B"), QV_TEXT("C"), QV_TEXT("\\1.2\\Metrics\\C")},
+      {QV_TEXT("\\1.2\\Metrics\\A\\B"), nullptr, QV_TEXT("\\1.2\\Metrics")},
+      {QV_TEXT("\\Plain"), QV_TEXT("D"), QV_TEXT("\\Plain\\Metrics\\D")}, // which had no Metrics
   };
-  const Case cases[] = {
-      {path(QV_TEXT("\\1.2\\Metrics\\A\\B")), QV_TEXT("C"), QV_TEXT("\\1.2\\Metrics\\C")},
-      {path(QV_TEXT("\\1.2\\Metrics\\A\\B")), nullptr, QV_TEXT("\\1.2\\Metrics")},
-      {path(QV_TEXT("\\Plain")), QV_TEXT("D"), QV_TEXT("\\Plain\\Metrics\\D")}, // which had no Metrics
-  };
-  HQVMETRIC sub = nullptr;
-  for (const Case& each : cases) {
-    HQVMETRIC parent = nullptr, same = nullptr;
-    ASSERT_EQ(QvMetric_OpenAppVersion(&parent, each.parent.c_str(), nullptr), S_OK);
-    EXPECT_EQ(QvMetric_OpenSubKey(&sub, parent, each.sub_key), S_OK);
-    EXPECT_EQ(QvSetMetric(sub, 1, 11), S_OK);
-    ASSERT_EQ(QvMetric_OpenAppVersion(&same, path(each.opened).c_str(), nullptr), S_OK);
-    EXPECT_EQ(QvGetMetric(same, 1), 11u);
-    for (const HQVMETRIC handle : {sub, parent, same})
-      QvMetric_Close(handle);
-  }
-  sub = handle_;
+  HQVMETRIC sub = handle_;
   EXPECT_EQ(QvMetric_OpenSubKey(&sub, nullptr, QV_TEXT("C")), E_FAIL);
   EXPECT_EQ(sub, nullptr);
   EXPECT_EQ(QvMetric_OpenSubKey(&sub, QVMETRIC_DEFAULT, QV_TEXT("C")), E_FAIL) << "there is none yet";
+  for (const auto& [parent_path, sub_key, opened] : cases) {
+    HQVMETRIC parent = nullptr;
+    ASSERT_EQ(QvMetric_OpenAppVersion(&parent, path(parent_path).c_str(), nullptr), S_OK);
+    QvRegDeleteKey(HKEY_CURRENT_USER, path(opened).c_str());
+    EXPECT_EQ(QvMetric_OpenSubKey(&sub, parent, sub_key), S_OK);
+    EXPECT_TRUE(exists(opened));
+    QvMetric_Close(sub);
+    QvMetric_Close(parent);
+  }
 }
 
 TEST_F(MetricKeys, WhatCannotBeOpenedStillGivesAHandle) {
-  const WString long_name(300, 'x');
-  const WString long_component(256, 'y');
-  const HRESULT too_long = registry_result(ERROR_FILENAME_EXCED_RANGE);
+  const WString long_name(300, 'x'), long_path(256, 'y');
+  const std::tuple<WString, const WCHAR*, LONG> cases[] = {
+      {path(QV_TEXT("")), long_name.c_str(), ERROR_FILENAME_EXCED_RANGE},
+      {long_name, nullptr, ERROR_FILENAME_EXCED_RANGE},
+      {long_path, QV_TEXT("zzzz"), ERROR_FILENAME_EXCED_RANGE},
+      {QV_TEXT("\\Software"), nullptr, 0}, // whatever the registry has against it
+  };
   HQVMETRIC handle = nullptr;
-  EXPECT_EQ(QvMetric_Open(&handle, long_name.c_str(), kVersion, nullptr), too_long);
-  ASSERT_NE(handle, nullptr);
-  EXPECT_EQ(QvSetMetric(handle, 1, 1), E_FAIL);
-  EXPECT_EQ(QvGetMetric(handle, 1), 0u);
+  for (const auto& [key_path, sub_key, error] : cases) {
+    const HRESULT result = QvMetric_OpenAppVersion(&handle, key_path.c_str(), sub_key);
+    EXPECT_EQ(error != 0 ? result : result & static_cast<HRESULT>(0xFFFF0000), registry_result(error));
+    ASSERT_NE(handle, nullptr);
+    EXPECT_EQ(QvSetMetric(handle, 1, 1), E_FAIL);
+    EXPECT_EQ(QvDoesMetricExist(handle, 1, REG_DWORD), S_FALSE);
+    EXPECT_EQ(QvMetric_CloseAndDeleteKey(handle), S_OK);
+  }
+  EXPECT_EQ(QvMetric_Open(&handle, long_name.c_str(), kVersion, nullptr), registry_result(ERROR_FILENAME_EXCED_RANGE));
   QvMetric_Close(handle);
-  EXPECT_EQ(QvMetric_Open(&handle, application_, kVersion, long_name.c_str()), too_long);
-  QvMetric_Close(handle);
-  EXPECT_EQ(QvMetric_OpenAppVersion(&handle, long_component.c_str(), QV_TEXT("zzzz")), too_long);
-  QvMetric_Close(handle);
-  EXPECT_EQ(QvMetric_OpenAppVersion(&handle, QV_TEXT("\\Software"), nullptr) & 0xFFFF0000, registry_result(0));
-  ASSERT_NE(handle, nullptr) << "whatever the registry had against it";
-  EXPECT_EQ(QvDoesMetricExist(handle, 1, REG_DWORD), S_FALSE);
-  EXPECT_EQ(QvMetric_CloseAndDeleteKey(handle), S_OK);
 }
 
 TEST_F(MetricKeys, ArgumentsAreChecked) {

@@ -5,6 +5,7 @@
 
 #include <climits>
 #include <cstring>
+#include <tuple>
 
 using namespace kernel_test;
 using qv::WString;
@@ -14,26 +15,19 @@ namespace {
 class MetricValues : public Metrics {};
 
 TEST(MetricNames, FollowNumberAndType) {
-  struct Case {
-    LONG n;
-    DWORD type;
-    const WCHAR* name;
-  };
-  const Case cases[] = {{7, REG_DWORD, QV_TEXT("D7")},
-                        {-7, REG_DWORD, QV_TEXT("D7")},
-                        {0, REG_SZ, QV_TEXT("S0")},
-                        {123, REG_BINARY, QV_TEXT("B123")},
-                        {5, REG_MULTI_SZ, QV_TEXT("Z5")},
-                        {5, REG_NONE, QV_TEXT("Z5")},
-                        {5, 11, QV_TEXT("Z5")},
-                        {INT_MAX, REG_SZ, QV_TEXT("S2147483647")},
-                        {static_cast<LONG>(0x80000001u), REG_DWORD, QV_TEXT("D2147483647")},
-                        {static_cast<LONG>(0xFFFFFFFFu), REG_BINARY, QV_TEXT("B1")},
-                        {INT_MIN, REG_SZ, QV_TEXT("S-2147483648")}};
-  for (const Case& each : cases) {
+  const std::tuple<LONG, DWORD, const WCHAR*> cases[] = {{7, REG_DWORD, QV_TEXT("D7")},
+                                                         {-7, REG_DWORD, QV_TEXT("D7")},
+                                                         {0, REG_SZ, QV_TEXT("S0")},
+                                                         {123, REG_BINARY, QV_TEXT("B123")},
+                                                         {5, REG_MULTI_SZ, QV_TEXT("Z5")},
+                                                         {5, REG_NONE, QV_TEXT("Z5")},
+                                                         {INT_MAX, REG_SZ, QV_TEXT("S2147483647")},
+                                                         {-INT_MAX, REG_DWORD, QV_TEXT("D2147483647")},
+                                                         {INT_MIN, REG_SZ, QV_TEXT("S-2147483648")}};
+  for (const auto& [n, type, expected] : cases) {
     WCHAR name[QVMETRIC_NAME_CHARS];
-    EXPECT_EQ(QvMetricGetName(each.n, each.type, name), S_OK);
-    EXPECT_EQ(WString(name), each.name);
+    EXPECT_EQ(QvMetricGetName(n, type, name), S_OK);
+    EXPECT_EQ(WString(name), expected);
   }
   EXPECT_EQ(QvMetricGetName(1, REG_SZ, nullptr), E_POINTER);
 }
@@ -43,7 +37,7 @@ TEST_F(MetricValues, NumbersHaveOneNameForBothSigns) {
   EXPECT_EQ(QvSetMetric(handle_, -5, 0xFEDCBA98), S_OK);
   EXPECT_EQ(QvGetMetric(handle_, 5), 0xFEDCBA98u);
   EXPECT_EQ(QvGetMetricUsingName(handle_, QV_TEXT("5")), 0xFEDCBA98u);
-  EXPECT_EQ(QvSetMetric(handle_, static_cast<LONG>(0x80000001u), 8), S_OK);
+  EXPECT_EQ(QvSetMetric(handle_, -INT_MAX, 8), S_OK);
   EXPECT_EQ(QvGetMetric(handle_, INT_MAX), 8u);
   EXPECT_EQ(QvSetMetric(handle_, INT_MIN, 9), S_OK);
   EXPECT_EQ(QvGetMetricUsingName(handle_, QV_TEXT("-2147483648")), 9u);
@@ -64,11 +58,10 @@ TEST_F(MetricValues, NumbersAreLimited) {
                         {-50, -10, 10, -10}, {INT_MIN, -1, 1, -1}, {5, 10, 1, 10}, {20, 10, 1, 1}};
   for (const Case& each : cases) {
     SCOPED_TRACE(each.stored);
-    QvSetMetric(handle_, 1, static_cast<DWORD>(each.stored));
-    EXPECT_EQ(static_cast<LONG>(QvGetMetricEx(handle_, 1, each.minimum, each.maximum, 7)), each.expected);
-    // The default goes the same way.
-    EXPECT_EQ(static_cast<LONG>(QvGetMetricEx(handle_, 2, each.minimum, each.maximum, static_cast<DWORD>(each.stored))),
-              each.expected);
+    const auto stored = static_cast<DWORD>(each.stored), expected = static_cast<DWORD>(each.expected);
+    QvSetMetric(handle_, 1, stored);
+    EXPECT_EQ(QvGetMetricEx(handle_, 1, each.minimum, each.maximum, 7), expected);
+    EXPECT_EQ(QvGetMetricEx(handle_, 2, each.minimum, each.maximum, stored), expected) << "the default, too";
   }
   EXPECT_EQ(QvGetMetricBool(handle_, 2, 0), FALSE);
   EXPECT_EQ(QvGetMetricBool(handle_, 2, -4), TRUE);
@@ -76,51 +69,44 @@ TEST_F(MetricValues, NumbersAreLimited) {
   EXPECT_EQ(QvGetMetricBool(handle_, 2, TRUE), FALSE);
   QvSetMetric(handle_, 2, 0x80000000);
   EXPECT_EQ(QvGetMetricBool(handle_, 2, FALSE), TRUE);
-}
 
-TEST_F(MetricValues, NumbersOfOtherSizesAreAbsent) {
   const BYTE bytes[8] = {1, 2, 3, 4, 5, 6, 7, 8};
   for (const size_t size : {0, 1, 3, 5, 8}) {
     store(QV_TEXT("1"), REG_DWORD, bytes, size);
-    EXPECT_EQ(QvGetMetric(handle_, 1), 0u) << size;
-    EXPECT_EQ(QvGetMetricEx(handle_, 1, 0, 0, 77), 77u) << size;
+    EXPECT_EQ(QvGetMetricEx(handle_, 1, 0, 0, 77), 77u) << "another size is absent: " << size;
   }
   store(QV_TEXT("1"), REG_BINARY, bytes, 4);
   EXPECT_EQ(QvGetMetric(handle_, 1), 0x04030201u) << "the size is what counts";
 }
 
 TEST_F(MetricValues, BytesFillTheRestWithZeros) {
-  const BYTE data[5] = {1, 2, 3, 4, 5};
-  ASSERT_EQ(QvSetMetricBinary(handle_, 1, data, 5), S_OK);
-  ASSERT_EQ(QvSetMetricBinary(handle_, 2, data, 0), S_OK);
-  store(QV_TEXT("B3"), REG_SZ, data, 4);
+  using Bytes = std::vector<BYTE>;
+  const Bytes data = {1, 2, 3, 4, 5};
+  ASSERT_EQ(QvSetMetricBinary(handle_, 1, data.data(), 5), S_OK);
+  ASSERT_EQ(QvSetMetricBinary(handle_, 2, data.data(), 0), S_OK);
+  store(QV_TEXT("B3"), REG_SZ, data.data(), 4);
   struct Case {
     LONG n;
-    DWORD size, expected;
+    DWORD size; ///< of the buffer; 0: there is none
     HRESULT result;
     DWORD reported;
   };
-  const Case cases[] = {{1, 8, 5, S_OK, 5},    {1, 5, 5, S_OK, 5},    {1, 4, 0, QVERR_MOREDATA, 5}, {2, 8, 0, S_OK, 0},
-                        {3, 8, 0, S_FALSE, 0}, {3, 2, 0, S_FALSE, 0}, {4, 8, 0, S_FALSE, 0}};
+  const Case cases[] = {{1, 8, S_OK, 5}, {1, 5, S_OK, 5},    {1, 4, QVERR_MOREDATA, 5}, {1, 0, QVERR_MOREDATA, 5},
+                        {2, 8, S_OK, 0}, {3, 8, S_FALSE, 0}, {3, 2, S_FALSE, 0},        {4, 8, S_FALSE, 0}};
   for (const Case& each : cases) {
     SCOPED_TRACE(testing::Message() << each.n << " in " << each.size);
-    BYTE buffer[9], expected[9] = {};
-    std::memset(buffer, 0xAA, sizeof buffer);
-    std::memcpy(expected, data, each.expected);
-    std::memset(expected + each.size, 0xAA, sizeof expected - each.size);
-    EXPECT_EQ(QvGetMetricBinary(handle_, each.n, buffer, each.size), each.expected);
-    EXPECT_EQ(std::memcmp(buffer, expected, sizeof buffer), 0);
-    std::memset(buffer, 0xAA, each.size);
+    const DWORD read = each.result == S_OK ? each.reported : 0;
+    Bytes expected(data.begin(), data.begin() + read), buffer(each.size + 1, 0xAA), again = buffer;
+    expected.resize(each.size);
+    expected.push_back(0xAA);
     DWORD bytes = 77;
-    EXPECT_EQ(QvGetMetricBinaryEx(handle_, each.n, buffer, each.size, &bytes), each.result);
+    EXPECT_EQ(QvGetMetricBinary(handle_, each.n, each.size ? buffer.data() : nullptr, each.size), read);
+    EXPECT_EQ(buffer, expected);
+    EXPECT_EQ(QvGetMetricBinaryEx(handle_, each.n, each.size ? again.data() : nullptr, each.size, &bytes), each.result);
+    EXPECT_EQ(again, expected);
     EXPECT_EQ(bytes, each.reported);
-    EXPECT_EQ(std::memcmp(buffer, expected, sizeof buffer), 0);
   }
-  DWORD bytes = 77;
-  EXPECT_EQ(QvGetMetricBinaryEx(handle_, 1, nullptr, 0, &bytes), QVERR_MOREDATA);
-  EXPECT_EQ(bytes, 5u);
   EXPECT_EQ(QvGetMetricBinaryEx(handle_, 1, nullptr, 0, nullptr), E_INVALIDARG);
-  EXPECT_EQ(QvGetMetricBinary(handle_, 1, nullptr, 0), 0u);
   EXPECT_EQ(QvSetMetricBinary(handle_, 1, nullptr, 5), E_FAIL);
 }
 
@@ -130,13 +116,14 @@ TEST_F(MetricValues, TextsAreCutAndTerminated) {
   constexpr const WCHAR* kNo = QV_TEXT("no");
   struct Case {
     const char* name;
-    DWORD type;            ///< REG_MULTI_SZ: read as a list of texts, without default
-    const WString& stored; ///< as it is, terminators and all
+    DWORD type;     ///< REG_MULTI_SZ: read as a list of texts, without default
+    WString stored; ///< as it is, terminators and all
     DWORD capacity;
     DWORD length;
     WString text; ///< in the buffer, whose rest is zero
     const WCHAR* absent = nullptr;
     BOOL keep_empty = FALSE;
+    size_t missing = 0; ///< bytes of what is stored
   };
   const Case cases[] = {
       {"roomy", REG_SZ, abc, 6, 3, QV_TEXT("abc")},
@@ -152,18 +139,22 @@ TEST_F(MetricValues, TextsAreCutAndTerminated) {
       {"unterminated", REG_SZ, bare, 6, 2, bare},
       {"unterminated and full", REG_SZ, bare, 3, 2, QV_TEXT("ab")},
       {"one unterminated character", REG_SZ, WString(1, 'x'), 4, 0, {}, nullptr, TRUE},
+      {"half a character", REG_SZ, bare, 4, 1, QV_TEXT("ab"), nullptr, FALSE, 1},
       {"capacity 1", REG_SZ, empty, 1, 0, {}, kNo},
       {"capacity 0", REG_SZ, abc, 0, 0, {}},
       {"several", REG_MULTI_SZ, several, 12, 8, several},
       {"several, exact", REG_MULTI_SZ, several, 9, 8, several},
       {"several, too small", REG_MULTI_SZ, several, 8, 0, {}},
       {"two terminators at the end", REG_MULTI_SZ, bare, 3, 2, QV_TEXT("a")},
+      {"several, half a character", REG_MULTI_SZ, bare, 4, 1, QV_TEXT("ab"), nullptr, FALSE, 1},
       {"several, capacity 0", REG_MULTI_SZ, several, 0, 0, {}},
   };
   for (Case each : cases) {
     SCOPED_TRACE(each.name);
     const bool several_texts = each.type == REG_MULTI_SZ;
-    store_text(several_texts ? QV_TEXT("Z1") : QV_TEXT("S1"), each.type, each.stored);
+    // What follows in memory is no terminator, which the registry would store with it.
+    store(several_texts ? QV_TEXT("Z1") : QV_TEXT("S1"), each.type, (each.stored + QV_TEXT("!")).data(),
+          each.stored.size() * sizeof(WCHAR) - each.missing);
     std::vector<WCHAR> buffer(each.capacity + 2, 'G'); // with a guard at both ends
     WCHAR* text = buffer.data() + 1;
     EXPECT_EQ(several_texts ? QvGetMetricMultiStringEx(handle_, 1, text, each.capacity)
@@ -189,58 +180,42 @@ TEST_F(MetricValues, TextsComeBack) {
   EXPECT_EQ(QvGetMetricMultiStringEx(handle_, 3, text, 10), 8u);
   EXPECT_EQ(WString(text, 9), several);
   EXPECT_EQ(QvSetMetricMultiString(handle_, 3, nullptr, 9), E_FAIL);
-
-  const BYTE odd[] = {'a', 0, 'b', 0, 'c'}; // of which the last is dropped
-  store(QV_TEXT("S1"), REG_SZ, odd, sizeof odd);
-  store(QV_TEXT("Z1"), REG_MULTI_SZ, odd, sizeof odd);
-  EXPECT_EQ(QvGetMetricStringEx(handle_, 1, text, 4, nullptr, FALSE), 1u);
-  EXPECT_EQ(WString(text, 4), WString(QV_TEXT("ab\0\0"), 4));
-  EXPECT_EQ(QvGetMetricMultiStringEx(handle_, 1, text, 4), 1u);
-  EXPECT_EQ(WString(text, 4), WString(QV_TEXT("ab\0\0"), 4));
 }
 
 TEST_F(MetricValues, AnyTypeIsReadAsItIsStored) {
-  const BYTE data[3] = {7, 8, 9};
-  store(QV_TEXT("S1"), REG_BINARY, data, 3);
+  const std::vector<BYTE> large(100'000, 5);
+  ASSERT_EQ(QvSetMetricBinary(handle_, 1, large.data(), 100'000), S_OK);
+  store(QV_TEXT("S1"), REG_BINARY, large.data(), 3);
   struct Case {
-    DWORD named; ///< the type of which the value has the name
-    bool buffer;
-    DWORD capacity;
+    DWORD named;    ///< the type of which the value has the name
+    DWORD capacity; ///< 0: there is no buffer
     HRESULT result;
     DWORD type, size;
+    HRESULT exists;
   };
+  const Case cases[] = {{REG_SZ, 4, S_OK, REG_BINARY, 3, S_FALSE},
+                        {REG_SZ, 2, QVERR_MOREDATA, REG_BINARY, 3, S_FALSE},
+                        {REG_SZ, 0, QVERR_MOREDATA, REG_BINARY, 3, S_FALSE},
+                        {REG_BINARY, 4, QVERR_MOREDATA, REG_BINARY, 100'000, S_OK},
+                        {REG_DWORD, 4, S_FALSE, REG_DWORD, 0, S_FALSE}};
   BYTE buffer[4];
-  for (const Case& each : {Case{REG_SZ, true, 4, S_OK, REG_BINARY, 3},
-                           {REG_SZ, true, 2, QVERR_MOREDATA, REG_BINARY, 3},
-                           {REG_SZ, false, 4, QVERR_MOREDATA, REG_BINARY, 3},
-                           {REG_DWORD, true, 4, S_FALSE, REG_DWORD, 0}}) {
+  for (const Case& each : cases) {
     std::memset(buffer, 0xAA, sizeof buffer);
     DWORD type = each.named, size = each.capacity;
-    EXPECT_EQ(QvGetMetricAny(handle_, 1, &type, each.buffer ? buffer : nullptr, &size), each.result);
+    EXPECT_EQ(QvGetMetricAny(handle_, -1, &type, each.capacity != 0 ? buffer : nullptr, &size), each.result);
     EXPECT_EQ(type, each.type);
     EXPECT_EQ(size, each.size);
-    EXPECT_EQ(buffer[2], each.result == S_OK ? 9 : 0xAA);
+    EXPECT_EQ(buffer[2], each.result == S_OK ? 5 : 0xAA);
     EXPECT_EQ(buffer[3], 0xAA);
+    EXPECT_EQ(QvDoesMetricExist(handle_, 1, each.named), each.exists);
   }
   DWORD type = REG_SZ, size = 4;
   EXPECT_EQ(QvGetMetricAny(nullptr, 1, &type, buffer, &size), QVERR_RIFF_NOTFOUND);
   EXPECT_EQ(QvGetMetricAny(handle_, 1, nullptr, buffer, &size), E_INVALIDARG);
   EXPECT_EQ(QvGetMetricAny(handle_, 1, &type, buffer, nullptr), E_INVALIDARG);
-}
-
-TEST_F(MetricValues, ExistAndAreDeletedByNumberAndType) {
-  const std::vector<BYTE> large(100'000, 5);
-  ASSERT_EQ(QvSetMetricBinary(handle_, 1, large.data(), 100'000), S_OK);
-  ASSERT_EQ(QvSetMetric(handle_, 1, 5), S_OK);
-  store(QV_TEXT("S1"), REG_BINARY, large.data(), 10);
-  EXPECT_EQ(QvDoesMetricExist(handle_, -1, REG_BINARY), S_OK);
-  EXPECT_EQ(QvDoesMetricExist(handle_, 1, REG_DWORD), S_OK);
-  EXPECT_EQ(QvDoesMetricExist(handle_, 1, REG_SZ), S_FALSE) << "it is of another type";
-  EXPECT_EQ(QvDoesMetricExist(handle_, 1, REG_MULTI_SZ), S_FALSE);
   EXPECT_EQ(QvDeleteMetric(handle_, -1, REG_BINARY), S_OK);
   EXPECT_EQ(QvDeleteMetric(handle_, 1, REG_BINARY), E_FAIL);
   EXPECT_EQ(QvDoesMetricExist(handle_, 1, REG_BINARY), S_FALSE);
-  EXPECT_EQ(QvGetMetric(handle_, 1), 5u);
 }
 
 TEST_F(MetricValues, WithoutAHandleGettersReturnDefaults) {
@@ -293,8 +268,7 @@ TEST_F(MetricValues, StreamsAreStoredWhole) {
   std::vector<BYTE> bytes(200'000);
   for (size_t i = 0; i < bytes.size(); ++i)
     bytes[i] = static_cast<BYTE>(i * 7);
-  IStream* stream = nullptr;
-  IStream* back = nullptr;
+  IStream *stream = nullptr, *back = nullptr;
   ASSERT_EQ(QvCreateMemoryStream(bytes.data(), bytes.size(), &stream), S_OK);
   ASSERT_EQ(QvCreateMemoryStream(nullptr, 0, &back), S_OK);
   LARGE_INTEGER move{};
@@ -305,12 +279,12 @@ TEST_F(MetricValues, StreamsAreStoredWhole) {
   EXPECT_EQ(QvSetMetricStream(handle_, 1, nullptr), E_POINTER);
   EXPECT_EQ(QvGetMetricStream(handle_, 1, nullptr), E_POINTER);
   EXPECT_EQ(QvGetMetricStream(handle_, 2, back), E_UNEXPECTED);
-  ASSERT_EQ(QvGetMetricStream(handle_, 1, back), S_OK);
   EXPECT_EQ(QvGetMetricStream(nullptr, 1, back), E_UNEXPECTED);
+  ASSERT_EQ(QvGetMetricStream(handle_, 1, back), S_OK);
   std::vector<BYTE> read(bytes.size() + 1);
   ULONG count = 0;
   back->Seek(LARGE_INTEGER{}, STREAM_SEEK_SET, nullptr);
-  EXPECT_EQ(back->Read(read.data(), static_cast<ULONG>(read.size()), &count), S_FALSE);
+  back->Read(read.data(), static_cast<ULONG>(read.size()), &count);
   read.resize(count);
   EXPECT_EQ(read, bytes);
   stream->SetSize({});

@@ -2,6 +2,7 @@
 // memory.
 #include "tests/kernel/queue/queue_fixture.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
@@ -61,28 +62,21 @@ void watch(HANDLE handle) {
   watched_closings = 0;
 }
 
-TEST(QueueMoments, AConsumerWithRetryLeavesAFlushToThoseOnTheirWay) {
-  Queue queue;
-  before_wait = [&] {
-    QvQueueFlush(queue);
-    DWORD result = 77;
-    EXPECT_EQ(QvQueueRemoveEx(queue, nullptr, 0, QVQUEUE_RETRY, 1, &result), nullptr);
-    EXPECT_EQ(result, WAIT_TIMEOUT);
-    EXPECT_TRUE(queue.signalled());
-  };
-  EXPECT_EQ(QvQueueRemove(queue, INFINITE), nullptr);
-  EXPECT_EQ(QvQueueRemoveEx(queue, nullptr, 0, QVQUEUE_RETRY, 1, nullptr), nullptr);
-  EXPECT_FALSE(queue.signalled()) << "all are back";
-}
-
-TEST(QueueMoments, AConsumerThatCameAfterTheFlushIsNotWaitedFor) {
-  Queue queue;
-  QvQueueFlush(queue);
-  before_wait = [&] {
+TEST(QueueMoments, AConsumerWithRetryLeavesAFlushToThoseWhoWaitedBefore) {
+  for (const bool late : {false, true}) {
+    Queue queue;
+    if (late) QvQueueFlush(queue);
+    before_wait = [&] {
+      if (!late) QvQueueFlush(queue);
+      DWORD result = 77;
+      EXPECT_EQ(QvQueueRemoveEx(queue, nullptr, 0, QVQUEUE_RETRY, 1, &result), nullptr);
+      EXPECT_EQ(result, WAIT_TIMEOUT);
+      EXPECT_EQ(queue.signalled(), !late);
+    };
+    EXPECT_EQ(QvQueueRemove(queue, late ? 1 : INFINITE), nullptr);
     EXPECT_EQ(QvQueueRemoveEx(queue, nullptr, 0, QVQUEUE_RETRY, 1, nullptr), nullptr);
-    EXPECT_FALSE(queue.signalled());
-  };
-  EXPECT_EQ(QvQueueRemove(queue, 1), nullptr);
+    EXPECT_FALSE(queue.signalled()) << "all are back";
+  }
 }
 
 TEST(QueueMoments, ADeletedQueuesEventLivesUntilTheLastWaitIsOver) {
@@ -115,18 +109,13 @@ TEST(QueueMoments, ADeletedQueuesEventLivesUntilTheLastWaitIsOver) {
 }
 
 TEST(QueueMoments, RecordsServeOneQueueAfterAnother) {
-  std::vector<tQVQHEAD> heads(2000); // more than anything before had at once, wherever their records are
+  std::vector<tQVQHEAD> heads(2000); // more than ever before, whichever records are free
   no_memory = true;
-  int begun = 0;
-  for (tQVQHEAD& head : heads)
-    begun += QvQueueInitialize(&head);
+  const auto begin = [](tQVQHEAD& head) { return QvQueueInitialize(&head) != 0; };
+  EXPECT_LT(std::count_if(heads.begin(), heads.end(), begin), 2000);
   no_memory = false;
-  EXPECT_LT(begun, 2000);
   for (int round = 0; round < 3; ++round) {
-    for (tQVQHEAD& head : heads) {
-      EXPECT_EQ(QvQueueInitialize(&head), 1);
-      EXPECT_NE(head.event, nullptr);
-    }
+    EXPECT_EQ(std::count_if(heads.begin(), heads.end(), begin), 2000);
     if (round == 0) records = 0;
     for (tQVQHEAD& head : heads)
       QvQueueDelete(&head);

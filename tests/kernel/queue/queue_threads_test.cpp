@@ -1,8 +1,8 @@
 // Producers, consumers and deletion on many threads.
 #include "tests/kernel/queue/queue_fixture.h"
 
+#include <algorithm>
 #include <atomic>
-#include <barrier>
 #include <cstring>
 #include <deque>
 #include <random>
@@ -59,70 +59,50 @@ tQVQELM* wait_somehow(tQVQHEAD* head, int way, HANDLE never) {
   }
 }
 
-/// Runs `consumers` threads that wait for a queue, one after the other at the same address, while release(queue) is
-/// called once for each without knowing how far they are.
-template <class Release>
-void race(int consumers, int rounds, Release release) {
+TEST(QueueThreads, ConsumersComeBackHoweverTheRaceFalls) {
+  struct Case {
+    int ways; ///< of waiting: the fourth has retry, for which a flush is no reason to return
+    void (*release)(tQVQHEAD*);
+  };
+  constexpr Case kCases[] = {
+      {3, QvQueueFlush},
+      {4,
+       [](tQVQHEAD* queue) {
+         const std::jthread other([=] { QvQueueDelete(queue); });
+         QvQueueDelete(queue);
+       }},
+      {4,
+       [](tQVQHEAD* queue) {
+         QvQueueDelete(queue);
+         // Nobody may look at the lock any more. (The event says to those who come late that there is no queue.)
+         std::memset(&queue->lock, 0xDD, sizeof queue->lock);
+       }},
+  };
   const HANDLE never = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  tQVQHEAD queue;
-  std::barrier together(consumers + 1);
-  auto threads = start(consumers, [&](int consumer) {
-    for (int i = 0; i < rounds; ++i) {
-      together.arrive_and_wait();
-      EXPECT_EQ(wait_somehow(&queue, consumer, never), nullptr);
-      together.arrive_and_wait();
-    }
-  });
   std::mt19937 random(7);
-  for (int i = 0; i < rounds; ++i) {
-    queue = {};
-    EXPECT_EQ(QvQueueInitialize(&queue), 1);
-    together.arrive_and_wait();
-    for (unsigned spins = random() % (i % 2 == 0 ? 10 : 30'000); spins > 0; --spins)
+  for (int round = 0; round < 900; ++round) {
+    Queue queue;
+    const Case& each = kCases[round % 3];
+    const auto consumers = start(each.ways, [&](int way) { EXPECT_EQ(wait_somehow(queue, way, never), nullptr); });
+    for (unsigned spins = random() % 30'000; spins > 0; --spins)
       std::atomic_signal_fence(std::memory_order_seq_cst);
-    release(&queue);
-    together.arrive_and_wait();
-    QvQueueDelete(&queue);
+    each.release(queue);
   }
-  threads.clear();
   CloseHandle(never);
 }
 
-TEST(QueueThreads, ConsumersComeBackHoweverTheRaceFalls) {
-  race(
-      4, 1000,
-      [](tQVQHEAD* queue) {
-        QvQueueDelete(queue);
-        // Nobody may look at the lock any more. (The event says to those who come late that there is no queue.)
-        std::memset(&queue->lock, 0xDD, sizeof queue->lock);
-      });
-  race(2, 500, [](tQVQHEAD* queue) {
-    const std::jthread other([=] { QvQueueDelete(queue); });
-    QvQueueDelete(queue);
-  });
-  // None of three has retry: one flush releases them, however late they come.
-  race(3, 1000, [](tQVQHEAD* queue) { QvQueueFlush(queue); });
-}
-
 /// Many queues next to each other.
-class Queues {
-public:
-  explicit Queues(size_t count) : heads_(count) { begin_all(); }
-  Queues(const Queues&) = delete;
-  Queues& operator=(const Queues&) = delete;
+struct Queues : std::vector<tQVQHEAD> {
+  explicit Queues(size_t count) : vector(count) { begin_all(); }
   ~Queues() { delete_all(); }
   void begin_all() {
-    for (tQVQHEAD& head : heads_)
-      EXPECT_EQ(QvQueueInitialize(&head), 1);
+    std::for_each(
+        begin(), end(), [](tQVQHEAD& head) { EXPECT_EQ(QvQueueInitialize(&head), 1); });
   }
   void delete_all() {
-    for (tQVQHEAD& head : heads_)
-      QvQueueDelete(&head);
+    std::for_each(
+        begin(), end(), [](tQVQHEAD& head) { QvQueueDelete(&head); });
   }
-  tQVQHEAD* operator[](size_t index) { return &heads_[index]; }
-
-private:
-  std::vector<tQVQHEAD> heads_;
 };
 
 /// A visit that lasts while its queue and others are deleted.
@@ -177,7 +157,7 @@ TEST(QueueThreads, AThousandHeadsBeginAgainUnderTheirUsers) {
     for (tQVQELM* own = nullptr; !quit;) {
       // One that is not found was taken by another, or is in a queue that is being deleted: it is nobody's yet.
       if (!own) own = &elements[user].emplace_back(Number{{}, user}).link;
-      tQVQHEAD* queue = queues[random() % 1000];
+      tQVQHEAD* queue = &queues[random() % 1000];
       QvQueueInsert(queue, own);
       QvQueueMoveToTail(queue, own);
       own = QvQueueFindAndRemove(queue, has_value, user);

@@ -32,7 +32,7 @@ protected:
   DWORD result_ = 0;
 };
 
-TEST_F(QueueWaiting, EmptyQueuesTimeOut) {
+TEST_F(QueueWaiting, EmptyQueuesTimeOutAndOthersNeedNoWait) {
   EXPECT_EQ(remove(nullptr, 0, 0, 0), nullptr);
   EXPECT_EQ(result_, 77u);
   EXPECT_EQ(remove(nullptr, 0, 0, 1), nullptr);
@@ -40,9 +40,6 @@ TEST_F(QueueWaiting, EmptyQueuesTimeOut) {
   EXPECT_EQ(QvQueueRemoveAlertable(queue_, 1), nullptr);
   EXPECT_EQ(QvQueueRemoveTail(queue_, 1), nullptr);
   EXPECT_EQ(QvQueueWait(queue_, 1), 0);
-}
-
-TEST_F(QueueWaiting, AnElementThatIsThereNeedsNoWait) {
   QvQueueInsert(queue_, &number_.link);
   EXPECT_EQ(QvQueueWait(queue_, INFINITE), 1);
   EXPECT_EQ(remove(&set_, 1, QVQUEUE_RETRY, INFINITE), &number_.link);
