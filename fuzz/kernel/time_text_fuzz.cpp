@@ -26,7 +26,7 @@ Value take(const uint8_t*& data, size_t& size) {
   return value;
 }
 
-/// An end pointer stands in its text, behind a digit or where reading began.
+/// An end pointer stands in its text.
 void require_in(const qv::WString& text, const WCHAR* end) {
   require(end >= text.c_str() && end <= text.c_str() + text.size());
 }

@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <random>
+#include <tuple>
 
 namespace {
 
@@ -37,23 +38,19 @@ TEST_F(Directive, FieldsOfLocalizedNumbers) {
 }
 
 TEST_F(Directive, DecimalSeparatorNeverEqualsTheThousandsSeparator) {
-  struct Case {
-    const WCHAR *decimal, *thousand;
-    const char* text;
-  };
-  const Case cases[] = {
+  const std::tuple<const WCHAR*, const WCHAR*, const char*> cases[] = {
       {QV_TEXT(","), QV_TEXT(","), ". 1,000.5"},
       {QV_TEXT("."), QV_TEXT("."), ", 1.000,5"},
       {QV_TEXT("'"), QV_TEXT("'"), ". 1'000.5"},
       {QV_TEXT("."), QV_TEXT(""), ". 1000.5"},
       {QV_TEXT("·dec"), QV_TEXT("·th"), "·dec 1·th000·dec5"},
   };
-  for (const Case& each : cases) {
+  for (const auto& [decimal, thousand, text] : cases) {
     QVUSERLOCALE locale = kEnglish;
-    set(locale.decimal, each.decimal);
-    set(locale.thousand, each.thousand);
+    set(locale.decimal, decimal);
+    set(locale.thousand, thousand);
     QvText_SetUserLocale(&locale);
-    EXPECT_EQ(formatted(QV_TEXT("$* $.1f"), 1000.5), each.text);
+    EXPECT_EQ(formatted(QV_TEXT("$* $.1f"), 1000.5), text);
   }
 }
 
@@ -75,12 +72,7 @@ std::string grouped(const std::string& digits, std::vector<int> sizes, bool repe
 }
 
 TEST_F(Directive, GroupingFormsAgreeWithAModel) {
-  struct Case {
-    const WCHAR* grouping;
-    std::vector<int> sizes;
-    bool repeats;
-  };
-  const Case cases[] = {
+  const std::tuple<const WCHAR*, std::vector<int>, bool> cases[] = {
       {QV_TEXT("3;0"), {3}, true},      {QV_TEXT("3;2;0"), {3, 2}, true},
       {QV_TEXT("3;2"), {3, 2}, false},  {QV_TEXT("1;2;3;4"), {1, 2, 3, 4}, false},
       {QV_TEXT("1;0"), {1}, true},      {QV_TEXT("0;0"), {}, false},
@@ -88,10 +80,10 @@ TEST_F(Directive, GroupingFormsAgreeWithAModel) {
       {QV_TEXT("9;9;0"), {9, 9}, true}, {QV_TEXT("1;1;1;1;1;1;1;"), {1, 1, 1, 1, 1, 1, 1}, false},
   };
   std::mt19937_64 random(3);
-  for (const Case& each : cases) {
+  for (const auto& [grouping, sizes, repeats] : cases) {
     QVUSERLOCALE locale = kEnglish;
     set(locale.thousand, QV_TEXT("_"));
-    set(locale.grouping, each.grouping);
+    set(locale.grouping, grouping);
     QvText_SetUserLocale(&locale);
     for (int i = 0; i < 640; ++i) {
       const auto value = static_cast<int64_t>(random() >> i % 64);
@@ -103,13 +95,13 @@ TEST_F(Directive, GroupingFormsAgreeWithAModel) {
       size_t length = precision;
       if (zeros && !left && precision == 0 && width > expected.size()) length = width - expected.size();
       if (length > digits.size()) digits.insert(0, length - digits.size(), '0');
-      expected += grouped(digits, each.sizes, each.repeats);
+      expected += grouped(digits, sizes, repeats);
       if (width > expected.size()) expected.insert(left ? expected.size() : 0, width - expected.size(), ' ');
       const std::string format = std::string("$") + (plus ? "+" : "") + (left ? "-" : "") + (zeros ? "0" : "") +
                                  std::to_string(width) + (precision != 0 ? "." + std::to_string(precision) : "") +
                                  "I64d";
       ASSERT_EQ(formatted(widened(format).c_str(), value), expected)
-          << format << " of " << value << " with " << utf8(each.grouping);
+          << format << " of " << value << " with " << utf8(grouping);
     }
   }
 }

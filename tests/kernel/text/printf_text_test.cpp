@@ -2,7 +2,6 @@
 #include "tests/kernel/text/formatted.h"
 
 #include <climits>
-#include <gtest/gtest.h>
 #include <memory>
 
 namespace {

@@ -24,12 +24,8 @@ qv::WString in_force() {
   return {reinterpret_cast<const WCHAR*>(&locale), sizeof locale / sizeof(WCHAR)};
 }
 
-struct Field {
-  LCTYPE type;
-  size_t capacity;
-};
-constexpr Field kFields[] = {{LOCALE_SNAME, 16},    {LOCALE_STIME, 8}, {LOCALE_SDECIMAL, 8},
-                             {LOCALE_STHOUSAND, 8}, {LOCALE_SLIST, 8}, {LOCALE_SGROUPING, 16}};
+constexpr std::pair<LCTYPE, size_t> kFields[] = {{LOCALE_SNAME, 16},    {LOCALE_STIME, 8}, {LOCALE_SDECIMAL, 8},
+                                                 {LOCALE_STHOUSAND, 8}, {LOCALE_SLIST, 8}, {LOCALE_SGROUPING, 16}};
 
 TEST_F(UserLocale, NullReturnsToTheUsersSettings) {
   QvText_SetUserLocale(nullptr);
@@ -47,8 +43,8 @@ TEST_F(UserLocale, UnterminatedFieldsAreCut) {
   const QVUSERLOCALE full = filled_with(QV_TEXT('3'));
   QvText_SetUserLocale(&full);
   std::string expected;
-  for (const Field& field : kFields)
-    expected += std::string(field.capacity - 1, '3') + '\0';
+  for (const auto& [type, capacity] : kFields)
+    expected += std::string(capacity - 1, '3') + '\0';
   EXPECT_EQ(utf8(in_force()), expected);
   EXPECT_EQ(formatted(QV_TEXT("$:")), std::string(7, '3'));
 }

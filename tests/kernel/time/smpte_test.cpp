@@ -4,7 +4,6 @@
 #include "qv/smpte.h"
 
 #include <array>
-#include <gtest/gtest.h>
 #include <random>
 #include <tuple>
 
@@ -156,11 +155,7 @@ TEST(TimecodeDial, SumsAndDifferences) {
 
 // Beside the steps of a day: back over dropped labels, from labels that are none, and in formats that are none.
 TEST(TimecodeDial, Steps) {
-  struct Case {
-    DWORD format;
-    Fields from, forward, back;
-  };
-  const Case cases[] = {
+  const std::tuple<DWORD, Fields, Fields, Fields> cases[] = {
       {2, {0, 1, 0, 0}, {0, 1, 0, 1}, {0, 0, 59, 29}},       // back into a minute divisible by 10
       {2, {0, 2, 0, 0}, {0, 2, 0, 1}, {0, 1, 59, 31}},       // and into one that is not
       {5, {0, 2, 0, 0}, {0, 2, 0, 1}, {0, 1, 59, 31}},       // though format 5 drops nothing
@@ -175,14 +170,14 @@ TEST(TimecodeDial, Steps) {
       {1, {33, 0, 0, 0}, {33, 0, 0, 1}, {0, 59, 59, 29}},    //
       {1, {32, 0, 0, 0}, {32, 0, 0, 1}, {23, 59, 59, 29}},   //
   };
-  for (const Case& each : cases) {
-    SCOPED_TRACE(testing::Message() << each.format << ": " << testing::PrintToString(each.from));
-    _smpteval value = label(each.format, each.from);
+  for (const auto& [format, from, forward, back] : cases) {
+    SCOPED_TRACE(testing::Message() << format << ": " << testing::PrintToString(from));
+    _smpteval value = label(format, from);
     QVSMPTE_IncrementByFrame(&value, 0);
-    EXPECT_EQ(fields(value), each.forward);
-    value = label(each.format, each.from);
+    EXPECT_EQ(fields(value), forward);
+    value = label(format, from);
     QVSMPTE_DeccrementByFrame(&value, 0);
-    EXPECT_EQ(fields(value), each.back);
+    EXPECT_EQ(fields(value), back);
   }
 }
 

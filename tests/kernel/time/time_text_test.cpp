@@ -4,21 +4,15 @@
 #include <cmath>
 #include <cstring>
 #include <random>
-#include <vector>
+#include <tuple>
 
 namespace {
 
 using TimeText = LocaleTest;
 
 TEST_F(TimeText, EveryFormat) {
-  struct Case {
-    DWORD format;
-    QVNANOTIME time;
-    const char* long_form;
-    const char* short_form;
-  };
   const QVNANOTIME late = 36'255'000'000; // 1:00:25.5
-  const Case cases[] = {
+  const std::tuple<DWORD, QVNANOTIME, const char*, const char*> cases[] = {
       {0, late, "174,024,000", "174,024,000"},
       {0, 104, "0", "0"}, // half a sample is 104.17 units
       {0, 105, "1", "1"},
@@ -63,11 +57,9 @@ TEST_F(TimeText, EveryFormat) {
       {20, late, "36,255,000,000", "36,255,000,000"},
       {0xFFFFFFFF, -1, "-1", "-1"},
   };
-  for (const Case& each : cases) {
-    SCOPED_TRACE(testing::Message() << "format " << each.format << ", " << each.time);
-    const _qvposfmt shown = shown_as(each.format);
-    EXPECT_EQ(text_of(shown, each.time), each.long_form);
-    EXPECT_EQ(text_of(shown, each.time, QVTIME_SHORT), each.short_form);
+  for (const auto& [format, time, long_form, short_form] : cases) {
+    EXPECT_EQ(text_of(shown_as(format), time), long_form) << format << ", " << time;
+    EXPECT_EQ(text_of(shown_as(format), time, QVTIME_SHORT), short_form) << format << ", " << time;
   }
 }
 
@@ -91,30 +83,25 @@ std::string clock_by_definition(double seconds, double parts, const char* format
 }
 
 TEST_F(TimeText, ClocksAreThoseOfTheDefinition) {
-  struct Case {
-    DWORD format;
-    double parts;
-    const char* text;
-  };
-  const Case cases[] = {{1, 1000.0, "%02d:%02d:%02d.%03d"},
-                        {3, 24.0, "%02d:%02d:%02d.%02d"},
-                        {3, 25.0, "%02d:%02d:%02d.%02d"},
-                        {3, 1000.0, "%02d:%02d:%02d.%02d"},
-                        {17, 75.0, "%02d:%02d:%02d:%02d"}};
+  const std::tuple<DWORD, double, const char*> cases[] = {{1, 1000.0, "%02d:%02d:%02d.%03d"},
+                                                          {3, 24.0, "%02d:%02d:%02d.%02d"},
+                                                          {3, 25.0, "%02d:%02d:%02d.%02d"},
+                                                          {3, 1000.0, "%02d:%02d:%02d.%02d"},
+                                                          {17, 75.0, "%02d:%02d:%02d:%02d"}};
   std::mt19937_64 random(3);
-  for (const Case& each : cases) {
-    _qvposfmt shown = shown_as(each.format);
-    shown.frameRate = each.parts;
-    const double half = 0.5 / each.parts;
-    for (int i = 0; i < 200'000; ++i) {
+  for (const auto& [format, parts, form] : cases) {
+    _qvposfmt shown = shown_as(format);
+    shown.frameRate = parts;
+    const double half = 0.5 / parts;
+    for (int i = 0; i < 60'000; ++i) {
       // Any time, the time around which a part begins, and the one around which an hour does.
       const auto time = static_cast<QVNANOTIME>(random() % 863'998'000'000);
-      const double part = std::floor(static_cast<double>(time) * 1e-7 * each.parts) + 0.5;
-      const auto edge = static_cast<QVNANOTIME>(part / each.parts * 1e7);
+      const double part = std::floor(static_cast<double>(time) * 1e-7 * parts) + 0.5;
+      const auto edge = static_cast<QVNANOTIME>(part / parts * 1e7);
       const auto hour = (time / kHour + 1) * kHour - static_cast<QVNANOTIME>(half * 1e7);
       for (const QVNANOTIME at : {time, edge - 1, edge, edge + 1, hour % 863'998'000'000})
-        ASSERT_EQ(text_of(shown, at), clock_by_definition(static_cast<double>(at) * 1e-7 + half, each.parts, each.text))
-            << at << " in format " << each.format << " at " << each.parts;
+        ASSERT_EQ(text_of(shown, at), clock_by_definition(static_cast<double>(at) * 1e-7 + half, parts, form))
+            << at << " in format " << format << " at " << parts;
     }
   }
 }
