@@ -24,7 +24,7 @@ constexpr LanguageName kLanguages[] = {
     {QV_TEXT("ko"), QVLANGUAGE_KOREAN},    {QV_TEXT("zh"), QVLANGUAGE_CHINESE},
 };
 
-// QVLANGUAGE_COUNT: the user's locale decides.
+// The language that was set for the process; QVLANGUAGE_COUNT: none, the user's locale decides.
 constinit std::atomic<QVLANGUAGE> language_set = QVLANGUAGE_COUNT;
 
 constexpr WCHAR lower(WCHAR character) {
@@ -32,7 +32,7 @@ constexpr WCHAR lower(WCHAR character) {
   return upper ? static_cast<WCHAR>(character + 32) : character;
 }
 
-// "de", "de-DE" and "DE_at" are German; "deu" and "" are not known.
+// The language of a locale name: "de", "de-DE" and "DE_at" are German; English for names that are not known, as "deu".
 QVLANGUAGE language_of_locale(const WCHAR* name) {
   if (name[0] == 0 || name[1] == 0) return QVLANGUAGE_ENGLISH;
   if (name[2] != 0 && name[2] != QV_TEXT('-') && name[2] != QV_TEXT('_')) return QVLANGUAGE_ENGLISH;

@@ -95,7 +95,7 @@ public:
     if (read) read->QuadPart = 0;
     if (written) written->QuadPart = 0;
     if (!stream) return STG_E_INVALIDPOINTER;
-    // Through a buffer, and no further than the end is now: the other stream may share the bytes.
+    // The bytes go through a buffer, and no further than the end is now: the other stream may share them.
     BYTE block[4096];
     HRESULT result = S_OK;
     for (ULONGLONG rest = std::min<ULONGLONG>(count.QuadPart, left()); rest != 0 && result == S_OK;) {

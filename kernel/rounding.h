@@ -45,7 +45,7 @@ inline QVNANOTIME time_of_frame_start(double seconds) { return truncated(seconds
 /// Frames that are added before frames are counted, so that a frame's own time counts it whatever doubles lose.
 inline constexpr double kFrameSlack = 1e-5;
 
-/// Half a frame in seconds, which rounds a time to the nearest frame; 0 for rates too low to round by.
+/// Half a frame in seconds, which is added to round a time to the nearest frame; 0 for rates too low to round by.
 inline double half_frame(double rate) { return rate > 0.01 ? 0.5 / rate : 0.0; }
 
 inline QVNANOTIME saturated_sum(QVNANOTIME a, QVNANOTIME b) {

@@ -18,7 +18,7 @@ struct TokenTexts {
 
 using Name = std::basic_string_view<WCHAR>;
 
-// In the order of Token.
+// The names of the tokens, in the order of Token.
 constexpr Name kNames[kTokens] = {QV_TEXT("m.b"), QV_TEXT("b.t"), QV_TEXT("SMPTE.Whole"), QV_TEXT("SMPTE.NonDrop"),
                                   QV_TEXT("SMPTE.Drop")};
 constexpr TokenTexts kDefaults = {{{QV_TEXT(".")}, {QV_TEXT(".")}, {QV_TEXT(":")}, {QV_TEXT(".")}, {QV_TEXT(",")}}};

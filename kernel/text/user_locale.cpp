@@ -19,7 +19,7 @@ constexpr QVUSERLOCALE kEnglish = {QV_TEXT("en-US"), QV_TEXT(":"), QV_TEXT("."),
 
 constexpr ClockSeparators kEnglishClock = {QV_TEXT(":"), QV_TEXT(".")};
 
-// Copies of what the list below holds, for readers that take no lock.
+// The locale in force and its clock separators, copied from locale_list() for readers that take no lock.
 constinit SharedValue<QVUSERLOCALE> locale_in_force(kEnglish);
 constinit SharedValue<ClockSeparators> clock_in_force(kEnglishClock);
 constinit std::atomic<bool> locale_is_read = false;

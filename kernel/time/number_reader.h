@@ -35,7 +35,7 @@ inline int64_t with_digit(int64_t value, WCHAR digit) {
   return value > (kMax - last) / 10 ? kMax : value * 10 + last;
 }
 
-/// The number of the digits from `begin` to `end`.
+/// The number that the digits from `begin` to `end` make.
 inline int64_t digits_value(const WCHAR* begin, const WCHAR* end) {
   int64_t value = 0;
   for (; begin != end; ++begin)

@@ -25,7 +25,7 @@ struct PositionFormat {
 
 extern const PositionFormat kPositionFormats[QVPOSFMT_COUNT];
 
-/// Any code; those beyond the table show the raw value.
+/// The format of any code: codes beyond the table show the raw value.
 inline const PositionFormat& position_format(DWORD code) {
   return kPositionFormats[code < QVPOSFMT_COUNT ? code : QVPOSFMT_RAW];
 }
@@ -48,7 +48,7 @@ struct MusicalPosition {
   uint32_t measure, beat, tick; ///< counted from 0
 };
 
-/// `seconds` is not below 0.
+/// The musical position of seconds that are not below 0.
 MusicalPosition musical_position(double seconds, const _qvposfmt& shown);
 
 } // namespace qv::kernel

@@ -78,7 +78,8 @@ void QVSMPTE_DeccrementByFrame(_smpteval* label, DWORD) {
     label->minutes = 59;
     step_hours_back(label);
   }
-  // The two labels that the minute lacks at its start are added at its end, where format 5 lacks none.
+  // A step back into a minute that drops labels lands on its frame 31: the two that its start lacks are added at its
+  // end. Format 5 does the same, though it drops none.
   const bool steps_by_two = label->format == QVSMPTE_FMT_2997DF || label->format == QVSMPTE_FMT_2997ND;
   if (steps_by_two && (hours_change || label->minutes % 10 != 0)) label->frames += 2;
 }
