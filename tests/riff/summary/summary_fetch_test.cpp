@@ -17,46 +17,42 @@ const Bytes kInfo = list("INFO", chunk("IART", zeroed("Jo")) + chunk("INAM", zer
 const struct {
   const char* name;
   Bytes bytes;
-  const char* id;
-  DWORD capacity;
-  DWORD remaining;
   HRESULT result;
-  const char* text; // the buffer up to its first zero; a '#' stands for an untouched character
-  DWORD left;
+  const char* text; ///< the buffer up to its first zero; a '#' stands for an untouched character
+  const char* id = "INAM";
+  DWORD capacity = 9;
+  DWORD remaining = 200;
+  DWORD left = remaining;
 } kCases[] = {
-    {"behind others", kFormat + kOtherList + kInfo, "INAM", 9, 200, S_OK, "abc", 200},
-    {"unbounded", kFormat + kOtherList + kInfo, "INAM", 9, kUnbounded, S_OK, "abc", 0},
-    {"a list without a form", header("LIST", 2) + "xx" + kInfo, "INAM", 9, 100, S_OK, "abc", 100},
-    {"just fits", kInfo, "INAM", 4, 100, S_OK, "abc", 100},
-    {"cut", kInfo, "INAM", 3, 100, S_OK, "ab", 100},
-    {"cut to nothing", kInfo, "INAM", 1, 100, S_OK, "", 100},
-    {"no room", kInfo, "INAM", 0, 100, S_OK, "#", 100},
-    {"no end: on into the next sub-chunk", kInfo, "ICMT", 20, 100, S_OK, "no end:", 100},
-    {"not even a pad byte between", list("INFO", header("ICMT", 4) + "no e" + chunk("INAM", zeroed("abc"))), "ICMT", 20,
-     100, S_OK, "no eINAM\4", 100},
-    {"no end at the list's end", list("INFO", header("ICMT", 4) + "no e") + "more", "ICMT", 20, 100, S_OK, "no e", 100},
-    {"the first of two", list("INFO", chunk("INAM", zeroed("one")) + chunk("INAM", zeroed("two"))), "INAM", 9, 100,
-     S_OK, "one", 100},
-    {"empty text", list("INFO", chunk("INAM", zeroed(""))), "INAM", 9, 100, S_OK, "", 100},
-    {"a size that is not believed", list("INFO", header("INAM", 0xFFFFFFFF) + zeroed("abc")), "INAM", 9, 100, S_OK,
-     "abc", 100},
-    {"code page 1252", list("INFO", chunk("INAM", zeroed("\x80"))), "INAM", 9, 100, S_OK, "\\x20AC", 100},
+    {"behind others", kFormat + kOtherList + kInfo, S_OK, "abc"},
+    {"unbounded", kFormat + kOtherList + kInfo, S_OK, "abc", "INAM", 9, kUnbounded},
+    {"room for a list's header is enough", kInfo, S_OK, "abc", "INAM", 9, 8},
+    {"a list without a form", header("LIST", 2) + "xx" + kInfo, S_OK, "abc"},
+    {"just fits", kInfo, S_OK, "abc", "INAM", 4},
+    {"cut", kInfo, S_OK, "ab", "INAM", 3},
+    {"cut to nothing", kInfo, S_OK, "", "INAM", 1},
+    {"no room", kInfo, S_OK, "#", "INAM", 0},
+    {"no end: on into the next sub-chunk", kInfo, S_OK, "no end:", "ICMT", 20},
+    {"not even a pad byte between", list("INFO", header("ICMT", 4) + "no e" + chunk("INAM", zeroed("abc"))), S_OK,
+     "no eINAM\4", "ICMT", 20},
+    {"no end at the list's end", list("INFO", header("ICMT", 4) + "no e") + "more", S_OK, "no e", "ICMT"},
+    {"the first of two", list("INFO", chunk("INAM", zeroed("one")) + chunk("INAM", zeroed("two"))), S_OK, "one"},
+    {"empty text", list("INFO", chunk("INAM", zeroed(""))), S_OK, ""},
+    {"a size that is not believed", list("INFO", header("INAM", 0xFFFFFFFF) + zeroed("abc")), S_OK, "abc"},
+    {"code page 1252", list("INFO", chunk("INAM", zeroed("\x80"))), S_OK, "\\x20AC"},
 
-    {"no such text", kInfo, "ICOP", 9, 100, QVERR_RIFF_NOTFOUND, "#", 100},
-    {"only the first INFO list counts", list("INFO", chunk("IART", zeroed("Jo"))) + kInfo, "INAM", 9, 100,
-     QVERR_RIFF_NOTFOUND, "#", 100},
-    {"empty list", list("INFO", "") + kInfo, "INAM", 9, 100, QVERR_RIFF_NOTFOUND, "#", 100},
-    {"7 bytes of a list", list("INFO", "INAM123") + kInfo, "INAM", 9, 100, QVERR_RIFF_NOTFOUND, "#", 100},
-    {"a sub-chunk past the list's end", list("INFO", header("IART", 99)) + kInfo, "INAM", 9, 200, QVERR_RIFF_NOTFOUND,
-     "#", 200},
-    {"nothing remains behind a chunk", kFormat + kInfo, "INAM", 9, 24 + 7, QVERR_RIFF_NOTFOUND, "#", 7},
-    {"nor behind a list", kOtherList + kInfo, "INAM", 9, 26 + 3, QVERR_RIFF_NOTFOUND, "#", 3},
-    {"a chunk past what remains", kFormat + kInfo, "INAM", 9, 10, QVERR_RIFF_NOTFOUND, "#", 0},
-    {"no file", "", "INAM", 9, 100, QVERR_RIFF_READ, "#", 100},
-    {"no list, unbounded", kFormat + kOtherList, "INAM", 9, kUnbounded, QVERR_RIFF_READ, "#", 0},
-    {"chunk of 4 GiB", header("data", 0xFFFFFFFF) + kInfo, "INAM", 9, kUnbounded, QVERR_RIFF_READ, "#", 0},
-    {"list longer than the file", header("LIST", 0x7FFFFFFF) + "INFO" + chunk("INAM", zeroed("abc")), "INAM", 9, 100,
-     QVERR_RIFF_READ, "#", 100},
+    {"no such text", kInfo, QVERR_RIFF_NOTFOUND, "#", "ICOP"},
+    {"only the first INFO list counts", list("INFO", chunk("IART", "Jo")) + kInfo, QVERR_RIFF_NOTFOUND, "#"},
+    {"empty list", list("INFO", "") + kInfo, QVERR_RIFF_NOTFOUND, "#"},
+    {"7 bytes of a list", list("INFO", "INAM123") + kInfo, QVERR_RIFF_NOTFOUND, "#"},
+    {"a sub-chunk past the list's end", list("INFO", header("IART", 99)) + kInfo, QVERR_RIFF_NOTFOUND, "#"},
+    {"nothing remains behind a chunk", kFormat + kInfo, QVERR_RIFF_NOTFOUND, "#", "INAM", 9, 24 + 7, 7},
+    {"nor behind a list", kOtherList + kInfo, QVERR_RIFF_NOTFOUND, "#", "INAM", 9, 26 + 3, 3},
+    {"a chunk past what remains", kFormat + kInfo, QVERR_RIFF_NOTFOUND, "#", "INAM", 9, 10, 0},
+    {"no file", "", QVERR_RIFF_READ, "#"},
+    {"no list, unbounded", kFormat + kOtherList, QVERR_RIFF_READ, "#", "INAM", 9, kUnbounded},
+    {"chunk of 4 GiB", header("data", 0xFFFFFFFF) + kInfo, QVERR_RIFF_READ, "#", "INAM", 9, kUnbounded},
+    {"text longer than the file", header("LIST", 0x7FFFFFFF) + "INFO" + chunk("INAM", "abc"), QVERR_RIFF_READ, "#"},
 };
 
 std::string shown(const qv::WString& text) {

@@ -31,38 +31,38 @@ constexpr auto kUnfo = QvSummary_LoadUNFO;
 const struct {
   const char* name;
   Loader load;
-  Bytes bytes; // from the position on
+  Bytes bytes; ///< from the position on
   DWORD remaining;
-  HRESULT result;
   std::string items;
   int64_t position;
+  HRESULT result = S_OK;
 } kCases[] = {
-    {"fewer than a header", kInfo, "1234567", 7, S_OK, "", 0},
-    {"one", kInfo, kTitle, 12, S_OK, "INAM=abc", 12},
-    {"more behind the list", kInfo, kTitle + kArtist, 12, S_OK, "INAM=abc", 12},
-    {"up to 7 bytes are left alone", kInfo, kTitle + kArtist, 19, S_OK, "INAM=abc", 12},
-    {"twice the same id", kInfo, kTitle + kTitle, 24, S_OK, "INAM=abc;INAM=abc", 24},
-    {"id of zeros", kInfo, item(Bytes(4, '\0'), zeroed("x")), 10, S_OK, "....=x", 10},
-    {"empty text", kInfo, item("INAM", zeroed("")), 10, S_OK, "INAM=", 10},
-    {"no terminator", kInfo, item("INAM", "abcd"), 12, S_OK, "INAM=abcd", 12},
-    {"ends at the first zero", kInfo, item("INAM", Bytes("ab\0d", 4)), 12, S_OK, "INAM=ab", 12},
-    {"starts with a zero", kInfo, item("INAM", Bytes("\0bcd", 4)), 12, S_OK, "INAM=", 12},
-    {"code page 1252", kInfo, item("INAM", zeroed("\x80\xFC")), 12, S_OK, "INAM=\\x20AC\\x00FC", 12},
-    {"pad byte outside the list", kInfo, kArtist, 11, QVERR_RIFF_READ, "", 0}, // 11 - 12 wraps
-    {"header cut", kInfo, kTitle + "IAR", 24, QVERR_RIFF_READ, "", 0},
-    {"data cut: found when it is read", kInfo, kTitle + header("IART", 100) + "abc", 120, QVERR_RIFF_READ, "", 20},
-    {"2 GiB claimed", kInfo, header("INAM", 0x7FFFFFF0) + "abc", 0x7FFFFFF8, QVERR_RIFF_READ, "", 8},
-    {"padded size of 4 GiB", kInfo, header("INAM", 0xFFFFFFFF) + "abc", 8, QVERR_RIFF_READ, "", 8},
-    {"two of 4 GiB", kInfo, header("INAM", 0xFFFFFFFF) + "abc", 16, QVERR_RIFF_READ, "", 0},
+    {"fewer than a header", kInfo, "1234567", 7, "", 0},
+    {"one", kInfo, kTitle, 12, "INAM=abc", 12},
+    {"more behind the list", kInfo, kTitle + kArtist, 12, "INAM=abc", 12},
+    {"up to 7 bytes are left alone", kInfo, kTitle + kArtist, 19, "INAM=abc", 12},
+    {"twice the same id", kInfo, kTitle + kTitle, 24, "INAM=abc;INAM=abc", 24},
+    {"id of zeros", kInfo, item(Bytes(4, '\0'), zeroed("x")), 10, "....=x", 10},
+    {"empty text", kInfo, item("INAM", zeroed("")), 10, "INAM=", 10},
+    {"no terminator", kInfo, item("INAM", "abcd"), 12, "INAM=abcd", 12},
+    {"ends at the first zero", kInfo, item("INAM", Bytes("ab\0d", 4)), 12, "INAM=ab", 12},
+    {"starts with a zero", kInfo, item("INAM", Bytes("\0bcd", 4)), 12, "INAM=", 12},
+    {"code page 1252", kInfo, item("INAM", zeroed("\x80\xFC")), 12, "INAM=\\x20AC\\x00FC", 12},
+    {"pad byte outside the list", kInfo, kArtist, 11, "", 0, QVERR_RIFF_READ}, // 11 - 12 wraps
+    {"header cut", kInfo, kTitle + "IAR", 24, "", 0, QVERR_RIFF_READ},
+    {"data cut: found when it is read", kInfo, kTitle + header("IART", 100) + "abc", 120, "", 20, QVERR_RIFF_READ},
+    {"2 GiB claimed", kInfo, header("INAM", 0x7FFFFFF0) + "abc", 0x7FFFFFF8, "", 8, QVERR_RIFF_READ},
+    {"padded size of 4 GiB", kInfo, header("INAM", 0xFFFFFFFF) + "abc", 8, "", 8, QVERR_RIFF_READ},
+    {"two of 4 GiB", kInfo, header("INAM", 0xFFFFFFFF) + "abc", 16, "", 0, QVERR_RIFF_READ},
 
-    {"UNFO: one", kUnfo, kWideTitle + "more", 16, S_OK, "INAM=abc", 16},
-    {"UNFO: beyond the code page", kUnfo, item("INAM", u16(0x4E2D) + u16(0xD83D) + u16(0xDE00) + u16(0)), 16, S_OK,
-     "INAM=\\x4E2D\\xD83D\\xDE00", 16},
-    {"UNFO: no terminator", kUnfo, item("INAM", units("ab")), 12, S_OK, "INAM=ab", 12},
-    {"UNFO: empty data", kUnfo, item("INAM", ""), 8, S_OK, "INAM=", 8},
-    {"UNFO: odd size", kUnfo, item("INAM", units("ab") + "c") + kWideTitle, 30, S_OK, "INAM=ab;INAM=abc", 30},
-    {"UNFO: claims more than remains", kUnfo, kWideTitle + kWideTitle, 15, QVERR_RIFF_READ, "", 0},
-    {"UNFO: 4 GiB claimed", kUnfo, header("INAM", 0xFFFFFFFE) + "abc", 8, QVERR_RIFF_READ, "", 8},
+    {"UNFO: one", kUnfo, kWideTitle + "more", 16, "INAM=abc", 16},
+    {"UNFO: beyond the code page", kUnfo, item("INAM", u16(0x4E2D) + u16(0xD83D) + u16(0)), 14, "INAM=\\x4E2D\\xD83D",
+     14},
+    {"UNFO: no terminator", kUnfo, item("INAM", units("ab")), 12, "INAM=ab", 12},
+    {"UNFO: empty data", kUnfo, item("INAM", ""), 8, "INAM=", 8},
+    {"UNFO: odd size", kUnfo, item("INAM", units("ab") + "c") + kWideTitle, 30, "INAM=ab;INAM=abc", 30},
+    {"UNFO: claims more than remains", kUnfo, kWideTitle + kWideTitle, 15, "", 0, QVERR_RIFF_READ},
+    {"UNFO: 4 GiB claimed", kUnfo, header("INAM", 0xFFFFFFFE) + "abc", 8, "", 8, QVERR_RIFF_READ},
 };
 
 TEST(SummaryLoad, ReadsWhatTheListHolds) {
