@@ -21,12 +21,14 @@ enum : unsigned {
 
 struct Operation {
   const char* name;
+  HRESULT (*run)(HANDLE);
   const Bytes& bytes; ///< the file
   size_t from;        ///< the position
-  HRESULT (*run)(HANDLE);
   unsigned flags = 0;
   HRESULT other = E_FAIL; ///< what a failure may give besides
 };
+/// The first two members, of a call with `file`.
+#define QV_CALL(...) #__VA_ARGS__, [](HANDLE file) -> HRESULT { return __VA_ARGS__; }
 
 void expect_each_failure_reported(const Operation& operation) {
   SCOPED_TRACE(operation.name);
@@ -78,6 +80,15 @@ struct Sample {
 };
 
 template <class C>
+HRESULT read_block(HANDLE file) {
+  typename C::Data block = {15, nullptr};
+  const HRESULT result = C::read_alloc(file, &block);
+  EXPECT_EQ(block.data != nullptr, result == S_OK);
+  if (block.data) GlobalUnlock(GlobalHandle(block.data)), GlobalFree(GlobalHandle(block.data));
+  return result;
+}
+
+template <class C>
 class IoFailure : public testing::Test {};
 using RiffAndWave64 = testing::Types<Riff, Wave64>;
 TYPED_TEST_SUITE(IoFailure, RiffAndWave64);
@@ -91,48 +102,28 @@ TYPED_TEST(IoFailure, OfChunkFunctions) {
   const Bytes& whole = sample.whole;
   const size_t first = sample.first;
   const Operation operations[] = {
-      {"ReadFileID", whole, 0, [](HANDLE file) { return C::read_file_id(file, &size, &id); }, kReads},
-      {"SeekDataStart", whole, 0, [](HANDLE file) { return C::seek_data_start(file); }, kReads},
-      {"SetRIFFSize", whole, 30, [](HANDLE file) { return C::set_size(file, 100); }, kWrites | kRestores},
-      {"UpdateRIFFSize", whole, 30, [](HANDLE file) { return C::update_size(file, 8); }, kRestores},
-      {"ReadChunkHeader", whole, first, [](HANDLE file) { return C::read_header(file, &id, &size); }, kReads},
-      {"WriteChunkHeader", whole, first, [](HANDLE file) { return C::write_header(file, C::argument(data), 2); },
-       kWrites},
-      {"ReadListHeader", whole, sample.list, [](HANDLE file) { return C::read_list_header(file, &id, &size); }, kReads},
-      {"WriteListHeader", whole, first, [](HANDLE file) { return C::write_list_header(file, C::argument(info), 2); },
-       kWrites},
-      {"WriteChunk", whole, first, [](HANDLE file) { return C::write_chunk(file, C::argument(data), "abc", 3, &size); },
-       kWrites},
-      {"ReadData", whole, first, [](HANDLE file) { return C::read_data(file, buffer, 15); }, kReads},
-      {"ReadDataBounded", whole, first, [](HANDLE file) { return C::read_bounded(file, buffer, 24, 15); }, kReads},
-      {"ReadDataAlloc", whole, first,
-       [](HANDLE file) {
-         typename C::Data block = {15, nullptr};
-         const HRESULT result = C::read_alloc(file, &block);
-         EXPECT_EQ(block.data != nullptr, result == S_OK);
-         if (block.data) GlobalUnlock(GlobalHandle(block.data)), GlobalFree(GlobalHandle(block.data));
-         return result;
-       },
-       kReads},
-      {"SaveLocation", whole, 20, [](HANDLE file) { return C::save_location(file, &size); }, kReads},
-      {"RestoreLocation", whole, 20, [](HANDLE file) { return C::restore_location(file, 4); }, kReads},
-      {"FindChunkHeader", whole, first, [](HANDLE file) { return C::find(file, C::argument(data), &size, nullptr); },
-       kReads},
-      {"FindChunkHeaderInRIFF", whole, 0,
-       [](HANDLE file) { return C::find_from_start(file, C::argument(data), &size, &left); }, kReads},
-      {"FindListChunk", whole, first, [](HANDLE file) { return C::find_list(file, C::argument(info), &size, nullptr); },
-       kReads},
-      {"FindListChunkFromStart", whole, 0,
-       [](HANDLE file) { return C::find_list_from_start(file, C::argument(info), &size); }, kReads},
-      {"GetNumListEntries", whole, first,
-       [](HANDLE file) {
-         left = 9100;
-         return C::count(file, &word, &left);
-       },
-       kReads | kRestores},
-      {"SeekListEntry", whole, first, [](HANDLE file) { return C::seek_entry(file, 3, nullptr); }, kReads},
-      {"DeleteChunk", whole, 0, [](HANDLE file) { return C::remove(file, C::argument(fmt), &size, 0); }},
-      {"DeleteChunk, list", whole, 0, [](HANDLE file) { return C::remove(file, C::argument(info), &size, 1); }},
+      {QV_CALL(C::read_file_id(file, &size, &id)), whole, 0, kReads},
+      {QV_CALL(C::seek_data_start(file)), whole, 0, kReads},
+      {QV_CALL(C::set_size(file, 100)), whole, 30, kWrites | kRestores},
+      {QV_CALL(C::update_size(file, 8)), whole, 30, kRestores},
+      {QV_CALL(C::read_header(file, &id, &size)), whole, first, kReads},
+      {QV_CALL(C::write_header(file, C::argument(data), 2)), whole, first, kWrites},
+      {QV_CALL(C::read_list_header(file, &id, &size)), whole, sample.list, kReads},
+      {QV_CALL(C::write_list_header(file, C::argument(info), 2)), whole, first, kWrites},
+      {QV_CALL(C::write_chunk(file, C::argument(data), "abc", 3, &size)), whole, first, kWrites},
+      {QV_CALL(C::read_data(file, buffer, 15)), whole, first, kReads},
+      {QV_CALL(C::read_bounded(file, buffer, 24, 15)), whole, first, kReads},
+      {QV_CALL(read_block<C>(file)), whole, first, kReads},
+      {QV_CALL(C::save_location(file, &size)), whole, 20, kReads},
+      {QV_CALL(C::restore_location(file, 4)), whole, 20, kReads},
+      {QV_CALL(C::find(file, C::argument(data), &size, nullptr)), whole, first, kReads},
+      {QV_CALL(C::find_from_start(file, C::argument(data), &size, &left)), whole, 0, kReads},
+      {QV_CALL(C::find_list(file, C::argument(info), &size, nullptr)), whole, first, kReads},
+      {QV_CALL(C::find_list_from_start(file, C::argument(info), &size)), whole, 0, kReads},
+      {QV_CALL(C::count(file, &word, &(left = 9100))), whole, first, kReads | kRestores},
+      {QV_CALL(C::seek_entry(file, 3, nullptr)), whole, first, kReads},
+      {QV_CALL(C::remove(file, C::argument(fmt), &size, 0)), whole, 0},
+      {QV_CALL(C::remove(file, C::argument(info), &size, 1)), whole, 0},
   };
   for (const Operation& operation : operations)
     expect_each_failure_reported(operation);
@@ -143,31 +134,27 @@ TEST(IoFailures, OfOneContainerAlone) {
   const Sample<Wave64> sample64;
   const Bytes common = Bytes("\0\1\0\0\0\4\0\x10\x40\x0E\xAC\x44\0\0\0\0\0\0", 18);
   const Bytes mark = Bytes("\0\1\0\7\0\0\0\5\3two", 12);
-  const Bytes riff_file = sample.whole, wave64_file = sample64.whole;
+  const Bytes &riff_file = sample.whole, &wave64_file = sample64.whole;
   const Bytes wave = riff("WAVE", chunk("fmt ", kRecord) + chunk("data", Bytes(5000, 'd')));
   const Bytes aiff = file_in<Iff>(chunk_in<Iff>("COMM", common) + chunk_in<Iff>("MARK", mark) +
                                   chunk_in<Iff>("SSND", Bytes(5000, '\0')));
   const Operation operations[] = {
-      {"GetFileSize", riff_file, 0, [](HANDLE file) { return riff_GetFileSize(file, &word); }, kReads},
-      {"WriteANSIString", riff_file, 56, [](HANDLE file) { return riff_WriteANSIString(file, u"title", &word); },
-       kWrites},
-      {"ReadANSIString", riff_file, sample.text_at,
-       [](HANDLE file) { return riff_ReadANSIString(file, text, 32, &(word = 6)); }, kReads},
-      {"WriteChunkToFile", wave64_file, 40,
-       [](HANDLE file) { return riff64_WriteChunkToFile(file, &QVW64_JUNK, "abc", 3); }, kWrites},
-      {"InsertWavHeader", wave, 7, [](HANDLE file) { return QvInsertWavHeader(file, &kStereo, 100, 60); }, kRestores,
-       QVERR_RIFF_BADSIZE}, // the file's size cannot be told
-      {"InsertW64Header", wave, 7, [](HANDLE file) { return QvInsertW64Header(file, &kStereo, 100, 144); }, kRestores,
-       QVERR_RIFF_BADSIZE},
-      {"GetFileWfx", wave, 7, [](HANDLE file) { return QvGetFileWfx(file, &format); }, kReads | kRestores},
-      {"SetFileWfx", wave, 7, [](HANDLE file) { return QvSetFileWfx(file, &kStereo); }, kRestores},
-      {"FixTrashedWav", wave, 7, [](HANDLE file) { return QvFixTrashedWav(file, nullptr, 0xFFFFFFFF); }, kRestores,
-       S_OK}, // where the walk fails the search goes on
-      {"GetAIFFWfx", aiff, 0, [](HANDLE file) { return iff_GetAIFFWfx(file, &format, &word, &start, &bytes_there); },
-       kReads, QVERR_RIFF_WRONGFORM}, // what cannot be read is not recognised
-      {"FindMarker", aiff, 0, [](HANDLE file) { return iff_FindMarker(file, &marker, 7); }, kReads},
-      {"iff_DeleteChunk", aiff, 0, [](HANDLE file) { return iff_DeleteChunk(file, QVIFF_ID_MARK, &word); }},
-      {"iff_WriteFileID", aiff, 0, [](HANDLE file) { return iff_WriteFileID(file, QVIFF_FORM_AIFF, 4); }, kWrites},
+      {QV_CALL(riff_GetFileSize(file, &word)), riff_file, 0, kReads},
+      {QV_CALL(riff_WriteANSIString(file, u"title", &word)), riff_file, 56, kWrites},
+      {QV_CALL(riff_ReadANSIString(file, text, 32, &(word = 6))), riff_file, sample.text_at, kReads},
+      {QV_CALL(riff64_WriteChunkToFile(file, &QVW64_JUNK, "abc", 3)), wave64_file, 40, kWrites},
+      // The file's size cannot be told.
+      {QV_CALL(QvInsertWavHeader(file, &kStereo, 100, 60)), wave, 7, kRestores, QVERR_RIFF_BADSIZE},
+      {QV_CALL(QvInsertW64Header(file, &kStereo, 100, 144)), wave, 7, kRestores, QVERR_RIFF_BADSIZE},
+      {QV_CALL(QvGetFileWfx(file, &format)), wave, 7, kReads | kRestores},
+      {QV_CALL(QvSetFileWfx(file, &kStereo)), wave, 7, kRestores},
+      // Where the walk fails the search goes on.
+      {QV_CALL(QvFixTrashedWav(file, nullptr, 0xFFFFFFFF)), wave, 7, kRestores, S_OK},
+      // What cannot be read is not recognised.
+      {QV_CALL(iff_GetAIFFWfx(file, &format, &word, &start, &bytes_there)), aiff, 0, kReads, QVERR_RIFF_WRONGFORM},
+      {QV_CALL(iff_FindMarker(file, &marker, 7)), aiff, 0, kReads},
+      {QV_CALL(iff_DeleteChunk(file, QVIFF_ID_MARK, &word)), aiff, 0},
+      {QV_CALL(iff_WriteFileID(file, QVIFF_FORM_AIFF, 4)), aiff, 0, kWrites},
   };
   for (const Operation& operation : operations)
     expect_each_failure_reported(operation);
@@ -232,11 +219,11 @@ TEST(IoFailures, OfSummaryLists) {
     Operation operation;
     int blocks;
   } cases[] = {
-      {{"Load", kInfo, 12, [](HANDLE file) { return load(file, kInfo, QvSummary_Load); }, kReads}, 1 + 3 * 2},
-      {{"LoadUNFO", kUnfo, 12, [](HANDLE file) { return load(file, kUnfo, QvSummary_LoadUNFO); }, kReads}, 1 + 3},
-      {{"Save", nothing, 0, [](HANDLE file) { return save(file, QvSummary_Save); }, kWrites}, 3},
-      {{"SaveUNFO", nothing, 0, [](HANDLE file) { return save(file, QvSummary_SaveUNFO); }, kWrites}, 0},
-      {{"GetStringFromFile", before, 6, fetch, kReads | kRestores}, 2},
+      {{QV_CALL(load(file, kInfo, QvSummary_Load)), kInfo, 12, kReads}, 1 + 3 * 2},
+      {{QV_CALL(load(file, kUnfo, QvSummary_LoadUNFO)), kUnfo, 12, kReads}, 1 + 3},
+      {{QV_CALL(save(file, QvSummary_Save)), nothing, 0, kWrites}, 3},
+      {{QV_CALL(save(file, QvSummary_SaveUNFO)), nothing, 0, kWrites}, 0},
+      {{QV_CALL(fetch(file)), before, 6, kReads | kRestores}, 2},
   };
   for (const auto& [operation, blocks] : cases) {
     expect_each_failure_reported(operation);
@@ -253,21 +240,21 @@ TEST(IoFailures, OfSummaryLists) {
 
 TEST(AllocationFailure, IsReportedAndMovesNothing) {
   const Sample<Riff> sample;
-  const ScratchFile file(sample.whole);
-  file.move_to(static_cast<int64_t>(sample.text_at));
-  DWORD size = 6;
-  QVRIFFDATA data = {16, nullptr};
-  fail_allocation(1);
-  EXPECT_EQ(riff_WriteANSIString(file, u"title", nullptr), E_OUTOFMEMORY);
-  fail_allocation(1);
-  EXPECT_EQ(riff_ReadANSIString(file, text, 32, &size), E_OUTOFMEMORY);
-  fail_allocation(1);
-  EXPECT_EQ(riff_ReadDataAlloc(file, &data), E_OUTOFMEMORY);
-  fail_allocation(0);
-  EXPECT_EQ(data.data, nullptr);
-  EXPECT_EQ(size, 6u);
-  EXPECT_EQ(file.position(), static_cast<int64_t>(sample.text_at));
-  EXPECT_EQ(file.contents() == sample.whole, true);
+  const Operation operations[] = {
+      {QV_CALL(riff_WriteANSIString(file, u"title", nullptr)), sample.whole, sample.text_at},
+      {QV_CALL(riff_ReadANSIString(file, text, 32, &(word = 6))), sample.whole, sample.text_at},
+      {QV_CALL(read_block<Riff>(file)), sample.whole, sample.text_at},
+  };
+  for (const Operation& operation : operations) {
+    SCOPED_TRACE(operation.name);
+    const ScratchFile file(operation.bytes);
+    file.move_to(static_cast<int64_t>(operation.from));
+    fail_allocation(1);
+    EXPECT_EQ(operation.run(file), E_OUTOFMEMORY);
+    fail_allocation(0);
+    EXPECT_EQ(file.position(), static_cast<int64_t>(operation.from));
+    EXPECT_EQ(file.contents() == operation.bytes, true);
+  }
 }
 
 } // namespace

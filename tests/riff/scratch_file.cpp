@@ -23,7 +23,9 @@ ScratchFile::ScratchFile(const Bytes& bytes) : path_(fresh_path()) {
   if (handle_ == INVALID_HANDLE_VALUE) throw std::runtime_error("the scratch file did not open");
 }
 
-ScratchFile::~ScratchFile() {
+ScratchFile::~ScratchFile() { erase(); }
+
+void ScratchFile::erase() {
   close();
   std::error_code ignored;
   std::filesystem::remove(path_, ignored);
@@ -34,8 +36,8 @@ void ScratchFile::close() {
   handle_ = INVALID_HANDLE_VALUE;
 }
 
-Bytes ScratchFile::contents_of(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
+Bytes ScratchFile::contents() const {
+  std::ifstream in(path_, std::ios::binary);
   return Bytes(std::istreambuf_iterator<char>(in), {});
 }
 

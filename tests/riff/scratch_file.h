@@ -20,11 +20,13 @@ public:
   operator HANDLE() const { return handle_; }
   qv::WString name() const { return path_.string<WCHAR>(); }
 
+  /// Closes the handle and removes the file, for functions that make one of that name.
+  void erase();
+  bool exists() const { return std::filesystem::exists(path_); }
   /// Closes the handle, for functions that open the file themselves and do not share it with a writer.
   void close();
   /// The file's bytes as another reader sees them.
-  Bytes contents() const { return contents_of(path_); }
-  static Bytes contents_of(const std::filesystem::path& path);
+  Bytes contents() const;
   int64_t position() const;
   void move_to(int64_t position) const;
 

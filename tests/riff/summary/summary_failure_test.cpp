@@ -1,11 +1,12 @@
-// Summary lists with their n-th allocation failing, for each n. Only the POSIX layer can be made to fail. That nothing
-// is leaked is seen under AddressSanitizer.
+// Summary lists with their n-th allocation failing, for each n. Only the POSIX layer can be made to fail. That what
+// fails leaks nothing is seen under AddressSanitizer.
 #include "platform/posix/seams.h"
 #include "tests/riff/summary/summary_text.h"
 
 #include "qv/memory_stream.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 using namespace riff_test;
 using qv::platform::fail_allocation;
@@ -83,6 +84,26 @@ TEST(SummaryFailure, AStreamIsReadAllOrNotAtAll) {
   });
   EXPECT_EQ(failed, 1 + 3);
   stream->Release();
+}
+
+TEST(SummaryBlocks, AreAllGivenBack) {
+  const auto use = [] {
+    SummaryList list("INAM=a;IART=b;ICMT=c"), other("IART=x;IGNR=y"), copy;
+    QvSummary_SetItem(&list, summary_id("INAM"), nullptr); // a text goes
+    QvSummary_SetItem(&list, summary_id("IART"), u"longer");
+    QvSummary_SetItem(&list, summary_id("ICOP"), u"d"); // an array goes
+    QvSummary_Copy(&copy, &list);
+    QvSummary_Copy(&copy, &other);
+    QvSummary_Merge(&list, &copy, TRUE, FALSE);
+    QvSummary_Merge(&list, &copy, FALSE, TRUE); // texts that were not moved
+    QvSummary_Merge(&list, &other, TRUE, TRUE); // texts that were replaced
+  };
+  for (int warm_up = 0; warm_up < 20; ++warm_up)
+    use();
+  const size_t before = mallinfo2().uordblks;
+  for (int round = 0; round < 100; ++round)
+    use();
+  EXPECT_LT(mallinfo2().uordblks, before + 100 * 16) << "less than a block each time";
 }
 
 } // namespace

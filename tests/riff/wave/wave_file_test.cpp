@@ -4,8 +4,6 @@
 
 #include "qv/wave_file.h"
 
-#include <filesystem>
-
 using namespace riff_test;
 
 namespace {
@@ -66,22 +64,6 @@ Bytes with_header(Bytes bytes, const WAVEFORMATEX& format, uint64_t data_size, u
   return bytes.replace(0, start, wave_header<C>(format, data_size, start));
 }
 
-/// A name in the temporary folder where there is no file.
-class NewName {
-public:
-  NewName() {
-    const ScratchFile scratch;
-    name_ = scratch.name();
-  }
-  ~NewName() { std::filesystem::remove(name_); }
-  operator const WCHAR*() const { return name_.c_str(); }
-  bool exists() const { return std::filesystem::exists(name_); }
-  Bytes contents() const { return ScratchFile::contents_of(name_); }
-
-private:
-  qv::WString name_;
-};
-
 template <class C>
 class WaveFiles : public testing::Test {};
 using Both = testing::Types<RiffWave, Wave64Wave>;
@@ -89,58 +71,72 @@ TYPED_TEST_SUITE(WaveFiles, Both);
 
 TYPED_TEST(WaveFiles, InitialisedInAcceptableFormats) {
   using C = TypeParam;
-  WAVEFORMATEX extra = kStereo, misaligned = kStereo, odd_float = format_of(3, 2, 44'100, 32);
-  WAVEFORMATEX bits20 = format_of(1, 2, 44'100, 20), bits20_wide = bits20;
-  extra.cbSize = 2;
-  misaligned.nBlockAlign = 3;
-  odd_float.nBlockAlign = 5; // only PCM is looked at
-  bits20.nBlockAlign = 4;
-  bits20_wide.nBlockAlign = 6;
+  const auto aligned = [](WORD tag, WORD bits, WORD align, WORD extra) {
+    WAVEFORMATEX format = format_of(tag, 2, 44'100, bits);
+    format.nBlockAlign = align;
+    format.cbSize = extra;
+    return format;
+  };
   const struct {
-    const WAVEFORMATEX* format;
+    WAVEFORMATEX format;
     HRESULT result;
-  } formats[] = {{&kStereo, S_OK},           {&odd_float, S_OK},
-                 {&extra, QVERR_BADFORMAT},  {&misaligned, QVERR_BADFORMAT},
-                 {&bits20, QVERR_BADFORMAT}, {&bits20_wide, QVERR_BADFORMAT},
-                 {nullptr, E_INVALIDARG}};
+  } formats[] = {{kStereo, S_OK},
+                 {aligned(3, 32, 5, 0), S_OK}, // only PCM is looked at
+                 {aligned(1, 16, 4, 2), QVERR_BADFORMAT},
+                 {aligned(1, 16, 3, 0), QVERR_BADFORMAT},
+                 {aligned(1, 20, 4, 0), QVERR_BADFORMAT},
+                 {aligned(1, 20, 6, 0), QVERR_BADFORMAT}};
+  ScratchFile file;
   for (const auto& row : formats) {
-    const NewName name;
-    EXPECT_EQ(C::initialise(name, row.format, CREATE_NEW), row.result);
-    EXPECT_EQ(name.exists(), SUCCEEDED(row.result)) << "nothing is created for a refused call";
+    file.erase();
+    EXPECT_EQ(C::initialise(file.name().c_str(), &row.format, CREATE_NEW), row.result);
+    EXPECT_EQ(file.exists(), SUCCEEDED(row.result)) << "nothing is created for a refused call";
     if (FAILED(row.result)) continue;
-    Bytes expected = wave_header<C>(*row.format, 0, C::kPlain);
+    Bytes expected = wave_header<C>(row.format, 0, C::kPlain);
     EXPECT_EQ(expected.size(), C::kPlain);
     if (C::kAlign == 8) expected.replace(16, 8, u64(130)); // as it has always been
-    EXPECT_EQ(name.contents(), expected);
+    EXPECT_EQ(file.contents(), expected);
   }
   EXPECT_EQ(C::initialise(nullptr, &kStereo, CREATE_NEW), E_INVALIDARG);
+  EXPECT_EQ(C::initialise(file.name().c_str(), nullptr, CREATE_NEW), E_INVALIDARG);
   for (const int64_t size : {int64_t{C::kJunked} - C::kAlign, int64_t{C::kJunked} - C::kAlign + 1, int64_t{4096},
                              int64_t{4089}, int64_t{200'001}, C::kNoSize}) {
     SCOPED_TRACE(size);
     const int64_t start = (size + C::kAlign - 1) / C::kAlign * C::kAlign;
     const bool refused = start < C::kJunked || size == C::kNoSize;
-    const NewName name;
-    EXPECT_EQ(C::with_junk(name, size), refused ? E_INVALIDARG : S_OK);
-    EXPECT_EQ(name.exists(), !refused);
-    if (!refused) EXPECT_EQ(name.contents() == wave_header<C>(kStereo, 0, static_cast<size_t>(start)), true);
+    file.erase();
+    EXPECT_EQ(C::with_junk(file.name().c_str(), size), refused ? E_INVALIDARG : S_OK);
+    EXPECT_EQ(file.exists(), !refused);
+    if (!refused) EXPECT_EQ(file.contents() == wave_header<C>(kStereo, 0, static_cast<size_t>(start)), true);
   }
 }
 
 TEST(WaveCreation, Modes) {
-  const Bytes expected = wave_header<RiffWave>(kStereo, 0, 46);
-  const NewName name;
-  EXPECT_EQ(QvInitializeWav(name, &kStereo, OPEN_EXISTING), QVERR_FILE_OPEN);
-  EXPECT_EQ(QvInitializeWavWithJunk(name, &kStereo, OPEN_ALWAYS, 500), S_OK);
-  EXPECT_EQ(QvInitializeWav(name, &kStereo, CREATE_NEW), QVERR_FILE_OPEN);
-  EXPECT_EQ(QvInitializeWav(name, &kStereo, OPEN_EXISTING), S_OK);
-  EXPECT_EQ(name.contents(), expected) << "what was there is gone";
-  EXPECT_EQ(QvInitializeWavWithJunk(name, &kStereo, CREATE_ALWAYS, 500), S_OK);
-  EXPECT_EQ(QvInitializeWav(name, &kStereo, OPEN_ALWAYS), S_OK);
-  EXPECT_EQ(name.contents(), expected);
+  const Bytes plain = wave_header<RiffWave>(kStereo, 0, 46);
+  ScratchFile file;
+  const qv::WString name = file.name();
+  // Where `over` says so there is a longer file first.
+  const struct {
+    DWORD mode;
+    bool over;
+    HRESULT result;
+  } cases[] = {{OPEN_EXISTING, false, QVERR_FILE_OPEN},
+               {OPEN_ALWAYS, false, S_OK},
+               {CREATE_NEW, true, QVERR_FILE_OPEN},
+               {OPEN_EXISTING, true, S_OK},
+               {CREATE_ALWAYS, true, S_OK},
+               {OPEN_ALWAYS, true, S_OK}};
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.mode);
+    file.erase();
+    if (row.over) ASSERT_EQ(QvInitializeWavWithJunk(name.c_str(), &kStereo, CREATE_NEW, 500), S_OK);
+    EXPECT_EQ(QvInitializeWav(name.c_str(), &kStereo, row.mode), row.result);
+    if (row.result == S_OK) EXPECT_EQ(file.contents(), plain) << "what was there is gone";
+  }
   _qvwaveformat record;
   record.Init(44'100, QVSAMPLE_PCM16, 2, 0, sizeof record);
-  EXPECT_EQ(QvInitializeWav(static_cast<const WCHAR*>(name), record, CREATE_ALWAYS), S_OK);
-  EXPECT_EQ(name.contents(), expected);
+  EXPECT_EQ(QvInitializeWav(name.c_str(), record, CREATE_ALWAYS), S_OK);
+  EXPECT_EQ(file.contents(), plain);
 }
 
 TYPED_TEST(WaveFiles, HeadersInserted) {
