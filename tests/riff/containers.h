@@ -112,6 +112,15 @@ template <class C>
 Bytes file_in(std::string_view body) {
   return file_header_in<C>(body.size()) + Bytes(body);
 }
+/// What was allocated for a QVRIFFDATA or QVRIFF64DATA, which is freed. Empty unless it is a locked block of its size.
+template <class Data>
+Bytes take(const Data& data) {
+  const HGLOBAL block = data.data ? GlobalHandle(data.data) : nullptr;
+  if (!block || (GlobalFlags(block) & GMEM_LOCKCOUNT) != 1 || GlobalSize(block) != data.size) return {};
+  const Bytes bytes(static_cast<const char*>(data.data), data.size);
+  GlobalUnlock(block);
+  return GlobalFree(block) ? Bytes() : bytes;
+}
 /// Where the first chunk of a file is.
 template <class C>
 constexpr size_t kFirst = size_t{C::kHeader} + C::kType;

@@ -83,8 +83,7 @@ template <class C>
 HRESULT read_block(HANDLE file) {
   typename C::Data block = {15, nullptr};
   const HRESULT result = C::read_alloc(file, &block);
-  EXPECT_EQ(block.data != nullptr, result == S_OK);
-  if (block.data) GlobalUnlock(GlobalHandle(block.data)), GlobalFree(GlobalHandle(block.data));
+  EXPECT_EQ(take(block).size(), result == S_OK ? 15 : 0);
   return result;
 }
 

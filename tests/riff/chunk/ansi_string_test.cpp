@@ -1,5 +1,7 @@
 #include "tests/riff/scratch_file.h"
 
+#include "qv/riff.h"
+
 #include <gtest/gtest.h>
 
 using namespace riff_test;

@@ -1,5 +1,7 @@
 #include "tests/riff/scratch_file.h"
 
+#include "qv/riff.h"
+
 #include <array>
 #include <gtest/gtest.h>
 

@@ -28,8 +28,6 @@ Bytes common(uint32_t channels, uint32_t frames, uint32_t bits, std::string_view
 }
 Bytes sound(std::string_view audio) { return be_chunk("SSND", Bytes(8, '\0') + Bytes(audio)); }
 
-constexpr DWORD kUnset = 77;
-
 TEST(Iff, ByteOrder) {
   BYTE bytes[] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
   iff_ByteSwap16(bytes + 1, 2); // at any address
@@ -118,82 +116,69 @@ TEST(Iff, Markers) {
   }
 }
 
-TEST(Aiff, Recognition) {
-  const struct {
-    Bytes bytes;
-    LONG usable, aifc, little_endian;
-    bool keeps_position;
-  } cases[] = {
-      {form("AIFF", ""), 1, 0, 0, false},
-      {form("AIFC", common(1, 10, 16, "NONE")), 1, 1, 0, true},
-      {form("AIFC", be_chunk("FVER", "abcd") + common(1, 10, 16, "sowt")), 1, 1, 1, true},
-      {form("AIFC", common(1, 10, 16, "fl32")), 0, 1, 0, true},
-      {form("AIFC", common(1, 10, 16)), 0, 1, 0, true}, // no compression type
-      {form("AIFC", sound("xx")), 0, 1, 0, true},
-      {be_header("FORM", 4) + "AIFC" + common(1, 10, 16, "NONE"), 0, 1, 0, true}, // outside the form
-      {form("8SVX", common(1, 10, 16, "NONE")), 0, 0, 0, false},
-      {riff("WAVE", ""), 0, 0, 0, false},
-      {"FORM", 0, 0, 0, false},
-  };
-  for (size_t i = 0; i < std::size(cases); ++i) {
-    SCOPED_TRACE(i);
-    ScratchFile file(cases[i].bytes);
-    LONG aifc = 5, little_endian = 5;
-    DWORD size = kUnset;
-    file.move_to(3);
-    EXPECT_EQ(iff_IsAIFFFileEx(file, &size, &aifc, &little_endian), cases[i].usable);
-    EXPECT_EQ(std::tuple(aifc, little_endian), std::tuple(cases[i].aifc, cases[i].little_endian));
-    EXPECT_EQ(size, cases[i].bytes.starts_with("FORM") && cases[i].bytes.size() >= 12
-                        ? u32_at(reversed(cases[i].bytes.substr(4, 4)), 0)
-                        : kUnset);
-    EXPECT_TRUE(!cases[i].keeps_position || file.position() == 3);
-    EXPECT_EQ(iff_IsAIFFFile(file, nullptr), cases[i].usable);
-    const qv::WString name = file.name();
-    file.close();
-    EXPECT_EQ(QvFileIsAiff(name.c_str()), cases[i].usable);
-  }
-}
-
 WAVEFORMATEX format_of(WORD tag, WORD channels, WORD bits) {
   const auto align = static_cast<WORD>(std::max(bits / 8 * channels, 1));
   return {tag, channels, 44'100, align * 44'100u, align, bits, 0};
 }
 
-TEST(Aiff, Formats) {
+TEST(Aiff, RecognisedAndDescribed) {
+  enum { kNone, kAiff, kAifc, kLittle, kOtherAifc }; // what a file is
   const struct {
     Bytes bytes;
+    int kind;
     HRESULT result;
     WAVEFORMATEX format = {};
     DWORD frames = 0;
     ULONGLONG start = 0, bytes_of_audio = 0;
   } cases[] = {
-      {form("AIFF", common(2, 2, 16) + sound("12345678")), S_OK, format_of(0xFE02, 2, 16), 2, 54, 8},
-      {form("AIFF", sound("1234") + common(1, 3, 8)), S_OK, format_of(0xFE01, 1, 8), 3, 28, 3},
-      {form("AIFC", common(1, 2, 24, "sowt") + sound("123456")), S_OK, format_of(1, 1, 24), 2, 60, 6},
-      {form("AIFC", common(1, 2, 8, "sowt") + sound("12")), S_OK, format_of(0xFE01, 1, 8), 2, 60, 2},
-      {form("AIFC", common(1, 2, 16, "NONE") + sound("1234")), S_OK, format_of(0xFE02, 1, 16), 2, 60, 4},
-      {form("AIFF", common(0, 2, 16) + sound("1234")), S_OK, format_of(0xFE02, 0, 16), 2, 54, 2},
+      {form("AIFF", common(2, 2, 16) + sound("12345678")), kAiff, S_OK, format_of(0xFE02, 2, 16), 2, 54, 8},
+      {form("AIFF", sound("1234") + common(1, 3, 8)), kAiff, S_OK, format_of(0xFE01, 1, 8), 3, 28, 3},
+      {form("AIFF", common(0, 2, 16) + sound("1234")), kAiff, S_OK, format_of(0xFE02, 0, 16), 2, 54, 2},
+      {form("AIFC", common(1, 2, 24, "sowt") + sound("123456")), kLittle, S_OK, format_of(1, 1, 24), 2, 60, 6},
+      {form("AIFC", common(1, 2, 8, "sowt") + sound("12")), kLittle, S_OK, format_of(0xFE01, 1, 8), 2, 60, 2},
+      {form("AIFC", common(1, 2, 16, "NONE") + sound("1234")), kAifc, S_OK, format_of(0xFE02, 1, 16), 2, 60, 4},
       // More frames are claimed than the file has, or than the chunk has.
-      {form("AIFF", common(1, 1000, 16) + sound("1234")), S_OK, format_of(0xFE02, 1, 16), 1000, 54, 4},
-      {form("AIFF", common(1, 1000, 16) + sound("1234") + be_chunk("NAME", "behind")), S_OK, format_of(0xFE02, 1, 16),
-       1000, 54, 4},
-      {form("AIFF", sound("1234")), QVERR_RIFF_NOTFOUND},
-      {form("AIFF", common(1, 1, 16)), QVERR_RIFF_NOTFOUND},
-      {form("AIFF", be_chunk("COMM", "short") + sound("1234")), QVERR_RIFF_BADSIZE},
-      {form("AIFF", common(1, 1, 16) + be_chunk("SSND", "1234567")), QVERR_RIFF_BADSIZE},
-      {form("AIFC", common(1, 1, 16, "ulaw") + sound("1234")), QVERR_RIFF_WRONGFORM},
+      {form("AIFF", common(1, 1000, 16) + sound("1234")), kAiff, S_OK, format_of(0xFE02, 1, 16), 1000, 54, 4},
+      {form("AIFF", common(1, 1000, 16) + sound("1234") + be_chunk("NAME", "behind")), kAiff, S_OK,
+       format_of(0xFE02, 1, 16), 1000, 54, 4},
+      {form("AIFF", sound("1234")), kAiff, QVERR_RIFF_NOTFOUND},
+      {form("AIFF", common(1, 1, 16)), kAiff, QVERR_RIFF_NOTFOUND},
+      {form("AIFF", be_chunk("COMM", "short") + sound("1234")), kAiff, QVERR_RIFF_BADSIZE},
+      {form("AIFF", common(1, 1, 16) + be_chunk("SSND", "1234567")), kAiff, QVERR_RIFF_BADSIZE},
+      {form("AIFC", be_chunk("FVER", "abcd") + common(1, 1, 16, "sowt")), kLittle, QVERR_RIFF_NOTFOUND},
+      {form("AIFC", common(1, 1, 16, "ulaw") + sound("1234")), kOtherAifc, QVERR_RIFF_WRONGFORM},
+      {form("AIFC", common(1, 1, 16)), kOtherAifc, QVERR_RIFF_WRONGFORM}, // no compression type
+      {form("AIFC", sound("xx")), kOtherAifc, QVERR_RIFF_WRONGFORM},
+      {be_header("FORM", 4) + "AIFC" + common(1, 1, 16, "NONE"), kOtherAifc, QVERR_RIFF_WRONGFORM}, // outside the form
+      {form("8SVX", common(1, 1, 16, "NONE")), kNone, QVERR_RIFF_WRONGFORM},
+      {riff("WAVE", ""), kNone, QVERR_RIFF_WRONGFORM},
+      {"FORM", kNone, QVERR_RIFF_WRONGFORM},
   };
   for (size_t i = 0; i < std::size(cases); ++i) {
     SCOPED_TRACE(i);
-    const ScratchFile file(cases[i].bytes);
+    const auto& row = cases[i];
+    ScratchFile file(row.bytes);
+    LONG aifc = 5, little_endian = 5;
+    DWORD size = 77, frames = 0;
+    const LONG usable = row.kind != kNone && row.kind != kOtherAifc;
+    file.move_to(3);
+    EXPECT_EQ(iff_IsAIFFFileEx(file, &size, &aifc, &little_endian), usable);
+    EXPECT_EQ(std::pair(aifc, little_endian), std::pair(LONG{row.kind >= kAifc}, LONG{row.kind == kLittle}));
+    const bool is_form = row.bytes.starts_with("FORM") && row.bytes.size() >= 12;
+    EXPECT_EQ(size, is_form ? u32_at(reversed(row.bytes.substr(4, 4)), 0) : 77);
+    EXPECT_TRUE(aifc == 0 || file.position() == 3);
+    EXPECT_EQ(iff_IsAIFFFile(file, nullptr), usable);
+
     WAVEFORMATEX format = {};
-    DWORD frames = 0;
     ULONGLONG start = 0, bytes = 0;
-    EXPECT_EQ(iff_GetAIFFWfx(file, &format, &frames, &start, &bytes), cases[i].result);
-    EXPECT_EQ(std::memcmp(&format, &cases[i].format, sizeof format), 0);
-    EXPECT_EQ(std::tuple(frames, start, bytes), std::tuple(cases[i].frames, cases[i].start, cases[i].bytes_of_audio));
-    EXPECT_TRUE(FAILED(cases[i].result) || file.position() == static_cast<int64_t>(start));
-    EXPECT_EQ(iff_GetAIFFWfx(file, &format, nullptr, nullptr, nullptr), cases[i].result);
+    EXPECT_EQ(iff_GetAIFFWfx(file, &format, &frames, &start, &bytes), row.result);
+    EXPECT_EQ(std::memcmp(&format, &row.format, sizeof format), 0);
+    EXPECT_EQ(std::tuple(frames, start, bytes), std::tuple(row.frames, row.start, row.bytes_of_audio));
+    EXPECT_TRUE(FAILED(row.result) || file.position() == static_cast<int64_t>(start));
+    EXPECT_EQ(iff_GetAIFFWfx(file, &format, nullptr, nullptr, nullptr), row.result);
+    EXPECT_EQ(iff_GetAIFFWfx(file, nullptr, nullptr, nullptr, nullptr), E_INVALIDARG);
+    file.close();
+    EXPECT_EQ(QvFileIsAiff(file.name().c_str()), usable);
   }
 }
 
@@ -201,20 +186,17 @@ TEST(Aiff, Formats) {
 TEST(Aiff, AFormLongerThanTheFile) {
   const Bytes body = "AIFF" + common(1, 2, 16) + be_chunk("NAME", "abc") + sound("1234");
   const ScratchFile file(be_header("FORM", 5000) + body);
-  DWORD size = 0;
-  DWORD remaining = 0;
+  DWORD size = 0, remaining = 0, frames = 0;
+  WAVEFORMATEX format;
+  ULONGLONG bytes = 0;
   EXPECT_EQ(iff_IsAIFFFile(file, &size), 1);
   EXPECT_EQ(size, 5000u);
   EXPECT_EQ(iff_FindChunkFromStart(file, QVIFF_ID_SSND, &size, &remaining), S_OK);
   EXPECT_EQ(remaining, 5000 - 4 - (body.size() - 4 - 12));
   EXPECT_EQ(iff_FindChunkFromStart(file, QVIFF_ID_MARK, nullptr, &remaining), QVERR_RIFF_READ);
   EXPECT_EQ(remaining, 4996u) << "the whole form, after a failed read";
-  WAVEFORMATEX format;
-  DWORD frames = 0;
-  ULONGLONG bytes = 0;
   EXPECT_EQ(iff_GetAIFFWfx(file, &format, &frames, nullptr, &bytes), S_OK);
-  EXPECT_EQ(frames, 2u);
-  EXPECT_EQ(bytes, 4u);
+  EXPECT_EQ(std::tuple(frames, bytes), std::tuple(2u, 4u));
   EXPECT_EQ(iff_DeleteChunk(file, QvIffId("NAME"), nullptr), S_OK);
   EXPECT_EQ(file.contents(), be_header("FORM", 5000 - 12) + "AIFF" + common(1, 2, 16) + sound("1234"));
 }
