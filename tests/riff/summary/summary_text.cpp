@@ -11,19 +11,6 @@ namespace {
 
 constexpr WCHAR kEuro = 0x20AC;
 
-std::string shown(const qv::WString& text) {
-  std::string out;
-  for (const WCHAR character : text) {
-    char escaped[8];
-    std::snprintf(escaped, sizeof escaped, "\\x%04X", static_cast<unsigned>(character) & 0xFFFF);
-    if (character >= ' ' && character < 0x7F)
-      out += static_cast<char>(character);
-    else
-      out += escaped;
-  }
-  return out;
-}
-
 std::string code_of(DWORD id) {
   std::string code = u32(id);
   std::replace(code.begin(), code.end(), '\0', '.');
@@ -66,6 +53,19 @@ Bytes utf16(const qv::WString& text) {
 }
 
 } // namespace
+
+std::string shown(const qv::WString& text) {
+  std::string out;
+  for (const WCHAR character : text) {
+    char escaped[8];
+    std::snprintf(escaped, sizeof escaped, "\\x%04X", static_cast<unsigned>(character) & 0xFFFF);
+    if (character >= ' ' && character < 0x7F)
+      out += static_cast<char>(character);
+    else
+      out += escaped;
+  }
+  return out;
+}
 
 DWORD summary_id(std::string_view code) {
   Bytes bytes(code);

@@ -22,6 +22,7 @@ DWORD summary_id(std::string_view code);
 qv::WString wide(std::string_view ascii);
 inline Bytes zeroed(std::string_view text) { return Bytes(text) + '\0'; }
 
+std::string shown(const qv::WString& text);
 Model parse(std::string_view description);
 std::string describe(const Model& model);
 
