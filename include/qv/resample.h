@@ -8,7 +8,9 @@
 // A converter is driven by its input (a call consumes all its source frames) or by its output (a call makes as many
 // frames as asked for). Output n of a block stands at the source position phase + n x inverse, where inverse is source
 // rate / destination rate and the phase is carried from block to block; a block's samples do not depend on where blocks
-// begin. The first outputs of a block may stand up to two frames before it: so much of the last block is kept.
+// begin. The first outputs of a block may stand up to two frames before it: so much of the last block is kept. One case
+// is different: driven by its input with a falling rate, after a block of a single frame, a converter may make outputs
+// that stand behind a longer block's last frame. They are made as if that frame, or with the sinc silence, followed.
 //
 // Frames are counted in 32 bits per call; dst and src do not overlap. A converter carries no lock: one thread at a time
 // drives it. Process calls allocate nothing. Handles and buffers are not checked; a null handle is refused where a
