@@ -1,12 +1,11 @@
-// Biquad sections against published figures and a model of their own.
-#include "qv/filter.h"
+// Biquad sections, and those made of allpass filters, against published figures and a model of their own.
+#include "tests/audio/resample/stream_checks.h"
 
-#include <cmath>
+#include "qv/filter.h"
+#include "qv/signal.h"
+
 #include <cstring>
-#include <gtest/gtest.h>
 #include <limits>
-#include <random>
-#include <vector>
 
 namespace {
 
@@ -19,53 +18,44 @@ QVBIQUAD made(const QVBIQUADPARAMS& params) {
   return biquad;
 }
 
-bool is_finite(const QVBIQUAD& biquad) {
-  return std::isfinite(biquad.b0 + biquad.b1 + biquad.b2) && std::isfinite(biquad.c1 + biquad.c2);
-}
-
-/// What "sox --plot data -r 48000 -n -n EFFECT" prints: b0, b1, b2, a0, a1, a2.
+/// What "sox --plot data -r 48000 -n -n EFFECT" prints.
 struct Published {
   const char* effect;
   QVBIQUADPARAMS params;
-  double figures[6];
 };
 
-const Published kPublished[] = {
-    {"lowpass 1000 0.70710678118655q",
-     {48000, 1000, 0, 1, 1, 0},
-     {0.003916126660547384, 0.007832253321094768, 0.003916126660547384, 1.0, -1.8153410827045688, 0.8310055893467582}},
-    {"highpass 5000 0.70710678118655q",
-     {48000, 5000, 0, 1, 1, 1},
-     {0.6268452716349673, -1.2536905432699346, 0.6268452716349673, 1.0, -1.109228792618428, 0.3981522939214411}},
-    {"bandpass 3000 1.5o",
-     {48000, 3000, 0, 1.5, 1, 2},
-     {0.17625668664286823, 0.0, -0.17625668664286823, 1.0, -1.5220791745073705, 0.6474866267142636}},
-    {"bandreject 3000 2o",
-     {48000, 3000, 0, 2, 1, 3},
-     {0.7717608514930573, -1.426028109375837, 0.7717608514930573, 1.0, -1.426028109375837, 0.5435217029861148}},
-    {"equalizer 1000 1o 6",
-     {48000, 1000, 6, 1, 1, 4},
-     {1.0315775240355287, -1.9199769137945122, 0.9049667948629195, 1.0, -1.9199769137945122, 0.9365443188984482}},
-    {"equalizer 20000 0.5o -12",
-     {48000, 20000, -12, 0.5, 1, 4},
-     {0.6192292840555544, 0.8513026458084081, 0.36377033938309555, 1.0, 0.8513026458084081, -0.017000376561350092}},
-    {"bass 9 200 0.5s",
-     {48000, 200, 9, 1, 0.5, 5},
-     {1.0140693956956834, -1.9583186501295, 0.9453763615465501, 1.0, -1.9586822473385175, 0.9590821600332158}},
-    {"treble -7 8000 0.9s",
-     {48000, 8000, -7, 1, 0.9, 6},
-     {0.5917488233970845, -0.23210942244609148, 0.1022553040096887, 1.0, -0.8057076379047451, 0.26760234286542667}},
-};
+const Published kPublished[] = {{"lowpass 1000 0.70710678118655q", {48000, 1000, 0, 1, 1, 0}},
+                                {"highpass 5000 0.70710678118655q", {48000, 5000, 0, 1, 1, 1}},
+                                {"bandpass 3000 1.5o", {48000, 3000, 0, 1.5, 1, 2}},
+                                {"bandreject 3000 2o", {48000, 3000, 0, 2, 1, 3}},
+                                {"equalizer 1000 1o 6", {48000, 1000, 6, 1, 1, 4}},
+                                {"equalizer 20000 0.5o -12", {48000, 20000, -12, 0.5, 1, 4}},
+                                {"bass 9 200 0.5s", {48000, 200, 9, 1, 0.5, 5}},
+                                {"treble -7 8000 0.9s", {48000, 8000, -7, 1, 0.9, 6}}};
+
+/// b0, b1, b2, a1, a2 of each; a0 is 1.
+const double kPublishedFigures[][5] = {
+    {0.0039161266605474, 0.0078322533210948, 0.0039161266605474, -1.8153410827046, 0.83100558934676},
+    {0.62684527163497, -1.2536905432699, 0.62684527163497, -1.1092287926184, 0.39815229392144},
+    {0.17625668664287, 0.0, -0.17625668664287, -1.5220791745074, 0.64748662671426},
+    {0.77176085149306, -1.4260281093758, 0.77176085149306, -1.4260281093758, 0.54352170298611},
+    {1.0315775240355, -1.9199769137945, 0.90496679486292, -1.9199769137945, 0.93654431889845},
+    {0.61922928405555, 0.85130264580841, 0.3637703393831, 0.85130264580841, -0.01700037656135},
+    {1.0140693956957, -1.9583186501295, 0.94537636154655, -1.9586822473385, 0.95908216003322},
+    {0.59174882339708, -0.23210942244609, 0.10225530400969, -0.80570763790475, 0.26760234286543}};
+
+void expect_figures(const QVBIQUAD& biquad, const double (&figures)[5]) {
+  const double ours[] = {biquad.b0, biquad.b1, biquad.b2, -biquad.c1, -biquad.c2};
+  for (int i = 0; i < 5; ++i)
+    EXPECT_NEAR(ours[i], figures[i], 1e-12) << i;
+  EXPECT_EQ(biquad.w1, 0.0);
+  EXPECT_EQ(biquad.w2, 0.0);
+}
 
 TEST(Biquad, CoefficientsAsPublished) {
   for (const Published& each : kPublished) {
     SCOPED_TRACE(each.effect);
-    const QVBIQUAD biquad = made(each.params);
-    const double ours[] = {biquad.b0, biquad.b1, biquad.b2, 1.0, -biquad.c1, -biquad.c2};
-    for (int i = 0; i < 6; ++i)
-      EXPECT_NEAR(ours[i], each.figures[i], 1e-12) << i;
-    EXPECT_EQ(biquad.w1, 0.0);
-    EXPECT_EQ(biquad.w2, 0.0);
+    expect_figures(made(each.params), kPublishedFigures[&each - kPublished]);
   }
 }
 
@@ -93,9 +83,11 @@ TEST(Biquad, NoParameterGivesANaN) {
     for (const DWORD rate : {0u, 1u, 48000u, 0xFFFFFFFFu})
       for (const double frequency : {0.0, 1.0, 23995.2, 1e300, -kInfinity, kNaN})
         for (const double gain : {-100.0, 0.0, 25.0, kInfinity, kNaN})
-          for (const double width : {-1.0, 0.1, 5.0, kInfinity, kNaN})
-            EXPECT_TRUE(is_finite(made({rate, frequency, gain, width, width, type})))
+          for (const double width : {-1.0, 0.1, 5.0, kInfinity, kNaN}) {
+            const QVBIQUAD biquad = made({rate, frequency, gain, width, width, type});
+            EXPECT_TRUE(std::isfinite(biquad.b0 + biquad.b1 + biquad.b2) && std::isfinite(biquad.c1 + biquad.c2))
                 << type << " " << rate << " " << frequency << " " << gain << " " << width;
+          }
 }
 
 TEST(Biquad, UnknownTypesPassSamples) {
@@ -141,20 +133,16 @@ std::vector<double> model(const QVBIQUAD& biquad, const std::vector<double>& inp
 }
 
 TEST(Biquad, ChannelsOfABufferBothWays) {
-  std::mt19937 random(1);
   constexpr size_t kFrames = 1000;
   constexpr DWORD kStride = 3;
+  const auto floats = stream::noise<float>(kFrames * kStride);
+  const std::vector<double> source(floats.begin(), floats.end());
   for (const Published& each : kPublished) {
     const QVBIQUAD biquad = made(each.params);
     for (const BOOL forward : {1, 0}) {
-      std::vector<double> channel(kFrames);
-      std::vector<double> source(kFrames * kStride);
-      std::vector<float> floats(kFrames * kStride);
-      for (size_t k = 0; k < source.size(); ++k) {
-        floats[k] = static_cast<float>(random()) / 4294967296.0f - 0.5f;
-        source[k] = floats[k];
-        if (k % kStride == 1) channel[forward ? k / kStride : kFrames - 1 - k / kStride] = source[k];
-      }
+      std::vector<double> channel;
+      for (size_t k = 0; k < kFrames; ++k)
+        channel.push_back(source[(forward ? k : kFrames - 1 - k) * kStride + 1]);
       const std::vector<double> expected = model(biquad, channel);
       std::vector<double> result = source;
       std::vector<float> float_result(floats.size(), 7.0f);
@@ -172,6 +160,54 @@ TEST(Biquad, ChannelsOfABufferBothWays) {
         ASSERT_EQ(float_result[k], k % kStride == 1 ? static_cast<float>(result[k]) : 7.0f);
       }
     }
+  }
+}
+
+// ---- made of allpass filters --------------------------------------------------------------------------------------
+
+using Find = HRESULT (*)(double frequency, double second, QVBIQUAD* biquad);
+
+/// Shelves, low and high, each with its cut; the band-pass.
+constexpr Find kFinds[] = {QvSig_FindLowShelfBoostCoeffs, QvSig_FindLowShelfCutCoeffs, QvSig_FindHiShelfBoostCoeffs,
+                           QvSig_FindHiShelfCutCoeffs, QvSig_FindBandPassCoeffs};
+
+// SciPy 1.10.1. Shelves from their analogue prototypes, with w = 2 tan(pi frequency) and V = 10^(gain / 20):
+// scipy.signal.bilinear([1, V w], [1, w], 1.0) for the low boost, ([1, w], [1, V w]) for its cut, ([V, w], [1, w]) for
+// the high boost, ([1, w], [V, w]) for its cut. Band-pass: scipy.signal.iirpeak(f, f / bandwidth, fs=1.0).
+TEST(SignalCoefficients, AreSciPys) {
+  const struct {
+    Find find;
+    double frequency, second, figures[5];
+  } rows[] = {
+      {kFinds[0], 0.01, 6.0, {1.0303243957642, -0.90873811005325, 0.0, -0.93906250581749, 0.0}},
+      {kFinds[1], 0.01, 6.0, {0.97056810855988, -0.91142412009078, 0.0, -0.88199222865066, 0.0}},
+      {kFinds[2], 0.01, 6.0, {1.9649379192046, -1.9040004250221, 0.0, -0.93906250581749, 0.0}},
+      {kFinds[3], 0.01, 6.0, {0.50892193093041, -0.47790950372498, 0.0, -0.96898757279458, 0.0}},
+      {kFinds[0], 0.2, 20.0, {4.7872700185396, 3.6288855782151, 0.0, -0.15838444032454, 0.0}},
+      {kFinds[1], 0.2, 20.0, {0.20888731910406, -0.03308450112719, 0.0, 0.75802817976875, 0.0}},
+      {kFinds[2], 0.2, 20.0, {6.2127299814604, -5.3711144217849, 0.0, -0.15838444032454, 0.0}},
+      {kFinds[3], 0.2, 20.0, {0.16095983617252, -0.025493533566914, 0.0, -0.86453369739439, 0.0}},
+      {kFinds[4], 0.01, 0.002, {0.0062440350463429, 0.0, -0.0062440350463429, -1.9835900291176, 0.98751192990731}},
+      {kFinds[4], 0.2, 0.1, {0.24523727525279, 0.0, -0.24523727525279, -0.46646901733526, 0.50952544949443}}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(&row - rows);
+    QVBIQUAD biquad{9.0, 9.0, 9.0, 9.0, 9.0, 9.0, 9.0};
+    EXPECT_EQ(row.find(row.frequency, row.second, &biquad), S_OK);
+    expect_figures(biquad, row.figures);
+  }
+}
+
+// Whatever the parameters are, the filter is stable.
+TEST(SignalCoefficients, ExtremeParameters) {
+  const double values[] = {-kInfinity, -1.0, 0.0, 1e-300, 0.25, 0.5, 1.0, 1e6, kInfinity, kNaN};
+  for (const Find find : kFinds) {
+    for (const double frequency : values)
+      for (const double second : values) {
+        QVBIQUAD biquad;
+        EXPECT_EQ(find(frequency, second, &biquad), S_OK);
+        EXPECT_TRUE(stream::is_stable(biquad)) << frequency << " " << second;
+      }
+    EXPECT_EQ(find(0.1, 0.1, nullptr), E_INVALIDARG);
   }
 }
 

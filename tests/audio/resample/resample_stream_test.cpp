@@ -1,99 +1,68 @@
 // Streaming converters: counts, timing, changes of the rates, and quality; averages of groups of frames.
 #include "tests/audio/resample/sine_fit.h"
+#include "tests/audio/resample/stream_checks.h"
 
-#include "qv/audio_kernels.h"
+#include "qv/audio.h"
 #include "qv/resample.h"
 
-#include <cmath>
-#include <cstring>
-#include <gtest/gtest.h>
 #include <limits>
-#include <numbers>
-#include <random>
-#include <vector>
 
 namespace {
 
+using sine_fit::sine;
 using std::numbers::pi;
 
 constexpr QVRESAMPLE2_QUALITY kQualities[] = {QVRESAMPLE2_LINEAR, QVRESAMPLE2_FILTERED, QVRESAMPLE2_SINC,
                                               QVRESAMPLE2_BEST};
 
+/// A converter of doubles.
 class Stream {
 public:
-  Stream(QVSAMPLETYPE type, DWORD src_rate, DWORD dst_rate, DWORD channels, QVRESAMPLE2_QUALITY quality)
-      : frame_bytes_(channels * QvAudio_BytesFromSampleType(type)) {
-    EXPECT_EQ(QvAudio_Resample2Open(&handle_, type, src_rate, dst_rate, channels, quality), S_OK);
+  Stream(DWORD src_rate, DWORD dst_rate, DWORD channels, QVRESAMPLE2_QUALITY quality) : channels_(channels) {
+    EXPECT_EQ(QvAudio_Resample2Open(&handle_, QVSAMPLE_FLOAT64, src_rate, dst_rate, channels, quality), S_OK);
   }
   ~Stream() { QvAudio_Resample2Close(handle_); }
   Stream(const Stream&) = delete;
   Stream& operator=(const Stream&) = delete;
   operator HQVRESAMPLE2() const { return handle_; }
 
-  /// Gives all bytes in pieces of their own memory, so that a read behind them is seen; takes what comes.
-  std::vector<uint8_t> give(const std::vector<uint8_t>& bytes, DWORD most_given, DWORD most_taken) {
-    std::vector<uint8_t> result;
-    for (size_t at = 0; at < bytes.size();) {
-      const size_t count = std::min(bytes.size() - at, size_t{1 + random_() % most_given} * frame_bytes_);
-      const std::vector<uint8_t> piece(bytes.begin() + static_cast<ptrdiff_t>(at),
-                                       bytes.begin() + static_cast<ptrdiff_t>(at + count));
-      at += frame_bytes_ * step(result, piece.data(), static_cast<DWORD>(count / frame_bytes_), most_taken);
+  /// Gives all samples in pieces of their own memory, so that a read behind them is seen; takes what comes. Pieces are
+  /// of up to `most` frames.
+  std::vector<double> give(const std::vector<double>& samples, DWORD most) {
+    std::vector<double> result;
+    for (auto at = samples.begin(); at != samples.end();) {
+      const auto left = static_cast<DWORD>((samples.end() - at) / channels_);
+      const DWORD count = std::min<DWORD>(left, 1 + random_() % most);
+      const std::vector<double> piece(at, at + count * channels_);
+      at += step(result, piece.data(), count, most) * channels_;
     }
     return result;
   }
-  void flush(std::vector<uint8_t>& result, DWORD most_taken) {
+  void flush(std::vector<double>& result, DWORD most) {
     for (size_t before = result.size() + 1; before != result.size();) {
       before = result.size();
-      step(result, nullptr, 0, most_taken);
+      step(result, nullptr, 0, most);
     }
   }
 
 private:
-  DWORD step(std::vector<uint8_t>& result, const uint8_t* src, DWORD count, DWORD most_taken) {
-    const DWORD room = 1 + random_() % most_taken;
-    std::vector<uint8_t> dst(room * frame_bytes_);
+  DWORD step(std::vector<double>& result, const double* src, DWORD count, DWORD most) {
+    const DWORD room = 1 + random_() % most;
+    std::vector<double> dst(room * channels_);
     DWORD written = 99;
     DWORD used = 99;
     EXPECT_EQ(QvAudio_Resample2Process(handle_, dst.data(), room, &written, src, count, &used), S_OK);
     EXPECT_LE(written, room);
     EXPECT_LE(used, count);
     EXPECT_TRUE(written == room || used == count);
-    result.insert(result.end(), dst.begin(), dst.begin() + static_cast<ptrdiff_t>(written * frame_bytes_));
+    result.insert(result.end(), dst.begin(), dst.begin() + written * channels_);
     return used;
   }
 
-  size_t frame_bytes_;
+  ptrdiff_t channels_;
   std::mt19937 random_{7};
   HQVRESAMPLE2 handle_ = nullptr;
 };
-
-std::vector<uint8_t> as_bytes(const std::vector<double>& samples) {
-  const auto* const first = reinterpret_cast<const uint8_t*>(samples.data());
-  return {first, first + samples.size() * sizeof(double)};
-}
-
-std::vector<double> as_doubles(const std::vector<uint8_t>& bytes) {
-  std::vector<double> samples(bytes.size() / sizeof(double));
-  std::memcpy(samples.data(), bytes.data(), bytes.size());
-  return samples;
-}
-
-std::vector<double> sine(DWORD rate, double hertz, size_t frames) {
-  std::vector<double> samples(frames);
-  for (size_t k = 0; k < frames; ++k)
-    samples[k] = std::sin(2.0 * pi * hertz * static_cast<double>(k) / rate);
-  return samples;
-}
-
-/// `own`: with the library's own filter also where soxr does the best quality.
-std::vector<double> converted(const std::vector<double>& input, DWORD src, DWORD dst, QVRESAMPLE2_QUALITY quality,
-                              bool own = false) {
-  Stream stream(QVSAMPLE_FLOAT64, src, dst, 1, quality);
-  if (own && QvAudio_Resample2SetRates(stream, src, dst) != S_OK) ADD_FAILURE();
-  std::vector<uint8_t> result = stream.give(as_bytes(input), 3000, 3000);
-  stream.flush(result, 3000);
-  return as_doubles(result);
-}
 
 struct Rates {
   DWORD src, dst;
@@ -102,26 +71,32 @@ constexpr Rates kRates[] = {{44100, 48000}, {48000, 44100}, {44100, 22050}, {220
                             {8000, 192000}, {192000, 8000}, {44100, 44099}, {48000, 48000},
                             {1, 3},         {4096, 1},      {192000, 11025}};
 
+/// `own`: with the library's own filter also where soxr does the best quality.
+std::vector<double> converted(const std::vector<double>& input, Rates rates, QVRESAMPLE2_QUALITY quality,
+                              bool own = false) {
+  Stream stream(rates.src, rates.dst, 1, quality);
+  if (own && QvAudio_Resample2SetRates(stream, rates.src, rates.dst) != S_OK) ADD_FAILURE();
+  std::vector<double> result = stream.give(input, 3000);
+  stream.flush(result, 3000);
+  return result;
+}
+
 TEST(ResampleStream, FramesInAllAndAnyPieces) {
-  std::mt19937 random(4);
   constexpr DWORD kChannels = 3;
   for (const Rates& rates : kRates)
     for (const QVRESAMPLE2_QUALITY quality : kQualities)
       for (const size_t frames : {1, 2, 100, 3001}) {
         if (quality == QVRESAMPLE2_BEST && rates.src == 4096 && frames != 3001) continue;
         SCOPED_TRACE(testing::Message() << rates.src << " to " << rates.dst << " quality " << quality << " " << frames);
-        std::vector<double> input(frames * kChannels);
-        for (double& sample : input)
-          sample = static_cast<double>(random()) / 4294967296.0 - 0.5;
-        std::vector<uint8_t> results[2];
-        for (const DWORD most : {DWORD{5}, DWORD{10'000}}) {
-          Stream stream(QVSAMPLE_FLOAT64, rates.src, rates.dst, kChannels, quality);
-          std::vector<uint8_t>& result = results[most == 5 ? 0 : 1];
-          result = stream.give(as_bytes(input), most, most);
-          stream.flush(result, most);
-          const auto in_all =
-              static_cast<size_t>(std::floor(static_cast<double>(frames) * rates.dst / rates.src + 0.5));
-          EXPECT_EQ(result.size(), in_all * kChannels * sizeof(double));
+        const auto input = stream::noise<double>(frames * kChannels);
+        const auto in_all = static_cast<size_t>(std::floor(static_cast<double>(frames) * rates.dst / rates.src + 0.5));
+        std::vector<double> results[2];
+        for (const int i : {0, 1}) {
+          const DWORD most = i == 0 ? 5 : 10'000;
+          Stream stream(rates.src, rates.dst, kChannels, quality);
+          results[i] = stream.give(input, most);
+          stream.flush(results[i], most);
+          EXPECT_EQ(results[i].size(), in_all * kChannels);
           EXPECT_EQ(QvAudio_Resample2GetSrcPos(stream), frames);
           EXPECT_EQ(QvAudio_Resample2GetDstPos(stream), in_all);
         }
@@ -129,18 +104,25 @@ TEST(ResampleStream, FramesInAllAndAnyPieces) {
       }
 }
 
+// On a sine of 440 Hz, from which linear interpolation is off by less than 0.001. Where the rate falls the sinc has a
+// low-pass, which shifts the phase.
 TEST(ResampleStream, OutputIsInTimeWithInput) {
-  for (const Rates& rates : {Rates{44100, 48000}, Rates{48000, 44100}, Rates{44100, 96000}, Rates{44099, 44100}})
-    for (const QVRESAMPLE2_QUALITY quality : {QVRESAMPLE2_LINEAR, QVRESAMPLE2_BEST}) {
-      // 440 Hz: linear interpolation is off by less than 0.001 of it.
-      const std::vector<double> result = converted(sine(rates.src, 440.0, 5000), rates.src, rates.dst, quality);
-      for (size_t k = 500; k + 500 < result.size(); ++k)
-        ASSERT_NEAR(result[k], std::sin(2.0 * pi * 440.0 * static_cast<double>(k) / rates.dst), 1e-3) << k;
+  const struct {
+    QVRESAMPLE2_QUALITY quality;
+    double tolerance;
+    std::vector<Rates> rates;
+  } rows[] = {{QVRESAMPLE2_LINEAR, 1e-3, {{44100, 48000}, {48000, 44100}, {44100, 96000}, {44099, 44100}}},
+              {QVRESAMPLE2_SINC, 1e-4, {{44100, 48000}}},
+              {QVRESAMPLE2_BEST, 2e-5, {{44100, 48000}, {48000, 44100}, {44100, 96000}, {44099, 44100}}}};
+  for (const auto& row : rows)
+    for (const Rates& rates : row.rates) {
+      for (const bool own : {false, true}) {
+        const std::vector<double> result = converted(sine(rates.src, 440.0, 5000), rates, row.quality, own);
+        const std::vector<double> expected = sine(rates.dst, 440.0, result.size());
+        for (size_t k = 500; k + 500 < result.size(); ++k)
+          ASSERT_NEAR(result[k], expected[k], row.tolerance) << row.quality << " " << rates.src << ": " << k;
+      }
     }
-  // The whole sinc is in time too; a low-pass before it would shift the phase.
-  const std::vector<double> result = converted(sine(44100, 440.0, 5000), 44100, 48000, QVRESAMPLE2_SINC);
-  for (size_t k = 500; k + 500 < result.size(); ++k)
-    ASSERT_NEAR(result[k], std::sin(2.0 * pi * 440.0 * static_cast<double>(k) / 48000), 1e-4) << k;
 }
 
 TEST(ResampleStream, LatencyAndNeeds) {
@@ -148,25 +130,20 @@ TEST(ResampleStream, LatencyAndNeeds) {
     for (const QVRESAMPLE2_QUALITY quality : kQualities) {
       if (quality == QVRESAMPLE2_BEST && rates.src == 4096) continue;
       SCOPED_TRACE(testing::Message() << rates.src << " to " << rates.dst << " quality " << quality);
-      const Stream stream(QVSAMPLE_FLOAT64, rates.src, rates.dst, 1, quality);
-      const DWORD latency = QvAudio_Resample2GetLatency(stream);
+      const Stream stream(rates.src, rates.dst, 1, quality);
       EXPECT_EQ(QvAudio_Resample2GetSrcFromDst(stream, 0), 0u);
-      EXPECT_EQ(QvAudio_Resample2GetSrcFromDst(stream, 1), latency);
-      std::vector<double> src(20'000);
+      EXPECT_EQ(QvAudio_Resample2GetSrcFromDst(stream, 1), QvAudio_Resample2GetLatency(stream));
+      const std::vector<double> src(20'000);
       std::vector<double> dst(1000);
       DWORD written = 0;
       DWORD used = 0;
-      // Just as many as are said to be needed, and one less.
+      // One less than are said to be needed, and then that one.
       for (const DWORD wanted : {1u, 3u, 1u, 4u}) {
         const DWORD needed = QvAudio_Resample2GetSrcFromDst(stream, wanted);
-        if (needed > 0) {
-          QvAudio_Resample2Process(stream, dst.data(), wanted, &written, src.data(), needed - 1, &used);
-          EXPECT_LT(written, wanted);
-          QvAudio_Resample2Process(stream, dst.data(), wanted - written, &used, src.data(), 1, &written);
-        } else {
-          QvAudio_Resample2Process(stream, dst.data(), wanted, &written, src.data(), 0, &used);
-          EXPECT_EQ(written, wanted);
-        }
+        const DWORD first = needed == 0 ? 0 : needed - 1;
+        QvAudio_Resample2Process(stream, dst.data(), wanted, &written, src.data(), first, &used);
+        EXPECT_EQ(written == wanted, needed == 0);
+        QvAudio_Resample2Process(stream, dst.data(), wanted - written, &written, src.data(), needed - first, &used);
       }
       EXPECT_EQ(QvAudio_Resample2GetDstPos(stream), 9u);
     }
@@ -175,26 +152,23 @@ TEST(ResampleStream, LatencyAndNeeds) {
 TEST(ResampleStream, RatesChangeWithoutABreak) {
   for (const QVRESAMPLE2_QUALITY quality : {QVRESAMPLE2_LINEAR, QVRESAMPLE2_SINC, QVRESAMPLE2_BEST}) {
     // On a slow sine: the time of an output is the sum of the steps before it.
-    Stream stream(QVSAMPLE_FLOAT64, 44100, 48000, 1, quality);
+    Stream stream(44100, 48000, 1, quality);
     const std::vector<double> input = sine(44100, 100.0, 30'000);
-    const Rates changes[] = {{44100, 48100}, {44100, 60000}, {44100, 88200}, {44100, 44100}, {44100, 50000}};
     double time = 0.0;
     double step = 44100.0 / 48000.0;
-    size_t given = 0;
+    auto given = input.begin();
     double worst = 0.0;
-    for (const Rates& next : changes) {
-      std::vector<uint8_t> piece = as_bytes(
-          {input.begin() + static_cast<ptrdiff_t>(given), input.begin() + static_cast<ptrdiff_t>(given + 5003)});
-      given += 5003;
-      for (const double sample : as_doubles(stream.give(piece, 700, 700))) {
+    for (const DWORD next : {48100u, 60000u, 88200u, 44100u, 50000u}) {
+      for (const double sample : stream.give({given, given + 5003}, 700)) {
         if (time > 300.0) worst = std::max(worst, std::fabs(sample - std::sin(2.0 * pi * 100.0 * time / 44100.0)));
         time += step;
       }
-      ASSERT_EQ(QvAudio_Resample2SetRates(stream, next.src, next.dst), S_OK);
-      step = static_cast<double>(next.src) / next.dst;
+      given += 5003;
+      ASSERT_EQ(QvAudio_Resample2SetRates(stream, 44100, next), S_OK);
+      step = 44100.0 / next;
     }
     EXPECT_LT(worst, 1e-4) << quality;
-    EXPECT_EQ(QvAudio_Resample2GetSrcPos(stream), given);
+    EXPECT_EQ(QvAudio_Resample2GetSrcPos(stream), 5 * 5003u);
     EXPECT_EQ(QvAudio_Resample2SetRates(stream, 0, 1), E_INVALIDARG);
   }
 }
@@ -207,39 +181,25 @@ TEST(ResampleStream, TheBestQuality) {
                {{48000, 44100}, 19'900.0}, {{44100, 96000}, 997.0},    {{96000, 44100}, 19'900.0},
                {{44100, 44099}, 997.0}};
   for (const bool own : {false, true}) {
+    const auto inner = [own](double hertz, Rates rates, size_t frames) {
+      const auto result = converted(sine(rates.src, hertz, frames), rates, QVRESAMPLE2_BEST, own);
+      return std::vector<double>(result.begin() + 1000, result.end() - 1000);
+    };
     for (const auto& each : clean) {
       SCOPED_TRACE(testing::Message() << each.rates.src << " to " << each.rates.dst << ", " << each.hertz << " Hz, own "
                                       << own);
-      std::vector<double> result =
-          converted(sine(each.rates.src, each.hertz, 20'000), each.rates.src, each.rates.dst, QVRESAMPLE2_BEST, own);
-      result = {result.begin() + 1000, result.end() - 1000};
+      const std::vector<double> result = inner(each.hertz, each.rates, 20'000);
       EXPECT_LT(sine_fit::residual_decibels(result, each.hertz / each.rates.dst), -118.0);
       // Flat to 0.907 of 22,050 Hz.
       EXPECT_NEAR(sine_fit::amplitude_decibels(result, each.hertz / each.rates.dst), 0.0, own ? 0.001 : 0.01);
     }
     for (const double hertz : {22'060.0, 23'000.0, 30'000.0, 44'000.0}) {
-      const std::vector<double> result = converted(sine(96000, hertz, 40'000), 96000, 44100, QVRESAMPLE2_BEST, own);
+      const std::vector<double> result = inner(hertz, {96000, 44100}, 40'000);
       double power = 0.0;
-      for (size_t k = 1000; k + 1000 < result.size(); ++k)
-        power += result[k] * result[k];
-      EXPECT_LT(10.0 * std::log10(2.0 * power / static_cast<double>(result.size() - 2000)), -120.0) << hertz;
+      for (const double sample : result)
+        power += sample * sample;
+      EXPECT_LT(10.0 * std::log10(2.0 * power / static_cast<double>(result.size())), -120.0) << hertz;
     }
-  }
-}
-
-TEST(ResampleStream, BothFiltersOfTheBestQualityAgree) {
-  for (const Rates& rates : {Rates{44100, 48000}, Rates{48000, 44100}, Rates{44100, 96000}, Rates{44100, 44099}}) {
-    std::vector<double> input = sine(rates.src, 997.0, 20'000);
-    const std::vector<double> higher = sine(rates.src, 14'500.0, input.size());
-    for (size_t k = 0; k < input.size(); ++k)
-      input[k] += higher[k];
-    const std::vector<double> default_filter = converted(input, rates.src, rates.dst, QVRESAMPLE2_BEST);
-    const std::vector<double> own = converted(input, rates.src, rates.dst, QVRESAMPLE2_BEST, true);
-    ASSERT_EQ(own.size(), default_filter.size());
-    double worst = 0.0;
-    for (size_t k = 1000; k + 1000 < own.size(); ++k)
-      worst = std::max(worst, std::fabs(own[k] - default_filter[k]));
-    EXPECT_LT(worst, 1e-5) << rates.src << " to " << rates.dst;
   }
 }
 
@@ -247,8 +207,8 @@ TEST(ResampleStream, WhatIsNotFiniteStaysWithinTheLatency) {
   for (const bool own : {false, true}) {
     std::vector<double> input(20'000, 0.25);
     input[10'000] = std::numeric_limits<double>::quiet_NaN();
-    Stream stream(QVSAMPLE_FLOAT64, 48000, 44100, 1, QVRESAMPLE2_BEST);
-    const std::vector<double> result = converted(input, 48000, 44100, QVRESAMPLE2_BEST, own);
+    const Stream stream(48000, 44100, 1, QVRESAMPLE2_BEST);
+    const std::vector<double> result = converted(input, {48000, 44100}, QVRESAMPLE2_BEST, own);
     if (own) QvAudio_Resample2SetRates(stream, 48000, 44100);
     const double latency = QvAudio_Resample2GetLatency(stream);
     for (size_t k = 0; k < result.size(); ++k)
@@ -258,38 +218,39 @@ TEST(ResampleStream, WhatIsNotFiniteStaysWithinTheLatency) {
 }
 
 TEST(ResampleStream, IntegerTypesAndTheSourceStays) {
+  std::vector<int16_t> input(12'000);
+  for (size_t k = 0; k < input.size(); ++k)
+    input[k] = static_cast<int16_t>(20'000.0 * std::sin(static_cast<double>(k / 2) * 0.05));
+  const std::vector<int16_t> before = input;
   for (const QVRESAMPLE2_QUALITY quality : kQualities) {
-    Stream stream(QVSAMPLE_PCM16, 48000, 44100, 2, quality);
-    std::vector<int16_t> input(12'000);
-    for (size_t k = 0; k < input.size(); ++k)
-      input[k] = static_cast<int16_t>(20'000.0 * std::sin(static_cast<double>(k / 2) * 0.05));
-    const std::vector<int16_t> before = input;
+    HQVRESAMPLE2 converter = nullptr;
+    ASSERT_EQ(QvAudio_Resample2Open(&converter, QVSAMPLE_PCM16, 48000, 44100, 2, quality), S_OK);
     std::vector<int16_t> output(12'000);
     DWORD written = 0;
     DWORD used = 0;
-    ASSERT_EQ(QvAudio_Resample2Process(stream, output.data(), 6000, &written, input.data(), 6000, &used), S_OK);
+    ASSERT_EQ(QvAudio_Resample2Process(converter, output.data(), 6000, &written, input.data(), 6000, &used), S_OK);
+    QvAudio_Resample2Close(converter);
     EXPECT_EQ(used, 6000u);
     EXPECT_EQ(input, before);
-    int loudest = 0;
-    for (DWORD k = 200; k < 2 * written; ++k)
-      loudest = std::max<int>(loudest, output[k]);
-    EXPECT_NEAR(loudest, 20'000, quality == QVRESAMPLE2_BEST ? 20 : 1300) << "within the ripple";
+    EXPECT_NEAR(*std::max_element(output.begin() + 200, output.end()), 20'000, quality == QVRESAMPLE2_BEST ? 20 : 1300)
+        << "within the ripple";
   }
 }
 
 TEST(ResampleStream, BadParameters) {
   HQVRESAMPLE2 handle = nullptr;
-  const auto open = [&](QVSAMPLETYPE type, DWORD src, DWORD dst, DWORD channels, DWORD quality) {
+  const struct {
+    DWORD type, src, dst, channels, quality;
+  } rows[] = {{QVSAMPLE_FLOAT32, 0, 1, 1, 0}, {QVSAMPLE_FLOAT32, 1, 0, 1, 0},        {QVSAMPLE_FLOAT32, 1, 1, 0, 0},
+              {QVSAMPLE_FLOAT32, 1, 1, 1, 4}, {QVSAMPLE_FLOAT32, 1, 4097 * 2, 1, 0}, {5, 1, 1, 1, 0}};
+  for (const auto& row : rows) {
     handle = reinterpret_cast<HQVRESAMPLE2>(1);
-    return QvAudio_Resample2Open(&handle, type, src, dst, channels, static_cast<QVRESAMPLE2_QUALITY>(quality));
-  };
-  EXPECT_EQ(open(QVSAMPLE_FLOAT32, 0, 1, 1, 0), E_INVALIDARG);
-  EXPECT_EQ(handle, nullptr);
-  EXPECT_EQ(open(QVSAMPLE_FLOAT32, 1, 0, 1, 0), E_INVALIDARG);
-  EXPECT_EQ(open(QVSAMPLE_FLOAT32, 1, 1, 0, 0), E_INVALIDARG);
-  EXPECT_EQ(open(QVSAMPLE_FLOAT32, 1, 1, 1, 4), E_INVALIDARG);
-  EXPECT_EQ(open(QVSAMPLE_FLOAT32, 1, 4097 * 2, 1, 0), E_INVALIDARG);
-  EXPECT_EQ(open(static_cast<QVSAMPLETYPE>(5), 1, 1, 1, 0), E_INVALIDARG);
+    EXPECT_EQ(QvAudio_Resample2Open(&handle, static_cast<QVSAMPLETYPE>(row.type), row.src, row.dst, row.channels,
+                                    static_cast<QVRESAMPLE2_QUALITY>(row.quality)),
+              E_INVALIDARG)
+        << &row - rows;
+    EXPECT_EQ(handle, nullptr);
+  }
   EXPECT_EQ(QvAudio_Resample2Open(nullptr, QVSAMPLE_FLOAT32, 1, 1, 1, QVRESAMPLE2_LINEAR), E_INVALIDARG);
   EXPECT_EQ(QvAudio_Resample2SetRates(nullptr, 1, 1), E_INVALIDARG);
   QvAudio_Resample2Close(nullptr);
@@ -320,20 +281,14 @@ TEST(ResampleStream, BadParameters) {
 TEST(DownSample, AveragesGroups) {
   std::vector<float> samples = {1, -1, 3, -3, 5, -5, 7, -8, 100, 100};
   EXPECT_EQ(QvDownSample(QVSAMPLE_FLOAT32, 2, samples.data(), samples.data(), 5, 2), 2u);
-  EXPECT_EQ(samples[0], 2.0f);
-  EXPECT_EQ(samples[1], -2.0f);
-  EXPECT_EQ(samples[2], 6.0f);
-  EXPECT_EQ(samples[3], -6.5f);
-  EXPECT_EQ(samples[8], 100.0f);
-  const int16_t shorts[] = {32767, 32767, 32767, -32768, -32768, -32768};
-  int16_t averages[3] = {7, 7, 7};
-  EXPECT_EQ(QvDownSample(QVSAMPLE_PCM16, 1, averages, shorts, 6, 3), 2u);
-  EXPECT_EQ(averages[0], 32767);
-  EXPECT_EQ(averages[1], -32768);
-  EXPECT_EQ(averages[2], 7);
-  EXPECT_EQ(QvDownSample(QVSAMPLE_PCM16, 1, averages, shorts, 6, 7), 0u);
-  EXPECT_EQ(QvDownSample(QVSAMPLE_PCM16, 1, averages, shorts, 6, 0), 0u);
-  EXPECT_EQ(QvDownSample(static_cast<QVSAMPLETYPE>(5), 1, averages, shorts, 6, 1), 0u);
+  EXPECT_EQ(samples, (std::vector<float>{2, -2, 6, -6.5, 5, -5, 7, -8, 100, 100}));
+  const std::vector<int16_t> shorts = {32767, 32767, 32767, -32768, -32768, -32768};
+  std::vector<int16_t> averages = {7, 7, 7};
+  EXPECT_EQ(QvDownSample(QVSAMPLE_PCM16, 1, averages.data(), shorts.data(), 6, 3), 2u);
+  EXPECT_EQ(averages, (std::vector<int16_t>{32767, -32768, 7}));
+  EXPECT_EQ(QvDownSample(QVSAMPLE_PCM16, 1, averages.data(), shorts.data(), 6, 7), 0u);
+  EXPECT_EQ(QvDownSample(QVSAMPLE_PCM16, 1, averages.data(), shorts.data(), 6, 0), 0u);
+  EXPECT_EQ(QvDownSample(static_cast<QVSAMPLETYPE>(5), 1, averages.data(), shorts.data(), 6, 1), 0u);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// A sine of a known frequency in samples, by least squares.
+// A sine, and what is found of it in samples, by least squares.
 #pragma once
 
 #include <cmath>
@@ -6,6 +6,13 @@
 #include <vector>
 
 namespace sine_fit {
+
+inline std::vector<double> sine(double rate, double hertz, size_t frames) {
+  std::vector<double> samples(frames);
+  for (size_t k = 0; k < frames; ++k)
+    samples[k] = std::sin(2.0 * std::numbers::pi * hertz * static_cast<double>(k) / rate);
+  return samples;
+}
 
 struct Fit {
   double sine, cosine;
