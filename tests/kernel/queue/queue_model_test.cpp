@@ -19,7 +19,7 @@ struct Search {
   bool reverse;
   Effect effect;
 };
-constexpr Search kSearches[] = {
+const Search kSearches[] = {
     {QvQueueFind, false, Effect::kStays},
     {QvQueueFindRev, true, Effect::kStays},
     {QvQueueFindAndRemove, false, Effect::kRemoved},

@@ -1,5 +1,6 @@
 // Queues at moments that threads do not reach at will: between leaving the queue to wait and waiting, and without
 // memory.
+#include "platform/posix/seams.h"
 #include "tests/kernel/queue/queue_fixture.h"
 
 #include <algorithm>
@@ -14,16 +15,16 @@ using namespace kernel_test;
 
 namespace {
 
-std::function<void()> before_wait; ///< done once, by the thread that waits next
-HANDLE watched_handle = nullptr;
-int watched_closings = 0;
-bool no_memory = false;
-int records = 0; ///< allocated for queues
+// Each thread has all of these for itself: the other tests' threads pass by here, too.
+thread_local std::function<void()> before_wait; ///< done once, before the next wait
+thread_local HANDLE watched_handle = nullptr;
+thread_local int watched_closings = 0;
+thread_local int closings = 0;
+thread_local bool no_memory = false;
+thread_local int records = 0; ///< allocated for queues
 
 /// What the next wait for messages, too, was asked for, and what it returns in place of waiting; 0: it waits.
-struct MessageWait {
-  DWORD mask, flags, result;
-} message_wait;
+thread_local struct { DWORD mask, flags, result; } message_wait;
 
 template <class Function>
 Function* next_of(const char* symbol) {
@@ -46,6 +47,7 @@ DWORD MsgWaitForMultipleObjectsEx(DWORD count, const HANDLE* objects, DWORD mill
 }
 
 BOOL CloseHandle(HANDLE handle) {
+  ++closings;
   if (handle == watched_handle) ++watched_closings;
   return next_of<BOOL(HANDLE)>("qvw32_CloseHandle")(handle);
 }
@@ -112,13 +114,21 @@ TEST(QueueMoments, RecordsServeOneQueueAfterAnother) {
   std::vector<tQVQHEAD> heads(2000); // more than ever before, whichever records are free
   no_memory = true;
   const auto begin = [](tQVQHEAD& head) { return QvQueueInitialize(&head) != 0; };
-  EXPECT_LT(std::count_if(heads.begin(), heads.end(), begin), 2000);
+  closings = 0;
+  const auto begun = std::count_if(heads.begin(), heads.end(), begin);
+  EXPECT_LT(begun, 2000);
+  EXPECT_EQ(closings, 2000 - begun) << "those that have no record keep no event";
   no_memory = false;
+  qv::platform::fail_allocation(1); // of the lock
+  tQVQHEAD head{};
+  EXPECT_FALSE(begin(head));
+  qv::platform::fail_allocation(0);
+  EXPECT_EQ(closings, 2001 - begun);
   for (int round = 0; round < 3; ++round) {
     EXPECT_EQ(std::count_if(heads.begin(), heads.end(), begin), 2000);
     if (round == 0) records = 0;
-    for (tQVQHEAD& head : heads)
-      QvQueueDelete(&head);
+    for (tQVQHEAD& each : heads)
+      QvQueueDelete(&each);
   }
   EXPECT_EQ(records, 0);
 }

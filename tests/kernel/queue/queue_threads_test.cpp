@@ -35,9 +35,9 @@ TEST(QueueThreads, NothingIsLostOrTakenTwice) {
     }
   });
   auto consumers = start(kThreads, [&](int consumer) {
-    constexpr tQVQELM* (*kWays[])(tQVQHEAD*, DWORD) = {QvQueueRemoveTail, QvQueueRemoveAlertable, QvQueueRemove};
+    tQVQELM* (*const ways[])(tQVQHEAD*, DWORD) = {QvQueueRemoveTail, QvQueueRemoveAlertable, QvQueueRemove};
     while (left.load() > 0) {
-      const tQVQELM* element = kWays[consumer % 3](queue, INFINITE);
+      const tQVQELM* element = ways[consumer % 3](queue, INFINITE);
       if (!element) continue;
       taken[value_of(element)].fetch_add(1);
       if (left.fetch_sub(1) == 1) QvQueueDelete(queue); // releases the other consumers
@@ -64,7 +64,7 @@ TEST(QueueThreads, ConsumersComeBackHoweverTheRaceFalls) {
     int ways; ///< of waiting: the fourth has retry, for which a flush is no reason to return
     void (*release)(tQVQHEAD*);
   };
-  constexpr Case kCases[] = {
+  const Case cases[] = {
       {3, QvQueueFlush},
       {4,
        [](tQVQHEAD* queue) {
@@ -82,7 +82,7 @@ TEST(QueueThreads, ConsumersComeBackHoweverTheRaceFalls) {
   std::mt19937 random(7);
   for (int round = 0; round < 900; ++round) {
     Queue queue;
-    const Case& each = kCases[round % 3];
+    const Case& each = cases[round % 3];
     const auto consumers = start(each.ways, [&](int way) { EXPECT_EQ(wait_somehow(queue, way, never), nullptr); });
     for (unsigned spins = random() % 30'000; spins > 0; --spins)
       std::atomic_signal_fence(std::memory_order_seq_cst);
