@@ -49,7 +49,7 @@ static_assert(sizeof(tQVQELM) == 16 && sizeof(CRITICAL_SECTION) == 40 && sizeof(
 typedef LONG(CALLBACK* QVQUEUEMATCH)(const tQVQELM* element, LONGLONG context);
 
 /// Flags of QvQueueRemoveEx: a wake mask (QS_*) in bits 0-15, wait flags, and what follows from them.
-inline constexpr DWORD QVQUEUE_WAITALL = 0x10000;        ///< MWMO_WAITALL
+inline constexpr DWORD QVQUEUE_WAITALL = 0x10000;        ///< MWMO_WAITALL: the event and all handles
 inline constexpr DWORD QVQUEUE_ALERTABLE = 0x20000;      ///< MWMO_ALERTABLE
 inline constexpr DWORD QVQUEUE_INPUTAVAILABLE = 0x40000; ///< MWMO_INPUTAVAILABLE
 /// Adds QS_SENDMESSAGE to the wake mask, dispatches sent messages, and waits again after those and after I/O

@@ -31,6 +31,8 @@ public:
 
   bool wanted() const { return milliseconds_ != 0; }
   bool retry() const { return retry_; }
+  /// Whether the queue's event alone ends the removal, as it is after a flush.
+  bool ends_by_event() const { return !retry_ && (wait_flags_ & MWMO_WAITALL) == 0; }
 
   Woken wait(HANDLE event) {
     objects_[0] = event;
@@ -92,7 +94,7 @@ tQVQELM* take_waiting(tQVQHEAD* head, Waiting waiting, Take take) {
     if (!inside) return nullptr;
     tQVQELM* taken = take(inside.event());
     if (taken || !waiting.wanted()) return taken;
-    wait.emplace(head, inside.users(), !waiting.retry());
+    wait.emplace(head, inside.users(), waiting.ends_by_event());
   }
   for (;;) {
     const Woken woken = waiting.wait(wait->event());

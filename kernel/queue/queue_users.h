@@ -46,7 +46,7 @@ public:
 
   // What a flush promises, inside the queue's lock.
 
-  /// Marks everybody who waits and will return when woken.
+  /// Marks everybody who waits and will return by the event.
   void release_waits();
   /// Whether somebody whom release_waits() marked has yet to come back.
   bool any_released();
@@ -100,7 +100,7 @@ private:
 /// A consumer that waits for a queue.
 class QueueWait {
 public:
-  /// Inside the queue. returns: whether the consumer returns when it is woken, even if the queue is empty.
+  /// Inside the queue. returns: whether the consumer returns when the event is signalled, even if the queue is empty.
   QueueWait(tQVQHEAD* head, QueueUsers& users, bool returns);
   QueueWait(const QueueWait&) = delete;
   QueueWait& operator=(const QueueWait&) = delete;

@@ -40,6 +40,7 @@ DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds) {
 }
 
 DWORD MsgWaitForMultipleObjectsEx(DWORD count, const HANDLE* objects, DWORD milliseconds, DWORD mask, DWORD flags) {
+  if (const auto action = std::exchange(before_wait, nullptr)) action();
   message_wait.mask = mask;
   message_wait.flags = flags;
   if (message_wait.result != 0) return std::exchange(message_wait.result, 0);
@@ -65,17 +66,22 @@ void watch(HANDLE handle) {
 }
 
 TEST(QueueMoments, AConsumerWithRetryLeavesAFlushToThoseWhoWaitedBefore) {
-  for (const bool late : {false, true}) {
+  struct Case {
+    bool late; ///< whether the flush was before
+    DWORD flags;
+    bool ends; ///< whether the flush ends the removal even if one with retry waits on meanwhile
+  };
+  for (const Case& each : {Case{false, 0, true}, {true, 0, false}, {false, QVQUEUE_WAITALL, false}}) {
     Queue queue;
-    if (late) QvQueueFlush(queue);
+    if (each.late) QvQueueFlush(queue);
     before_wait = [&] {
-      if (!late) QvQueueFlush(queue);
+      if (!each.late) QvQueueFlush(queue);
       DWORD result = 77;
       EXPECT_EQ(QvQueueRemoveEx(queue, nullptr, 0, QVQUEUE_RETRY, 1, &result), nullptr);
       EXPECT_EQ(result, WAIT_TIMEOUT);
-      EXPECT_EQ(queue.signalled(), !late);
+      EXPECT_EQ(queue.signalled(), each.ends);
     };
-    EXPECT_EQ(QvQueueRemove(queue, late ? 1 : INFINITE), nullptr);
+    EXPECT_EQ(QvQueueRemoveEx(queue, nullptr, 0, each.flags, each.ends ? INFINITE : 1, nullptr), nullptr);
     EXPECT_EQ(QvQueueRemoveEx(queue, nullptr, 0, QVQUEUE_RETRY, 1, nullptr), nullptr);
     EXPECT_FALSE(queue.signalled()) << "all are back";
   }
