@@ -105,11 +105,6 @@ void InsideQueue::enter(QueueUsers* users) {
     LeaveCriticalSection(&head_->lock);
 }
 
-InsideQueue::~InsideQueue() {
-  if (users_) LeaveCriticalSection(&head_->lock);
-  if (visits_) visits_->fetch_sub(1);
-}
-
 QueueWait::QueueWait(tQVQHEAD* head, QueueUsers& users, bool returns) : head_(head), users_(users), returns_(returns) {
   const std::lock_guard guard(users.waits_lock_);
   next_ = users.first_wait_;

@@ -84,7 +84,10 @@ public:
   explicit InsideQueue(const QueueWait& wait);
   InsideQueue(const InsideQueue&) = delete;
   InsideQueue& operator=(const InsideQueue&) = delete;
-  ~InsideQueue();
+  ~InsideQueue() {
+    if (users_) LeaveCriticalSection(&head_->lock);
+    if (visits_) visits_->fetch_sub(1);
+  }
   explicit operator bool() const { return users_ != nullptr; }
   QueueUsers& users() const { return *users_; }
   HANDLE event() const { return users_->event(); }
