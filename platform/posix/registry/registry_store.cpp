@@ -185,7 +185,7 @@ LONG Store::change(Run& run, int* changed) {
   return error == ERROR_NO_MORE_ITEMS ? LONG{ERROR_SUCCESS} : error;
 }
 
-Store::Run::Run(Store& store, Query query) : store_(store), statement_(nullptr) {
+Store::Run::Run(Store& store, Query query) : statement_(nullptr) {
   sqlite3_stmt*& known = store.statements_[static_cast<size_t>(query)];
   if (!known) {
     error_ = error_of(sqlite3_prepare_v3(store.database_, kQueries[static_cast<size_t>(query)], -1,

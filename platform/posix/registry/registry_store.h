@@ -76,7 +76,6 @@ public:
     std::span<const BYTE> bytes(int column) const;
 
   private:
-    Store& store_;
     sqlite3_stmt* statement_;
     LONG error_ = ERROR_SUCCESS;
     int bound_ = 0;
