@@ -1,11 +1,10 @@
-// Files that the program must refuse or take with a warning: one line, the right exit code, nothing left behind.
+// What the program must refuse, or take with a warning: one line, the right exit code, nothing left behind.
 #include "tests/cli/process.h"
 #include "tests/cli/scratch_folder.h"
 #include "tests/cli/wave_bytes.h"
 #include "tests/riff/wave64_bytes.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -18,16 +17,7 @@ using riff_test::wave64;
 
 namespace {
 
-const Bytes kFormat = chunk("fmt ", format_bytes({}));
-const Bytes kData = chunk("data", shorts({1, 2, 3, 4}));
-const Bytes kGood = wave({}, shorts({1, 2, 3, 4}));
-
-/// Exactly one line, which names the file.
-void expect_one_line(const Outcome& outcome, const std::string& file, const std::string& reason) {
-  EXPECT_EQ(std::count(outcome.error.begin(), outcome.error.end(), '\n'), 1) << outcome.error;
-  EXPECT_EQ(outcome.error.rfind("qv: " + file + ": ", 0), 0u) << outcome.error;
-  EXPECT_NE(outcome.error.find(reason), std::string::npos) << outcome.error << " does not say: " << reason;
-}
+const std::vector<std::string> kInputAlone = {"in.wav"};
 
 struct BadFile {
   const char* name;
@@ -36,19 +26,18 @@ struct BadFile {
   bool info_works = false; ///< only its samples cannot be used
 };
 
+Bytes empty_form(const char* form) { return "FORM" + Bytes("\0\0\0\4", 4) + form; }
+
 const BadFile kBadFiles[] = {
     {"empty", "", "empty"},
     {"four bytes", "RIFF", "ends inside its header"},
-    {"header cut", kGood.substr(0, 11), "ends inside its header"},
     {"other file", Bytes(100, 'x'), "does not start with \"RIFF\""},
-    {"big-endian RIFF", header("RIFX", 36) + "WAVE", "does not start with \"RIFF\""},
     {"other form", riff("AVI ", kFormat + kData), "\"AVI \""},
     {"no chunks", riff("WAVE", ""), "no \"fmt \" chunk"},
     {"no format", riff("WAVE", kData), "no \"fmt \" chunk"},
     {"no data", riff("WAVE", kFormat), "no \"data\" chunk"},
     {"cut in the format", riff("WAVE", kFormat + kData).substr(0, 30), "\"fmt \" runs past the end"},
     {"format of 15 bytes", riff("WAVE", chunk("fmt ", Bytes(15, '\1')) + kData), "only 15 bytes"},
-    {"format of 0 bytes", riff("WAVE", chunk("fmt ", "") + kData), "only 0 bytes"},
     {"chunk past the end", riff("WAVE", kFormat + header("LIST", 5000) + "INFO" + kData), "\"LIST\" runs past the end"},
     {"chunk of 2^32 - 1 bytes", riff("WAVE", header("junk", 0xFFFFFFFF) + kFormat), "\"junk\" runs past the end"},
     {"no channels", wave({1, 0, 48000, 16}, ""), "no channels"},
@@ -68,21 +57,9 @@ const BadFile kBadFiles[] = {
     {"Wave64 without chunks", wave64(""), "no \"fmt \" chunk"},
     {"Wave64 without data", wave64(chunk64("fmt ", Bytes(16, '\1'))), "no \"data\" chunk"},
     {"Wave64 chunk past the end", wave64(header64("junk", ~0ull >> 1) + chunk64("fmt ", "")), "runs past the end"},
-    {"IFF of another form",
-     Bytes("FORM\0\0\0\x04"
-           "8SVX",
-           12),
-     "no AIFF"},
-    {"AIFF-C without a compression type",
-     Bytes("FORM\0\0\0\x04"
-           "AIFC",
-           12),
-     "compression type"},
-    {"AIFF without chunks",
-     Bytes("FORM\0\0\0\x04"
-           "AIFF",
-           12),
-     "no \"COMM\""},
+    {"IFF of another form", empty_form("8SVX"), "no AIFF"},
+    {"AIFF-C without a compression type", empty_form("AIFC"), "compression type"},
+    {"AIFF without chunks", empty_form("AIFF"), "no \"COMM\""},
 };
 
 TEST(BadInput, EveryCommandSaysWhyInOneLine) {
@@ -90,18 +67,11 @@ TEST(BadInput, EveryCommandSaysWhyInOneLine) {
     SCOPED_TRACE(row.name);
     const ScratchFolder folder;
     const std::string in = folder.put("in.wav", row.bytes);
-    const std::string out = folder.file("out.wav");
-    const Outcome info = run_qv({"info", in, "--json"});
-    EXPECT_EQ(info.exit_code, row.info_works ? 0 : 1);
-    EXPECT_EQ(info.out.empty(), !row.info_works);
-    if (!row.info_works) expect_one_line(info, in, row.reason);
-    for (const std::vector<std::string>& command : {std::vector<std::string>{"stats", in}, {"convert", in, out}}) {
-      const Outcome outcome = run_qv(command);
-      EXPECT_EQ(outcome.exit_code, 1);
-      EXPECT_EQ(outcome.out, "");
-      expect_one_line(outcome, in, row.reason);
-    }
-    EXPECT_EQ(folder.names(), std::vector<std::string>{"in.wav"});
+    if (row.info_works) EXPECT_NE(qv_says({"info", in, "--json"}), "");
+    if (!row.info_works) expect_refused(run_qv({"info", in, "--json"}), 1, in + ": ", row.reason);
+    for (const Arguments& command : {Arguments{"stats", in}, {"convert", in, folder.file("out.wav")}})
+      expect_refused(run_qv(command), 1, in + ": ", row.reason);
+    EXPECT_EQ(folder.names(), kInputAlone);
     EXPECT_EQ(read_file(in), row.bytes);
   }
 }
@@ -118,42 +88,130 @@ TEST(BadInput, WhatIsNoFile) {
                {pipe, "not a regular file"},
                {"/dev/zero", "not a regular file"},
                {folder.file("\xFF\xFE.wav"), "not UTF-8"}};
-  for (const auto& row : cases) {
-    for (const std::vector<std::string>& command :
-         {std::vector<std::string>{"info", row.name}, {"stats", row.name}, {"convert", row.name, folder.file("out")}}) {
-      const Outcome outcome = run_qv(command);
-      EXPECT_EQ(outcome.exit_code, 1);
-      expect_one_line(outcome, row.name, row.reason);
-    }
-  }
+  for (const auto& row : cases)
+    for (const Arguments& command :
+         {Arguments{"info", row.name}, {"stats", row.name}, {"convert", row.name, folder.file("out")}})
+      expect_refused(run_qv(command), 1, row.name + ": ", row.reason);
   EXPECT_EQ(folder.names(), std::vector<std::string>{"pipe"});
 }
 
+/// Words that are refused over a file that is called IN; OUT is not there before, nor afterwards.
+struct Refusal {
+  Arguments words;
+  int exit_code;
+  const char* reason;
+  Bytes file = kGood;
+};
+
+const Refusal kRefusals[] = {
+    {{}, 2, "subcommand"},
+    {{"transmogrify"}, 2, "transmogrify"},
+    {{"info", "IN", "--frobnicate"}, 2, "--frobnicate"},
+    {{"convert", "IN"}, 2, "OUT"},
+    {{"convert", "IN", "OUT", "--type", "pcm12"}, 2, "--type"},
+    {{"convert", "IN", "OUT", "--gain-db", "loud"}, 2, "not a number of dB"},
+    {{"convert", "IN", "OUT", "--gain-db", "nan"}, 2, "not a number of dB"},
+    {{"convert", "IN", "OUT", "--gain-db", "-200.1"}, 2, "not a number of dB"},
+    {{"convert", "IN", "OUT", "--channels", "0"}, 2, "neither a number of channels"},
+    {{"convert", "IN", "OUT", "--channels", "65536"}, 2, "neither a number of channels"},
+    {{"convert", "IN", "OUT", "--channels", "1,,2"}, 2, "neither a number of channels"},
+    {{"convert", "IN", "OUT", "--channels", "1,x"}, 2, "neither a number of channels"},
+    {{"convert", "IN", "OUT", "--channels", ","}, 2, "neither a number of channels"},
+    {{"convert", "IN", "OUT", "--channels", "1", "--mono"}, 2, "--mono"},
+    {{"convert", "IN", "OUT", "--channels", "1,2"}, 1, "in.wav: has no channel 2, only 1"},
+    {{"convert", "IN", "OUT", "--channels", "40000"}, 1, "do not fit a wave file"}, // a block align has 16 bits
+    {{"convert", "IN", "OUT", "--quality", "best"}, 2, "--rate"},
+    {{"convert", "IN", "OUT", "--rate", "1"}, 1, "too far from"},
+    {{"convert", "IN", "OUT", "--type", "float32", "--dither", "tri"}, 1, "float samples are not dithered"},
+    {{"filter", "IN", "OUT", "--type", "allpass"}, 2, "--type"},
+    {{"filter", "IN", "OUT", "--type", "lowpass", "--order", "16"}, 2, "--order"},
+    {{"filter", "IN", "OUT", "--type", "lowpass", "--freq", "24001"}, 1, "no frequencies above"},
+    {{"filter", "IN", "OUT", "--type", "lowpass", "--design", "resonator"}, 1, "no resonator"},
+    {{"filter", "IN", "OUT", "--type", "lowpass", "--response", "r.jpg"}, 2, "r.jpg"},
+    {{"filter", "IN", "OUT", "--type", "lowpass", "--response", "/none/r.csv"}, 1, "no such folder"},
+    {{"tag", "IN", "INAM"}, 2, "has no ="},
+    {{"tag", "IN", "NAM=x"}, 2, "no id of four characters"},
+    {{"tag", "IN", "--remove", "INAME"}, 2, "no id of four characters"},
+    {{"tag", "IN", "INAM=\xFF"}, 1, "is not UTF-8"},
+    {{"tag", "IN", "INAM=x"}, 1, "does not fit the file", kGood + "more"},
+    {{"tag", "IN", "INAM=x"}, 1, "does not fit the file", riff("WAVE", kFormat + kData + "more")},
+    {{"tag", "IN", "INAM=x"}, 1, "no RIFF wave file", wave64(chunk64("fmt ", format_bytes({})) + chunk64("data", ""))},
+    {{"repair", "IN"}, 1, "the file is empty", ""},
+    {{"repair", "IN"}, 1, "ends inside its header", kGood.substr(0, 30)},
+    {{"repair", "IN"}, 1, "no audio", kGood.substr(0, 36)},
+    {{"repair", "IN"}, 1, "ends inside its header", "RIFF"},
+    {{"repair", "IN"}, 1, "no audio", "x"},
+    {{"repair", "IN"}, 1, "the form \"AVI \"", riff("AVI ", kFormat + kData)},
+    {{"repair", "IN"}, 1, "RF64", "RF64" + kGood.substr(4)},
+    {{"repair", "IN"}, 1, "FLAC", "fLaC" + kGood.substr(4)},
+    {{"repair", "IN"}, 1, "IFF", header("FORM", 400) + "AIFF"},
+    {{"repair", "IN", "--rate", "0"}, 2, "--rate"},
+    {{"repair", "IN", "--type", "pcm12"}, 2, "--type"},
+    {{"repair", "IN", "--channels", "0"}, 2, "--channels"},
+    {{"repair", "IN", "--limit", "-1"}, 2, "--limit"},
+    {{"time", "5 x"}, 1, "\"5 x\": is no position in format raw"},
+    {{"time", "1:2:3:4:5", "--from", "smpte25"}, 1, "\"1:2:3:4:5\": is no position in format smpte25"},
+    {{"time", "", "--from", "time"}, 1, "\"\": is no position in format time"},
+    {{"time", "1:05", "--from", "compact"}, 1, "\"1:05\": is no position in format compact"},
+    {{"time", "\xFF", "--from", "time"}, 1, "\"\xFF\": is no position in format time"},
+    {{"time", "sub", "-1:00", "1", "--format", "smpte25"}, 1, "\"-1:00\": is not on the dial"},
+    {{"time", "add", "9223372036854775807", "1"}, 1, "\"1\": takes the result out of range"},
+    {{"time", "5", "--from", "nope"}, 2, "--from: unknown format nope"},
+    {{"time", "5", "--to", "20"}, 2, "--to: unknown format 20"},
+    {{"time", "5", "--fps", "0"}, 2, "--fps: 0 is no rate above 0"},
+    {{"time", "5", "--fps", "25x"}, 2, "--fps: 25x is no rate above 0"},
+    {{"time", "5", "--meter", "4/0"}, 2, "--meter: 4/0 is no meter such as 6/8"},
+    {{"time", "5", "--meter", "4"}, 2, "--meter: 4 is no meter such as 6/8"},
+    {{"time", "5", "--tempo", "0"}, 2, "--tempo"},
+    {{"time", "5", "--tpb", "0"}, 2, "--tpb"},
+    {{"time", "5", "--rate", "x"}, 2, "--rate"},
+    {{"time"}, 2, "VALUE is required"},
+    {{"settings"}, 2, "subcommand"},
+    {{"settings", "get", "--app", "a", "--app-version", "1.0"}, 2, "N is required"},
+    {{"settings", "set", "--app", "a", "--app-version", "1.0", "5"}, 2, "VALUE is required"},
+    {{"settings", "get", "--app", "a", "--app-version", "1.0", "--type", "word", "5"}, 2, "--type"},
+    {{"settings", "get", "--app", "a", "--app-version", "1.0", "2147483648"}, 2, "2147483648"},
+};
+
+TEST(BadInput, WrongWordsAndWhatTheyCannotBeDoneTo) {
+  for (const Refusal& row : kRefusals) {
+    SCOPED_TRACE(testing::PrintToString(row.words));
+    const ScratchFolder folder;
+    const std::string in = folder.put("in.wav", row.file);
+    Arguments words = row.words;
+    std::replace(words.begin(), words.end(), std::string("IN"), in);
+    std::replace(words.begin(), words.end(), std::string("OUT"), folder.file("out.wav"));
+    const Outcome outcome = run_qv(words);
+    expect_refused(outcome, row.exit_code, "", row.reason);
+    EXPECT_EQ(outcome.error.ends_with(" (qv --help says more)\n"), row.exit_code == 2) << outcome.error;
+    EXPECT_EQ(read_file(in), row.file);
+    EXPECT_EQ(folder.names(), kInputAlone);
+  }
+  for (const Arguments& words : {Arguments{"--help"}, {"convert", "--help"}, {"--version"}})
+    EXPECT_NE(qv_says(words), "");
+}
+
 TEST(BadInput, CutDataIsReadToItsEndWithAWarning) {
-  const Bytes samples = shorts({100, -200, 300, -400});
   const struct {
     const char* name;
     Bytes bytes;
   } cases[] = {
-      {"cut", header("RIFF", 4 + 24 + 8 + 1000) + "WAVE" + kFormat + header("data", 1000) + samples},
-      {"cut inside a frame",
-       header("RIFF", 4 + 24 + 8 + 1000) + "WAVE" + kFormat + header("data", 1000) + samples + "x"},
-      {"streamed", header("RIFF", 0xFFFFFFFF) + "WAVE" + kFormat + header("data", 0xFFFFFFFF) + samples},
-      {"never finished", header("RIFF", 0) + "WAVE" + kFormat + header("data", 0) + samples},
+      {"cut inside a frame", with(with(kGood + "x", 4, u32(1036)), 40, u32(1000))},
+      {"streamed", with(with(kGood, 4, u32(0xFFFFFFFF)), 40, u32(0xFFFFFFFF))},
+      {"never finished", with(with(kGood, 4, u32(0)), 40, u32(0))},
   };
   for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
     const ScratchFolder folder;
     const std::string in = folder.put("in.wav", row.bytes);
     const std::string out = folder.file("out.wav");
-    const Outcome info = run_qv({"info", in, "--json"});
-    EXPECT_EQ(info.exit_code, 0);
-    EXPECT_NE(info.out.find("\"frames\": 4,"), std::string::npos) << info.out;
-    expect_one_line(info, in, "warning: ");
-    const Outcome converted = run_qv({"convert", in, out});
-    EXPECT_EQ(converted.exit_code, 0);
-    expect_one_line(converted, in, "warning: ");
-    EXPECT_EQ(read_file(out), wave({}, samples));
+    for (const Arguments& command : {Arguments{"info", in, "--json"}, {"convert", in, out}}) {
+      Outcome outcome = run_qv(command);
+      EXPECT_EQ(outcome.out.empty() || outcome.out.find("\"frames\": 4,") != std::string::npos, true) << outcome.out;
+      outcome.out.clear();
+      expect_refused(outcome, 0, in + ": warning: ", "");
+    }
+    EXPECT_EQ(read_file(out), kGood);
   }
 }
 
@@ -171,11 +229,10 @@ TEST(BadInput, AnAiffFormLongerThanTheFileEndsWhereTheFileDoes) {
 TEST(BadInput, ASmallFileCutAfterEachByte) {
   const ScratchFolder folder;
   const std::string in = folder.file("in.wav");
-  const std::string out = folder.file("out.wav");
   for (size_t length = 0; length <= kGood.size(); ++length) {
     SCOPED_TRACE(length);
     write_file(in, kGood.substr(0, length));
-    const Outcome outcome = run_qv({"convert", in, out});
+    const Outcome outcome = run_qv({"convert", in, folder.file("out.wav")});
     const bool has_data = length >= 44;
     EXPECT_EQ(outcome.exit_code, has_data ? 0 : 1);
     EXPECT_EQ(std::count(outcome.error.begin(), outcome.error.end(), '\n'), length == kGood.size() ? 0 : 1);
@@ -183,37 +240,19 @@ TEST(BadInput, ASmallFileCutAfterEachByte) {
   }
 }
 
-TEST(BadInput, WhatPassesTheRiffLimitIsRefusedBeforeItStarts) {
-  const ScratchFolder folder;
-  const std::string in = folder.put("in.wav", header("RIFF", 0) + "WAVE" + kFormat + header("data", 0));
-  std::filesystem::resize_file(in, 1'300'000'000); // sparse; four times that as doubles
-  const std::string out = folder.file("out.wav");
-  const Outcome outcome = run_qv({"convert", in, out, "--type", "float64"});
-  EXPECT_EQ(outcome.exit_code, 1);
-  EXPECT_NE(outcome.error.find("RIFF limit"), std::string::npos) << outcome.error;
-  EXPECT_NE(outcome.error.find(".w64"), std::string::npos) << outcome.error;
-  EXPECT_EQ(folder.names(), std::vector<std::string>{"in.wav"});
-}
-
 TEST(BadInput, OddSizedLastChunkNeedsNoPadByte) {
   const ScratchFolder folder;
-  const std::string in =
-      folder.put("in.wav", header("RIFF", 4 + 24 + 8 + 3) + "WAVE" + chunk("fmt ", format_bytes({1, 1, 8000, 8})) +
-                               header("data", 3) + "abc");
-  const Outcome info = run_qv({"info", in, "--json"});
-  EXPECT_EQ(info.exit_code, 0);
-  EXPECT_EQ(info.error, "");
-  EXPECT_NE(info.out.find("\"frames\": 3,"), std::string::npos) << info.out;
+  EXPECT_EQ(qv_json({"info", folder.put("in.wav", long_wave_start(3) + "abc")})["frames"], 3);
 }
 
 TEST(BadInput, OneBadFileDoesNotHideTheOthers) {
   const ScratchFolder folder;
   const std::string good = folder.put("good.wav", kGood);
   const std::string bad = folder.put("bad.wav", "RIFF");
-  const Outcome outcome = run_qv({"info", bad, good});
-  EXPECT_EQ(outcome.exit_code, 1);
-  expect_one_line(outcome, bad, "ends inside its header");
-  EXPECT_EQ(outcome.out.rfind(good, 0), 0u) << outcome.out;
+  Outcome outcome = run_qv({"info", bad, good});
+  EXPECT_EQ(outcome.out.starts_with(good), true) << outcome.out;
+  outcome.out.clear();
+  expect_refused(outcome, 1, bad + ": ", "ends inside its header");
 }
 
 } // namespace

@@ -2,10 +2,12 @@
 
 #include "tests/cli/scratch_folder.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
+#include <gtest/gtest.h>
 #include <spawn.h>
 #include <stdexcept>
 #include <sys/wait.h>
@@ -33,7 +35,12 @@ std::string take(const std::string& path) {
 
 } // namespace
 
-Process::Process(const std::vector<std::string>& command) : out_path_(capture_file()), error_path_(capture_file()) {
+Arguments joined(Arguments first, const Arguments& rest) {
+  first.insert(first.end(), rest.begin(), rest.end());
+  return first;
+}
+
+Process::Process(const Arguments& command) : out_path_(capture_file()), error_path_(capture_file()) {
   std::vector<char*> words;
   for (const std::string& word : command)
     words.push_back(const_cast<char*>(word.c_str()));
@@ -75,11 +82,27 @@ Outcome Process::wait() {
   return outcome;
 }
 
-Outcome run(const std::vector<std::string>& command) { return Process(command).wait(); }
+Outcome run(const Arguments& command) { return Process(command).wait(); }
 
-Outcome run_qv(std::vector<std::string> arguments) {
-  arguments.insert(arguments.begin(), QV_PROGRAM);
-  return run(arguments);
+Outcome run_qv(const Arguments& arguments, const Arguments& rest) {
+  return run(joined(joined({QV_PROGRAM}, arguments), rest));
+}
+
+std::string qv_says(const Arguments& arguments, const Arguments& rest) {
+  const Outcome outcome = run_qv(arguments, rest);
+  if (outcome.exit_code != 0 || !outcome.error.empty())
+    throw std::runtime_error(testing::PrintToString(joined(arguments, rest)) + ": " + outcome.error);
+  return outcome.out;
+}
+
+nlohmann::json qv_json(const Arguments& arguments) { return nlohmann::json::parse(qv_says(arguments, {"--json"})); }
+
+void expect_refused(const Outcome& outcome, int exit_code, const std::string& subject, const std::string& reason) {
+  EXPECT_EQ(outcome.exit_code, exit_code);
+  EXPECT_EQ(outcome.out, "");
+  EXPECT_EQ(std::count(outcome.error.begin(), outcome.error.end(), '\n'), 1) << outcome.error;
+  EXPECT_EQ(outcome.error.starts_with("qv: " + subject), true) << outcome.error << " does not name " << subject;
+  EXPECT_NE(outcome.error.find(reason), std::string::npos) << outcome.error << " does not say: " << reason;
 }
 
 } // namespace cli_test

@@ -20,17 +20,11 @@ protected:
   void TearDown() override { unsetenv("LC_ALL"); }
 };
 
-std::string time(std::vector<std::string> arguments) {
-  arguments.insert(arguments.begin(), "time");
-  const Outcome outcome = run_qv(arguments);
-  EXPECT_EQ(outcome.exit_code, 0) << outcome.error;
-  EXPECT_EQ(outcome.error, "");
-  return outcome.out;
-}
+std::string time(const Arguments& arguments) { return qv_says({"time"}, arguments); }
 
 TEST_F(Time, Conversions) {
   struct Case {
-    std::vector<std::string> arguments;
+    Arguments arguments;
     const char* out;
   };
   const Case cases[] = {
@@ -71,13 +65,13 @@ TEST_F(Time, AllFormatsSideBySide) {
 }
 
 TEST_F(Time, Json) {
-  const Json one = Json::parse(time({"1:02", "--from", "time", "--to", "smpte25", "--json"}));
+  const Json one = qv_json({"time", "1:02", "--from", "time", "--to", "smpte25"});
   EXPECT_EQ(one, (Json{{"text", "00:00:01:00"}, {"time_100ns", 10'200'000}}));
-  const Json all = Json::parse(time({"650000000", "--to", "all", "--json"}));
+  const Json all = qv_json({"time", "650000000", "--to", "all"});
   EXPECT_EQ(all["time_100ns"], 650'000'000);
   EXPECT_EQ(all["texts"]["compact"], "1:05");
   EXPECT_EQ(all["texts"].size(), 20u);
-  const Json table = Json::parse(time({"table", "1:05", "--from", "time", "--short", "--json"}));
+  const Json table = qv_json({"time", "table", "1:05", "--from", "time", "--short"});
   EXPECT_EQ(table["formats"].size(), 20u);
   EXPECT_EQ(table["formats"][2]["long"], "65.000");
   EXPECT_EQ(table["formats"][2]["short"], "65");
@@ -94,42 +88,6 @@ TEST_F(Time, SeparatorsOfTheUser) {
   EXPECT_EQ(time({"36255000000"}), "36.255.000.000\n");
   unsetenv("LOCPATH");
   unsetenv("LSAN_OPTIONS");
-}
-
-TEST_F(Time, BadInput) {
-  struct Case {
-    std::vector<std::string> arguments;
-    int exit_code;
-    const char* line;
-  };
-  const Case cases[] = {
-      {{"time", "x"}, 1, "qv: \"x\": is no position in format raw\n"},
-      {{"time", "5 x"}, 1, "qv: \"5 x\": is no position in format raw\n"},
-      {{"time", "1:2:3:4:5", "--from", "smpte25"}, 1, "qv: \"1:2:3:4:5\": is no position in format smpte25\n"},
-      {{"time", "", "--from", "time"}, 1, "qv: \"\": is no position in format time\n"},
-      {{"time", "1:05", "--from", "compact"}, 1, "qv: \"1:05\": is no position in format compact\n"},
-      {{"time", "\xFF", "--from", "time"}, 1, "qv: \"\xFF\": is no position in format time\n"},
-      {{"time", "add", "x", "1"}, 1, "qv: \"x\": is no position in format raw\n"},
-      {{"time", "sub", "-1:00", "1", "--format", "smpte25"}, 1, "qv: \"-1:00\": is not on the dial\n"},
-      {{"time", "add", "9223372036854775807", "1"}, 1, "qv: \"1\": takes the result out of range\n"},
-      {{"time", "5", "--from", "nope"}, 2, "qv: --from: unknown format nope (qv --help says more)\n"},
-      {{"time", "5", "--to", "20"}, 2, "qv: --to: unknown format 20 (qv --help says more)\n"},
-      {{"time", "5", "--fps", "0"}, 2, "qv: --fps: 0 is no rate above 0 (qv --help says more)\n"},
-      {{"time", "5", "--fps", "25x"}, 2, "qv: --fps: 25x is no rate above 0 (qv --help says more)\n"},
-      {{"time", "5", "--meter", "4/0"}, 2, "qv: --meter: 4/0 is no meter such as 6/8 (qv --help says more)\n"},
-      {{"time", "5", "--meter", "4"}, 2, "qv: --meter: 4 is no meter such as 6/8 (qv --help says more)\n"},
-      {{"time"}, 2, "qv: VALUE is required (qv --help says more)\n"},
-  };
-  for (const Case& each : cases) {
-    const Outcome outcome = run_qv(each.arguments);
-    EXPECT_EQ(outcome.exit_code, each.exit_code) << testing::PrintToString(each.arguments);
-    EXPECT_EQ(outcome.error, each.line);
-    EXPECT_EQ(outcome.out, "");
-  }
-  for (const char* option : {"--tempo", "--tpb", "--rate"}) {
-    EXPECT_EQ(run_qv({"time", "5", option, "0"}).exit_code, 2) << option;
-    EXPECT_EQ(run_qv({"time", "5", option, "x"}).exit_code, 2) << option;
-  }
 }
 
 } // namespace

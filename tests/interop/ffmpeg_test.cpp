@@ -1,61 +1,11 @@
-// qv and ffmpeg read each other's files, sample for sample.
+// qv and ffmpeg agree about channels, levels and compressed files.
 #include "tests/interop/material.h"
 
 #include <gtest/gtest.h>
 
 using namespace interop_test;
-using cli_test::ScratchFolder;
-using Json = nlohmann::json;
 
 namespace {
-
-const std::string kFfmpeg = "ffmpeg -v error -nostdin -y ";
-
-std::string ffmpeg_raw(const std::string& file, const SampleType& type) {
-  return shell(kFfmpeg + "-i " + file + " -c:a " + type.ffmpeg + " -f " + type.ffmpeg_raw + " -");
-}
-
-Json ffprobe(const std::string& file) {
-  return Json::parse(shell("ffprobe -v error -of json -show_streams " + file))["streams"][0];
-}
-
-TEST(Ffmpeg, ReadsWhatQvWrites) {
-  const ScratchFolder folder;
-  const std::string source = stereo_source(folder);
-  for (const SampleType& type : kSampleTypes) {
-    SCOPED_TRACE(type.qv);
-    const std::string file = folder.file("qv.wav");
-    qv({"convert", source, file, "--type", type.qv});
-    const Json stream = ffprobe(file);
-    EXPECT_EQ(stream["codec_name"], type.ffmpeg);
-    EXPECT_EQ(stream["sample_rate"], "48000");
-    EXPECT_EQ(stream["channels"], 2);
-    EXPECT_EQ(stream["duration_ts"], qv_info(file)["frames"]);
-    EXPECT_EQ(ffmpeg_raw(file, type) == data_chunk(file), true);
-  }
-}
-
-TEST(Ffmpeg, WritesWhatQvReads) {
-  const ScratchFolder folder;
-  const std::string source = stereo_source(folder);
-  for (const SampleType& type : kSampleTypes) {
-    SCOPED_TRACE(type.qv);
-    const std::string file = folder.file("ffmpeg.wav");
-    shell(kFfmpeg + "-i " + source + " -c:a " + type.ffmpeg + " " + file);
-    EXPECT_EQ(qv_info(file)["sample_type"], type.number);
-    const std::string copy = folder.file("copy.wav");
-    qv({"convert", file, copy});
-    const std::string raw = ffmpeg_raw(source, type);
-    EXPECT_EQ(data_chunk(copy) == raw, true);
-    // And as numbers: doubles hold every sample exactly.
-    const std::string doubles = folder.file("doubles.wav");
-    qv({"convert", file, doubles, "--type", "float64"});
-    std::vector<double> expected = decode(type, raw);
-    for (double& sample : expected)
-      sample /= full_scale(type);
-    EXPECT_EQ(decode(kSampleTypes[5], data_chunk(doubles)) == expected, true);
-  }
-}
 
 TEST(Ffmpeg, AgreesAboutChannelsAndMasks) {
   const struct {
@@ -72,7 +22,7 @@ TEST(Ffmpeg, AgreesAboutChannelsAndMasks) {
     EXPECT_EQ(info["channels"], row.channels);
     EXPECT_EQ(info["channel_mask"], row.mask);
     const std::string copy = folder.file("copy.wav");
-    qv({"convert", file, copy, "--type", "pcm24"});
+    qv_says({"convert", file, copy, "--type", "pcm24"});
     EXPECT_EQ(ffprobe(copy)["channel_layout"], row.layout);
   }
 }
@@ -80,17 +30,17 @@ TEST(Ffmpeg, AgreesAboutChannelsAndMasks) {
 TEST(Ffmpeg, SeesTheChannelsThatQvMakes) {
   const ScratchFolder folder;
   const std::string file = folder.file("six.wav");
-  qv({"convert", stereo_source(folder), file, "--type", "pcm24", "--channels", "1,2,0,0,2,1"});
+  qv_says({"convert", stereo_source(folder), file, "--type", "pcm24", "--channels", "1,2,0,0,2,1"});
   EXPECT_EQ(ffprobe(file)["channels"], 6);
   EXPECT_EQ(ffprobe(file)["channel_layout"], "5.1") << "the default mask";
-  EXPECT_EQ(ffmpeg_raw(file, kSampleTypes[2]) == data_chunk(file), true);
+  EXPECT_EQ(shell(kFfmpeg + "-i " + file + " -c:a pcm_s24le -f s24le -") == data_chunk(file), true);
 }
 
 TEST(Ffmpeg, LevelsAgree) {
   // Both multiply in floating point; ffmpeg's volume filter in single precision works on what it decodes.
   const ScratchFolder folder;
   const std::string file = folder.file("quiet.wav");
-  qv({"convert", recording("Front_Center"), file, "--type", "float64", "--gain-db", "-7.5"});
+  qv_says({"convert", recording("Front_Center"), file, "--type", "float64", "--gain-db", "-7.5"});
   const std::vector<double> ours = decode(kSampleTypes[5], data_chunk(file));
   const std::vector<double> theirs =
       decode(kSampleTypes[5], shell(kFfmpeg + "-i " + recording("Front_Center") +
@@ -112,7 +62,7 @@ TEST(Ffmpeg, CompressedFilesAreDescribedAndRefused) {
     shell(kFfmpeg + "-i " + recording("Noise") + " -c:a " + row.codec + " " + file);
     EXPECT_EQ(qv_info(file)["format_tag"], row.tag);
     EXPECT_EQ(qv_info(file)["sample_type"], 0);
-    EXPECT_THROW(qv({"convert", file, folder.file("out.wav")}), std::runtime_error);
+    EXPECT_THROW(qv_says({"convert", file, folder.file("out.wav")}), std::runtime_error);
     EXPECT_FALSE(std::filesystem::exists(folder.file("out.wav")));
   }
 }

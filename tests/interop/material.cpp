@@ -1,10 +1,10 @@
 #include "tests/interop/material.h"
 
-#include "tests/cli/process.h"
 #include "tests/riff/riff_bytes.h"
 
 #include <cmath>
 #include <cstring>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <stdexcept>
 
@@ -12,8 +12,8 @@ namespace interop_test {
 
 std::string recording(const std::string& name) { return "/usr/share/sounds/alsa/" + name + ".wav"; }
 
-std::string stereo_source(const cli_test::ScratchFolder& folder) {
-  std::string file = folder.file("source.wav");
+std::string stereo_source(const ScratchFolder& folder) {
+  std::string file = folder.file("stereo.wav");
   shell("sox -D -M " + recording("Front_Left") + " " + recording("Rear_Right") + " -e signed-integer -b 32 " + file +
         " vol 0.7654321");
   return file;
@@ -25,14 +25,11 @@ std::string shell(const std::string& command) {
   return outcome.out;
 }
 
-std::string qv(const std::vector<std::string>& arguments) {
-  const cli_test::Outcome outcome = cli_test::run_qv(arguments);
-  if (outcome.exit_code != 0 || !outcome.error.empty())
-    throw std::runtime_error("qv " + arguments[0] + ": " + outcome.error);
-  return outcome.out;
+Json ffprobe(const std::string& file) {
+  return Json::parse(shell("ffprobe -v error -of json -show_streams " + file))["streams"][0];
 }
 
-nlohmann::json qv_info(const std::string& file) { return nlohmann::json::parse(qv({"info", file, "--json"})); }
+qv::WString wide(const std::string& name) { return std::filesystem::path(name).string<WCHAR>(); }
 
 std::string data_chunk(const std::string& file) {
   const std::string bytes = cli_test::read_file(file);
@@ -47,28 +44,28 @@ std::string data_chunk(const std::string& file) {
 
 namespace {
 
-double decode_integer(const char* bytes, int width) {
-  uint32_t value = 0;
-  std::memcpy(&value, bytes, static_cast<size_t>(width));
-  if (width == 1) return static_cast<double>(value) - 128.0;
-  const int unused = 32 - 8 * width;
-  return static_cast<int32_t>(value << unused) >> unused;
+template <class Number>
+double read_as(const char* bytes, size_t width) {
+  Number value = 0;
+  std::memcpy(&value, bytes, width);
+  return static_cast<double>(value);
 }
 
-double decode_float(const char* bytes, int width) {
-  float single = 0;
-  double twice = 0;
-  if (width == 8) return std::memcpy(&twice, bytes, 8), twice;
-  return std::memcpy(&single, bytes, 4), single;
+double decode_integer(const char* bytes, size_t width) {
+  if (width == 1) return read_as<uint8_t>(bytes, 1) - 128.0;
+  const auto unused = static_cast<int>(32 - 8 * width);
+  return static_cast<int32_t>(static_cast<uint32_t>(read_as<uint32_t>(bytes, width)) << unused) >> unused;
 }
 
 } // namespace
 
 std::vector<double> decode(const SampleType& type, const std::string& bytes) {
-  const int width = type.bits / 8;
+  const auto width = static_cast<size_t>(type.bits / 8);
   std::vector<double> samples;
-  for (size_t at = 0; at + static_cast<size_t>(width) <= bytes.size(); at += static_cast<size_t>(width))
-    samples.push_back(type.is_float ? decode_float(&bytes[at], width) : decode_integer(&bytes[at], width));
+  for (size_t at = 0; at + width <= bytes.size(); at += width)
+    samples.push_back(!type.is_float ? decode_integer(&bytes[at], width)
+                      : width == 8   ? read_as<double>(&bytes[at], 8)
+                                     : read_as<float>(&bytes[at], 4));
   return samples;
 }
 

@@ -12,42 +12,29 @@
 #include <thread>
 
 using namespace interop_test;
-using cli_test::ScratchFolder;
 namespace fs = std::filesystem;
 
 namespace {
 
-const std::string kFfmpeg = "ffmpeg -v error -nostdin -y ";
-
-std::string zeros(size_t count) { return std::string(count, '\0'); }
-
-/// Overwrites the header of a file whose audio starts at `audio`, and only that.
+/// Bytes before the audio are filled with others; a negative place is counted from the audio, and what begins at 0 ends
+/// before the header of the audio.
 struct Damage {
   const char* name;
-  std::function<void(std::string& file, size_t audio)> inflict;
+  std::vector<std::pair<int, size_t>> places; ///< where, and how many
+  char fill = 0;
 };
 
-void put(std::string& file, size_t at, const std::string& bytes) { file.replace(at, bytes.size(), bytes); }
-
-const Damage kRiffDamages[] = {
-    {"sizes of 0", [](std::string& file, size_t audio) { put(file, 4, zeros(4)), put(file, audio - 4, zeros(4)); }},
-    {"sizes unknown",
-     [](std::string& file, size_t audio) {
-       put(file, 4, "\xFF\xFF\xFF\xFF");
-       put(file, audio - 4, "\xFF\xFF\xFF\xFF");
-     }},
-    {"no channels, no rate, 12 bits", [](std::string& file, size_t) { put(file, 22, zeros(12) + "\x0C"); }},
-    {"format record", [](std::string& file, size_t) { put(file, 20, std::string(16, '\xFF')); }},
-    {"file header", [](std::string& file, size_t) { put(file, 0, zeros(12)); }},
-    {"id of the format", [](std::string& file, size_t) { put(file, 12, zeros(4)); }},
-    {"id of the audio", [](std::string& file, size_t audio) { put(file, audio - 8, zeros(4)); }},
-    {"all before the audio's header", [](std::string& file, size_t audio) { put(file, 0, zeros(audio - 8)); }},
+const std::vector<Damage> kRiffDamages = {
+    {"sizes of 0", {{4, 4}, {-4, 4}}},    {"sizes unknown", {{4, 4}, {-4, 4}}, '\xFF'},
+    {"no channels, no rate", {{22, 12}}}, {"format record", {{20, 16}}, '\xFF'},
+    {"file header", {{0, 12}}},           {"id of the format", {{12, 4}}},
+    {"id of the audio", {{-8, 4}}},       {"all before the audio's header", {{0, 1000}}},
 };
-const Damage kWave64Damages[] = {
-    {"sizes of 0", [](std::string& file, size_t audio) { put(file, 16, zeros(8)), put(file, audio - 8, zeros(8)); }},
-    {"format record", [](std::string& file, size_t) { put(file, 64, std::string(16, '\xFF')); }},
-    {"file header", [](std::string& file, size_t) { put(file, 0, zeros(40)); }},
-    {"all before the audio's header", [](std::string& file, size_t audio) { put(file, 0, zeros(audio - 24)); }},
+const std::vector<Damage> kWave64Damages = {
+    {"sizes of 0", {{16, 8}, {-8, 8}}},
+    {"format record", {{64, 16}}, '\xFF'},
+    {"file header", {{0, 40}}},
+    {"all before the audio's header", {{0, 1000}}},
 };
 
 TEST(Repair, BrokenRecordingsAreReadByOthers) {
@@ -69,14 +56,17 @@ TEST(Repair, BrokenRecordingsAreReadByOthers) {
     const size_t audio = whole.find(raw);
     ASSERT_NE(audio, std::string::npos);
     const bool is_wave64 = file.back() == '4';
-    const Damage* const first = is_wave64 ? std::begin(kWave64Damages) : std::begin(kRiffDamages);
-    const Damage* const last = is_wave64 ? std::end(kWave64Damages) : std::end(kRiffDamages);
-    for (const Damage* damage = first; damage != last; ++damage) {
-      SCOPED_TRACE(testing::Message() << writer.name << ": " << damage->name);
+    const size_t header = is_wave64 ? 24 : 8; // of the audio
+    for (const Damage& damage : is_wave64 ? kWave64Damages : kRiffDamages) {
+      SCOPED_TRACE(testing::Message() << writer.name << ": " << damage.name);
       std::string broken = whole;
-      damage->inflict(broken, audio);
+      for (const auto& [at, count] : damage.places) {
+        const size_t start = at < 0 ? audio - static_cast<size_t>(-at) : static_cast<size_t>(at);
+        for (size_t k = start; k < start + count && (at != 0 || k < audio - header); ++k)
+          broken[k] = damage.fill;
+      }
       cli_test::write_file(file, broken);
-      qv({"repair", file, "--rate", "48000", "--channels", "1"});
+      qv_says({"repair", file, "--rate", "48000", "--channels", "1"});
       const std::string by_ffmpeg = shell(kFfmpeg + "-i " + file + " -f s16le -");
       EXPECT_EQ(by_ffmpeg.substr(0, raw.size()) == raw, true);
       EXPECT_LE(by_ffmpeg.size(), raw.size() + 7) << "Wave64's padding";
@@ -121,7 +111,7 @@ TEST(Repair, WhatAKilledFfmpegLeft) {
     const size_t audio = before.find(raw.substr(0, 1000));
     ASSERT_NE(audio, std::string::npos);
     const std::string kept = before.substr(audio, (before.size() - audio) / 2 * 2);
-    qv({"repair", file});
+    qv_says({"repair", file});
     EXPECT_EQ(cli_test::read_file(file).substr(audio, kept.size()) == kept, true);
     EXPECT_EQ(shell(kFfmpeg + "-i " + file + " -f s16le -") == kept, true);
     EXPECT_EQ(shell("sox " + file + " -t raw -") == kept, true);
@@ -150,9 +140,9 @@ TEST(Repair, WhatAKilledConversionLeft) {
     const std::string file = (work / name).string();
     fs::rename(left(), file);
     fs::resize_file(file, 1'000'000); // what was written behind that is silence
-    qv({"repair", file});
+    qv_says({"repair", file});
     const std::string reference = folder.file("reference.wav");
-    qv({"convert", in, reference, "--type", "pcm24"});
+    qv_says({"convert", in, reference, "--type", "pcm24"});
     const std::string audio = data_chunk(reference);
     const std::string by_ffmpeg = shell(kFfmpeg + "-i " + file + " -f s24le -c:a pcm_s24le -");
     EXPECT_EQ(by_ffmpeg.substr(0, audio.size()) == audio, true);
@@ -165,11 +155,11 @@ TEST(Repair, WhatAKilledConversionLeft) {
 TEST(Wave64, Over4GiB) {
   const ScratchFolder folder;
   const std::string file = folder.file("large.w64");
-  qv({"convert", recording("Front_Center"), file});
+  qv_says({"convert", recording("Front_Center"), file});
   const uint64_t bytes = 5'000'000'000;
   fs::resize_file(file, 104 + bytes);
   // The sizes are those of a short file: mended they are those of a long one.
-  qv({"repair", file});
+  qv_says({"repair", file});
   EXPECT_EQ(qv_info(file)["frames"], bytes / 2);
   EXPECT_EQ(shell("soxi -s " + file), std::to_string(bytes / 2) + "\n");
   const std::string probe = shell("ffprobe -v error -of csv=p=0 -show_entries stream=duration_ts " + file);

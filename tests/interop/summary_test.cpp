@@ -8,8 +8,6 @@
 #include <sndfile.h>
 
 using namespace interop_test;
-using cli_test::ScratchFolder;
-using Json = nlohmann::json;
 
 namespace {
 
@@ -29,27 +27,10 @@ const Tag kTags[] = {
     {"IPRD", "album", SF_STR_ALBUM, "1234567890"},
 };
 
-qv::WString wide(const std::string& ascii) { return qv::WString(ascii.begin(), ascii.end()); }
-
-class OpenFile {
-public:
-  explicit OpenFile(const std::string& path)
-      : handle_(CreateFileW(wide(path).c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr)) {
-    EXPECT_NE(handle_, INVALID_HANDLE_VALUE) << path;
-  }
-  ~OpenFile() { CloseHandle(handle_); }
-  OpenFile(const OpenFile&) = delete;
-  OpenFile& operator=(const OpenFile&) = delete;
-  operator HANDLE() const { return handle_; }
-
-private:
-  HANDLE handle_;
-};
-
 DWORD id_of(const Tag& tag) { return riff_test::u32_at(tag.id, 0); }
 
 void expect_tags(const std::string& path, DWORD more_items) {
-  const OpenFile file(path);
+  const LibraryFile file(path);
   DWORD size = 0;
   ASSERT_EQ(riff_FindListChunkFromStart(file, QVSUMMARY_FORM_INFO, &size), S_OK);
   _summarylisttag list;
@@ -74,7 +55,7 @@ TEST(Summary, ReadsWhatFfmpegWrites) {
   std::string options;
   for (const Tag& tag : kTags)
     options += " -metadata " + std::string(tag.ffmpeg) + "='" + tag.text + "'";
-  shell("ffmpeg -v error -nostdin -y -i " + recording("Noise") + options + " " + path);
+  shell(kFfmpeg + "-i " + recording("Noise") + options + " " + path);
   expect_tags(path, 1); // and its own name
 }
 
@@ -107,7 +88,7 @@ std::string tagged_recording(const ScratchFolder& folder, bool before_data) {
   const size_t data_at = bytes.find("data");
   const std::string path = folder.put("tagged.wav", before_data ? bytes.substr(0, data_at) : bytes);
   {
-    const OpenFile file(path);
+    const LibraryFile file(path);
     LARGE_INTEGER end{};
     EXPECT_TRUE(SetFilePointerEx(file, end, nullptr, FILE_END));
     DWORD written = 0;

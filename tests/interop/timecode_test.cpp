@@ -9,8 +9,6 @@
 #include <random>
 
 using namespace interop_test;
-using cli_test::ScratchFolder;
-using Json = nlohmann::json;
 
 namespace {
 
@@ -33,7 +31,7 @@ std::string text_of(const _smpteval& label, char separator) {
 
 /// The count in the file's timecode track.
 DWORD stored_count(const std::string& file) {
-  const std::string bytes = shell("ffmpeg -v error -nostdin -i " + file + " -map 0:d:0 -c copy -f data -");
+  const std::string bytes = shell(kFfmpeg + "-i " + file + " -map 0:d:0 -c copy -f data -");
   EXPECT_EQ(bytes.size(), 4u);
   DWORD count = 0;
   for (const char byte : bytes)
@@ -56,12 +54,11 @@ TEST(FfmpegTimecode, CountsLabelsAlike) {
       QVSMPTE_FrameCountToSMPTE(&label, count);
       const std::string text = text_of(label, rate.separator);
       SCOPED_TRACE(std::string(rate.ffmpeg) + ": " + text);
-      shell("ffmpeg -v error -nostdin -y -f lavfi -i color=s=16x16:d=0.1:r=" + std::string(rate.ffmpeg) +
+      shell(kFfmpeg + "-f lavfi -i color=s=16x16:d=0.1:r=" + std::string(rate.ffmpeg) +
             " -c:v mpeg4 -frames:v 1 -timecode '" + text + "' " + file);
       EXPECT_EQ(stored_count(file), count);
       // And back: ffprobe names the label of the count.
-      const Json streams = Json::parse(shell("ffprobe -v error -of json -show_streams " + file))["streams"];
-      EXPECT_EQ(streams[0]["tags"]["timecode"], text);
+      EXPECT_EQ(ffprobe(file)["tags"]["timecode"], text);
     }
   }
 }
