@@ -40,13 +40,10 @@ TEST(SummaryFailure, ListsAreAsPromisedAfterAFailedAllocation) {
       {"adding a text", "IART=a", "", [](Lists* dst, Lists*) { return QvSummary_SetItem(dst, id, u"b"); }, 2, "IART=a"},
       {"adding none", "IART=a", "", [](Lists* dst, Lists*) { return QvSummary_SetItem(dst, id, nullptr); }, 1,
        "IART=a"},
-      {"removing", "IART=a;INAM=b", "", [](Lists* dst, Lists*) { return QvSummary_SetItem(dst, id, nullptr); }, 0},
       {"copying", "IOLD=a", "INAM=x;IART;ICMT=", [](Lists* dst, Lists* src) { return QvSummary_Copy(dst, src); }, 3,
        ""},
       {"moving", "INAM=a", "INAM=x;IART=y", [](Lists* dst, Lists* src) { return QvSummary_Merge(dst, src, 0, 1); }, 1,
        "INAM=a", true},
-      {"moving over", "INAM=a", "INAM=x", [](Lists* dst, Lists* src) { return QvSummary_Merge(dst, src, 1, 1); }, 0},
-      {"moving into nothing", "", "INAM=x", [](Lists* dst, Lists* src) { return QvSummary_Merge(dst, src, 1, 1); }, 0},
       {"merging copies", "INAM=a", "INAM=x;IART=y",
        [](Lists* dst, Lists* src) { return QvSummary_Merge(dst, src, 1, 0); }, 3},
   };

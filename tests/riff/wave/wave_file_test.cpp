@@ -112,27 +112,18 @@ TYPED_TEST(WaveFiles, InitialisedInAcceptableFormats) {
 }
 
 TEST(WaveCreation, Modes) {
-  const Bytes plain = wave_header<RiffWave>(kStereo, 0, 46);
   ScratchFile file;
   const qv::WString name = file.name();
-  // Where `over` says so there is a longer file first.
-  const struct {
-    DWORD mode;
-    bool over;
-    HRESULT result;
-  } cases[] = {{OPEN_EXISTING, false, QVERR_FILE_OPEN},
-               {OPEN_ALWAYS, false, S_OK},
-               {CREATE_NEW, true, QVERR_FILE_OPEN},
-               {OPEN_EXISTING, true, S_OK},
-               {CREATE_ALWAYS, true, S_OK},
-               {OPEN_ALWAYS, true, S_OK}};
-  for (const auto& row : cases) {
-    SCOPED_TRACE(row.mode);
-    file.erase();
-    if (row.over) ASSERT_EQ(QvInitializeWavWithJunk(name.c_str(), &kStereo, CREATE_NEW, 500), S_OK);
-    EXPECT_EQ(QvInitializeWav(name.c_str(), &kStereo, row.mode), row.result);
-    if (row.result == S_OK) EXPECT_EQ(file.contents(), plain) << "what was there is gone";
-  }
+  const Bytes plain = wave_header<RiffWave>(kStereo, 0, 46);
+  for (const DWORD mode : {CREATE_NEW, CREATE_ALWAYS, OPEN_EXISTING, OPEN_ALWAYS, TRUNCATE_EXISTING})
+    for (const bool over : {false, true}) { // a longer file
+      SCOPED_TRACE(testing::Message() << mode << (over ? " over a file" : ""));
+      file.erase();
+      if (over) ASSERT_EQ(QvInitializeWavWithJunk(name.c_str(), &kStereo, CREATE_NEW, 500), S_OK);
+      const bool refused = over ? mode == CREATE_NEW : mode == OPEN_EXISTING || mode == TRUNCATE_EXISTING;
+      EXPECT_EQ(QvInitializeWav(name.c_str(), &kStereo, mode), refused ? QVERR_FILE_OPEN : S_OK);
+      if (!refused) EXPECT_EQ(file.contents(), plain) << "what was there is gone";
+    }
   _qvwaveformat record;
   record.Init(44'100, QVSAMPLE_PCM16, 2, 0, sizeof record);
   EXPECT_EQ(QvInitializeWav(name.c_str(), record, CREATE_ALWAYS), S_OK);
