@@ -31,10 +31,6 @@ TYPED_TEST(ChunkIo, HeadersAreWrittenInFileOrder) {
   EXPECT_EQ(C::seek_data_start(file), S_OK);
   EXPECT_EQ(C::read_header(file, &id, &size), S_OK);
   EXPECT_TRUE(id == data && size == 0x80000001);
-  const ScratchFile cut(header_in<C>(C::kFile, 0).substr(0, C::kHeader - 1));
-  cut.move_to(2);
-  EXPECT_EQ(C::update_size(cut, 1), QVERR_RIFF_READ);
-  EXPECT_EQ(cut.position(), 2);
 }
 
 TYPED_TEST(ChunkIo, TypedHeadersAreReadWholeOrNotAtAll) {
@@ -102,7 +98,7 @@ TYPED_TEST(ChunkIo, ABoundedReadSkipsByTheBuffer) {
     for (const DWORD chunk_size : {0u, 13u, 15u, 16u, 24u, 25u, 40u, 41u, 1000u}) {
       SCOPED_TRACE(testing::Message() << buffer_size << " of " << chunk_size);
       const ScratchFile file(Bytes(40, 'x'));
-      const DWORD wanted = std::min(buffer_size, chunk_size), read = std::min(wanted, 40u);
+      const DWORD wanted = std::min(buffer_size, chunk_size), read = std::min<DWORD>(wanted, 40);
       Bytes buffer(buffer_size, '.');
       EXPECT_EQ(C::read_bounded(file, buffer.data(), buffer_size, chunk_size), read == wanted ? S_OK : QVERR_RIFF_READ);
       EXPECT_EQ(buffer, Bytes(read, 'x') + Bytes(buffer_size - read, '.'));
@@ -188,9 +184,8 @@ TEST(RiffIo, SizesOfTheFile) {
   EXPECT_EQ(size, 40u);
   EXPECT_EQ(file.position(), 8);
   EXPECT_EQ(riff_GetFileSize(file, nullptr), S_OK);
-  const ScratchFile other(header("FORM", 36)), cut("RIFF");
+  const ScratchFile other(header("FORM", 36));
   EXPECT_EQ(riff_GetFileSize(other, &size), QVERR_RIFF_NOTRIFF);
-  EXPECT_EQ(riff_GetFileSize(cut, &size), QVERR_RIFF_READ);
 }
 
 TEST(RiffIo, TheRiffSizeChangesWithinItsLimits) {
