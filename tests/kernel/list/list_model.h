@@ -31,26 +31,21 @@ struct ListModel {
     const int n = static_cast<int>(values.size());
     if (index < 0 || index > count) index = count;
     if (count + n > allocated()) grow(n);
-    std::vector<int> tail(slots.begin() + index, slots.begin() + count);
+    std::copy_backward(slots.begin() + index, slots.begin() + count, slots.begin() + count + n);
     std::copy(values.begin(), values.end(), slots.begin() + index);
-    std::copy(tail.begin(), tail.end(), slots.begin() + index + n);
     count += n;
   }
   void erase(int index, int n, bool give_back) {
     if (n < 0) n = count - index;
     n = std::min(n, count - index);
-    std::vector<int> kept(slots.begin() + index + n, slots.begin() + count);
-    std::fill(slots.begin() + index, slots.begin() + count, 0);
-    std::copy(kept.begin(), kept.end(), slots.begin() + index);
+    std::copy(slots.begin() + index + n, slots.begin() + count, slots.begin() + index);
+    std::fill_n(slots.begin() + count - n, n, 0);
     count -= n;
     if (give_back && slack() > grow_by) shrink(slack());
   }
   void move(int from, int to, int n) {
-    std::vector<int> moved(slots.begin() + from, slots.begin() + from + n);
-    std::vector<int> rest(slots.begin(), slots.begin() + count);
-    rest.erase(rest.begin() + from, rest.begin() + from + n);
-    rest.insert(rest.begin() + to, moved.begin(), moved.end());
-    std::copy(rest.begin(), rest.end(), slots.begin());
+    const auto at = slots.begin();
+    from < to ? std::rotate(at + from, at + from + n, at + to + n) : std::rotate(at + to, at + from, at + from + n);
   }
 
   void selection_sort() {
@@ -78,22 +73,12 @@ struct ListModel {
     }
   }
 
-  /// Where a halving search for a key ends: the index, and the sign of the last comparison. The range is not empty.
+  /// Where a halving search for a key among n > 0 items ends: the index, and the sign of the last comparison.
   std::pair<int, int> search(int key, int start, int n) const {
-    int low = start;
-    for (;;) {
-      const int at = low + (n - 1) / 2;
-      const int sign = key - key_of(slots[at]);
-      if (sign == 0 || n == 1) return {at, sign};
-      const int below = (n - 1) / 2;
-      if (sign < 0 && below == 0) return {at, sign};
-      if (sign > 0) {
-        low = at + 1;
-        n = n - below - 1;
-      } else {
-        n = below;
-      }
-    }
+    const int lower = (n - 1) / 2, at = start + lower, sign = key - key_of(slots[at]);
+    const int left = sign < 0 ? lower : n - 1 - lower;
+    if (sign == 0 || left == 0) return {at, sign};
+    return search(key, sign < 0 ? start : at + 1, left);
   }
 };
 
