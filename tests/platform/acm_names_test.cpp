@@ -33,68 +33,38 @@ TEST(AcmNames, UnregisteredTags) {
 #ifndef _WIN32
 // A real manager names and describes what is installed in its own words.
 
-TEST(AcmNames, RegisteredTags) {
-  struct Case {
-    DWORD tag;
+TEST(AcmNames, NamesAndDescriptions) {
+  const struct {
+    WAVEFORMATEX format; // tag, channels, rate, bytes per second, block align, bits, extra bytes
     const char* name;
-  };
-  const Case cases[] = {{0x0002, "Microsoft ADPCM"}, {0x0006, "CCITT A-Law"}, {0x0007, "CCITT u-Law"},
-                        {0x0011, "IMA ADPCM"},       {0x0031, "GSM 6.10"},    {0x0055, "MPEG Layer-3"}};
-  for (const Case& each : cases) {
-    std::string name;
-    EXPECT_EQ(tag_name(each.tag, name), MMSYSERR_NOERROR);
-    EXPECT_EQ(name, each.name);
-  }
-}
-
-MMRESULT description(WORD tag, DWORD rate, WORD channels, WORD bits, std::string& text) {
-  WAVEFORMATEX format = {};
-  format.wFormatTag = tag;
-  format.nSamplesPerSec = rate;
-  format.nChannels = channels;
-  format.wBitsPerSample = bits;
-  ACMFORMATDETAILSW details = {};
-  details.cbStruct = sizeof details;
-  details.dwFormatTag = tag;
-  details.pwfx = &format;
-  details.cbwfx = sizeof format;
-  const MMRESULT result = acmFormatDetailsW(nullptr, &details, ACM_FORMATDETAILSF_FORMAT);
-  text = ascii(details.szFormat);
-  return result;
-}
-
-TEST(AcmNames, Descriptions) {
-  struct Case {
-    WORD tag;
-    DWORD rate;
-    WORD channels;
-    WORD bits;
     const char* text;
+  } cases[] = {
+      {{0x0002, 2, 44100, 0, 0, 4, 0}, "Microsoft ADPCM", "44.100 kHz, 4 Bit, Stereo"},
+      {{0x0006, 1, 8000, 0, 0, 8, 0}, "CCITT A-Law", "8.000 kHz, 8 Bit, Mono"},
+      {{0x0031, 1, 11025, 0, 0, 0, 0}, "GSM 6.10", "11.025 kHz, Mono"},
+      {{0x0055, 6, 48000, 0, 0, 0, 0}, "MPEG Layer-3", "48.000 kHz, 6 Channels"},
+      {{0x0002, 0xFFFF, 0xFFFFFFFF, 0, 0, 0xFFFF, 0}, "Microsoft ADPCM", "4294967.295 kHz, 65535 Bit, 65535 Channels"},
   };
-  const Case cases[] = {
-      {0x0002, 44100, 2, 4, "44.100 kHz, 4 Bit, Stereo"},
-      {0x0006, 8000, 1, 8, "8.000 kHz, 8 Bit, Mono"},
-      {0x0031, 11025, 1, 0, "11.025 kHz, Mono"},
-      {0x0055, 48000, 6, 0, "48.000 kHz, 6 Channels"},
-      {0x0002, 0xFFFFFFFF, 0xFFFF, 0xFFFF, "4294967.295 kHz, 65535 Bit, 65535 Channels"},
-  };
-  for (const Case& each : cases) {
-    std::string text;
-    EXPECT_EQ(description(each.tag, each.rate, each.channels, each.bits, text), MMSYSERR_NOERROR);
-    EXPECT_EQ(text, each.text);
-  }
-}
-
-TEST(AcmNames, RefusedQuestions) {
-  std::string text;
-  EXPECT_NE(description(0xFFFF, 44100, 2, 16, text), MMRESULT{MMSYSERR_NOERROR});
-  EXPECT_EQ(text, "");
   ACMFORMATDETAILSW details = {};
   details.cbStruct = sizeof details;
-  details.dwFormatTag = 2;
+  for (auto each : cases) {
+    std::string name;
+    EXPECT_EQ(tag_name(each.format.wFormatTag, name), MMSYSERR_NOERROR);
+    EXPECT_EQ(name, each.name);
+    details.dwFormatTag = each.format.wFormatTag;
+    details.pwfx = &each.format;
+    details.cbwfx = sizeof each.format;
+    EXPECT_EQ(acmFormatDetailsW(nullptr, &details, ACM_FORMATDETAILSF_FORMAT), MMSYSERR_NOERROR);
+    EXPECT_EQ(ascii(details.szFormat), each.text);
+  }
+  details.pwfx = nullptr;
   EXPECT_EQ(acmFormatDetailsW(nullptr, &details, ACM_FORMATDETAILSF_FORMAT), MMRESULT{MMSYSERR_INVALPARAM});
   EXPECT_EQ(acmFormatDetailsW(nullptr, nullptr, ACM_FORMATDETAILSF_FORMAT), MMRESULT{MMSYSERR_INVALPARAM});
   EXPECT_EQ(acmFormatTagDetailsW(nullptr, nullptr, ACM_FORMATTAGDETAILSF_FORMATTAG), MMRESULT{MMSYSERR_INVALPARAM});
+  WAVEFORMATEX unknown = {0xFFFF, 2, 44100, 0, 0, 16, 0};
+  details.pwfx = &unknown;
+  details.dwFormatTag = unknown.wFormatTag;
+  EXPECT_EQ(acmFormatDetailsW(nullptr, &details, ACM_FORMATDETAILSF_FORMAT), MMRESULT{ACMERR_NOTPOSSIBLE});
 }
 
 #endif

@@ -103,77 +103,58 @@ const Malformed kMalformed[] = {
     {"\xF0\x9F\x98\x80\xF0", 1, {0xD83D, 0xDE00}},
 };
 
-TEST(Utf8, MalformedBytesAreRefusedOnDemand) {
+TEST(Utf8, MalformedBytesAreRefusedOnDemandOrReplaced) {
   for (const Malformed& each : kMalformed) {
     WCHAR text[16];
     const int count = static_cast<int>(each.bytes.size());
     SetLastError(ERROR_SUCCESS);
     EXPECT_EQ(MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, each.bytes.data(), count, text, 16), 0);
     EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_UNICODE_TRANSLATION});
-  }
-}
-
-#ifndef _WIN32
-// Systems differ in how many replacements they write.
-TEST(Utf8, MalformedBytesBecomeReplacements) {
-  for (const Malformed& each : kMalformed) {
-    std::vector<WCHAR> others;
-    size_t replacements = 0;
-    for (const WCHAR character : from_utf8(each.bytes))
-      if (character == 0xFFFD)
-        ++replacements;
-      else
-        others.push_back(character);
+#ifndef _WIN32 // Systems differ in how many replacements they write.
+    std::vector<WCHAR> others = from_utf8(each.bytes);
+    EXPECT_EQ(std::erase(others, 0xFFFD), each.replacements);
     EXPECT_EQ(others, each.others);
-    EXPECT_EQ(replacements, each.replacements);
-  }
-}
 #endif
-
-TEST(Utf8, HalfPairsBecomeReplacements) {
+  }
   const std::string replacement = "\xEF\xBF\xBD";
-  EXPECT_EQ(to_utf8({0xD800}), replacement);
+  EXPECT_EQ(to_utf8({0xD800}), replacement) << "half a pair";
   EXPECT_EQ(to_utf8({0xDC00, 0x61}), replacement + "a");
   EXPECT_EQ(to_utf8({0xD83D, 0x61}), replacement + "a");
   EXPECT_EQ(to_utf8({0xD83D, 0xD83D, 0xDE00}), replacement + "\xF0\x9F\x98\x80");
 }
 
+/// Expects a call to have failed with an error, and clears that.
+void expect_failed(int result, DWORD error) {
+  EXPECT_EQ(result, 0);
+  EXPECT_EQ(GetLastError(), error);
+  SetLastError(ERROR_SUCCESS);
+}
+
 TEST(CodePages, CountsAndCapacities) {
-  struct Case {
+  const struct {
     UINT code_page;
     const char* bytes;
     const WCHAR* text;
-  };
-  const Case cases[] = {{kCodePage1252, "a\x80z", QV_TEXT("a€z")}, {CP_UTF8, "a\xE2\x82\xACz", QV_TEXT("a€z")}};
-  for (const Case& each : cases) {
-    const int bytes = static_cast<int>(std::char_traits<char>::length(each.bytes));
-    EXPECT_EQ(MultiByteToWideChar(each.code_page, 0, each.bytes, -1, nullptr, 0), 4);
-    EXPECT_EQ(MultiByteToWideChar(each.code_page, 0, each.bytes, bytes, nullptr, 0), 3);
-    EXPECT_EQ(WideCharToMultiByte(each.code_page, 0, each.text, -1, nullptr, 0, nullptr, nullptr), bytes + 1);
-
+  } cases[] = {{kCodePage1252, "a\x80z", QV_TEXT("a€z")}, {CP_UTF8, "a\xE2\x82\xACz", QV_TEXT("a€z")}};
+  for (const auto& [code_page, octets, characters] : cases) {
+    const int bytes = static_cast<int>(std::char_traits<char>::length(octets));
+    EXPECT_EQ(MultiByteToWideChar(code_page, 0, octets, -1, nullptr, 0), 4);
+    EXPECT_EQ(MultiByteToWideChar(code_page, 0, octets, bytes, nullptr, 0), 3);
+    EXPECT_EQ(WideCharToMultiByte(code_page, 0, characters, -1, nullptr, 0, nullptr, nullptr), bytes + 1);
     WCHAR text[8] = {0, 0, 0, 7};
-    EXPECT_EQ(MultiByteToWideChar(each.code_page, 0, each.bytes, bytes, text, 3), 3);
+    EXPECT_EQ(MultiByteToWideChar(code_page, 0, octets, bytes, text, 3), 3);
     EXPECT_EQ(text[3], 7) << "no terminator is added";
-    SetLastError(ERROR_SUCCESS);
-    EXPECT_EQ(MultiByteToWideChar(each.code_page, 0, each.bytes, -1, text, 3), 0);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INSUFFICIENT_BUFFER});
+    expect_failed(MultiByteToWideChar(code_page, 0, octets, -1, text, 3), ERROR_INSUFFICIENT_BUFFER);
     EXPECT_EQ(text[3], 7);
-
     char back[8] = {};
-    SetLastError(ERROR_SUCCESS);
-    EXPECT_EQ(WideCharToMultiByte(each.code_page, 0, each.text, -1, back, bytes, nullptr, nullptr), 0);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INSUFFICIENT_BUFFER});
+    expect_failed(WideCharToMultiByte(code_page, 0, characters, -1, back, bytes, nullptr, nullptr),
+                  ERROR_INSUFFICIENT_BUFFER);
     EXPECT_EQ(back[bytes], 0);
-    EXPECT_EQ(WideCharToMultiByte(each.code_page, 0, each.text, -1, back, bytes + 1, nullptr, nullptr), bytes + 1);
-    EXPECT_STREQ(back, each.bytes);
-
-    SetLastError(ERROR_SUCCESS);
-    EXPECT_EQ(MultiByteToWideChar(each.code_page, 0, each.bytes, 0, text, 8), 0);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+    EXPECT_EQ(WideCharToMultiByte(code_page, 0, characters, -1, back, bytes + 1, nullptr, nullptr), bytes + 1);
+    EXPECT_STREQ(back, octets);
+    expect_failed(MultiByteToWideChar(code_page, 0, octets, 0, text, 8), ERROR_INVALID_PARAMETER);
   }
-  SetLastError(ERROR_SUCCESS);
-  EXPECT_EQ(MultiByteToWideChar(64321, 0, "a", 1, nullptr, 0), 0);
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+  expect_failed(MultiByteToWideChar(64321, 0, "a", 1, nullptr, 0), ERROR_INVALID_PARAMETER);
 }
 
 } // namespace

@@ -5,10 +5,6 @@
 
 namespace {
 
-HANDLE open(const ScratchPath& at, DWORD access, DWORD disposition) {
-  return CreateFileW(at.text().c_str(), access, FILE_SHARE_READ, nullptr, disposition, 0, nullptr);
-}
-
 std::string read_bytes(HANDLE file, DWORD count) {
   std::string bytes(count, '\0');
   DWORD got = 0;
@@ -21,46 +17,39 @@ std::string read_bytes(HANDLE file, DWORD count) {
 
 TEST(Files, DispositionsAndTheirErrors) {
   const ScratchPath at("disposition");
-  EXPECT_EQ(open(at, GENERIC_READ, OPEN_EXISTING), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(at.open(GENERIC_READ, OPEN_EXISTING), INVALID_HANDLE_VALUE);
   EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
-  EXPECT_EQ(open(at, GENERIC_WRITE, TRUNCATE_EXISTING), INVALID_HANDLE_VALUE);
-  HANDLE file = open(at, GENERIC_WRITE, CREATE_NEW);
+  EXPECT_EQ(at.open(GENERIC_WRITE, TRUNCATE_EXISTING), INVALID_HANDLE_VALUE);
+  HANDLE file = at.open(GENERIC_WRITE, CREATE_NEW);
   ASSERT_NE(file, INVALID_HANDLE_VALUE);
   DWORD put = 0;
   EXPECT_TRUE(WriteFile(file, "12345", 5, &put, nullptr));
   EXPECT_EQ(put, 5u);
   EXPECT_TRUE(CloseHandle(file));
-  EXPECT_EQ(open(at, GENERIC_WRITE, CREATE_NEW), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(at.open(GENERIC_WRITE, CREATE_NEW), INVALID_HANDLE_VALUE);
   EXPECT_EQ(GetLastError(), ERROR_FILE_EXISTS);
-  file = open(at, GENERIC_WRITE, OPEN_ALWAYS);
+  file = at.open(GENERIC_WRITE, OPEN_ALWAYS);
   EXPECT_EQ(GetLastError(), ERROR_ALREADY_EXISTS);
   CloseHandle(file);
   EXPECT_EQ(at.read(), "12345");
-  CloseHandle(open(at, GENERIC_WRITE, CREATE_ALWAYS));
+  CloseHandle(at.open(GENERIC_WRITE, CREATE_ALWAYS));
   EXPECT_EQ(at.read(), "");
 }
 
-TEST(Files, ADirectoryIsNotAFile) {
+TEST(Files, ADirectoryIsNotAFileAndNamesAreUnicode) {
   const ScratchPath at("folder");
   std::filesystem::create_directory(at.path());
-  EXPECT_EQ(open(at, GENERIC_READ, OPEN_EXISTING), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(at.open(GENERIC_READ, OPEN_EXISTING), INVALID_HANDLE_VALUE);
   EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
   EXPECT_TRUE(GetFileAttributesW(at.text().c_str()) & FILE_ATTRIBUTE_DIRECTORY);
-}
-
-TEST(Files, NamesAreUnicode) {
-  const ScratchPath at("placeholder");
-  std::filesystem::create_directory(at.path());
   const qv::WString name = at.text() + QV_TEXT("/\u00e4\u03a9\u97f3.wav");
-  const HANDLE file = CreateFileW(name.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr);
-  ASSERT_NE(file, INVALID_HANDLE_VALUE);
-  CloseHandle(file);
+  EXPECT_TRUE(CloseHandle(CreateFileW(name.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr)));
   EXPECT_TRUE(std::filesystem::exists(std::filesystem::path(name)));
 }
 
 TEST(Files, PositionsAre64Bits) {
   const ScratchPath at("positions");
-  const HANDLE file = open(at, GENERIC_READ | GENERIC_WRITE, CREATE_NEW);
+  const HANDLE file = at.open(GENERIC_READ | GENERIC_WRITE, CREATE_NEW);
   LARGE_INTEGER to, now;
   to.QuadPart = 5'000'000'000;
   ASSERT_TRUE(SetFilePointerEx(file, to, &now, FILE_BEGIN));
@@ -83,7 +72,7 @@ TEST(Files, PositionsAre64Bits) {
 
 TEST(Files, WritingReadingAndCutting) {
   const ScratchPath at("cut");
-  const HANDLE file = open(at, GENERIC_READ | GENERIC_WRITE, CREATE_NEW);
+  const HANDLE file = at.open(GENERIC_READ | GENERIC_WRITE, CREATE_NEW);
   DWORD put = 0;
   ASSERT_TRUE(WriteFile(file, "abcdefgh", 8, &put, nullptr));
   EXPECT_EQ(SetFilePointer(file, -3, nullptr, FILE_END), 5u);
@@ -102,13 +91,13 @@ TEST(Files, WritingReadingAndCutting) {
 TEST(Files, AccessIsWhatWasAskedFor) {
   const ScratchPath at("access");
   at.write("abc");
-  HANDLE file = open(at, GENERIC_READ, OPEN_EXISTING);
+  HANDLE file = at.open(GENERIC_READ, OPEN_EXISTING);
   DWORD count = 9;
   EXPECT_FALSE(WriteFile(file, "x", 1, &count, nullptr));
   EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
   EXPECT_FALSE(SetEndOfFile(file));
   CloseHandle(file);
-  file = open(at, GENERIC_WRITE, OPEN_EXISTING);
+  file = at.open(GENERIC_WRITE, OPEN_EXISTING);
   char octet = 0;
   EXPECT_FALSE(ReadFile(file, &octet, 1, &count, nullptr));
   CloseHandle(file);

@@ -11,7 +11,7 @@ TEST(ReadAhead, RandomReadsEqualTheFile) {
   for (char& byte : bytes)
     byte = static_cast<char>(random());
   at.write(bytes);
-  const HANDLE file = CreateFileW(at.text().c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+  const HANDLE file = at.open(GENERIC_READ, OPEN_EXISTING);
   ASSERT_NE(file, INVALID_HANDLE_VALUE);
   size_t position = 0;
   for (int round = 0; round < 20'000; ++round) {
@@ -37,8 +37,7 @@ TEST(ReadAhead, RandomReadsEqualTheFile) {
 TEST(ReadAhead, AFileOpenForOthersToWriteIsReadAfresh) {
   const ScratchPath at("shared");
   at.write("aaaa");
-  const HANDLE file = CreateFileW(at.text().c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                  OPEN_EXISTING, 0, nullptr);
+  const HANDLE file = at.open(GENERIC_READ, OPEN_EXISTING, FILE_SHARE_READ | FILE_SHARE_WRITE);
   char byte = 0;
   DWORD got = 0;
   ASSERT_TRUE(ReadFile(file, &byte, 1, &got, nullptr));
@@ -69,7 +68,7 @@ TEST(ReadAhead, AWalkThrough64KibTakesFewReads) {
   if (asking < 0) GTEST_SKIP() << "the system does not count read calls";
   const ScratchPath at("walk");
   at.write(std::string(65536, 'x'));
-  const HANDLE file = CreateFileW(at.text().c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+  const HANDLE file = at.open(GENERIC_READ, OPEN_EXISTING);
   const int64_t before = read_calls();
   int headers = 0;
   for (LARGE_INTEGER to{}; to.QuadPart + 8 <= 65536; to.QuadPart += 1208, ++headers) {

@@ -20,6 +20,9 @@ public:
   const std::filesystem::path& path() const { return path_; }
   qv::WString text() const { return path_.template string<WCHAR>(); }
 
+  HANDLE open(DWORD access, DWORD disposition, DWORD share = FILE_SHARE_READ) const {
+    return CreateFileW(text().c_str(), access, share, nullptr, disposition, 0, nullptr);
+  }
   void write(const std::string& bytes) const { std::ofstream(path_, std::ios::binary) << bytes; }
   std::string read() const {
     std::ifstream file(path_, std::ios::binary);

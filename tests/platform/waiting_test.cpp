@@ -4,8 +4,6 @@
 #include <atomic>
 #include <cstring>
 #include <gtest/gtest.h>
-#include <memory>
-#include <vector>
 
 namespace {
 
@@ -20,6 +18,23 @@ struct Handle {
 
 HANDLE manual_event(bool set) { return CreateEventW(nullptr, TRUE, set, nullptr); }
 HANDLE auto_event(bool set) { return CreateEventW(nullptr, FALSE, set, nullptr); }
+
+/// A thread that runs a body, which returns its exit code.
+template <class Body>
+struct Running {
+  explicit Running(Body of) : body(of), thread(CreateThread(nullptr, 0, run, this, 0, &id)) {}
+  static DWORD run(void* self) { return static_cast<Running*>(self)->body(); }
+  DWORD join() {
+    DWORD code = 0;
+    EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
+    EXPECT_TRUE(GetExitCodeThread(thread, &code));
+    return code;
+  }
+
+  Body body;
+  DWORD id = 0;
+  Handle thread;
+};
 
 } // namespace
 
@@ -56,117 +71,89 @@ TEST(Waiting, BadCallsFail) {
 }
 
 TEST(Waiting, AWaitForMessagesTakesOneObjectLess) {
-  std::vector<std::unique_ptr<Handle>> events;
-  std::vector<HANDLE> handles;
-  for (DWORD i = 0; i < MAXIMUM_WAIT_OBJECTS; ++i) {
-    events.push_back(std::make_unique<Handle>(manual_event(i + 2 == MAXIMUM_WAIT_OBJECTS)));
-    handles.push_back(*events.back());
-  }
-  const auto wait = [&](DWORD count) { return MsgWaitForMultipleObjectsEx(count, handles.data(), 0, 0, 0); };
+  HANDLE handles[MAXIMUM_WAIT_OBJECTS];
+  for (DWORD i = 0; i < MAXIMUM_WAIT_OBJECTS; ++i)
+    handles[i] = manual_event(i + 2 == MAXIMUM_WAIT_OBJECTS);
+  const auto wait = [&](DWORD count) { return MsgWaitForMultipleObjectsEx(count, handles, 0, 0, 0); };
   EXPECT_EQ(wait(MAXIMUM_WAIT_OBJECTS - 1), WAIT_OBJECT_0 + MAXIMUM_WAIT_OBJECTS - 2);
   SetLastError(ERROR_SUCCESS);
   EXPECT_EQ(wait(MAXIMUM_WAIT_OBJECTS), WAIT_FAILED);
   EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
-  EXPECT_EQ(WaitForMultipleObjects(MAXIMUM_WAIT_OBJECTS, handles.data(), FALSE, 0),
-            WAIT_OBJECT_0 + MAXIMUM_WAIT_OBJECTS - 2);
+  EXPECT_EQ(WaitForMultipleObjects(MAXIMUM_WAIT_OBJECTS, handles, FALSE, 0), WAIT_OBJECT_0 + MAXIMUM_WAIT_OBJECTS - 2);
+  for (const HANDLE handle : handles)
+    CloseHandle(handle);
 }
 
 // A thread takes two signals, one wait after the other. The second often comes while the first wait is over and the
 // thread has not run yet: it is for the next wait.
 TEST(Waiting, ASignalIsNotLostToAWaitThatIsOver) {
-  struct Game {
-    Handle first{auto_event(false)}, second{auto_event(false)}, taken_one{auto_event(false)};
-    std::atomic<int> taken{0};
-    std::atomic<bool> over{false};
-  } game;
-  const Handle thread(CreateThread(
-      nullptr, 0,
-      [](void* argument) -> DWORD {
-        auto& shared = *static_cast<Game*>(argument);
-        const HANDLE either[] = {shared.first, shared.second};
-        while (!shared.over) {
-          WaitForMultipleObjects(2, either, FALSE, INFINITE);
-          ++shared.taken;
-          SetEvent(shared.taken_one);
-        }
-        return 0;
-      },
-      &game, 0, nullptr));
+  const Handle first(auto_event(false)), second(auto_event(false)), taken_one(auto_event(false));
+  std::atomic<int> taken{0};
+  std::atomic<bool> over{false};
+  Running taker([&]() -> DWORD {
+    const HANDLE either[] = {first, second};
+    while (!over) {
+      WaitForMultipleObjects(2, either, FALSE, INFINITE);
+      ++taken;
+      SetEvent(taken_one);
+    }
+    return 0;
+  });
   constexpr DWORD kPatience = 10'000;
   bool lost = false;
   for (int round = 1; round <= 2000 && !lost; ++round) {
-    SetEvent(game.first);
-    SetEvent(game.second);
-    while (game.taken < 2 * round && !lost)
-      lost = WaitForSingleObject(game.taken_one, kPatience) != WAIT_OBJECT_0;
+    SetEvent(first);
+    SetEvent(second);
+    while (taken < 2 * round && !lost)
+      lost = WaitForSingleObject(taken_one, kPatience) != WAIT_OBJECT_0;
   }
   EXPECT_FALSE(lost);
-  game.over = true;
-  SetEvent(game.first);
-  EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
+  over = true;
+  SetEvent(first);
+  taker.join();
 }
 
 // Two threads hand a turn to and fro: every wake-up that got lost would end the test in its time limit.
 TEST(Waiting, NoWakeUpIsLost) {
-  struct Game {
-    Handle ping{auto_event(false)}, pong{auto_event(false)}, never{manual_event(false)};
-    int rounds = 0;
-  } game;
-  DWORD id = 0;
-  const Handle thread(CreateThread(
-      nullptr, 0,
-      [](void* argument) -> DWORD {
-        auto& shared = *static_cast<Game*>(argument);
-        const HANDLE either[] = {shared.never, shared.ping};
-        for (int i = 0; i < 2000; ++i) {
-          if (WaitForMultipleObjects(2, either, FALSE, INFINITE) != WAIT_OBJECT_0 + 1) return 1;
-          ++shared.rounds;
-          SetEvent(shared.pong);
-        }
-        return 42;
-      },
-      &game, 0, &id));
-  ASSERT_NE(thread.handle, nullptr);
-  EXPECT_NE(id, GetCurrentThreadId());
+  const Handle ping(auto_event(false)), pong(auto_event(false)), never(manual_event(false));
+  int rounds = 0;
+  Running player([&]() -> DWORD {
+    const HANDLE either[] = {never, ping};
+    for (int i = 0; i < 2000; ++i) {
+      if (WaitForMultipleObjects(2, either, FALSE, INFINITE) != WAIT_OBJECT_0 + 1) return 1;
+      ++rounds;
+      SetEvent(pong);
+    }
+    return 42;
+  });
+  EXPECT_NE(player.id, GetCurrentThreadId());
   for (int i = 0; i < 2000; ++i) {
-    SetEvent(game.ping);
-    ASSERT_EQ(WaitForSingleObject(game.pong, INFINITE), WAIT_OBJECT_0);
-    ASSERT_EQ(game.rounds, i + 1);
+    SetEvent(ping);
+    ASSERT_EQ(WaitForSingleObject(pong, INFINITE), WAIT_OBJECT_0);
+    ASSERT_EQ(rounds, i + 1);
   }
-  EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
-  DWORD code = 0;
-  EXPECT_TRUE(GetExitCodeThread(thread, &code));
-  EXPECT_EQ(code, 42u);
+  EXPECT_EQ(player.join(), 42u);
 }
 
 TEST(CriticalSections, KeepThreadsApartAndReEnter) {
-  struct Shared {
-    CRITICAL_SECTION section;
-    int count = 0;
-  } shared;
-  InitializeCriticalSection(&shared.section);
-  std::vector<HANDLE> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.push_back(CreateThread(
-        nullptr, 0,
-        [](void* argument) -> DWORD {
-          auto& with = *static_cast<Shared*>(argument);
-          for (int k = 0; k < 10000; ++k) {
-            EnterCriticalSection(&with.section);
-            EnterCriticalSection(&with.section);
-            ++with.count;
-            LeaveCriticalSection(&with.section);
-            LeaveCriticalSection(&with.section);
-          }
-          return 0;
-        },
-        &shared, 0, nullptr));
-  }
-  EXPECT_EQ(WaitForMultipleObjects(4, threads.data(), TRUE, INFINITE), WAIT_OBJECT_0);
-  for (const HANDLE thread : threads)
-    CloseHandle(thread);
-  EXPECT_EQ(shared.count, 40000);
-  DeleteCriticalSection(&shared.section);
+  CRITICAL_SECTION section;
+  int count = 0;
+  InitializeCriticalSection(&section);
+  const auto enter_often = [&]() -> DWORD {
+    for (int k = 0; k < 10000; ++k) {
+      EnterCriticalSection(&section);
+      EnterCriticalSection(&section);
+      ++count;
+      LeaveCriticalSection(&section);
+      LeaveCriticalSection(&section);
+    }
+    return 0;
+  };
+  Running a(enter_often), b(enter_often), c(enter_often), d(enter_often);
+  const HANDLE all[] = {a.thread, b.thread, c.thread, d.thread};
+  EXPECT_EQ(WaitForMultipleObjects(4, all, TRUE, INFINITE), WAIT_OBJECT_0);
+  EXPECT_EQ(count, 40000);
+  DeleteCriticalSection(&section);
 }
 
 TEST(CriticalSections, SurviveAMoveOfTheirBytes) {

@@ -1,5 +1,5 @@
 // The registry's functions, in the system's own registry where there is one.
-#include "qv/win32.h"
+#include "tests/platform/registry/open_key.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -13,26 +13,6 @@ using qv::WString;
 
 constexpr const WCHAR* kTop = QV_TEXT("Software\\QvPlatformTest");
 
-class Key {
-public:
-  Key() = default;
-  Key(const Key&) = delete;
-  Key& operator=(const Key&) = delete;
-  ~Key() { close(); }
-  operator HKEY() const { return key_; }
-  HKEY* out() {
-    close();
-    return &key_;
-  }
-  void close() {
-    if (key_) RegCloseKey(key_);
-    key_ = nullptr;
-  }
-
-private:
-  HKEY key_ = nullptr;
-};
-
 /// Deletes the keys that the tests make.
 void remove_all() {
   for (const WCHAR* below : {QV_TEXT("\\A\\B\\C"), QV_TEXT("\\A\\B"), QV_TEXT("\\A"), QV_TEXT("\\Gone"), QV_TEXT("\\z"),
@@ -44,7 +24,7 @@ class Registry : public testing::Test {
 protected:
   void SetUp() override {
     remove_all();
-    ASSERT_EQ(RegCreateKeyW(HKEY_CURRENT_USER, kTop, top_.out()), ERROR_SUCCESS);
+    ASSERT_EQ(top_.create(HKEY_CURRENT_USER, kTop), ERROR_SUCCESS);
   }
   void TearDown() override {
     top_.close();
@@ -64,7 +44,7 @@ protected:
     return data;
   }
 
-  Key top_;
+  OpenKey top_;
 };
 
 TEST_F(Registry, ValuesKeepTypeAndBytes) {
@@ -130,20 +110,18 @@ TEST_F(Registry, NamesDifferByMoreThanCase) {
 }
 
 TEST_F(Registry, KeysAreATree) {
-  Key deep, again;
-  ASSERT_EQ(RegCreateKeyW(top_, QV_TEXT("A\\B\\C"), deep.out()), ERROR_SUCCESS);
+  OpenKey deep, again;
+  ASSERT_EQ(deep.create(top_, QV_TEXT("A\\B\\C")), ERROR_SUCCESS);
   const DWORD number = 5;
-  ASSERT_EQ(RegSetValueExW(deep, QV_TEXT("n"), 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number), 4), ERROR_SUCCESS);
-  EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, QV_TEXT("SOFTWARE\\qvplatformtest\\a\\b\\c"), 0, KEY_READ, again.out()),
-            ERROR_SUCCESS);
-  DWORD read = 0, bytes = 4;
-  EXPECT_EQ(RegQueryValueExW(again, QV_TEXT("N"), nullptr, nullptr, reinterpret_cast<BYTE*>(&read), &bytes),
-            ERROR_SUCCESS);
+  ASSERT_EQ(deep.set(QV_TEXT("n"), number), ERROR_SUCCESS);
+  EXPECT_EQ(again.open(HKEY_CURRENT_USER, QV_TEXT("SOFTWARE\\qvplatformtest\\a\\b\\c")), ERROR_SUCCESS);
+  DWORD read = 0;
+  EXPECT_EQ(again.get(QV_TEXT("N"), read), ERROR_SUCCESS);
   EXPECT_EQ(read, number);
-  EXPECT_EQ(RegOpenKeyExW(top_, QV_TEXT("A\\X"), 0, KEY_READ, again.out()), LONG{ERROR_FILE_NOT_FOUND});
-  EXPECT_EQ(RegOpenKeyExW(top_, QV_TEXT("X\\B"), 0, KEY_READ, again.out()), LONG{ERROR_FILE_NOT_FOUND});
-  EXPECT_EQ(RegCreateKeyW(top_, nullptr, again.out()), ERROR_SUCCESS) << "the key itself";
-  EXPECT_EQ(RegCreateKeyW(top_, QV_TEXT(""), again.out()), ERROR_SUCCESS);
+  EXPECT_EQ(again.open(top_, QV_TEXT("A\\X")), LONG{ERROR_FILE_NOT_FOUND});
+  EXPECT_EQ(again.open(top_, QV_TEXT("X\\B")), LONG{ERROR_FILE_NOT_FOUND});
+  EXPECT_EQ(again.create(top_, nullptr), ERROR_SUCCESS) << "the key itself";
+  EXPECT_EQ(again.create(top_, QV_TEXT("")), ERROR_SUCCESS);
   EXPECT_EQ(RegDeleteKeyW(top_, QV_TEXT("A")), LONG{ERROR_ACCESS_DENIED}) << "it has sub-keys";
   EXPECT_EQ(RegDeleteKeyW(top_, QV_TEXT("none")), LONG{ERROR_FILE_NOT_FOUND});
   EXPECT_EQ(RegDeleteKeyW(top_, nullptr), LONG{ERROR_INVALID_PARAMETER});
@@ -151,11 +129,10 @@ TEST_F(Registry, KeysAreATree) {
 
   // Whoever has it open is told.
   EXPECT_EQ(RegQueryValueExW(deep, QV_TEXT("n"), nullptr, nullptr, nullptr, nullptr), LONG{ERROR_KEY_DELETED});
-  EXPECT_EQ(RegSetValueExW(deep, QV_TEXT("n"), 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number), 4),
-            LONG{ERROR_KEY_DELETED});
+  EXPECT_EQ(deep.set(QV_TEXT("n"), number), LONG{ERROR_KEY_DELETED});
   EXPECT_EQ(RegDeleteValueW(deep, QV_TEXT("n")), LONG{ERROR_KEY_DELETED});
-  EXPECT_EQ(RegCreateKeyW(deep, QV_TEXT("below"), again.out()), LONG{ERROR_KEY_DELETED});
-  ASSERT_EQ(RegCreateKeyW(top_, QV_TEXT("A\\B\\C"), again.out()), ERROR_SUCCESS);
+  EXPECT_EQ(again.create(deep, QV_TEXT("below")), LONG{ERROR_KEY_DELETED});
+  ASSERT_EQ(again.create(top_, QV_TEXT("A\\B\\C")), ERROR_SUCCESS);
   EXPECT_EQ(RegQueryValueExW(again, QV_TEXT("n"), nullptr, nullptr, nullptr, nullptr), LONG{ERROR_FILE_NOT_FOUND})
       << "a new key is empty";
   EXPECT_EQ(RegQueryValueExW(deep, QV_TEXT("n"), nullptr, nullptr, nullptr, nullptr), LONG{ERROR_KEY_DELETED});
@@ -163,8 +140,8 @@ TEST_F(Registry, KeysAreATree) {
 
 TEST_F(Registry, SubKeysAreListedInOrder) {
   for (const WCHAR* name : {QV_TEXT("z"), QV_TEXT("A"), QV_TEXT("m"), QV_TEXT("\u00E9t\u00E9")}) {
-    Key key;
-    ASSERT_EQ(RegCreateKeyW(top_, name, key.out()), ERROR_SUCCESS);
+    OpenKey key;
+    ASSERT_EQ(key.create(top_, name), ERROR_SUCCESS);
   }
   std::vector<WString> names;
   WCHAR name[16];
@@ -181,11 +158,11 @@ TEST_F(Registry, SubKeysAreListedInOrder) {
 }
 
 TEST_F(Registry, LimitsOfNames) {
-  Key key;
-  EXPECT_NE(RegCreateKeyW(top_, WString(300, 'k').c_str(), key.out()), ERROR_SUCCESS);
+  OpenKey key;
+  EXPECT_NE(key.create(top_, WString(300, 'k').c_str()), ERROR_SUCCESS);
   EXPECT_EQ(static_cast<HKEY>(key), nullptr);
   const WString longest(255, 'k');
-  ASSERT_EQ(RegCreateKeyW(top_, longest.c_str(), key.out()), ERROR_SUCCESS);
+  ASSERT_EQ(key.create(top_, longest.c_str()), ERROR_SUCCESS);
   EXPECT_EQ(RegDeleteKeyW(top_, longest.c_str()), ERROR_SUCCESS);
   const WString value_name(16383, 'v');
   EXPECT_EQ(set(value_name.c_str(), REG_BINARY, {1}), ERROR_SUCCESS);
@@ -194,10 +171,10 @@ TEST_F(Registry, LimitsOfNames) {
 }
 
 TEST_F(Registry, HandlesThatAreNone) {
-  Key key;
+  OpenKey key;
   EXPECT_EQ(RegCloseKey(nullptr), LONG{ERROR_INVALID_HANDLE});
   EXPECT_EQ(RegCloseKey(HKEY_CURRENT_USER), ERROR_SUCCESS);
-  EXPECT_EQ(RegOpenKeyExW(nullptr, QV_TEXT("a"), 0, KEY_READ, key.out()), LONG{ERROR_INVALID_HANDLE});
+  EXPECT_EQ(key.open(nullptr, QV_TEXT("a")), LONG{ERROR_INVALID_HANDLE});
   EXPECT_EQ(RegQueryValueExW(nullptr, QV_TEXT("a"), nullptr, nullptr, nullptr, nullptr), LONG{ERROR_INVALID_HANDLE});
 }
 
@@ -207,10 +184,9 @@ TEST_F(Registry, OneKeyServesSeveralThreads) {
     threads.emplace_back([&, thread] {
       for (DWORD i = 0; i < 100; ++i) {
         const WCHAR name[] = {static_cast<WCHAR>('a' + thread), static_cast<WCHAR>('A' + i % 26), 0};
-        EXPECT_EQ(RegSetValueExW(top_, name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&i), 4), ERROR_SUCCESS);
-        DWORD read = 0, bytes = 4;
-        EXPECT_EQ(RegQueryValueExW(top_, name, nullptr, nullptr, reinterpret_cast<BYTE*>(&read), &bytes),
-                  ERROR_SUCCESS);
+        DWORD read = 0;
+        EXPECT_EQ(top_.set(name, i), ERROR_SUCCESS);
+        EXPECT_EQ(top_.get(name, read), ERROR_SUCCESS);
         EXPECT_EQ(read, i);
       }
     });
