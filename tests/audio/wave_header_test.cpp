@@ -212,6 +212,8 @@ TEST(WaveHeader, FromParts) {
   _qvwaveformat_wfxplus plus;
   plus.Init(&plain.plain(), QVWAVEFORMAT_COPY_MULTI);
   EXPECT_EQ(plus.wfx.dwChannelMask, 0x3Fu);
+  plus.Init(&plain.plain(), QVWAVEFORMAT_COPY_PLAIN);
+  EXPECT_EQ(std::memcmp(&plus, &plain, 40), 0) << "nothing is left of the other";
   const _qvwaveformat record = record_of(QVSAMPLE_PCM24, 6, 0x60F);
   EXPECT_EQ(std::memcmp(&*_qvwaveformat_wfxcopyhelper(record), &plain, 40), 0);
   EXPECT_EQ(std::memcmp(&*_qvwaveformat_wfxecopyhelper(record), &extensible, 40), 0);

@@ -7,11 +7,7 @@ using model::Buffer;
 using model::expect_equal;
 using model::Layout;
 
-namespace {
-
-constexpr DWORD kFrames = 301; // more than one block of the engine, and odd
-
-} // namespace
+static constexpr DWORD kFrames = 301; // more than one block of the engine, and odd
 
 TEST(ChannelInPlace, SilenceIsMidScaleOnlyForUnsignedBytes) {
   for (const Layout& layout : model::kLayouts) {
