@@ -18,6 +18,7 @@ TEST(ListCreation, RoundsAndLimitsItsNumbers) {
   };
   const Case cases[] = {
       {0, 5, 0, 0, 8, 16, 16},
+      {0, 5, 0, 4, 8, 16, 4},
       {QVLIST_OPT_ARRAY, 5, -1, -1, 8, 16, 16},
       {QVLIST_OPT_ARRAY, 12, 20, 16, 12, 32, 16},
       {QVLIST_OPT_ARRAY, 1, 1, 1, 4, 4, 4},

@@ -155,6 +155,9 @@ TEST(QueueMoments, FlagsSayWhatEndsAWait) {
       {QVQUEUE_RETRY, QS_SENDMESSAGE, 0, WAIT_FAILED, WAIT_FAILED},
   };
   Queue queue;
+  message_wait.mask = 77;
+  EXPECT_EQ(QvQueueRemove(queue, 1), nullptr);
+  EXPECT_EQ(message_wait.mask, 77u) << "the event alone needs no message wait";
   for (const Case& each : cases) {
     SCOPED_TRACE(each.flags);
     message_wait.result = each.event;
