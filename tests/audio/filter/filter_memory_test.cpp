@@ -171,13 +171,12 @@ TEST(FilterMemory, ShortMemory) {
     each.make(made);
   for (const int nth : {1, 2}) {
     Filters filters;
-    const auto expect_failure = [nth](auto& to, const auto& from) {
-      failing = nth;
-      EXPECT_THROW(to = from, std::bad_alloc);
-    };
-    expect_failure(filters.fir, made.fir);
-    expect_failure(filters.dither, made.dither);
-    expect_failure(filters.iir, made.iir);
+    failing = nth;
+    EXPECT_THROW(filters.fir = made.fir, std::bad_alloc);
+    failing = nth;
+    EXPECT_THROW(filters.dither = made.dither, std::bad_alloc);
+    failing = nth;
+    EXPECT_THROW(filters.iir = made.iir, std::bad_alloc);
     EXPECT_TRUE(filters.are_empty());
   }
 }

@@ -176,7 +176,6 @@ TEST(Fir, RefusedDesignsChangeNothing) {
   EXPECT_EQ(filter.Design(QVFIR_LOWPASS, QVWINDOW_HANN, QVFIR_MAX_TAPS, 0.1, 0.0, 0.0, 1, 0), S_OK);
 }
 
-// Any design that is not refused has nothing but numbers.
 TEST(Fir, ExtremeParametersGiveNumbers) {
   const double values[] = {-kInfinity, 0.0, 1e-300, 1e-7, 0.001, 0.25, 0.4999999, 0.5, kNaN};
   int made = 0;

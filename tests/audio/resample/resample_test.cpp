@@ -67,7 +67,6 @@ TEST(Resample, CountsOfTheDocumentedBlocks) {
   EXPECT_EQ(QvAudio_ResampleGetSrcPos(up), 50u);
   EXPECT_EQ(QvAudio_ResampleGetDstPos(up), 100u);
   EXPECT_EQ(QvAudio_ResampleGetDstFromSrc(up, 51), 102u);
-  EXPECT_EQ(QvAudio_ResampleGetExactDstFromSrc(up, 0), 0u);
   // Far behind a block: 192,000 frames a second, of which 17.4 are one of 11,025.
   const Converter ahead(QVSAMPLE_FLOAT32, {192000, 11025}, 1, 0);
   EXPECT_EQ(QvAudio_ResampleEx(ahead, dst.data(), src.data(), 2), 1u);
