@@ -3,9 +3,9 @@
 #include "tests/cli/scratch_folder.h"
 #include "tests/cli/wave_bytes.h"
 
+#include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 #include <sstream>
 
 using namespace cli_test;
@@ -62,6 +62,12 @@ TEST(Filter, ResponsesInFiles) {
     qv_says({"filter", in, out, "--type", "lowpass", "--freq", "1000", "--order", "2", "--response", name,
              "--sample-type", "float32"});
   EXPECT_NE(read_file(svg).find("<svg"), std::string::npos);
+  // Three curves, each in one stroke: nothing of this filter jumps.
+  std::istringstream picture(read_file(svg));
+  std::vector<std::ptrdiff_t> strokes;
+  for (std::string path; std::getline(picture, path, '"');)
+    if (std::count(path.begin(), path.end(), 'L') > 300) strokes.push_back(std::count(path.begin(), path.end(), 'M'));
+  EXPECT_EQ(strokes, (std::vector<std::ptrdiff_t>{1, 1, 1}));
   EXPECT_EQ(read_file(png).substr(0, 8), "\x89PNG\r\n\x1A\n");
   EXPECT_EQ(qv_json({"info", out})["sample_type"], 32);
   std::istringstream lines(read_file(csv));

@@ -63,6 +63,8 @@ const Sound kSound[] = {
     {"a cut chunk behind the audio", riff("WAVE", kStereo + kAudioChunk + kInfo.substr(0, kInfo.size() - 9))},
     {"an uncommon rate that agrees with itself",
      riff("WAVE", chunk("fmt ", format_bytes({1, 1, 250000, 24})) + kAudioChunk)},
+    {"the lowest rate", riff("WAVE", chunk("fmt ", with(format_bytes({1, 1, 2000, 16}), 8, u32(0))) + kAudioChunk)},
+    {"the highest", riff("WAVE", chunk("fmt ", with(format_bytes({1, 1, 192000, 16}), 8, u32(0))) + kAudioChunk)},
     {"Wave64", kPlain64},
     {"Wave64 without padding", wave64(format64(kRecord) + header64("data", 24 + 398) + pattern(398))},
     {"Wave64 with a list behind",
@@ -108,12 +110,15 @@ const Damage kDamages[] = {
      with(with(kPlain.substr(0, 44 + 203), 4, u32(36 + 200)), 40, u32(200))},
     // Chunks behind sane audio stay.
     {"size of the file", with(riff("WAVE", kTwoLists), 4, u32(0)), riff("WAVE", kTwoLists)},
+    {"the same, and less than a header behind", with(riff("WAVE", kTwoLists) + "abc", 4, u32(0)),
+     riff("WAVE", kTwoLists) + "abc"},
     {"ids of the file", with(riff("WAVE", kTwoLists), 0, pattern(12)), riff("WAVE", kTwoLists)},
     // A ruined format record is mended in its chunk, whatever the chunk's size and place.
     {"record of 16 bytes", with(kPlain, 20, Bytes(16, '\xFF')), kPlain},
     {"record of 18 bytes", with(kPlain18, 20, Bytes(18, '\0')), kPlain18},
     {"0 channels, 1,000,000 Hz and 12 bits", with(kPlain, 22, u16(0) + u32(1000000) + u32(0) + u16(0) + u16(12)),
      kPlain},
+    {"block align that fits no samples", with(kPlain, 32, u16(3)), kPlain},
     {"block align of 0", with(riff("WAVE", kMono + kAudioChunk), 32, u16(0)), riff("WAVE", kMono + kAudioChunk)},
     {"record behind another chunk",
      with(riff("WAVE", kBext + kMono + kInfo + kAudioChunk), 12 + 610 + 8, Bytes(16, '\0')),
@@ -205,6 +210,10 @@ TEST(Repair, SaysWhatItFoundAndWillWrite) {
                    "  to write      at 20 to 35: format: PCM, 44,100 Hz, 16 Bit, Stereo\n"
                    "  to write      at 36 to 43: size of the audio: 400\n"
                    "  dry run       nothing was written\n");
+  const std::pair<Bytes, const char*> formats[] = {{kPlain, "format: PCM, 44,100 Hz, 16 Bit, Stereo\n"},
+                                                   {kAudio, "taken as PCM, 44,100 Hz, 16 Bit, Stereo\n"}};
+  for (const auto& [bytes, line] : formats)
+    EXPECT_NE(qv_says({"repair", folder.put("file.wav", bytes)}).find(line), Bytes::npos);
 }
 
 TEST(Repair, ABackupThatIsThereStays) {

@@ -5,7 +5,6 @@
 
 #include <cmath>
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 using namespace cli_test;
 using Json = nlohmann::json;
@@ -84,9 +83,12 @@ TEST(Info, SeveralFilesAreAnArrayAndManyChunksAreListed) {
     body += chunk("junk", Bytes(1000, 'j'));
   const ScratchFolder folder;
   const std::string b = folder.put("b.wav", riff("WAVE", body + chunk("data", Bytes(16, '\0'))));
-  const Json both = qv_json({"info", folder.put("a.wav", wave({}, shorts({1}))), b});
+  const Bytes twenty_bits = with(format_bytes({1, 1, 48000, 24}), 14, u16(20));
+  const std::string a = folder.put("a.wav", riff("WAVE", chunk("fmt ", twenty_bits) + chunk("data", "abc")));
+  const Json both = qv_json({"info", a, b});
   ASSERT_EQ(both.size(), 2u);
   EXPECT_EQ(both[0]["frames"], 1);
+  EXPECT_EQ(both[0]["format_text"], "PCM, 48,000 Hz, 24 Bit, Mono") << "the bytes that hold 20 bits";
   EXPECT_EQ(both[1]["sample_type"], 33);
   EXPECT_EQ(both[1]["frames"], 2);
   EXPECT_EQ(both[1]["chunks"].size(), 52u);
@@ -133,6 +135,8 @@ TEST(Stats, FollowTheArithmetic) {
   EXPECT_NEAR(left["rms_dbfs"].get<double>(), 10 * std::log10((1.0 + std::pow(32767.0 / 32768, 2)) / 2), 1e-9);
   EXPECT_TRUE(stats["channels"][1]["peak_dbfs"].is_null());
   EXPECT_TRUE(stats["channels"][1]["rms_dbfs"].is_null());
+  EXPECT_EQ(stats["channels"][2]["peak_min"], -0.5);
+  EXPECT_EQ(stats["channels"][2]["peak_max"], 0.5);
   EXPECT_NEAR(stats["channels"][2]["rms_dbfs"].get<double>(), 20 * std::log10(0.5), 1e-9);
   const std::string text = qv_says({"stats", name});
   EXPECT_NE(text.find("-6.02"), std::string::npos) << text;

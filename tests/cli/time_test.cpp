@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
-#include <string>
 
 using namespace cli_test;
 using Json = nlohmann::json;
