@@ -309,6 +309,29 @@ constexpr Sentence kSentences[] = {
        QV_TEXT("не удалось прочитать или записать настройки"), QV_TEXT("ayarlar okunamadı veya yazılamadı"),
        QV_TEXT("設定を読み書きできませんでした"), QV_TEXT("설정을 읽거나 쓸 수 없습니다"),
        QV_TEXT("无法读取或写入设置")}}},
+    {of_system(ERROR_ALREADY_EXISTS),
+     {{QV_TEXT("it is there already"), QV_TEXT("es ist bereits vorhanden"), QV_TEXT("existe déjà"),
+       QV_TEXT("ya existe"), QV_TEXT("esiste già"), QV_TEXT("já existe"), QV_TEXT("bestaat al"),
+       QV_TEXT("finns redan"), QV_TEXT("findes allerede"), QV_TEXT("finnes allerede"), QV_TEXT("on jo olemassa"),
+       QV_TEXT("już istnieje"), QV_TEXT("již existuje"), QV_TEXT("уже существует"), QV_TEXT("zaten var"),
+       QV_TEXT("既に存在します"), QV_TEXT("이미 존재합니다"), QV_TEXT("已存在")}}},
+    {of_system(ERROR_IO_DEVICE),
+     {{QV_TEXT("the device reports an error"), QV_TEXT("das Gerät meldet einen Fehler"),
+       QV_TEXT("le périphérique signale une erreur"), QV_TEXT("el dispositivo informa de un error"),
+       QV_TEXT("il dispositivo segnala un errore"), QV_TEXT("o dispositivo informa um erro"),
+       QV_TEXT("het apparaat meldt een fout"), QV_TEXT("enheten rapporterar ett fel"),
+       QV_TEXT("enheden melder om en fejl"), QV_TEXT("enheten melder om en feil"),
+       QV_TEXT("laite ilmoittaa virheestä"), QV_TEXT("urządzenie zgłasza błąd"), QV_TEXT("zařízení hlásí chybu"),
+       QV_TEXT("устройство сообщает об ошибке"), QV_TEXT("aygıt bir hata bildiriyor"),
+       QV_TEXT("デバイスがエラーを報告しました"), QV_TEXT("장치에서 오류를 보고했습니다"),
+       QV_TEXT("设备报告错误")}}},
+    {of_system(ERROR_NO_UNICODE_TRANSLATION),
+     {{QV_TEXT("the text is not valid"), QV_TEXT("der Text ist ungültig"), QV_TEXT("le texte n’est pas valide"),
+       QV_TEXT("el texto no es válido"), QV_TEXT("il testo non è valido"), QV_TEXT("o texto não é válido"),
+       QV_TEXT("de tekst is niet geldig"), QV_TEXT("texten är inte giltig"), QV_TEXT("teksten er ikke gyldig"),
+       QV_TEXT("teksten er ikke gyldig"), QV_TEXT("teksti ei kelpaa"), QV_TEXT("tekst jest nieprawidłowy"),
+       QV_TEXT("text není platný"), QV_TEXT("недопустимый текст"), QV_TEXT("metin geçersiz"),
+       QV_TEXT("テキストが正しくありません"), QV_TEXT("텍스트가 올바르지 않습니다"), QV_TEXT("文本无效")}}},
     {of_system(ERROR_KEY_DELETED),
      {{QV_TEXT("the key was deleted"), QV_TEXT("der Schlüssel wurde gelöscht"), QV_TEXT("la clé a été supprimée"),
        QV_TEXT("la clave se ha eliminado"), QV_TEXT("la chiave è stata eliminata"), QV_TEXT("a chave foi excluída"),
@@ -347,6 +370,7 @@ constexpr HRESULT with_the_same_sentence(HRESULT result) {
   case of_system(ERROR_NOT_SUPPORTED): return E_NOTIMPL;
   case of_system(ERROR_HANDLE_DISK_FULL):
   case of_system(ERROR_DISK_FULL): return STG_E_MEDIUMFULL;
+  case of_system(ERROR_INSUFFICIENT_BUFFER):
   case of_system(ERROR_MORE_DATA): return QVERR_MOREDATA;
   default: return result;
   }
