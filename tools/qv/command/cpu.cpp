@@ -32,9 +32,9 @@ constexpr NamedBit kLevels[] = {{QVKERNELLEVEL_GENERIC, "generic"},
                                 {QVKERNELLEVEL_SSE2, "SSE2"},
                                 {QVKERNELLEVEL_AVX2, "AVX2"},
                                 {QVKERNELLEVEL_AVX512, "AVX-512"}};
-constexpr QVSAMPLETYPE kTypes[] = {QVSAMPLE_PCM8,    QVSAMPLE_PCM16,   QVSAMPLE_PCM24,     QVSAMPLE_PCM32,
-                                   QVSAMPLE_FLOAT32, QVSAMPLE_FLOAT64, QVSAMPLE_PCM24IN32, QVSAMPLE_PCM8SIGNED,
-                                   QVSAMPLE_BE16,    QVSAMPLE_BE24,    QVSAMPLE_BE32};
+#define QV_LISTED_TYPE(type, ...) type,
+constexpr QVSAMPLETYPE kTypes[] = {QV_SAMPLE_TYPE_TABLE(QV_LISTED_TYPE)};
+#undef QV_LISTED_TYPE
 
 /// A kernel that a lookup can hand out, and whether it is a vector variant.
 struct Pair {

@@ -28,7 +28,7 @@ struct Options {
 };
 
 RepairHint hint_from(const Options& options) {
-  const QVSAMPLETYPE type = row_of(kTypeNames, options.type).type;
+  const QVSAMPLETYPE type = row_of(written_types(), options.type).type;
   RepairHint hint = {{}, options.limit};
   hint.format.nSamplesPerSec = options.rate;
   hint.format.nChannels = options.channels;

@@ -13,9 +13,6 @@ namespace qv::tool {
 namespace {
 
 constexpr DWORD kMarkId = QvFourCC("MARK");
-constexpr DWORD kCueId = QvFourCC("cue ");
-constexpr DWORD kLabelListType = QvFourCC("adtl");
-constexpr DWORD kLabelId = QvFourCC("labl");
 
 /// A point of a "cue " chunk, of the Multimedia Data Standards Update of 1994.
 struct CuePoint {
@@ -68,7 +65,7 @@ std::map<DWORD, std::string> labels(HANDLE file, const ChunkEntry& list) {
   for (uint64_t at = list.offset + 12; at + sizeof header <= end;) {
     ChunkBytes bytes(file, at, end - at);
     if (!bytes.read(header, sizeof header)) break;
-    if (header[0] == kLabelId && header[1] >= 4) {
+    if (header[0] == QVRIFF_ID_LABL && header[1] >= 4) {
       std::string text(std::min<DWORD>(header[1] - 4, 0xFFFF), '\0');
       if (bytes.read(text.data(), static_cast<DWORD>(text.size()))) texts.emplace(header[2], text_from(text));
     }
@@ -107,9 +104,9 @@ std::vector<Marker> aiff_markers(const AudioFile& audio) {
 
 std::vector<Marker> cue_markers(const AudioFile& audio) {
   std::vector<Marker> markers;
-  const ChunkEntry* const chunk = find(audio.chunks, kCueId, 0);
+  const ChunkEntry* const chunk = find(audio.chunks, QVRIFF_ID_CUE, 0);
   if (!chunk) return markers;
-  const ChunkEntry* const list = find(audio.chunks, QVRIFF_ID_LIST, kLabelListType);
+  const ChunkEntry* const list = find(audio.chunks, QVRIFF_ID_LIST, QVRIFF_LIST_ADTL);
   const std::map<DWORD, std::string> texts = list ? labels(audio.file, *list) : std::map<DWORD, std::string>();
   ChunkBytes bytes(audio.file, chunk->offset + 8, chunk->size);
   DWORD count = 0;

@@ -11,8 +11,6 @@ namespace qv::tool {
 
 namespace {
 
-constexpr DWORD kFactId = QvFourCC("fact");
-
 HRESULT read_header(HANDLE file, ChunkEntry& entry, WaveChunks::Role& role) {
   DWORD size = 0;
   const HRESULT result = riff_ReadChunkHeader(file, &entry.id, &size);
@@ -26,7 +24,7 @@ HRESULT read_header(HANDLE file, ChunkEntry& entry, WaveChunks::Role& role) {
 void look_into(AudioFile& audio, ChunkEntry& entry) {
   DWORD count = 0;
   if (entry.size < sizeof count) return;
-  if (entry.id == kFactId && SUCCEEDED(riff_ReadData(audio.file, &count, sizeof count))) audio.frames = count;
+  if (entry.id == QVRIFF_ID_FACT && SUCCEEDED(riff_ReadData(audio.file, &count, sizeof count))) audio.frames = count;
   if (entry.id == QVRIFF_ID_LIST) riff_ReadData(audio.file, &entry.list_type, sizeof entry.list_type);
 }
 

@@ -11,7 +11,6 @@ namespace qv::tool {
 namespace {
 
 constexpr DWORD kPlainPcmBytes = 16;
-constexpr DWORD kFactId = QvFourCC("fact");
 /// The RIFF size stays below this, as riff_UpdateRIFFSize demands.
 constexpr uint64_t kRiffSizeLimit = 0xFFFFFFF8;
 
@@ -38,6 +37,18 @@ constexpr DitherName kDitherNames[] = {
 constexpr ULONGLONG kSeed = 1;
 
 } // namespace
+
+const std::vector<TypeName>& written_types() {
+  static const std::vector<TypeName> types = [] {
+    std::vector<TypeName> rows;
+#define QV_WRITTEN_TYPE(type, value, name, bits, bytes, tag, ...)                                                      \
+  if (tag == WAVE_FORMAT_PCM || tag == WAVE_FORMAT_IEEE_FLOAT) rows.push_back({name, type});
+    QV_SAMPLE_TYPE_TABLE(QV_WRITTEN_TYPE)
+#undef QV_WRITTEN_TYPE
+    return rows;
+  }();
+  return types;
+}
 
 WaveOutput::FormatChunk WaveOutput::format_chunk(const _qvwaveformat& format) {
   FormatChunk chunk;
@@ -73,7 +84,7 @@ HRESULT WaveOutput::write_riff_headers(const FormatChunk& chunk, bool has_fact, 
   const DWORD count = static_cast<DWORD>(frames);
   HRESULT result = riff_WriteFileID(file_, QVRIFF_FORM_WAVE, static_cast<DWORD>(file_bytes_ - 8));
   if (SUCCEEDED(result)) result = riff_WriteChunk(file_, QVRIFF_ID_FMT, &chunk.header, chunk.size, nullptr);
-  if (SUCCEEDED(result) && has_fact) result = riff_WriteChunk(file_, kFactId, &count, sizeof count, nullptr);
+  if (SUCCEEDED(result) && has_fact) result = riff_WriteChunk(file_, QVRIFF_ID_FACT, &count, sizeof count, nullptr);
   return SUCCEEDED(result) ? riff_WriteChunkHeader(file_, QVRIFF_ID_DATA, static_cast<DWORD>(data_bytes_)) : result;
 }
 

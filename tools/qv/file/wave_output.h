@@ -19,15 +19,14 @@ struct TypeName {
   QVSAMPLETYPE type;
 };
 
-inline constexpr TypeName kTypeNames[] = {{"pcm8", QVSAMPLE_PCM8},       {"pcm16", QVSAMPLE_PCM16},
-                                          {"pcm24", QVSAMPLE_PCM24},     {"pcm32", QVSAMPLE_PCM32},
-                                          {"float32", QVSAMPLE_FLOAT32}, {"float64", QVSAMPLE_FLOAT64}};
+/// All of them: those whose header has the tag of PCM or of floats.
+const std::vector<TypeName>& written_types();
 
-inline std::vector<std::string> type_names() { return names_of(kTypeNames); }
+inline std::vector<std::string> type_names() { return names_of(written_types()); }
 
 /// The type of that name; for "" the source's own, or the nearest that a wave file usually has.
 inline QVSAMPLETYPE output_type(const std::string& name, QVSAMPLETYPE source) {
-  for (const TypeName& row : kTypeNames)
+  for (const TypeName& row : written_types())
     if (name.empty() ? row.type == source : row.name == name) return row.type;
   switch (QvAudio_BitsFromSampleType(source)) {
   case 8: return QVSAMPLE_PCM8;
