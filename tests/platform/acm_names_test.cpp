@@ -53,10 +53,13 @@ TEST(AcmNames, NamesAndDescriptions) {
     EXPECT_EQ(name, each.name);
     details.dwFormatTag = each.format.wFormatTag;
     details.pwfx = &each.format;
-    details.cbwfx = sizeof each.format;
+    details.cbwfx = 16; // a header without its cbSize is enough
     EXPECT_EQ(acmFormatDetailsW(nullptr, &details, ACM_FORMATDETAILSF_FORMAT), MMSYSERR_NOERROR);
     EXPECT_EQ(ascii(details.szFormat), each.text);
   }
+  details.cbwfx = 15;
+  EXPECT_EQ(acmFormatDetailsW(nullptr, &details, ACM_FORMATDETAILSF_FORMAT), MMRESULT{MMSYSERR_INVALPARAM});
+  details.cbwfx = 18;
   details.pwfx = nullptr;
   EXPECT_EQ(acmFormatDetailsW(nullptr, &details, ACM_FORMATDETAILSF_FORMAT), MMRESULT{MMSYSERR_INVALPARAM});
   EXPECT_EQ(acmFormatDetailsW(nullptr, nullptr, ACM_FORMATDETAILSF_FORMAT), MMRESULT{MMSYSERR_INVALPARAM});

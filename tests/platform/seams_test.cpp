@@ -156,6 +156,13 @@ TEST_F(FileCallsTest, ARenameIsMadeToLast) {
     EXPECT_EQ(calls, both);
     std::filesystem::rename(there.path() / "1", here.path() / "1");
   }
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(here.path());
+  calls = {};
+  EXPECT_TRUE(MoveFileExW(QV_TEXT("1"), QV_TEXT("2"), 0));
+  EXPECT_EQ(calls, one) << "a name without a folder is in the current one";
+  EXPECT_TRUE(MoveFileExW(QV_TEXT("2"), QV_TEXT("1"), 0));
+  std::filesystem::current_path(before);
   failing = "sync";
   EXPECT_FALSE(MoveFileExW(first.c_str(), second.c_str(), 0));
   EXPECT_EQ(GetLastError(), ERROR_IO_DEVICE);

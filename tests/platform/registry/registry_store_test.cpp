@@ -143,7 +143,7 @@ TEST_F(RegistryStore, ANameIsNeverAnAddress) {
     SCOPED_TRACE(name);
     use(name);
     make_store();
-    EXPECT_TRUE(fs::exists(folder_ / name));
+    EXPECT_GT(contents(folder_ / name).size(), 0u);
   }
   fs::current_path(before);
 }
