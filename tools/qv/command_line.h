@@ -17,7 +17,7 @@ class Option;
 
 namespace qv::tool {
 
-/// The chosen work; answers an exit code and may throw Failure.
+/// The chosen work; returns an exit code and may throw Failure.
 using Work = std::function<int()>;
 
 /// Words that the program cannot be used with. Thrown by what reads an option, or checks all.
@@ -39,7 +39,7 @@ public:
   Option& between(double min, double max);
   Option& above_zero();
   Option& not_negative();
-  /// `check` answers "" for a text that is allowed, otherwise what is wrong with it.
+  /// `check` returns "" for a text that is allowed, otherwise what is wrong with it.
   Option& checked_by(std::string (*check)(const std::string&), const std::string& type_name);
   Option& needs(const Option& other);
   Option& excludes(const Option& other);
