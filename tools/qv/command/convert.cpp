@@ -2,9 +2,9 @@
 #include "tools/qv/command/command.h"
 #include "tools/qv/failure.h"
 #include "tools/qv/file/audio_file.h"
+#include "tools/qv/file/audio_output.h"
 #include "tools/qv/file/rate_conversion.h"
 #include "tools/qv/file/sample_conversion.h"
-#include "tools/qv/file/wave_output.h"
 #include "tools/qv/long_work.h"
 
 #include <cmath>
@@ -48,7 +48,7 @@ _qvwaveformat output_format(const AudioFile& input, QVSAMPLETYPE type, const Cha
 }
 
 /// Converts block by block from the source's samples to the file's.
-void convert_directly(const AudioFile& input, SampleReader& samples, WaveOutput& output, SampleConversion& conversion,
+void convert_directly(const AudioFile& input, SampleReader& samples, AudioOutput& output, SampleConversion& conversion,
                       DWORD block_frames) {
   Progress progress("converting", input.frames);
   for_each_block(input.frames, block_frames, [&](DWORD frames) {
@@ -95,8 +95,8 @@ int convert(const Options& options) {
     rate.emplace(input.name, input.frames, source_rate, format.samplesPerSec, format.channels, options.quality);
 
   watch_interruption();
-  WaveOutput output(options.out, options.in, format,
-                    RateConversion::frames_at(input.frames, source_rate, format.samplesPerSec));
+  AudioOutput output(options.out, options.in, format,
+                     RateConversion::frames_at(input.frames, source_rate, format.samplesPerSec));
   if (by_doubles) {
     DoubleOutput doubles(output, options.out, format, options.dither);
     convert_by_doubles(input, samples, doubles, conversion, rate, block_frames);

@@ -2,8 +2,8 @@
 #include "tools/qv/command/command.h"
 #include "tools/qv/failure.h"
 #include "tools/qv/file/audio_file.h"
+#include "tools/qv/file/audio_output.h"
 #include "tools/qv/file/sample_conversion.h"
-#include "tools/qv/file/wave_output.h"
 #include "tools/qv/filter/filter_chain.h"
 #include "tools/qv/filter/response_file.h"
 #include "tools/qv/long_work.h"
@@ -45,7 +45,7 @@ int filter(const Options& options) {
   SampleConversion conversion(source, QVSAMPLE_FLOAT64, {}, 1.0f, block_frames);
 
   watch_interruption();
-  WaveOutput output(options.out, options.in, format, input.frames);
+  AudioOutput output(options.out, options.in, format, input.frames);
   DoubleOutput doubles(output, options.out, format, "none");
   Progress progress("filtering", input.frames);
   for_each_block(input.frames, block_frames, [&](DWORD frames) {

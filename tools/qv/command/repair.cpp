@@ -1,8 +1,8 @@
 // qv repair: a new or mended header for a damaged wave file.
 #include "tools/qv/command/command.h"
 #include "tools/qv/failure.h"
+#include "tools/qv/file/audio_output.h"
 #include "tools/qv/file/disk_file.h"
-#include "tools/qv/file/wave_output.h"
 #include "tools/qv/long_work.h"
 #include "tools/qv/repair/repair_plan.h"
 #include "tools/qv/text.h"

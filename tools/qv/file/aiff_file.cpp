@@ -21,7 +21,7 @@ void list_chunks(AudioFile& audio, uint64_t form_end) {
   for (uint64_t position = 12; position + 8 <= form_end;) {
     if (!move_to(audio.file, position) || FAILED(iff_ReadChunkHdr(audio.file, &header)))
       fail(audio, result_text(QVERR_RIFF_READ));
-    audio.chunks.push_back({in_file_order(header.id), 0, position, header.size});
+    audio.chunks.push_back({in_file_order(header.id), 0, position, header.size, position + 8});
     position += 8 + uint64_t{header.size} + header.size % 2;
   }
 }

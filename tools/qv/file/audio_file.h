@@ -19,6 +19,7 @@ struct ChunkEntry {
   DWORD list_type; ///< of a "LIST" chunk, otherwise 0
   uint64_t offset; ///< of the chunk's header in the file
   uint64_t size;   ///< of the data, as the header says
+  uint64_t data;   ///< where the data begin
 };
 
 /// A named position: of the "MARK" chunk of AIFF, of the "cue " chunk of RIFF wave and its labels.

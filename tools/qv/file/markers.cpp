@@ -60,9 +60,9 @@ std::string text_from(std::string bytes) {
 
 std::map<DWORD, std::string> labels(HANDLE file, const ChunkEntry& list) {
   std::map<DWORD, std::string> texts;
-  const uint64_t end = list.offset + 8 + list.size;
+  const uint64_t end = list.data + list.size;
   DWORD header[3]; // a chunk's id and size, and in a label the id of its point
-  for (uint64_t at = list.offset + 12; at + sizeof header <= end;) {
+  for (uint64_t at = list.data + 4; at + sizeof header <= end;) {
     ChunkBytes bytes(file, at, end - at);
     if (!bytes.read(header, sizeof header)) break;
     if (header[0] == QVRIFF_ID_LABL && header[1] >= 4) {
@@ -87,7 +87,7 @@ std::vector<Marker> aiff_markers(const AudioFile& audio) {
   std::vector<Marker> markers;
   const ChunkEntry* const chunk = find(audio.chunks, kMarkId, 0);
   if (!chunk) return markers;
-  ChunkBytes bytes(audio.file, chunk->offset + 8, chunk->size);
+  ChunkBytes bytes(audio.file, chunk->data, chunk->size);
   WORD count = 0;
   WORD id = 0;
   DWORD position = 0;
@@ -108,7 +108,7 @@ std::vector<Marker> cue_markers(const AudioFile& audio) {
   if (!chunk) return markers;
   const ChunkEntry* const list = find(audio.chunks, QVRIFF_ID_LIST, QVRIFF_LIST_ADTL);
   const std::map<DWORD, std::string> texts = list ? labels(audio.file, *list) : std::map<DWORD, std::string>();
-  ChunkBytes bytes(audio.file, chunk->offset + 8, chunk->size);
+  ChunkBytes bytes(audio.file, chunk->data, chunk->size);
   DWORD count = 0;
   CuePoint point = {};
   for (bool more = bytes.read(&count, sizeof count); more && count > 0; --count) {

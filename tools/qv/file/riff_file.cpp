@@ -46,7 +46,7 @@ FormEnd read_file_header(const AudioFile& audio) {
 /// Whether the form and the last of its chunks end where the file does.
 bool fills_file(const AudioFile& audio, const FormEnd& form) {
   const ChunkEntry& last = audio.chunks.back();
-  const uint64_t end = last.offset + kChunks.chunk_header + last.size;
+  const uint64_t end = last.data + last.size;
   // The pad byte of an odd size may be missing at the end.
   return !form.is_guessed && form.at == audio.file_bytes &&
          (end == audio.file_bytes || end + last.size % 2 == audio.file_bytes);
@@ -77,7 +77,7 @@ void load_info_list(const AudioFile& audio, _summarylisttag& list) {
                                  [](const ChunkEntry& chunk) { return chunk.list_type == QVSUMMARY_FORM_INFO; });
   if (info == audio.chunks.end()) return;
   auto remaining = static_cast<DWORD>(info->size - 4);
-  if (!move_to(audio.file, info->offset + 12) || FAILED(QvSummary_Load(audio.file, &list, &remaining)))
+  if (!move_to(audio.file, info->data + 4) || FAILED(QvSummary_Load(audio.file, &list, &remaining)))
     print_warning(audio.name, "its INFO list cannot be read");
 }
 

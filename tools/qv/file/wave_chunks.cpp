@@ -50,7 +50,7 @@ void end_at_cut_chunk(const AudioFile& audio, DWORD id) {
 
 void read_wave_chunks(AudioFile& audio, const WaveChunks& container, const FormEnd& end) {
   for (uint64_t position = container.file_header; position + container.chunk_header <= end.at;) {
-    ChunkEntry entry = {0, 0, position, 0};
+    ChunkEntry entry = {0, 0, position, 0, position + container.chunk_header};
     WaveChunks::Role role = WaveChunks::Role::kOther;
     if (!move_to(audio.file, position) || FAILED(container.read_header(audio.file, entry, role)))
       fail(audio, result_text(QVERR_RIFF_READ));

@@ -1,4 +1,4 @@
-// A wave file that is written: the sample types it may have, its header, its samples in order.
+// An audio file that is written: the sample types it may have, its header, its samples in order.
 #pragma once
 
 #include "tools/qv/file/disk_file.h"
@@ -37,11 +37,11 @@ inline QVSAMPLETYPE output_type(const std::string& name, QVSAMPLETYPE source) {
 }
 
 /// A wave file that is written: a Wave64 file where its name ends in ".w64", otherwise RIFF.
-class WaveOutput {
+class AudioOutput {
 public:
   /// Writes the headers for exactly `frames` frames. Throws Failure, before a file is touched when it would be too
   /// long.
-  WaveOutput(const std::string& name, const std::string& input_name, const _qvwaveformat& format, uint64_t frames);
+  AudioOutput(const std::string& name, const std::string& input_name, const _qvwaveformat& format, uint64_t frames);
 
   /// Writes the next frames, in the format of the file. Throws Failure.
   void write_frames(const void* samples, DWORD frames);
@@ -71,7 +71,7 @@ private:
 class DoubleOutput {
 public:
   /// dither: a name out of dither_names(); none of them for the float types. Throws Failure.
-  DoubleOutput(WaveOutput& output, const std::string& name, const _qvwaveformat& format, const std::string& dither);
+  DoubleOutput(AudioOutput& output, const std::string& name, const _qvwaveformat& format, const std::string& dither);
 
   /// Writes frames, and changes the samples on the way. Throws Failure.
   void write(double* samples, DWORD frames);
@@ -79,7 +79,7 @@ public:
   static std::vector<std::string> dither_names();
 
 private:
-  WaveOutput& output_;
+  AudioOutput& output_;
   DWORD channels_;
   QVAUDIO_COPYFUNC store_;
   std::optional<CQvDither> dither_;

@@ -1,4 +1,4 @@
-#include "tools/qv/file/wave_output.h"
+#include "tools/qv/file/audio_output.h"
 
 #include "tools/qv/failure.h"
 #include "tools/qv/text.h"
@@ -50,7 +50,7 @@ const std::vector<TypeName>& written_types() {
   return types;
 }
 
-WaveOutput::FormatChunk WaveOutput::format_chunk(const _qvwaveformat& format) {
+AudioOutput::FormatChunk AudioOutput::format_chunk(const _qvwaveformat& format) {
   FormatChunk chunk;
   const bool extensible = format.channels > 2;
   format.ToWfx(&chunk.header.Format, sizeof chunk.header,
@@ -64,14 +64,14 @@ WaveOutput::FormatChunk WaveOutput::format_chunk(const _qvwaveformat& format) {
   return chunk;
 }
 
-uint64_t WaveOutput::total_bytes(const FormatChunk& chunk, bool has_fact) const {
+uint64_t AudioOutput::total_bytes(const FormatChunk& chunk, bool has_fact) const {
   if (is_wave64_)
     return QVW64_FILE_HEADER_BYTES + 2 * uint64_t{QVW64_HEADER_BYTES} + padded64(chunk.size) + padded64(data_bytes_);
   return 12 + 8 + uint64_t{chunk.size} + (has_fact ? 12 : 0) + 8 + data_bytes_ + (data_bytes_ & 1);
 }
 
-WaveOutput::WaveOutput(const std::string& name, const std::string& input_name, const _qvwaveformat& format,
-                       uint64_t frames)
+AudioOutput::AudioOutput(const std::string& name, const std::string& input_name, const _qvwaveformat& format,
+                         uint64_t frames)
     : is_wave64_(is_wave64_name(name)), block_align_(format.blockAlign), data_bytes_(frames * format.blockAlign),
       file_bytes_(total_bytes(format_chunk(format), is_float(format))),
       file_(checked_name(name, is_wave64_, file_bytes_), input_name) {
@@ -80,7 +80,7 @@ WaveOutput::WaveOutput(const std::string& name, const std::string& input_name, c
   if (FAILED(result)) file_.write_failed();
 }
 
-HRESULT WaveOutput::write_riff_headers(const FormatChunk& chunk, bool has_fact, uint64_t frames) {
+HRESULT AudioOutput::write_riff_headers(const FormatChunk& chunk, bool has_fact, uint64_t frames) {
   const DWORD count = static_cast<DWORD>(frames);
   HRESULT result = riff_WriteFileID(file_, QVRIFF_FORM_WAVE, static_cast<DWORD>(file_bytes_ - 8));
   if (SUCCEEDED(result)) result = riff_WriteChunk(file_, QVRIFF_ID_FMT, &chunk.header, chunk.size, nullptr);
@@ -88,19 +88,19 @@ HRESULT WaveOutput::write_riff_headers(const FormatChunk& chunk, bool has_fact, 
   return SUCCEEDED(result) ? riff_WriteChunkHeader(file_, QVRIFF_ID_DATA, static_cast<DWORD>(data_bytes_)) : result;
 }
 
-HRESULT WaveOutput::write_wave64_headers(const FormatChunk& chunk) {
+HRESULT AudioOutput::write_wave64_headers(const FormatChunk& chunk) {
   HRESULT result = riff64_WriteFileID(file_, &QVW64_WAVE, file_bytes_ - QVW64_HEADER_BYTES);
   if (SUCCEEDED(result)) result = riff64_WriteChunk(file_, &QVW64_FMT, &chunk.header, chunk.size, nullptr);
   return SUCCEEDED(result) ? riff64_WriteChunkHeader(file_, &QVW64_DATA, data_bytes_) : result;
 }
 
-void WaveOutput::write_frames(const void* samples, DWORD frames) {
+void AudioOutput::write_frames(const void* samples, DWORD frames) {
   const DWORD bytes = frames * block_align_;
   DWORD done = 0;
   if (!WriteFile(file_, samples, bytes, &done, nullptr) || done != bytes) file_.write_failed();
 }
 
-void WaveOutput::commit() {
+void AudioOutput::commit() {
   const BYTE pad[8] = {};
   const auto bytes = static_cast<DWORD>(is_wave64_ ? padded64(data_bytes_) - data_bytes_ : data_bytes_ & 1);
   DWORD done = 0;
@@ -110,7 +110,7 @@ void WaveOutput::commit() {
 
 std::vector<std::string> DoubleOutput::dither_names() { return names_of(kDitherNames); }
 
-DoubleOutput::DoubleOutput(WaveOutput& output, const std::string& name, const _qvwaveformat& format,
+DoubleOutput::DoubleOutput(AudioOutput& output, const std::string& name, const _qvwaveformat& format,
                            const std::string& dither)
     : output_(output), channels_(format.channels),
       store_(QvAudio_GetCopyFunction2(format.sampleType, QVSAMPLE_FLOAT64)), sample_bytes_(format.BytesPerSample()) {
