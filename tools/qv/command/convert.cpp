@@ -1,5 +1,6 @@
 // qv convert: another sample type, level, rate or arrangement of channels.
 #include "tools/qv/command/command.h"
+#include "tools/qv/command/container_options.h"
 #include "tools/qv/failure.h"
 #include "tools/qv/file/audio_file.h"
 #include "tools/qv/file/audio_output.h"
@@ -27,6 +28,7 @@ struct Options {
   std::optional<DWORD> rate;
   std::string quality = "best";
   std::string dither = "none";
+  ContainerOptions container;
 };
 
 ChannelPlan make_plan(const Options& options) {
@@ -79,6 +81,7 @@ void convert_by_doubles(const AudioFile& input, SampleReader& reader, DoubleOutp
 }
 
 int convert(const Options& options) {
+  const OutputTarget target = options.container.target(options.out, options.in);
   const AudioFile input = read_audio_file(options.in, Detail::kAudio);
   SampleReader samples(input);
   const ChannelPlan plan = make_plan(options);
@@ -95,8 +98,7 @@ int convert(const Options& options) {
     rate.emplace(input.name, input.frames, source_rate, format.samplesPerSec, format.channels, options.quality);
 
   watch_interruption();
-  AudioOutput output(options.out, options.in, format,
-                     RateConversion::frames_at(input.frames, source_rate, format.samplesPerSec));
+  AudioOutput output(target, format, RateConversion::frames_at(input.frames, source_rate, format.samplesPerSec));
   if (by_doubles) {
     DoubleOutput doubles(output, options.out, format, options.dither);
     convert_by_doubles(input, samples, doubles, conversion, rate, block_frames);
@@ -124,9 +126,10 @@ std::string check_channels(const std::string& text) {
 void add_convert(const Command& program) {
   auto options = std::make_shared<Options>();
   const Command command =
-      program.subcommand("convert", "Write a wave file with another sample type, level, rate or channels");
+      program.subcommand("convert", "Write an audio file with another container, sample type, level, rate or channels");
   command.option("IN", options->in, "File to read: RIFF wave, Wave64, AIFF or AIFF-C").required();
-  command.option("OUT", options->out, "Wave file to write, Wave64 for .w64; it appears whole or not at all").required();
+  command.option("OUT", options->out, "File to write, in the container of its suffix; it appears whole or not at all")
+      .required();
   command.option("--type", options->type, "Sample type: pcm8, pcm16, pcm24, pcm32, float32 or float64")
       .one_of(type_names());
   command.option("--gain-db", options->gain_db, "Change of level in dB, from -200 to 200").checked_by(check_gain, "G");
@@ -142,6 +145,7 @@ void add_convert(const Command& program) {
   command.option("--dither", options->dither, "For integer types: none (as it is), rect, tri or shaped")
       .one_of(DoubleOutput::dither_names());
   command.flag("--mono", options->mono, "Average all channels to one").excludes(channels);
+  options->container.add_to(command);
   command.runs([options] { return convert(*options); });
 }
 

@@ -1,5 +1,6 @@
 // qv filter: a recursive filter over a file, and pictures of what it does.
 #include "tools/qv/command/command.h"
+#include "tools/qv/command/container_options.h"
 #include "tools/qv/failure.h"
 #include "tools/qv/file/audio_file.h"
 #include "tools/qv/file/audio_output.h"
@@ -21,6 +22,7 @@ struct Options {
   FilterOptions filter;
   std::string sample_type;
   std::string response;
+  ContainerOptions container;
 };
 
 /// A title for pictures: "lowpass, chebyshev of order 6, 2000 Hz at 48000 Hz".
@@ -34,6 +36,7 @@ std::string title_of(const FilterOptions& options, DWORD rate) {
 }
 
 int filter(const Options& options) {
+  const OutputTarget target = options.container.target(options.out, options.in);
   const AudioFile input = read_audio_file(options.in, Detail::kAudio);
   SampleReader reader(input);
   const _qvwaveformat& source = input.format();
@@ -45,7 +48,7 @@ int filter(const Options& options) {
   SampleConversion conversion(source, QVSAMPLE_FLOAT64, {}, 1.0f, block_frames);
 
   watch_interruption();
-  AudioOutput output(options.out, options.in, format, input.frames);
+  AudioOutput output(target, format, input.frames);
   DoubleOutput doubles(output, options.out, format, "none");
   Progress progress("filtering", input.frames);
   for_each_block(input.frames, block_frames, [&](DWORD frames) {
@@ -69,9 +72,10 @@ int filter(const Options& options) {
 void add_filter(const Command& program) {
   auto options = std::make_shared<Options>();
   FilterOptions& filter_options = options->filter;
-  const Command command = program.subcommand("filter", "Write a wave file through a filter");
+  const Command command = program.subcommand("filter", "Write an audio file through a filter");
   command.option("IN", options->in, "File to read: RIFF wave, Wave64, AIFF or AIFF-C").required();
-  command.option("OUT", options->out, "Wave file to write, Wave64 for .w64; it appears whole or not at all").required();
+  command.option("OUT", options->out, "File to write, in the container of its suffix; it appears whole or not at all")
+      .required();
   command.option("--type", filter_options.type, "lowpass, highpass, bandpass, bandstop, peak, lowshelf, highshelf")
       .one_of(FilterChain::type_names())
       .required();
@@ -95,6 +99,7 @@ void add_filter(const Command& program) {
   command
       .option("--response", options->response, "Also draw the response into a .svg or .png file, or list it in a .csv")
       .checked_by(check_response_name, "FILE");
+  options->container.add_to(command);
   command.runs([options] { return filter(*options); });
 }
 

@@ -105,7 +105,7 @@ int tag(const Options& options) {
   AudioFile input = read_audio_file(options.file, Detail::kAudio);
   require_sound_chunks(input);
   Summary list;
-  load_info_list(input, list);
+  if (!load_info_list(input, list)) print_warning(input.name, "its INFO list cannot be read");
   change(list, options);
   OutputFile output(options.file);
   output.append(input.file, options.file, 0, size_of(input.file));

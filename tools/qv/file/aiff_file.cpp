@@ -33,6 +33,8 @@ void read_aiff(AudioFile& audio, Detail detail) {
   LONG is_aifc = 0;
   const bool usable = iff_IsAIFFFileEx(audio.file, &form_size, &is_aifc, nullptr) != 0;
   audio.container = is_aifc != 0 ? "aifc" : "aiff";
+  audio.kind = is_aifc != 0 ? Container::kAifc : Container::kAiff;
+  audio.is_big_endian = true;
   if (!usable)
     fail(audio, is_aifc != 0 ? "is AIFF-C of a compression type that is not read" : "is an IFF file, but no AIFF");
   audio.header.assign(sizeof(WAVEFORMATEXTENSIBLE), 0);
@@ -47,8 +49,8 @@ void read_aiff(AudioFile& audio, Detail detail) {
   audio.audio_start = start;
   audio.audio_bytes = bytes;
   if (uint64_t{frames} * format->nBlockAlign > bytes)
-    print_warning(audio.name, "the header says " + std::to_string(frames) + " frames, the file holds " +
-                                  std::to_string(bytes / format->nBlockAlign) + ": they are read");
+    audio.warnings.push_back("the header says " + std::to_string(frames) + " frames, the file holds " +
+                             std::to_string(bytes / format->nBlockAlign) + ": they are read");
   list_chunks(audio, std::min<uint64_t>(8 + uint64_t{form_size}, audio.file_bytes));
   check_format(audio);
   if (detail == Detail::kAll) audio.markers = aiff_markers(audio);

@@ -12,13 +12,13 @@ namespace qv::tool {
 
 namespace {
 
-struct Container {
+struct Reader {
   std::string_view magic; ///< what its files begin with
   void (*read)(AudioFile& audio, Detail detail);
 };
 
 /// The last takes what no other does: RIFF wave, and what is no container at all, which its reader refuses.
-constexpr Container kContainers[] = {{"riff", read_wave64}, {"FORM", read_aiff}, {"", read_riff}};
+constexpr Reader kReaders[] = {{"riff", read_wave64}, {"FORM", read_aiff}, {"", read_riff}};
 
 std::string first_characters(const AudioFile& audio) {
   std::string characters(4, '\0');
@@ -58,7 +58,7 @@ void check_format(AudioFile& audio) {
     audio.frames = audio.format().blockAlign == 0 ? 0 : audio.audio_bytes / audio.format().blockAlign;
 }
 
-AudioFile read_audio_file(const std::string& name, Detail detail) {
+AudioFile inspect_audio_file(const std::string& name, Detail detail) {
   AudioFile audio;
   audio.name = name;
   audio.file = open_existing(name, GENERIC_READ, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN);
@@ -67,11 +67,18 @@ AudioFile read_audio_file(const std::string& name, Detail detail) {
   audio.file_bytes = static_cast<uint64_t>(size.QuadPart);
   if (audio.file_bytes == 0) fail(audio, "the file is empty");
   const std::string start = first_characters(audio);
-  for (const Container& container : kContainers) {
-    if (!start.starts_with(container.magic)) continue;
-    container.read(audio, detail);
+  for (const Reader& reader : kReaders) {
+    if (!start.starts_with(reader.magic)) continue;
+    reader.read(audio, detail);
     break;
   }
+  return audio;
+}
+
+AudioFile read_audio_file(const std::string& name, Detail detail) {
+  AudioFile audio = inspect_audio_file(name, detail);
+  for (const std::string& warning : audio.warnings)
+    print_warning(audio.name, warning);
   return audio;
 }
 

@@ -1,6 +1,7 @@
 // A file with audio, RIFF wave, Wave64, AIFF or AIFF-C: what its headers say, as plain data, and its samples.
 #pragma once
 
+#include "tools/qv/file/container.h"
 #include "tools/qv/file/disk_file.h"
 
 #include "qv/audio.h"
@@ -34,6 +35,8 @@ struct AudioFile {
   OpenFile file; ///< shared by all who read: each moves its position first
   uint64_t file_bytes = 0;
   const char* container = ""; ///< "RIFF", "wave64", "aiff" or "aifc"
+  Container kind = Container::kRiff;
+  bool is_big_endian = false; ///< the numbers in its chunks are
   std::vector<BYTE> header;   ///< the format as a WAVEFORMATEX, with zeros behind it up to 40 bytes at least
   QVWAVEFORMATBUFFER record = {};
   uint64_t audio_start = 0;
@@ -44,6 +47,7 @@ struct AudioFile {
   std::vector<ChunkEntry> chunks;
   std::vector<std::pair<DWORD, std::string>> texts; ///< of the "INFO" list, by id; none in other containers
   std::vector<Marker> markers;                      ///< in the file's order; none in Wave64 files
+  std::vector<std::string> warnings;                ///< what is not as it should be, and how it was read all the same
 
   const _qvwaveformat& format() const { return record.format; }
   const WAVEFORMATEX* wave_header() const { return reinterpret_cast<const WAVEFORMATEX*>(header.data()); }
@@ -55,16 +59,18 @@ enum class Detail {
   kAll
 };
 
-/// Opens a file and reads its headers. Throws Failure. Prints a warning for audio that claims more than the file holds,
-/// and for texts that cannot be read.
+/// Opens a file and reads its headers. Throws Failure. There is a warning for audio that claims more than the file
+/// holds, and for texts that cannot be read.
+AudioFile inspect_audio_file(const std::string& name, Detail detail);
+/// The same, and prints the warnings.
 AudioFile read_audio_file(const std::string& name, Detail detail);
 
 /// How long the audio lasts, in units of 100 ns, rounded down.
 uint64_t duration_of(const AudioFile& audio);
 
-/// The "INFO" list of a RIFF wave file as the library's list, which is empty before and is the caller's to free. Prints
-/// a warning where it cannot be read.
-void load_info_list(const AudioFile& audio, _summarylisttag& list);
+/// The "INFO" list of a RIFF wave file as the library's list, which is empty before and is the caller's to free.
+/// Answers false where it cannot be read.
+bool load_info_list(const AudioFile& audio, _summarylisttag& list);
 
 /// Reads samples in order, from a place of its own, so that several can read one file.
 class SampleReader {

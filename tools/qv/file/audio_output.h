@@ -1,6 +1,7 @@
 // An audio file that is written: the sample types it may have, its header, its samples in order.
 #pragma once
 
+#include "tools/qv/file/audio_layout.h"
 #include "tools/qv/file/disk_file.h"
 #include "tools/qv/named_rows.h"
 
@@ -36,34 +37,36 @@ inline QVSAMPLETYPE output_type(const std::string& name, QVSAMPLETYPE source) {
   }
 }
 
-/// A wave file that is written: a Wave64 file where its name ends in ".w64", otherwise RIFF.
+/// Where audio is to go, and as what.
+struct OutputTarget {
+  std::string name;
+  std::string input_name;
+  Container container = Container::kRiff;
+  bool stays_riff = false; ///< and is refused where a RIFF file would be too long; otherwise it becomes an RF64 file
+};
+
+/// An audio file that is written, with chunks around its audio.
 class AudioOutput {
 public:
-  /// Writes the headers for exactly `frames` frames. Throws Failure, before a file is touched when it would be too
-  /// long.
-  AudioOutput(const std::string& name, const std::string& input_name, const _qvwaveformat& format, uint64_t frames);
+  /// Writes all that stands before the audio of exactly `frames` frames. `chunks` may refer to files that stay open
+  /// until commit(). Throws Failure, before a file is touched when it would be too long.
+  AudioOutput(const OutputTarget& target, const _qvwaveformat& format, uint64_t frames, CarriedChunks chunks = {});
 
-  /// Writes the next frames, in the format of the file. Throws Failure.
+  /// What is written: an RF64 file, perhaps, where a RIFF file was asked for.
+  Container container() const { return layout_.container; }
+  /// Writes the next frames, in the format of the file with little-endian samples. Throws Failure.
   void write_frames(const void* samples, DWORD frames);
-  /// Ends the file and puts it in its place. Throws Failure.
+  /// Writes what stands behind the audio, and puts the file in its place. Throws Failure.
   void commit();
 
 private:
-  /// The "fmt " chunk's data.
-  struct FormatChunk {
-    WAVEFORMATEXTENSIBLE header = {};
-    DWORD size = 0;
-  };
+  void write_chunks(const std::vector<CarriedChunk>& chunks) const;
+  void write_zeros(uint64_t count) const;
 
-  static FormatChunk format_chunk(const _qvwaveformat& format);
-  uint64_t total_bytes(const FormatChunk& chunk, bool has_fact) const;
-  HRESULT write_riff_headers(const FormatChunk& chunk, bool has_fact, uint64_t frames);
-  HRESULT write_wave64_headers(const FormatChunk& chunk);
-
-  bool is_wave64_;
-  DWORD block_align_;
-  uint64_t data_bytes_;
-  uint64_t file_bytes_ = 0;
+  AudioLayout layout_;
+  CarriedChunks chunks_;
+  _qvwaveformat format_;
+  std::vector<BYTE> encoded_; ///< a block in the container's byte order
   OutputFile file_;
 };
 

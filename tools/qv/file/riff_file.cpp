@@ -54,7 +54,7 @@ bool fills_file(const AudioFile& audio, const FormEnd& form) {
 
 void read_texts(AudioFile& audio) {
   _summarylisttag list;
-  load_info_list(audio, list);
+  if (!load_info_list(audio, list)) audio.warnings.emplace_back("its INFO list cannot be read");
   for (DWORD i = 0; i < list.count; ++i)
     audio.texts.emplace_back(list.items[i].id, list.items[i].text ? utf8(list.items[i].text) : "");
   QvSummary_Free(&list);
@@ -72,13 +72,12 @@ void read_riff(AudioFile& audio, Detail detail) {
   audio.markers = cue_markers(audio);
 }
 
-void load_info_list(const AudioFile& audio, _summarylisttag& list) {
+bool load_info_list(const AudioFile& audio, _summarylisttag& list) {
   const auto info = std::find_if(audio.chunks.begin(), audio.chunks.end(),
                                  [](const ChunkEntry& chunk) { return chunk.list_type == QVSUMMARY_FORM_INFO; });
-  if (info == audio.chunks.end()) return;
+  if (info == audio.chunks.end()) return true;
   auto remaining = static_cast<DWORD>(info->size - 4);
-  if (!move_to(audio.file, info->data + 4) || FAILED(QvSummary_Load(audio.file, &list, &remaining)))
-    print_warning(audio.name, "its INFO list cannot be read");
+  return move_to(audio.file, info->data + 4) && SUCCEEDED(QvSummary_Load(audio.file, &list, &remaining));
 }
 
 } // namespace qv::tool

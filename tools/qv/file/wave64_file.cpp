@@ -41,6 +41,7 @@ FormEnd read_file_header(const AudioFile& audio) {
 
 void read_wave64(AudioFile& audio, Detail) {
   audio.container = "wave64";
+  audio.kind = Container::kWave64;
   read_wave_chunks(audio, kChunks, read_file_header(audio));
 }
 

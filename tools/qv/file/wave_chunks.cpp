@@ -35,15 +35,15 @@ void take_audio(AudioFile& audio, uint64_t start, uint64_t claimed, bool may_be_
   audio.audio_start = start;
   audio.audio_bytes = to_the_end ? held : claimed;
   if (!to_the_end) return;
-  print_warning(audio.name, "the data chunk says " + std::to_string(claimed) + " bytes, the file holds " +
-                                std::to_string(held) + " to its end: they are read");
+  audio.warnings.push_back("the data chunk says " + std::to_string(claimed) + " bytes, the file holds " +
+                           std::to_string(held) + " to its end: they are read");
 }
 
 /// Ends the walk at a chunk that the file's end cuts: with a warning where it stands behind the audio, else by failing.
-void end_at_cut_chunk(const AudioFile& audio, DWORD id) {
+void end_at_cut_chunk(AudioFile& audio, DWORD id) {
   const std::string reason = "the chunk \"" + printable_code(id) + "\" runs past the end of the file";
   if (audio.header.empty() || audio.audio_start == 0) fail(audio, reason);
-  print_warning(audio.name, reason);
+  audio.warnings.push_back(reason);
 }
 
 } // namespace
