@@ -7,6 +7,7 @@
 #define CP_UTF8 65001u
 #define MB_PRECOMPOSED 1u
 #define MB_ERR_INVALID_CHARS 8u
+#define WC_NO_BEST_FIT_CHARS 0x400u
 #define LOCALE_USER_DEFAULT 0x400u
 #define LOCALE_SNAME 0x5Cu
 #define LOCALE_SLIST 0x0Cu
@@ -24,6 +25,7 @@ QV_WIN32(int, MultiByteToWideChar,
          (UINT codePage, DWORD flags, const char* bytes, int byteCount, WCHAR* text, int textCapacity));
 /// The way back, counted in the same way. What code page 1252 lacks becomes '?' (or *fallback), and *usedFallback
 /// (optional) says whether something did; half a surrogate pair becomes U+FFFD in UTF-8, where both pointers are null.
+/// No character is taken for one that looks like it, with WC_NO_BEST_FIT_CHARS or without.
 QV_WIN32(int, WideCharToMultiByte,
          (UINT codePage, DWORD flags, const WCHAR* text, int textCount, char* bytes, int byteCapacity,
           const char* fallback, BOOL* usedFallback));
