@@ -54,7 +54,7 @@ test-windows: ## cross-build the DLL and run its tests under Wine
 	cmake --build --preset windows
 	scripts/test-windows -j $(jobs)
 
-fuzz: ## run all fuzz targets for FUZZ_SECONDS in total (120)
+fuzz: ## replay the kept corpora, then run all fuzz targets for FUZZ_SECONDS in total (120)
 	scripts/bootstrap ci
 	cmake --preset fuzz
 	cmake --build --preset fuzz

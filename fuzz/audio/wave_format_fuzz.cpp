@@ -1,17 +1,17 @@
 // Header to record to header, in every copy mode and with every capacity: what is written stays inside, and what is
 // read back is what was written.
+// Sources: audio/*.cpp audio/*.h include/qv/audio.h
+#include "fuzz/require.h"
+
 #include "qv/audio.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
-namespace {
+using fuzz::require;
 
-void require(bool condition) {
-  if (!condition) std::abort();
-}
+namespace {
 
 /// A header as a file reader hands it over: the bytes there are, zeros to the whole of an extensible header, and as
 /// many extra bytes as it claims, as far as they are there.

@@ -3,22 +3,22 @@
 //
 // Input: a capacity, a byte whose lowest bit says that the bytes of a locale follow, and the format, a byte for each
 // character.
+// Sources: kernel/text
+#include "fuzz/require.h"
+
 #include "qv/text.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
 
+using fuzz::require;
+
 namespace {
 
 constexpr ptrdiff_t kMostArguments = 32;
-
-void require(bool holds) {
-  if (!holds) std::abort();
-}
 
 int write(WCHAR* dst, int capacity, const WCHAR* format) {
   static const WCHAR kText[] = QV_TEXT("a text of \u20AC and \U0001D11E\u0000");

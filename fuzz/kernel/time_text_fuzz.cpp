@@ -2,19 +2,19 @@
 //
 // Input: a byte for the format, one for the flags, the position format's other fields as they stand, a time, and a
 // text, a byte for each character.
+// Sources: kernel/time kernel/text
+#include "fuzz/require.h"
+
 #include "qv/time.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
-namespace {
+using fuzz::require;
 
-void require(bool holds) {
-  if (!holds) std::abort();
-}
+namespace {
 
 template <class Value>
 Value take(const uint8_t*& data, size_t& size) {

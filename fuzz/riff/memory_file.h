@@ -1,19 +1,16 @@
 // The input of a fuzz target as a file.
 #pragma once
 
+#include "fuzz/require.h"
+
 #include "qv/win32.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <sys/mman.h>
 #include <unistd.h>
 
 namespace fuzz {
-
-inline void require(bool holds) {
-  if (!holds) std::abort();
-}
 
 /// The input as a file in memory, opened by its name.
 class MemoryFile {

@@ -1,4 +1,5 @@
 // The RIFF functions on any bytes: every walk ends, none leaves the file longer, deletion takes away what it says.
+// Sources: riff/chunk
 #include "fuzz/riff/chunk_walk.h"
 
 using namespace fuzz;

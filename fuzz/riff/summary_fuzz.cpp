@@ -1,5 +1,6 @@
 // Summary lists out of any bytes: every load, fetch and stream ends within what is there, what was loaded survives
 // being saved, and a merge keeps the texts that it promises to keep.
+// Sources: riff/summary riff/chunk
 #include "fuzz/riff/memory_file.h"
 
 #include "qv/memory_stream.h"

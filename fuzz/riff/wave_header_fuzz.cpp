@@ -2,6 +2,7 @@
 // a header, deletion takes away what it says.
 //
 // Input: a byte that says what is done, one for the limit of the repairs, and the file.
+// Sources: riff/wave riff/iff riff/chunk
 #include "fuzz/riff/chunk_walk.h"
 
 #include "qv/wave_file.h"

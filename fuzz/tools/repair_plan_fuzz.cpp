@@ -1,6 +1,7 @@
 // What `qv repair` would do to any bytes: what it says is sound afterwards, and no byte of audio is touched or lost.
 //
 // Input: a byte that says whether the file is a Wave64 file by its name, and the file.
+// Sources: tools/qv/repair riff/wave
 #include "fuzz/riff/memory_file.h"
 #include "tools/qv/failure.h"
 #include "tools/qv/repair/repair_plan.h"
