@@ -2,7 +2,7 @@
 #include "platform/posix/seams.h"
 #include "tests/cli/scratch_folder.h"
 #include "tools/qv/failure.h"
-#include "tools/qv/file/disk_file.h"
+#include "tools/qv/file/output_file.h"
 
 #include <cerrno>
 #include <filesystem>

@@ -33,7 +33,7 @@ constexpr ErrorText kErrorTexts[] = {
 
 } // namespace
 
-void print_error(const std::string& line) { std::cerr << "qv: " + line + "\n" << std::flush; }
+void print_error(const std::string& line) { std::cerr << "qv: " + printable(line) + "\n" << std::flush; }
 
 void print_warning(const std::string& file, const std::string& text) { print_error(file + ": warning: " + text); }
 

@@ -17,7 +17,7 @@ public:
 /// Exit codes of the program.
 enum ExitCode : int { kSuccess = 0, kWorkFailed = 1, kWrongUsage = 2 };
 
-/// Prints "qv: LINE".
+/// Prints "qv: LINE", with control characters made harmless: names and texts of strangers may stand in it.
 void print_error(const std::string& line);
 /// Prints "qv: FILE: warning: TEXT".
 void print_warning(const std::string& file, const std::string& text);

@@ -29,9 +29,17 @@ volatile std::sig_atomic_t received = 0;
 
 void note(int signal) { received = signal; }
 
+/// A signal that the caller had ignored (nohup, a job in the background) stays ignored.
 void watch(int signal) {
-  // A signal that the caller had ignored (nohup, a job in the background) stays ignored.
+#ifdef _WIN32
   if (std::signal(signal, note) == SIG_IGN) std::signal(signal, SIG_IGN);
+#else
+  // Without SA_RESTART: what waits, for a lock or for the reader of a pipe, then waits no longer.
+  struct sigaction noting {};
+  struct sigaction before {};
+  noting.sa_handler = note;
+  if (sigaction(signal, nullptr, &before) == 0 && before.sa_handler != SIG_IGN) sigaction(signal, &noting, nullptr);
+#endif
 }
 
 } // namespace

@@ -31,7 +31,7 @@ struct Interrupted {
   int signal;
 };
 
-/// From here on SIGINT, SIGTERM and SIGHUP are only noted.
+/// From here on SIGINT, SIGTERM and SIGHUP are only noted. OutputFile and LockedInput call it.
 void watch_interruption();
 /// Throws Interrupted when a signal has come.
 void check_interruption();

@@ -16,6 +16,7 @@ int run(const Work& work) {
     const int exit_code = work();
     std::cout.flush();
     if (std::cout && std::fflush(stdout) == 0) return exit_code;
+    check_interruption(); // a signal may be the reason
     print_error("standard output: cannot be written");
   } catch (const Interrupted& interrupted) {
     die_of(interrupted);

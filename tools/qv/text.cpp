@@ -2,7 +2,9 @@
 
 #include "tools/qv/failure.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <string_view>
 
 namespace qv::tool {
 
@@ -54,10 +56,43 @@ std::string printable_code(DWORD code) {
   return code_text(code);
 }
 
-std::string printable(std::string text) {
-  for (char& character : text)
-    if (static_cast<unsigned char>(character) < 0x20 || character == 0x7F) character = character == '\n' ? '|' : '.';
-  return text;
+namespace {
+
+/// Takes the character off the front; a byte that begins none stands for itself.
+char32_t take_character(std::string_view& rest) {
+  const auto byte = [&](size_t at) { return static_cast<unsigned char>(rest[at]); };
+  const size_t wanted = byte(0) < 0xC0 ? 1 : byte(0) < 0xE0 ? 2 : byte(0) < 0xF0 ? 3 : 4;
+  size_t bytes = 1;
+  char32_t character = byte(0) & (0xFF >> (wanted + 1));
+  for (; bytes < std::min(wanted, rest.size()) && (byte(bytes) & 0xC0) == 0x80; ++bytes)
+    character = character << 6 | (byte(bytes) & 0x3F);
+  if (bytes != wanted || wanted == 1) {
+    character = byte(0);
+    bytes = 1;
+  }
+  rest.remove_prefix(bytes);
+  return character;
+}
+
+/// Control characters, line ends, and marks that turn the direction of writing.
+bool is_harmful(char32_t character) {
+  return character < 0x20 || (character >= 0x7F && character < 0xA0) || (character >= 0x2028 && character <= 0x202E) ||
+         (character >= 0x2066 && character <= 0x2069);
+}
+
+} // namespace
+
+std::string printable(const std::string& text) {
+  std::string shown;
+  for (std::string_view rest = text; !rest.empty();) {
+    const std::string_view before = rest;
+    const char32_t character = take_character(rest);
+    if (is_harmful(character))
+      shown += character == '\n' ? '|' : '.';
+    else
+      shown += before.substr(0, before.size() - rest.size());
+  }
+  return shown;
 }
 
 std::string format_text(DWORD tag, const WAVEFORMATEX* header) {

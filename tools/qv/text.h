@@ -21,8 +21,9 @@ bool is_wave64_name(const std::string& name);
 std::string code_text(DWORD code);
 /// The same for a terminal: control characters as '.'.
 std::string printable_code(DWORD code);
-/// A text on one line of a terminal: '|' for line feeds, '.' for other control characters.
-std::string printable(std::string text);
+/// A text on one line of a terminal: '|' for line feeds, '.' for other control characters, those of Latin-1 included,
+/// as UTF-8 or as bytes that are none, and for marks that turn the direction of writing.
+std::string printable(const std::string& text);
 
 /// "PCM, 48,000 Hz, 16 Bit, Mono".
 std::string format_text(DWORD tag, const WAVEFORMATEX* header);

@@ -95,7 +95,7 @@ void print_chunk(const ChunkEntry& chunk) {
 void print_info(const AudioFile& audio) {
   const _qvwaveformat& format = audio.format();
   const std::string type = format.IsCompressed() ? "none" : sample_type_text(format.sampleType);
-  std::cout << audio.name << "\n";
+  std::cout << printable(audio.name) << "\n";
   print_line("container", audio.container);
   print_line("format", format_text(format.FormatTag(), audio.wave_header()));
   print_line("format tag", std::to_string(format.FormatTag()));

@@ -2,8 +2,7 @@
 #include "tools/qv/command/command.h"
 #include "tools/qv/failure.h"
 #include "tools/qv/file/audio_output.h"
-#include "tools/qv/file/disk_file.h"
-#include "tools/qv/long_work.h"
+#include "tools/qv/file/output_file.h"
 #include "tools/qv/repair/repair_plan.h"
 #include "tools/qv/text.h"
 
@@ -38,7 +37,7 @@ RepairHint hint_from(const Options& options) {
 }
 
 void print_line(const char* label, const std::string& text) {
-  std::cout << "  " << label << std::string(14 - std::string(label).size(), ' ') << text << "\n";
+  std::cout << "  " << label << std::string(14 - std::string(label).size(), ' ') << printable(text) << "\n";
 }
 
 /// Where an edit goes, as "4 to 7: ".
@@ -48,7 +47,7 @@ std::string place(const Edit& edit) {
 }
 
 void print(const std::string& name, const RepairPlan& plan) {
-  std::cout << name << "\n";
+  std::cout << printable(name) << "\n";
   for (const std::string& line : plan.found)
     print_line("found", line);
   if (plan.is_sound()) print_line("to write", "nothing: the header is sound");
@@ -119,7 +118,6 @@ int repair(const Options& options) {
     print_line("dry run", "nothing was written");
     return kSuccess;
   }
-  watch_interruption();
   if (options.backup) back_up(options.file);
   if (plan.way == RepairPlan::Way::kNewFile)
     write_new_file(options.file, plan);

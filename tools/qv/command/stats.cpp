@@ -4,6 +4,7 @@
 #include "tools/qv/file/audio_file.h"
 #include "tools/qv/json.h"
 #include "tools/qv/long_work.h"
+#include "tools/qv/text.h"
 
 #include "qv/audio_kernels.h"
 
@@ -91,7 +92,7 @@ void print_json(const AudioFile& input, const std::vector<ChannelStats>& stats) 
 }
 
 void print_table(const AudioFile& input, const std::vector<ChannelStats>& stats) {
-  std::cout << input.name << "\n";
+  std::cout << printable(input.name) << "\n";
   std::printf("  %7s %11s %11s %10s %10s\n", "channel", "minimum", "maximum", "peak dBFS", "RMS dBFS");
   for (size_t k = 0; k < stats.size(); ++k) {
     std::printf("  %7zu %11.6f %11.6f %10s %10s\n", k + 1, static_cast<double>(stats[k].peak_min),

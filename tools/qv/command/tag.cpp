@@ -2,7 +2,7 @@
 #include "tools/qv/command/command.h"
 #include "tools/qv/failure.h"
 #include "tools/qv/file/audio_file.h"
-#include "tools/qv/file/disk_file.h"
+#include "tools/qv/file/output_file.h"
 #include "tools/qv/text.h"
 
 #include "qv/riff.h"

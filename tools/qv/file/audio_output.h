@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tools/qv/file/audio_layout.h"
-#include "tools/qv/file/disk_file.h"
+#include "tools/qv/file/output_file.h"
 #include "tools/qv/named_rows.h"
 
 #include "qv/audio_kernels.h"

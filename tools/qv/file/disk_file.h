@@ -1,4 +1,4 @@
-// Files as the program opens and writes them.
+// Files as the program opens them.
 #pragma once
 
 #include "qv/win32.h"
@@ -46,40 +46,8 @@ inline uint64_t size_of(HANDLE file) {
 /// Failure, also for a folder or a device.
 OpenFile open_existing(const std::string& name, DWORD access, DWORD flags = FILE_ATTRIBUTE_NORMAL);
 
-/// A file that appears whole under its name or not at all: written under a temporary name in the folder of the final
-/// one. Unless commit() is reached, the destructor removes it.
-class OutputFile {
-public:
-  /// Throws Failure when the name cannot be written to, or is the input's file.
-  OutputFile(const std::string& name, const std::string& input_name);
-  /// The same for a file that takes the place of the one it is made from.
-  explicit OutputFile(const std::string& name);
-  ~OutputFile();
-  OutputFile(const OutputFile&) = delete;
-  OutputFile& operator=(const OutputFile&) = delete;
-
-  operator HANDLE() const { return file_; }
-  const std::string& name() const { return name_; }
-
-  /// Writes at the position. Throws Failure.
-  void append(const void* bytes, DWORD count) const;
-  /// The same with bytes of another file. Throws Interrupted when a signal has come (see long_work.h).
-  void append(HANDLE from, const std::string& from_name, uint64_t offset, uint64_t count) const;
-  /// Puts the file in its place, where it replaces what was there. Throws Failure, also when the file does not have
-  /// `expected_bytes` bytes.
-  void commit(uint64_t expected_bytes);
-  /// Throws Failure for a write that has just failed.
-  [[noreturn]] void write_failed() const;
-
-private:
-  void check_target() const;
-  void create_temporary();
-  void keep_permissions() const;
-
-  std::string name_;
-  WString target_;    ///< its path behind symbolic links
-  WString temporary_; ///< the path until then; empty afterwards
-  OpenFile file_;
-};
+/// The path of a file of that name behind symbolic links, also where the last of them leads to nothing. Throws Failure
+/// for a name that path_from() refuses, and for links in a circle.
+WString real_path(const std::string& name);
 
 } // namespace qv::tool
