@@ -1,0 +1,169 @@
+#include "tools/qv/undo/change_file.h"
+
+#include "tools/qv/file/output_file.h"
+#include "tools/qv/undo/undo_file.h"
+
+#include <algorithm>
+
+namespace qv::tool {
+
+namespace {
+
+constexpr char kMayNotLast[] = "was changed whole, but may not outlive a loss of power: ";
+
+/// What the file holds where a change has its pieces.
+enum class Holds { kOld, kNew, kMixed, kForeign };
+
+std::string read_at(HANDLE file, const std::string& name, uint64_t offset, size_t bytes) {
+  std::string read(bytes, '\0');
+  DWORD done = 0;
+  if (!move_to(file, offset) || !ReadFile(file, read.data(), static_cast<DWORD>(bytes), &done, nullptr))
+    throw Failure(name, system_error_text(GetLastError()));
+  read.resize(done); // the file may end there
+  return read;
+}
+
+/// Whether a write that was broken off can have left these bytes: each is old or new. Behind the old ones there may be
+/// anything.
+bool is_between(const std::string& bytes, const Replacement& piece) {
+  for (size_t k = 0; k < std::min(bytes.size(), piece.old_bytes.size()); ++k)
+    if (bytes[k] != piece.old_bytes[k] && (k >= piece.new_bytes.size() || bytes[k] != piece.new_bytes[k])) return false;
+  return true;
+}
+
+Holds examine(HANDLE file, const std::string& name, const FileChange& change) {
+  const uint64_t length = size_of(file);
+  bool is_old = length == change.old_length;
+  bool is_mixed = change.is_in_place() && length >= std::min(change.old_length, change.new_length) &&
+                  length <= std::max(change.old_length, change.new_length);
+  bool is_new = length == change.new_length;
+  uint64_t moved = 0; // modulo 2^64
+  for (const Replacement& piece : change.replacements) {
+    const auto holds = [&](uint64_t at, const std::string& bytes) {
+      return read_at(file, name, at, bytes.size()) == bytes;
+    };
+    is_old = is_old && holds(piece.offset, piece.old_bytes);
+    is_new = is_new && holds(piece.offset + moved, piece.new_bytes);
+    const size_t longest = std::max(piece.old_bytes.size(), piece.new_bytes.size());
+    is_mixed = is_mixed && is_between(read_at(file, name, piece.offset, longest), piece);
+    moved += piece.new_bytes.size() - piece.old_bytes.size();
+  }
+  return is_new ? Holds::kNew : is_old ? Holds::kOld : is_mixed ? Holds::kMixed : Holds::kForeign;
+}
+
+/// Writes a change in place. Answers the error that stopped it, or ERROR_SUCCESS.
+DWORD write_pieces(HANDLE file, const FileChange& change) {
+  for (const Replacement& piece : change.replacements) {
+    DWORD done = 0;
+    const auto bytes = static_cast<DWORD>(piece.new_bytes.size());
+    if (!move_to(file, piece.offset) || !WriteFile(file, piece.new_bytes.data(), bytes, &done, nullptr))
+      return GetLastError();
+    if (done != bytes) return ERROR_DISK_FULL;
+  }
+  const bool ends = size_of(file) == change.new_length || (move_to(file, change.new_length) && SetEndOfFile(file));
+  return ends ? ERROR_SUCCESS : GetLastError();
+}
+
+void change_in_place(const std::string& name, const FileChange& change) {
+  OpenFile file = open_existing(name, GENERIC_READ | GENERIC_WRITE);
+  const DWORD error = write_pieces(file, change);
+  if (error != ERROR_SUCCESS) {
+    const std::string why = "cannot be written: " + system_error_text(error);
+    if (write_pieces(file, change.reversed()) != ERROR_SUCCESS || !FlushFileBuffers(file)) throw HalfChanged(name, why);
+    throw Failure(name, why);
+  }
+  if (!FlushFileBuffers(file) || !file.close()) throw Failure(name, kMayNotLast + system_error_text(GetLastError()));
+}
+
+void change_by_new_file(const std::string& name, const FileChange& change) {
+  OutputFile to(name);
+  {
+    // Closed before the new file takes its place: Windows replaces no file that is open.
+    const OpenFile from = open_existing(name, GENERIC_READ);
+    uint64_t at = 0;
+    for (const Replacement& piece : change.replacements) {
+      to.append(from, name, at, piece.offset - at);
+      to.append(piece.new_bytes.data(), static_cast<DWORD>(piece.new_bytes.size()));
+      at = piece.offset + piece.old_bytes.size();
+    }
+    to.append(from, name, at, change.old_length - at);
+  }
+  to.commit(change.new_length);
+}
+
+void make(const std::string& name, const FileChange& change) {
+  change.is_in_place() ? change_in_place(name, change) : change_by_new_file(name, change);
+}
+
+Holds examine(const std::string& name, const FileChange& change) {
+  return examine(open_existing(name, GENERIC_READ), name, change);
+}
+
+/// Brings back what an unfinished change has replaced.
+void take_back(const LockedInput& input, const UndoFile& undo, const FileChange& change, Holds holds) {
+  if (holds == Holds::kForeign)
+    throw Failure(undo.name(), "is of a change that was broken off, but the file has been changed since: nothing is "
+                               "done until one of the two is removed");
+  if (holds != Holds::kOld) make(input.name(), change.reversed());
+  undo.remove();
+}
+
+/// After a failure, which is what gets reported: whatever goes wrong here is left for the next run.
+void remove_if_unused(const UndoFile& undo, const std::string& name, const FileChange& change) {
+  try {
+    if (examine(name, change) == Holds::kOld) undo.remove();
+  } catch (const Failure&) {
+  }
+}
+
+} // namespace
+
+void change_file(const LockedInput& input, std::vector<Replacement> replacements, UndoPolicy policy) {
+  const std::string& name = input.name();
+  const FileChange change = change_of(size_of(open_existing(name, GENERIC_READ)), std::move(replacements));
+  if (examine(name, change.reversed()) != Holds::kNew) throw Failure(name, "another program is changing it");
+  const UndoFile undo(input);
+  if (policy == UndoPolicy::kNone) return make(name, change);
+  if (undo.exists()) throw Failure(undo.name(), "is of an earlier change: undo that one or remove this file first");
+  undo.create(change, policy == UndoPolicy::kKeep ? UndoState::kBegun : UndoState::kPassing);
+  try {
+    make(name, change);
+  } catch (...) {
+    remove_if_unused(undo, name, change);
+    throw;
+  }
+  policy == UndoPolicy::kKeep ? undo.set_state(UndoState::kDone) : undo.remove();
+}
+
+bool has_broken_change(const LockedInput& input) {
+  const UndoFile undo(input);
+  return undo.exists() && undo.read().state != UndoState::kDone;
+}
+
+Settled settle_change(const LockedInput& input) {
+  const UndoFile undo(input);
+  if (!has_broken_change(input)) return Settled::kNothing;
+  const UndoRecord record = undo.read();
+  const Holds holds = examine(input.name(), record.change);
+  if (holds != Holds::kNew) {
+    take_back(input, undo, record.change, holds);
+    return Settled::kUndone;
+  }
+  record.state == UndoState::kBegun ? undo.set_state(UndoState::kDone) : undo.remove();
+  return Settled::kFinished;
+}
+
+void undo_change(const LockedInput& input) {
+  const UndoFile undo(input);
+  if (!undo.exists()) throw Failure(undo.name(), "is not there: nothing can be undone");
+  const UndoRecord record = undo.read();
+  const Holds holds = examine(input.name(), record.change);
+  if (record.state == UndoState::kDone) {
+    if (holds != Holds::kNew)
+      throw Failure(input.name(), "has been changed since: undoing it would do harm, and nothing was written");
+    undo.set_state(UndoState::kBegun); // from here on a run that is killed is settled by the next
+  }
+  take_back(input, undo, record.change, holds);
+}
+
+} // namespace qv::tool
