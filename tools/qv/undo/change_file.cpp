@@ -120,8 +120,10 @@ void remove_if_unused(const UndoFile& undo, const std::string& name, const FileC
 
 void change_file(const LockedInput& input, std::vector<Replacement> replacements, UndoPolicy policy) {
   const std::string& name = input.name();
-  const FileChange change = change_of(size_of(open_existing(name, GENERIC_READ)), std::move(replacements));
-  if (examine(name, change.reversed()) != Holds::kNew) throw Failure(name, "another program is changing it");
+  const uint64_t length = size_of(open_existing(name, GENERIC_READ));
+  const FileChange change = {length, length_after(replacements, length), std::move(replacements)};
+  if (!are_sound(change.replacements, length) || examine(name, change.reversed()) != Holds::kNew)
+    throw Failure(name, "another program is changing it");
   const UndoFile undo(input);
   if (policy == UndoPolicy::kNone) return make(name, change);
   if (undo.exists()) throw Failure(undo.name(), "is of an earlier change: undo that one or remove this file first");

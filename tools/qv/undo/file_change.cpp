@@ -1,7 +1,6 @@
 #include "tools/qv/undo/file_change.h"
 
 #include <algorithm>
-#include <stdexcept>
 
 namespace qv::tool {
 
@@ -38,11 +37,6 @@ uint64_t length_after(const std::vector<Replacement>& replacements, uint64_t len
   for (const Replacement& piece : replacements)
     length += piece.new_bytes.size() - piece.old_bytes.size();
   return length;
-}
-
-FileChange change_of(uint64_t length, std::vector<Replacement> replacements) {
-  if (!are_sound(replacements, length)) throw std::logic_error("replacements overlap or pass the file's end");
-  return {length, length_after(replacements, length), std::move(replacements)};
 }
 
 } // namespace qv::tool

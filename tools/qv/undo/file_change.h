@@ -24,9 +24,6 @@ struct FileChange {
   FileChange reversed() const;
 };
 
-/// The change of a file of that length. Throws std::logic_error for replacements that overlap or pass its end.
-FileChange change_of(uint64_t length, std::vector<Replacement> replacements);
-
 /// Whether replacements are in order, apart from each other and within a file of that length, and no sum overflows.
 bool are_sound(const std::vector<Replacement>& replacements, uint64_t length);
 /// What the length of a file becomes by them.
