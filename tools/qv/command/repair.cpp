@@ -6,8 +6,6 @@
 #include "tools/qv/repair/repair_plan.h"
 #include "tools/qv/text.h"
 
-#include "qv/wave_file.h"
-
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -18,21 +16,17 @@ namespace {
 
 struct Options {
   std::string file;
-  DWORD rate = 44'100;
-  WORD channels = 2;
-  std::string type = "pcm16";
+  std::optional<DWORD> rate;
+  std::optional<DWORD> channels;
+  std::string type;
   std::optional<uint64_t> limit;
   bool dry_run = false;
   bool backup = false;
 };
 
 RepairHint hint_from(const Options& options) {
-  const QVSAMPLETYPE type = row_of(written_types(), options.type).type;
-  RepairHint hint = {{}, options.limit};
-  hint.format.nSamplesPerSec = options.rate;
-  hint.format.nChannels = options.channels;
-  hint.format.wFormatTag = static_cast<WORD>(QvAudio_FormatTagFromSampleType(type));
-  hint.format.wBitsPerSample = static_cast<WORD>(QvAudio_BitsFromSampleType(type));
+  RepairHint hint = {options.rate, options.channels, std::nullopt, options.limit};
+  if (!options.type.empty()) hint.type = row_of(written_types(), options.type).type;
   return hint;
 }
 
@@ -40,10 +34,10 @@ void print_line(const char* label, const std::string& text) {
   std::cout << "  " << label << std::string(14 - std::string(label).size(), ' ') << printable(text) << "\n";
 }
 
-/// Where an edit goes, as "4 to 7: ".
+/// Where an edit goes, as "at 4 to 7: ".
 std::string place(const Edit& edit) {
-  if (edit.bytes.empty()) return {};
-  return "at " + std::to_string(edit.offset) + " to " + std::to_string(edit.offset + edit.bytes.size() - 1) + ": ";
+  if (edit.replaced == 0) return "in front of " + std::to_string(edit.offset) + ": ";
+  return "at " + std::to_string(edit.offset) + " to " + std::to_string(edit.offset + edit.replaced - 1) + ": ";
 }
 
 void print(const std::string& name, const RepairPlan& plan) {
@@ -51,24 +45,9 @@ void print(const std::string& name, const RepairPlan& plan) {
   for (const std::string& line : plan.found)
     print_line("found", line);
   if (plan.is_sound()) print_line("to write", "nothing: the header is sound");
-  if (plan.way == RepairPlan::Way::kNewFile)
-    print_line("to write", "a new file: " +
-                               (plan.kept_front == 0 ? std::string()
-                                                     : "its first " + std::to_string(plan.kept_front) + " bytes, ") +
-                               std::to_string(plan.new_header.size()) + " bytes of header, and what stands from " +
-                               std::to_string(plan.kept_from) + " on");
   for (const Edit& edit : plan.edits)
     print_line("to write", place(edit) + edit.what);
   std::cout.flush(); // before anything is written
-}
-
-void apply(HANDLE file, const std::string& name, const std::vector<Edit>& edits) {
-  for (const Edit& edit : edits) {
-    DWORD done = 0;
-    const auto bytes = static_cast<DWORD>(edit.bytes.size());
-    if (!move_to(file, edit.offset) || !WriteFile(file, edit.bytes.data(), bytes, &done, nullptr) || done != bytes)
-      throw Failure(name, "cannot be written: " + system_error_text(GetLastError()));
-  }
 }
 
 void back_up(const std::string& name) {
@@ -84,26 +63,30 @@ void back_up(const std::string& name) {
 
 void write_new_file(const std::string& name, const RepairPlan& plan) {
   OutputFile to(name);
+  const OpenFile from = open_existing(name, GENERIC_READ);
+  uint64_t at = 0;
   uint64_t bytes = 0;
-  {
-    const OpenFile from = open_existing(name, GENERIC_READ);
-    to.append(from, name, 0, plan.kept_front);
-    to.append(plan.new_header.data(), static_cast<DWORD>(plan.new_header.size()));
-    to.append(from, name, plan.kept_from, size_of(from) - plan.kept_from);
-    bytes = plan.kept_front + plan.new_header.size() + (size_of(from) - plan.kept_from);
+  const auto copy_up_to = [&](uint64_t end) {
+    to.append(from, name, at, end - at);
+    bytes += end - at;
+  };
+  for (const Edit& edit : plan.edits) {
+    copy_up_to(edit.offset);
+    to.append(edit.bytes.data(), static_cast<DWORD>(edit.bytes.size()));
+    bytes += edit.bytes.size();
+    at = edit.offset + edit.replaced;
   }
-  apply(to, name, plan.edits);
+  copy_up_to(size_of(from));
   to.commit(bytes);
 }
 
-void write_in_place(const std::string& name, const RepairPlan& plan, const RepairHint& hint) {
+void write_in_place(const std::string& name, const RepairPlan& plan) {
   OpenFile file = open_existing(name, GENERIC_READ | GENERIC_WRITE);
-  if (plan.way == RepairPlan::Way::kLibrary) {
-    const HRESULT result = plan.is_wave64 ? QvFixTrashedW64(file, &hint.format, plan.limit)
-                                          : QvFixTrashedWav(file, &hint.format, static_cast<DWORD>(plan.limit));
-    if (FAILED(result)) throw Failure(name, result_text(result));
-  } else {
-    apply(file, name, plan.edits);
+  for (const Edit& edit : plan.edits) {
+    DWORD done = 0;
+    const auto bytes = static_cast<DWORD>(edit.bytes.size());
+    if (!move_to(file, edit.offset) || !WriteFile(file, edit.bytes.data(), bytes, &done, nullptr) || done != bytes)
+      throw Failure(name, "cannot be written: " + system_error_text(GetLastError()));
   }
   if (!FlushFileBuffers(file) || !file.close())
     throw Failure(name, "cannot be written: " + system_error_text(GetLastError()));
@@ -119,10 +102,10 @@ int repair(const Options& options) {
     return kSuccess;
   }
   if (options.backup) back_up(options.file);
-  if (plan.way == RepairPlan::Way::kNewFile)
-    write_new_file(options.file, plan);
+  if (plan.is_in_place())
+    write_in_place(options.file, plan);
   else
-    write_in_place(options.file, plan, hint);
+    write_new_file(options.file, plan);
   print_line("mended", options.backup ? "as it was it is in " + options.file + ".bak" : "no copy was kept");
   return kSuccess;
 }

@@ -18,12 +18,12 @@ std::string number(uint64_t value) { return std::to_string(value); }
 struct Draft {
   const DamagedFile& damaged;
   const HeaderLayout& layout;
-  const WAVEFORMATEX& hint;
+  const WAVEFORMATEX hint;
   RepairPlan plan;
 
   void note(const std::string& line) { plan.found.push_back(line); }
   void edit(uint64_t offset, const std::string& bytes, const std::string& what) {
-    plan.edits.push_back({offset, bytes, what});
+    plan.edits.push_back({offset, bytes.size(), bytes, what});
   }
 };
 
@@ -111,16 +111,27 @@ void plan_in_place(Draft& draft, const Findings& findings) {
   mend_sizes(draft, audio, mend_record(draft, format));
 }
 
-void plan_library_repair(Draft& draft, const Chunk& audio) {
+/// A whole header up to the audio's own, with junk for what it does not need.
+void plan_new_front(Draft& draft, const Chunk& audio) {
   const DamagedFile& damaged = draft.damaged;
-  const WAVEFORMATEX format = mended(damaged.read(draft.layout.record_at(), sizeof(WAVEFORMATEX)), draft.hint).Format;
-  const uint64_t held = std::min(damaged.size - audio.data, draft.layout.largest_size());
+  const HeaderLayout& layout = draft.layout;
+  const WAVEFORMATEXTENSIBLE format = mended(damaged.read(layout.record_at(), sizeof(WAVEFORMATEX)), draft.hint);
+  const uint64_t held = std::min(damaged.size - audio.data, layout.largest_size());
+  const uint64_t data_bytes = held - held % format.Format.nBlockAlign;
   draft.note("no header that can be walked; the audio's own stands at " + number(audio.at));
-  draft.plan.way = RepairPlan::Way::kLibrary;
   draft.plan.audio = audio.data;
-  draft.edit(0, {},
-             "a new header up to " + number(audio.data) + ", " + format_text(format.wFormatTag, &format) +
-                 ", size of the audio: " + number(held - held % format.nBlockAlign));
+  std::string header = layout.file_start(audio.data + data_bytes) +
+                       layout.chunk_start(layout.format_id, sizeof(WAVEFORMATEX)) +
+                       record_bytes(format, sizeof(WAVEFORMATEX));
+  header.resize(layout.repair_looks_from(), '\0');
+  if (header.size() < audio.at) {
+    header += layout.chunk_start(layout.junk_id, audio.at - header.size() - layout.chunk_header());
+    header.resize(audio.at, '\0');
+  }
+  header += layout.chunk_start(layout.data_id, data_bytes);
+  draft.edit(0, header,
+             "a new header up to " + number(audio.data) + ", " + format_text(format.Format.wFormatTag, &format.Format) +
+                 ", size of the audio: " + number(data_bytes));
 }
 
 /// The format for a file whose own is lost, from what stands in its usual place where that may be a header.
@@ -132,8 +143,8 @@ WAVEFORMATEXTENSIBLE guessed_format(const Draft& draft, const Findings& findings
   return format;
 }
 
-/// Plans a new file: what is left of a header, a new one behind it, then what the file has. Without a header of audio,
-/// that is all from `audio_from` on.
+/// Plans a header that stands in front of what the file has, behind what is left of the old one. Without a header of
+/// audio, that is all from `audio_from` on.
 void plan_new_file(Draft& draft, const Findings& findings, uint64_t audio_from) {
   const DamagedFile& damaged = draft.damaged;
   const HeaderLayout& layout = draft.layout;
@@ -142,44 +153,56 @@ void plan_new_file(Draft& draft, const Findings& findings, uint64_t audio_from) 
   if (!keeps_front && !findings.audio && damaged.size < layout.record_at() + kPlainRecord && findings.has_header_traces)
     throw Failure(damaged.name, "ends inside its header: there is no audio");
   DWORD block_align = 0;
+  std::string header;
   draft.note(findings.audio ? "no header that can be walked" : "no header of audio");
   if (keeps_front) {
     block_align = mend_record(draft, *findings.format);
-    plan.kept_front = findings.front;
   } else {
     const WAVEFORMATEXTENSIBLE format = guessed_format(draft, findings);
     block_align = format.Format.nBlockAlign;
     draft.note("taken as " + format_text(format.Format.wFormatTag, &format.Format));
-    plan.new_header =
-        layout.file_start(0) + layout.chunk_start(layout.format_id, kPlainRecord) + record_bytes(format, kPlainRecord);
+    header = layout.chunk_start(layout.format_id, kPlainRecord) + record_bytes(format, kPlainRecord);
   }
   // A ruined header stood behind the chunks that walk: so much of it goes that frames stay frames.
-  const uint64_t kept = keeps_front ? findings.front + layout.chunk_header() % block_align : 0;
-  plan.kept_from = findings.audio ? findings.audio->data : std::min(damaged.size, std::max(kept, audio_from));
-  const uint64_t held = std::min(damaged.size - plan.kept_from, layout.largest_size());
+  const uint64_t front = keeps_front ? findings.front : 0;
+  const uint64_t kept = keeps_front ? front + layout.chunk_header() % block_align : 0;
+  plan.audio = findings.audio ? findings.audio->data : std::min(damaged.size, std::max(kept, audio_from));
+  const uint64_t held = std::min(damaged.size - plan.audio, layout.largest_size());
   const uint64_t data_bytes = held - held % block_align;
   if (data_bytes == 0) throw Failure(damaged.name, "there is no audio in it");
-  plan.way = RepairPlan::Way::kNewFile;
-  plan.new_header += layout.chunk_start(layout.data_id, data_bytes);
-  plan.audio = plan.kept_front + plan.new_header.size();
-  draft.edit(0, layout.file_start(plan.audio + data_bytes),
-             std::string(layout.container) + " header, size of the audio: " + number(data_bytes));
+  header += layout.chunk_start(layout.data_id, data_bytes);
+  const uint64_t start = keeps_front ? front : layout.file_header();
+  const std::string file_start = layout.file_start(start + header.size() + data_bytes);
+  const std::string what = std::string(layout.container) + " header, size of the audio: " + number(data_bytes);
+  if (keeps_front) draft.edit(0, file_start, what);
+  plan.edits.push_back({front, plan.audio - front, keeps_front ? header : file_start + header, what});
 }
 
 } // namespace
 
+WAVEFORMATEX RepairHint::format() const {
+  const QVSAMPLETYPE sample = type.value_or(QVSAMPLE_PCM16);
+  WAVEFORMATEX format = {};
+  format.nSamplesPerSec = rate.value_or(44'100);
+  format.nChannels = static_cast<WORD>(channels.value_or(2));
+  format.wFormatTag = static_cast<WORD>(QvAudio_FormatTagFromSampleType(sample));
+  format.wBitsPerSample = static_cast<WORD>(QvAudio_BitsFromSampleType(sample));
+  return format;
+}
+
 RepairPlan plan_repair(const std::string& name, HANDLE file, const RepairHint& hint) {
   const DamagedFile damaged = look_at(name, file, hint.limit);
   const Findings findings = examine(damaged);
-  Draft draft = {damaged, *damaged.layout, hint.format, {}};
-  draft.plan.is_wave64 = damaged.is_wave64();
-  draft.plan.limit = damaged.limit;
+  Draft draft = {damaged, *damaged.layout, hint.format(), {}};
   switch (findings.state) {
-  case Findings::State::kAudioAlone: plan_library_repair(draft, *findings.audio); break;
+  case Findings::State::kAudioAlone: plan_new_front(draft, *findings.audio); break;
   case Findings::State::kLost: plan_new_file(draft, findings, hint.limit.value_or(0)); break;
   default: plan_in_place(draft, findings); break;
   }
-  return draft.plan;
+  RepairPlan& plan = draft.plan;
+  plan.audio_bytes = damaged.size - plan.audio;
+  std::sort(plan.edits.begin(), plan.edits.end(), [](const Edit& a, const Edit& b) { return a.offset < b.offset; });
+  return plan;
 }
 
 } // namespace qv::tool
