@@ -1,9 +1,9 @@
 // Whole files through the program's reader and writer.
 #include "bench/ratios.h"
 #include "bench/riff/groups.h"
-#include "tools/qv/file/audio_file.h"
 #include "tools/qv/file/audio_output.h"
 #include "tools/qv/file/sample_conversion.h"
+#include "tools/qv/file/sample_reader.h"
 
 #include <cmath>
 #include <memory>

@@ -44,7 +44,7 @@ const BadFile kBadFiles[] = {
     {"no rate", wave({1, 1, 0, 16}, shorts({1})), "sample rate of 0"},
     {"no block align", wave({1, 1, 48000, 4}, "ab"), "block align of 0"},
     {"compressed", wave({0x55, 2, 44100, 16}, "abcd"), "compressed", true},
-    {"unknown bits", wave({1, 1, 48000, 40}, "abcdefghij"), "compressed or unknown", true},
+    {"unknown bits", wave({1, 1, 48000, 72}, "abcdefghi"), "compressed or unknown", true},
     {"private tag without samples", wave({0xFE03, 1, 48000, 16}, "abcd"), "compressed or unknown", true},
     {"extensible in 18 bytes", riff("WAVE", chunk("fmt ", format_bytes({0xFFFE, 1, 48000, 16}) + u16(22)) + kData),
      "compressed or unknown", true},
@@ -58,7 +58,7 @@ const BadFile kBadFiles[] = {
     {"Wave64 without data", wave64(chunk64("fmt ", Bytes(16, '\1'))), "no \"data\" chunk"},
     {"Wave64 chunk past the end", wave64(header64("junk", ~0ull >> 1) + chunk64("fmt ", "")), "runs past the end"},
     {"IFF of another form", empty_form("8SVX"), "no AIFF"},
-    {"AIFF-C without a compression type", empty_form("AIFC"), "compression type"},
+    {"AIFF-C without chunks", empty_form("AIFC"), "no \"COMM\""},
     {"AIFF without chunks", empty_form("AIFF"), "no \"COMM\""},
 };
 

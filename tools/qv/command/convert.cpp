@@ -6,6 +6,7 @@
 #include "tools/qv/file/audio_output.h"
 #include "tools/qv/file/rate_conversion.h"
 #include "tools/qv/file/sample_conversion.h"
+#include "tools/qv/file/sample_reader.h"
 #include "tools/qv/long_work.h"
 
 #include <cmath>
@@ -38,8 +39,8 @@ ChannelPlan make_plan(const Options& options) {
   return plan;
 }
 
-_qvwaveformat output_format(const AudioFile& input, QVSAMPLETYPE type, const ChannelPlan& plan, DWORD rate) {
-  const _qvwaveformat& source = input.format();
+_qvwaveformat output_format(const AudioFile& input, const _qvwaveformat& source, QVSAMPLETYPE type,
+                            const ChannelPlan& plan, DWORD rate) {
   const DWORD channels = plan.channels(source.channels);
   if (channels * QvAudio_BytesFromSampleType(type) > 0xFFFF)
     throw Failure(input.name, std::to_string(channels) + " channels of this sample type do not fit a wave file");
@@ -50,10 +51,9 @@ _qvwaveformat output_format(const AudioFile& input, QVSAMPLETYPE type, const Cha
 }
 
 /// Converts block by block from the source's samples to the file's.
-void convert_directly(const AudioFile& input, SampleReader& samples, AudioOutput& output, SampleConversion& conversion,
-                      DWORD block_frames) {
-  Progress progress("converting", input.frames);
-  for_each_block(input.frames, block_frames, [&](DWORD frames) {
+void convert_directly(SampleReader& samples, AudioOutput& output, SampleConversion& conversion, DWORD block_frames) {
+  Progress progress("converting", samples.frames());
+  for_each_block(samples.frames(), block_frames, [&](DWORD frames) {
     check_interruption();
     samples.read(conversion.input(), frames);
     output.write_frames(conversion.run(frames), frames);
@@ -62,11 +62,11 @@ void convert_directly(const AudioFile& input, SampleReader& samples, AudioOutput
 }
 
 /// Converts with doubles between, to another rate or with dither. `conversion` makes the doubles.
-void convert_by_doubles(const AudioFile& input, SampleReader& reader, DoubleOutput& output,
-                        SampleConversion& conversion, std::optional<RateConversion>& rate, DWORD block_frames) {
-  Progress progress("converting", input.frames);
+void convert_by_doubles(SampleReader& reader, DoubleOutput& output, SampleConversion& conversion,
+                        std::optional<RateConversion>& rate, DWORD block_frames) {
+  Progress progress("converting", reader.frames());
   const auto write = [&](double* samples, DWORD frames) { output.write(samples, frames); };
-  for_each_block(input.frames, block_frames, [&](DWORD frames) {
+  for_each_block(reader.frames(), block_frames, [&](DWORD frames) {
     check_interruption();
     reader.read(conversion.input(), frames);
     auto* const samples = static_cast<double*>(conversion.output());
@@ -84,26 +84,27 @@ int convert(const Options& options) {
   const OutputTarget target = options.container.target(options.out, options.in);
   const AudioFile input = read_audio_file(options.in, Detail::kAudio);
   SampleReader samples(input);
+  const _qvwaveformat& source = samples.format();
   const ChannelPlan plan = make_plan(options);
-  if (const auto objection = plan.objection(input.format().channels)) throw Failure(input.name, *objection);
-  const QVSAMPLETYPE type = output_type(options.type, input.format().sampleType);
-  const DWORD source_rate = input.format().samplesPerSec;
-  const _qvwaveformat format = output_format(input, type, plan, options.rate.value_or(source_rate));
-  const DWORD block_frames = frames_per_block(std::max(input.format().channels, format.channels));
+  if (const auto objection = plan.objection(source.channels)) throw Failure(input.name, *objection);
+  const QVSAMPLETYPE type = output_type(options.type, source.sampleType);
+  const DWORD source_rate = source.samplesPerSec;
+  const _qvwaveformat format = output_format(input, source, type, plan, options.rate.value_or(source_rate));
+  const DWORD block_frames = frames_per_block(std::max(source.channels, format.channels));
   const float gain = static_cast<float>(std::pow(10.0, options.gain_db / 20.0));
   const bool by_doubles = format.samplesPerSec != source_rate || options.dither != "none";
-  SampleConversion conversion(input.format(), by_doubles ? QVSAMPLE_FLOAT64 : type, plan, gain, block_frames);
+  SampleConversion conversion(source, by_doubles ? QVSAMPLE_FLOAT64 : type, plan, gain, block_frames);
   std::optional<RateConversion> rate;
   if (format.samplesPerSec != source_rate)
-    rate.emplace(input.name, input.frames, source_rate, format.samplesPerSec, format.channels, options.quality);
+    rate.emplace(input.name, samples.frames(), source_rate, format.samplesPerSec, format.channels, options.quality);
 
   watch_interruption();
-  AudioOutput output(target, format, RateConversion::frames_at(input.frames, source_rate, format.samplesPerSec));
+  AudioOutput output(target, format, RateConversion::frames_at(samples.frames(), source_rate, format.samplesPerSec));
   if (by_doubles) {
     DoubleOutput doubles(output, options.out, format, options.dither);
-    convert_by_doubles(input, samples, doubles, conversion, rate, block_frames);
+    convert_by_doubles(samples, doubles, conversion, rate, block_frames);
   } else {
-    convert_directly(input, samples, output, conversion, block_frames);
+    convert_directly(samples, output, conversion, block_frames);
   }
   check_interruption();
   output.commit();
@@ -127,7 +128,7 @@ void add_convert(const Command& program) {
   auto options = std::make_shared<Options>();
   const Command command =
       program.subcommand("convert", "Write an audio file with another container, sample type, level, rate or channels");
-  command.option("IN", options->in, "File to read: RIFF wave, Wave64, AIFF or AIFF-C").required();
+  command.option("IN", options->in, "File to read, of any kind that qv info shows").required();
   command.option("OUT", options->out, "File to write, in the container of its suffix; it appears whole or not at all")
       .required();
   command.option("--type", options->type, "Sample type: pcm8, pcm16, pcm24, pcm32, float32 or float64")

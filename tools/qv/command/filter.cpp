@@ -5,6 +5,7 @@
 #include "tools/qv/file/audio_file.h"
 #include "tools/qv/file/audio_output.h"
 #include "tools/qv/file/sample_conversion.h"
+#include "tools/qv/file/sample_reader.h"
 #include "tools/qv/filter/filter_chain.h"
 #include "tools/qv/filter/response_file.h"
 #include "tools/qv/long_work.h"
@@ -39,7 +40,7 @@ int filter(const Options& options) {
   const OutputTarget target = options.container.target(options.out, options.in);
   const AudioFile input = read_audio_file(options.in, Detail::kAudio);
   SampleReader reader(input);
-  const _qvwaveformat& source = input.format();
+  const _qvwaveformat& source = reader.format();
   FilterChain chain(input.name, options.filter, source.samplesPerSec, source.channels);
   _qvwaveformat format;
   format.Init(source.samplesPerSec, output_type(options.sample_type, source.sampleType), source.channels,
@@ -48,10 +49,10 @@ int filter(const Options& options) {
   SampleConversion conversion(source, QVSAMPLE_FLOAT64, {}, 1.0f, block_frames);
 
   watch_interruption();
-  AudioOutput output(target, format, input.frames);
+  AudioOutput output(target, format, reader.frames());
   DoubleOutput doubles(output, options.out, format, "none");
-  Progress progress("filtering", input.frames);
-  for_each_block(input.frames, block_frames, [&](DWORD frames) {
+  Progress progress("filtering", reader.frames());
+  for_each_block(reader.frames(), block_frames, [&](DWORD frames) {
     check_interruption();
     reader.read(conversion.input(), frames);
     auto* const samples = static_cast<double*>(conversion.output());
@@ -73,7 +74,7 @@ void add_filter(const Command& program) {
   auto options = std::make_shared<Options>();
   FilterOptions& filter_options = options->filter;
   const Command command = program.subcommand("filter", "Write an audio file through a filter");
-  command.option("IN", options->in, "File to read: RIFF wave, Wave64, AIFF or AIFF-C").required();
+  command.option("IN", options->in, "File to read, of any kind that qv info shows").required();
   command.option("OUT", options->out, "File to write, in the container of its suffix; it appears whole or not at all")
       .required();
   command.option("--type", filter_options.type, "lowpass, highpass, bandpass, bandstop, peak, lowshelf, highshelf")

@@ -1,7 +1,7 @@
 // qv stats: peaks and RMS of every channel.
 #include "tools/qv/command/command.h"
 #include "tools/qv/failure.h"
-#include "tools/qv/file/audio_file.h"
+#include "tools/qv/file/sample_reader.h"
 #include "tools/qv/json.h"
 #include "tools/qv/long_work.h"
 #include "tools/qv/text.h"
@@ -30,25 +30,24 @@ struct ChannelStats {
   double peak() const { return std::max(std::fabs(double{peak_min}), std::fabs(double{peak_max})); }
 };
 
-/// Throws Failure for a result of measuring. The formats whose kernels do not measure are big-endian: no wave file has
-/// them.
+/// Throws Failure for a result of measuring.
 void check(const AudioFile& input, HRESULT result) {
   if (FAILED(result)) throw Failure(input.name, result_text(result));
 }
 
 std::vector<ChannelStats> measure(const AudioFile& input, SampleReader& samples) {
-  const DWORD channels = input.format().channels;
+  const DWORD channels = samples.format().channels;
   const DWORD block_frames = frames_per_block(channels);
   std::vector<ChannelStats> stats(channels);
-  std::vector<BYTE> block(size_t{block_frames} * input.format().blockAlign);
+  std::vector<BYTE> block(size_t{block_frames} * samples.format().blockAlign);
   std::vector<float> peaks(2 * size_t{channels});
   std::vector<double> mean_squares(channels);
   WAVEFORMATEXTENSIBLE whole = {}; // all bytes that the library may look at
   WAVEFORMATEX& format = whole.Format;
-  QvAudio_InitWfx(&format, input.format().samplesPerSec, input.format().sampleType, input.format().channels);
-  Progress progress("measuring", input.frames);
+  QvAudio_InitWfx(&format, samples.format().samplesPerSec, samples.format().sampleType, samples.format().channels);
+  Progress progress("measuring", samples.frames());
   bool first = true;
-  for_each_block(input.frames, block_frames, [&](DWORD frames) {
+  for_each_block(samples.frames(), block_frames, [&](DWORD frames) {
     samples.read(block.data(), frames);
     check(input, QvAudio_FindPeaks(&format, 0, block.data(), frames, peaks.data()));
     check(input, QvAudio_CalcPreRMS(&format, block.data(), frames, mean_squares.data()));

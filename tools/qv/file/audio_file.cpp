@@ -2,6 +2,7 @@
 
 #include "tools/qv/failure.h"
 #include "tools/qv/file/container_readers.h"
+#include "tools/qv/file/sample_coding.h"
 #include "tools/qv/text.h"
 
 #include "qv/audio_kernels.h"
@@ -17,45 +18,62 @@ struct Reader {
   void (*read)(AudioFile& audio, Detail detail);
 };
 
-/// The last takes what no other does: RIFF wave, and what is no container at all, which its reader refuses.
-constexpr Reader kReaders[] = {{"riff", read_wave64}, {"FORM", read_aiff}, {"", read_riff}};
+constexpr Reader kReaders[] = {{"riff", read_wave64}, {"FORM", read_aiff}, {"RIFF", read_riff},
+                               {"RIFX", read_riff},   {"RF64", read_riff}, {"BW64", read_riff}};
 
-std::string first_characters(const AudioFile& audio) {
-  std::string characters(4, '\0');
+std::string characters_at(const AudioFile& audio, uint64_t position, size_t count) {
+  std::string characters(count, '\0');
   DWORD done = 0;
-  if (!ReadFile(audio.file, characters.data(), 4, &done, nullptr) || !move_to(audio.file, 0))
+  if (!move_to(audio.file, position) ||
+      !ReadFile(audio.file, characters.data(), static_cast<DWORD>(count), &done, nullptr))
     fail(audio, system_error_text(GetLastError()));
   characters.resize(done);
   return characters;
 }
 
-void require_samples(const AudioFile& audio) {
-  const _qvwaveformat& format = audio.format();
-  const DWORD tag = format.FormatTag();
-  const DWORD bits = format.BitsPerSample();
-  const DWORD block_align = audio.wave_header()->nBlockAlign;
-  if (format.IsCompressed() || !QvAudio_GetCopyFunction2(QVSAMPLE_FLOAT64, format.sampleType)) {
-    WCHAR text[64];
-    QvAudio_GetTagText(tag, text, 64);
-    throw Failure(audio.name, "the format is compressed or unknown (" + utf8(text) + ", tag " + std::to_string(tag) +
-                                  ", " + std::to_string(bits) + " bits): its samples cannot be read");
-  }
-  if (block_align != DWORD{format.channels} * format.BytesPerSample())
-    throw Failure(audio.name, "a block align of " + std::to_string(block_align) + " does not fit " +
-                                  std::to_string(format.channels) + " channels of " + std::to_string(bits) + " bits");
+/// The bytes of an ID3v2 tag at the file's start; 0 where there is none.
+uint64_t tag_bytes(const AudioFile& audio) {
+  constexpr size_t kHeader = 10;
+  constexpr unsigned kHasFooter = 0x10;
+  const std::string header = characters_at(audio, 0, kHeader);
+  if (header.size() < kHeader || !header.starts_with("ID3")) return 0;
+  uint64_t bytes = kHeader + ((header[5] & kHasFooter) != 0 ? kHeader : 0);
+  for (size_t k = 0; k < 4; ++k) // 7 bits each
+    bytes += uint64_t{static_cast<BYTE>(header[6 + k]) & 0x7Fu} << 7 * (3 - k);
+  return bytes;
+}
+
+const Reader* reader_at(const AudioFile& audio, uint64_t position) {
+  const std::string start = characters_at(audio, position, 4);
+  for (const Reader& reader : kReaders)
+    if (start.starts_with(reader.magic)) return &reader;
+  return nullptr;
 }
 
 } // namespace
 
 void fail(const AudioFile& audio, const std::string& reason) { throw Failure(audio.name, reason); }
 
+void warn_of_many_chunks(AudioFile& audio) {
+  const std::string count = std::to_string(kMaxChunks);
+  audio.warnings.emplace_back("it has more than " + count + " chunks: those behind them are not looked at");
+}
+
 void check_format(AudioFile& audio) {
   const WAVEFORMATEX& format = *audio.wave_header();
   if (format.nChannels == 0) fail(audio, "the format has no channels");
   if (format.nSamplesPerSec == 0) fail(audio, "the format has a sample rate of 0");
   if (format.nBlockAlign == 0) fail(audio, "the format has a block align of 0");
-  if (!audio.format().IsCompressed())
-    audio.frames = audio.format().blockAlign == 0 ? 0 : audio.audio_bytes / audio.format().blockAlign;
+  if (audio.format().FormatTag() == QVTAG_BIGENDIAN) audio.has_reversed_bytes = true;
+  const SampleCoding coding = coding_of(audio);
+  if (coding.type == QVSAMPLE_NONE) {
+    if (!audio.format().IsCompressed() && audio.format().blockAlign != 0)
+      audio.frames = audio.audio_bytes / audio.format().blockAlign;
+    return;
+  }
+  audio.frames = audio.audio_bytes / format.nBlockAlign;
+  // Left-justified in an extensible format, which the library's type is not.
+  if (audio.format().sampleType == QVSAMPLE_PCM24IN32) audio.record.format.sampleType = coding.type;
 }
 
 AudioFile inspect_audio_file(const std::string& name, Detail detail) {
@@ -66,12 +84,12 @@ AudioFile inspect_audio_file(const std::string& name, Detail detail) {
   if (!GetFileSizeEx(audio.file, &size)) fail(audio, system_error_text(GetLastError()));
   audio.file_bytes = static_cast<uint64_t>(size.QuadPart);
   if (audio.file_bytes == 0) fail(audio, "the file is empty");
-  const std::string start = first_characters(audio);
-  for (const Reader& reader : kReaders) {
-    if (!start.starts_with(reader.magic)) continue;
-    reader.read(audio, detail);
-    break;
-  }
+  audio.form_start = tag_bytes(audio);
+  const Reader* const reader = reader_at(audio, audio.form_start);
+  // What is no container at all is refused by the reader of RIFF.
+  const auto read = reader ? reader->read : read_riff;
+  if (!move_to(audio.file, audio.form_start)) fail(audio, system_error_text(GetLastError()));
+  read(audio, detail);
   return audio;
 }
 
@@ -91,19 +109,6 @@ uint64_t duration_of(const AudioFile& audio) {
   const _qvwaveformat& format = audio.format();
   if (!format.IsCompressed() || audio.frames != 0) return duration(audio.frames, format.samplesPerSec);
   return format.avgBytesPerSec == 0 ? 0 : duration(audio.audio_bytes, format.avgBytesPerSec);
-}
-
-SampleReader::SampleReader(const AudioFile& audio) : audio_(audio), position_(audio.audio_start) {
-  require_samples(audio);
-}
-
-void SampleReader::read(void* buffer, DWORD frames) {
-  const DWORD bytes = frames * audio_.format().blockAlign;
-  DWORD done = 0;
-  if (!move_to(audio_.file, position_) || !ReadFile(audio_.file, buffer, bytes, &done, nullptr))
-    throw Failure(audio_.name, system_error_text(GetLastError()));
-  if (done != bytes) throw Failure(audio_.name, "the file became shorter while it was read");
-  position_ += bytes;
 }
 
 } // namespace qv::tool

@@ -1,4 +1,4 @@
-// A file with audio, RIFF wave, Wave64, AIFF or AIFF-C: what its headers say, as plain data, and its samples.
+// A file with audio, in any container that is read: what its headers say, as plain data.
 #pragma once
 
 #include "tools/qv/file/container.h"
@@ -7,13 +7,15 @@
 #include "qv/audio.h"
 #include "qv/summary.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace qv::tool {
+
+/// How many chunks are listed, and looked at: what has more is no recording, and would fill the memory.
+inline constexpr size_t kMaxChunks = 10'000;
 
 struct ChunkEntry {
   DWORD id;        ///< its characters in file order; of a GUID the first four
@@ -34,10 +36,12 @@ struct AudioFile {
   std::string name;
   OpenFile file; ///< shared by all who read: each moves its position first
   uint64_t file_bytes = 0;
-  const char* container = ""; ///< "RIFF", "wave64", "aiff" or "aifc"
+  const char* container = ""; ///< its name in output: "RIFF", "RIFX", "RF64", "BW64", "wave64", "aiff", "aifc"
   Container kind = Container::kRiff;
-  bool is_big_endian = false; ///< the numbers in its chunks are
-  std::vector<BYTE> header;   ///< the format as a WAVEFORMATEX, with zeros behind it up to 40 bytes at least
+  uint64_t form_start = 0;         ///< of the container's header: behind a tag that stands in front
+  bool is_big_endian = false;      ///< the numbers in its chunks are
+  bool has_reversed_bytes = false; ///< its samples are big-endian
+  std::vector<BYTE> header;        ///< the format as a WAVEFORMATEX, with zeros behind it up to 40 bytes at least
   QVWAVEFORMATBUFFER record = {};
   uint64_t audio_start = 0;
   uint64_t audio_bytes = 0; ///< no more than the file holds, whatever its header says
@@ -71,37 +75,5 @@ uint64_t duration_of(const AudioFile& audio);
 /// The "INFO" list of a RIFF wave file as the library's list, which is empty before and is the caller's to free.
 /// Answers false where it cannot be read.
 bool load_info_list(const AudioFile& audio, _summarylisttag& list);
-
-/// Reads samples in order, from a place of its own, so that several can read one file.
-class SampleReader {
-public:
-  /// Keeps a reference to `audio`. Throws Failure for a format whose samples the library does not read.
-  explicit SampleReader(const AudioFile& audio);
-
-  /// Reads the next frames. Throws Failure when they are not there.
-  void read(void* buffer, DWORD frames);
-
-private:
-  const AudioFile& audio_;
-  uint64_t position_; ///< in the file
-};
-
-/// How many frames are worked on at a time: 64 Ki, fewer for many channels, so that a block of doubles stays within
-/// 4 MiB whatever the format says.
-inline DWORD frames_per_block(DWORD channels) {
-  constexpr DWORD kMaxFrames = 65536;
-  constexpr DWORD kMaxSamples = 4 * 1024 * 1024 / sizeof(double);
-  return std::clamp<DWORD>(kMaxSamples / channels, 1, kMaxFrames);
-}
-
-/// Calls work(frames) for block after block until `frames` are done.
-template <typename Block>
-void for_each_block(uint64_t frames, DWORD block_frames, Block work) {
-  while (frames > 0) {
-    const DWORD run = static_cast<DWORD>(std::min<uint64_t>(frames, block_frames));
-    work(run);
-    frames -= run;
-  }
-}
 
 } // namespace qv::tool

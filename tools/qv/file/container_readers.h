@@ -11,6 +11,8 @@ void read_wave64(AudioFile& audio, Detail detail);
 void read_aiff(AudioFile& audio, Detail detail);
 
 [[noreturn]] void fail(const AudioFile& audio, const std::string& reason);
+/// Notes that there are more chunks than are listed.
+void warn_of_many_chunks(AudioFile& audio);
 /// What every reader does as soon as format and audio are known: checks the format, and counts the frames.
 void check_format(AudioFile& audio);
 
@@ -26,9 +28,18 @@ struct WaveChunks {
   uint64_t chunk_header;
   uint64_t alignment; ///< of chunks
   /// Reads the header of a chunk at the file's position.
-  HRESULT (*read_header)(HANDLE file, ChunkEntry& entry, Role& role);
+  HRESULT (*read_header)(const AudioFile& audio, ChunkEntry& entry, Role& role);
   /// Takes what else the container wants of a whole chunk, whose data begin at the file's position.
   void (*look_into)(AudioFile& audio, ChunkEntry& entry);
+};
+
+/// What a header of 32 bits says when the size stands elsewhere, or was not known.
+inline constexpr DWORD kNoSize = 0xFFFFFFFF;
+
+/// Sizes that the chunk "ds64" has for chunks which say kNoSize.
+struct LongSizes {
+  uint64_t audio = kNoSize;
+  std::vector<std::pair<DWORD, uint64_t>> others; ///< by id, in the order of their chunks
 };
 
 /// Where the chunks end.
@@ -37,6 +48,6 @@ struct FormEnd {
   bool is_guessed; ///< a recorder that could not go back left no size: the form then goes as far as the file
 };
 
-void read_wave_chunks(AudioFile& audio, const WaveChunks& container, const FormEnd& end);
+void read_wave_chunks(AudioFile& audio, const WaveChunks& container, const FormEnd& end, LongSizes sizes = {});
 
 } // namespace qv::tool

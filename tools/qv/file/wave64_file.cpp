@@ -10,10 +10,10 @@ namespace qv::tool {
 
 namespace {
 
-HRESULT read_header(HANDLE file, ChunkEntry& entry, WaveChunks::Role& role) {
+HRESULT read_header(const AudioFile& audio, ChunkEntry& entry, WaveChunks::Role& role) {
   GUID id = {};
   ULONGLONG size = 0;
-  const HRESULT result = riff64_ReadChunkHeader(file, &id, &size);
+  const HRESULT result = riff64_ReadChunkHeader(audio.file, &id, &size);
   entry.id = id.Data1;
   entry.size = size;
   if (id == QVW64_FMT) role = WaveChunks::Role::kFormat;
