@@ -95,6 +95,13 @@ TEST(BadInput, WhatIsNoFile) {
   EXPECT_EQ(folder.names(), std::vector<std::string>{"pipe"});
 }
 
+TEST(BadInput, NamesSendNothingToATerminal) {
+  const ScratchFolder folder;
+  const Outcome outcome = run_qv({"info", folder.file("a\x1B[31m\xC2\x9B\xE2\x80\xAE\n\x7F\xC3\xA9\xE2\x82\xAC.wav")});
+  EXPECT_EQ(outcome.error, "qv: " + folder.file("a.[31m..|.\xC3\xA9\xE2\x82\xAC.wav") + ": no such file\n");
+  expect_refused(run_qv({"info", "a\x9B\xC3"}), 1, "a.\xC3: ", "not UTF-8");
+}
+
 /// Words that are refused over a file that is called IN; OUT is not there before, nor afterwards.
 struct Refusal {
   Arguments words;

@@ -1,12 +1,19 @@
-// What the program asks of the system so that a finished file outlives a loss of power.
+// What the program asks of the system so that a finished file outlives a loss of power, what it takes over from the
+// file that it replaces, and what it finds of others that write the same file.
 #include "platform/posix/seams.h"
 #include "tests/cli/scratch_folder.h"
 #include "tools/qv/failure.h"
+#include "tools/qv/file/locked_input.h"
 #include "tools/qv/file/output_file.h"
 
 #include <cerrno>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <optional>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <sys/xattr.h>
+#include <unistd.h>
 
 namespace {
 
@@ -58,6 +65,121 @@ TEST(OutputFile, StaysAbsentWhereSyncingFails) {
     EXPECT_THROW(output.commit(4), qv::tool::Failure);
   }
   EXPECT_TRUE(folder.names().empty());
+}
+
+struct stat status_of(const std::string& name) {
+  struct stat status {};
+  EXPECT_EQ(stat(name.c_str(), &status), 0) << name;
+  return status;
+}
+
+mode_t mode_of(const std::string& name) { return status_of(name).st_mode & 07777; }
+
+void write(const std::string& name, const std::string& bytes) {
+  qv::tool::OutputFile output(name);
+  output.append(bytes.data(), static_cast<DWORD>(bytes.size()));
+  output.commit(bytes.size());
+}
+
+TEST(OutputFile, IsPrivateUntilItTakesAfterTheReplacedFile) {
+  const cli_test::ScratchFolder folder;
+  const std::string name = folder.put("out.wav", "old");
+  const std::string note = "first take";
+  const bool has_attributes = setxattr(name.c_str(), "user.note", note.data(), note.size(), 0) == 0;
+  const bool is_root = geteuid() == 0 && chown(name.c_str(), 65534, 65533) == 0;
+  const mode_t mask = umask(027);
+  for (const mode_t mode : {0600, 0644, 0666, 0751}) {
+    chmod(name.c_str(), mode);
+    qv::tool::OutputFile output(name);
+    EXPECT_EQ(mode_of(folder.file(folder.names().front())), 0600u); // the hidden name comes first
+    output.commit(0);
+    EXPECT_EQ(mode_of(name), mode);
+  }
+  if (is_root) EXPECT_EQ(status_of(name).st_uid, 65534u);
+  if (is_root) EXPECT_EQ(status_of(name).st_gid, 65533u);
+  char kept[32] = {};
+  if (has_attributes) EXPECT_EQ(getxattr(name.c_str(), "user.note", kept, sizeof kept), ssize_t(note.size()));
+  if (has_attributes) EXPECT_EQ(kept, note);
+  write(folder.file("new.wav"), "");
+  EXPECT_EQ(mode_of(folder.file("new.wav")), 0640u);
+  umask(mask);
+}
+
+TEST(OutputFile, GivesAGroupThatItCannotKeepNoMoreThanOthers) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can give files away";
+  const cli_test::ScratchFolder folder;
+  const std::string name = folder.put("out.wav", "old");
+  chmod(folder.path().c_str(), 0777);
+  chown(name.c_str(), 65534, 0);
+  chmod(name.c_str(), 0664);
+  const pid_t child = fork();
+  if (child == 0) {
+    if (setgid(65533) != 0 || setuid(65534) != 0) _exit(1);
+    write(name, "");
+    _exit(0);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(status_of(name).st_gid, 65533u);
+  EXPECT_EQ(mode_of(name), 0644u);
+}
+
+TEST(OutputFile, FollowsLinksAlsoToWhatIsNotThere) {
+  const cli_test::ScratchFolder folder;
+  std::filesystem::create_directory(folder.path() / "far");
+  std::filesystem::create_symlink("near.wav", folder.file("link.wav"));
+  std::filesystem::create_symlink("far/new.wav", folder.file("near.wav"));
+  std::filesystem::create_symlink("circle.wav", folder.file("circle.wav"));
+  write(folder.file("link.wav"), "take");
+  EXPECT_TRUE(std::filesystem::is_symlink(folder.file("link.wav")));
+  EXPECT_TRUE(std::filesystem::is_symlink(folder.file("near.wav")));
+  EXPECT_EQ(cli_test::read_file(folder.path() / "far" / "new.wav"), "take");
+  EXPECT_THROW(write(folder.file("circle.wav"), ""), qv::tool::Failure);
+}
+
+TEST(OutputFile, RemovesWhatADeadWriterOfTheSameFileHasLeft) {
+  const cli_test::ScratchFolder folder;
+  const auto die_writing = [&](const char* name) {
+    const pid_t child = fork();
+    if (child == 0) {
+      qv::tool::OutputFile output(folder.file(name));
+      _exit(0); // as one that is killed: the destructor does not run
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+  };
+  die_writing("out.wav");
+  die_writing("out.wav");
+  const size_t left = folder.names().size();
+  die_writing("other.wav");
+  const qv::tool::OutputFile living(folder.file("out.wav"));
+  EXPECT_EQ(left, 1u);                  // the second has removed what the first left
+  EXPECT_EQ(folder.names().size(), 2u); // the living one's, and the other file's
+  write(folder.file("out.wav"), "take");
+  EXPECT_EQ(folder.names().size(), 3u);
+}
+
+TEST(LockedInput, IsHeldAndThenIsTheFileThatReplacedIt) {
+  const cli_test::ScratchFolder folder;
+  const std::string name = folder.put("a.wav", "old");
+  std::optional<qv::tool::LockedInput> held(name);
+  EXPECT_FALSE(qv::tool::FileDescriptor(held->path()).try_lock());
+  const pid_t child = fork();
+  if (child == 0) {
+    held.reset(); // it was handed on with the descriptor
+    const qv::tool::LockedInput next(name);
+    _exit(cli_test::read_file(name) == "new" ? 0 : 1);
+  }
+  write(name, "new");
+  EXPECT_TRUE(held->can_be_replaced());
+  std::filesystem::create_hard_link(name, folder.file("b.wav"));
+  EXPECT_FALSE(held->can_be_replaced());
+  held.reset();
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
+  EXPECT_TRUE(qv::tool::FileDescriptor(qv::tool::real_path(name)).try_lock());
 }
 
 } // namespace
