@@ -1,131 +1,177 @@
-// qv tag: the texts in the "INFO" list of a wave file.
+// qv tag: the texts of files with audio, and the fields of their broadcast chunk.
 #include "tools/qv/command/command.h"
 #include "tools/qv/failure.h"
 #include "tools/qv/file/audio_file.h"
 #include "tools/qv/file/output_file.h"
+#include "tools/qv/json.h"
+#include "tools/qv/metadata/info_list.h"
+#include "tools/qv/named_rows.h"
+#include "tools/qv/tag/tag_change.h"
 #include "tools/qv/text.h"
 
-#include "qv/riff.h"
-#include "qv/summary.h"
-
-#include <algorithm>
-#include <cstring>
 #include <iostream>
 #include <memory>
-#include <optional>
 
 namespace qv::tool {
 
 namespace {
 
-constexpr uint64_t kRiffLimit = 0xFFFFFFF0;
+struct PageName {
+  const char* name;
+  CodePage page;
+};
+
+constexpr PageName kPages[] = {{"utf-8", CodePage::kUtf8}, {"1252", CodePage::k1252}};
 
 struct Options {
-  std::string file;
-  std::vector<std::string> texts; ///< ID=TEXT
+  std::vector<std::string> words; ///< files, and KEY=TEXT
   std::vector<std::string> removed;
   bool clear = false;
+  bool json = false;
+  std::string page;
+
+  std::vector<std::string> files; ///< as check() sorts the words
+  TagChange change;
 };
 
-class Summary : public _summarylisttag {
-public:
-  Summary() = default;
-  ~Summary() { QvSummary_Free(this); }
-  Summary(const Summary&) = delete;
-  Summary& operator=(const Summary&) = delete;
-};
-
-DWORD id_from(const std::string& text) {
-  const bool printable = std::all_of(text.begin(), text.end(), [](char c) { return c > ' ' && c <= '~'; });
-  if (text.size() != 4 || !printable) throw WrongUsage("ID", text + " is no id of four characters");
-  DWORD id = 0;
-  std::memcpy(&id, text.data(), sizeof id);
-  return id;
+TagKey key_from(const std::string& word) {
+  const std::optional<TagKey> key = tag_key(word);
+  if (!key) throw WrongUsage("KEY", word + " is no name of a text and no id of four characters");
+  return *key;
 }
 
-void check_ids(const Options& options) {
-  for (const std::string& text : options.texts) {
-    const size_t equals = text.find('=');
-    if (equals == std::string::npos) throw WrongUsage("ID=TEXT", text + " has no =");
-    id_from(text.substr(0, equals));
+/// A setting has a '=' and before it no '/', by which a file of such a name can be told from it: ./NAME=1.wav.
+size_t equals_of_setting(const std::string& word) {
+  const size_t equals = word.find('=');
+  return word.substr(0, equals).find_first_of("/\\") == std::string::npos ? equals : std::string::npos;
+}
+
+void check(Options& options) {
+  for (const std::string& word : options.removed)
+    options.change.settings.push_back({word, key_from(word), std::nullopt});
+  for (const std::string& word : options.words) {
+    const size_t equals = equals_of_setting(word);
+    if (equals == std::string::npos) {
+      options.files.push_back(word);
+      continue;
+    }
+    const std::string name = word.substr(0, equals);
+    const TagKey key = key_from(name);
+    if (key.is_broadcast_chunk) throw WrongUsage("KEY", name + " can only be removed");
+    options.change.settings.push_back({name, key, word.substr(equals + 1)});
   }
-  for (const std::string& id : options.removed)
-    id_from(id);
+  if (options.files.empty()) throw WrongUsage("FILE", "is required");
+  options.change.clear = options.clear;
+  if (!options.page.empty()) options.change.page = row_of(kPages, options.page).page;
 }
 
-void set(Summary& list, const std::string& file, DWORD id, const WCHAR* text) {
-  const HRESULT result = QvSummary_SetItem(&list, id, text);
-  if (FAILED(result)) throw Failure(file, result_text(result));
+/// "time-reference" as a key of JSON.
+std::string with_underscores(std::string name) {
+  for (char& character : name)
+    if (character == '-') character = '_';
+  return name;
 }
 
-void change(Summary& list, const Options& options) {
-  if (options.clear) QvSummary_Free(&list);
-  for (const std::string& name : options.removed)
-    while (QvSummary_GetItemIndex(&list, id_from(name)) >= 0)
-      set(list, options.file, id_from(name), nullptr);
-  for (const std::string& text : options.texts) {
-    const size_t equals = text.find('=');
-    const std::optional<WString> value = utf16(text.substr(equals + 1));
-    if (!value) throw Failure(options.file, "the text of " + text.substr(0, equals) + " is not UTF-8");
-    set(list, options.file, id_from(text.substr(0, equals)), value->c_str());
+Json broadcast_json(const Broadcast& broadcast) {
+  Json json = Json::object({});
+  for (int k = 0; k < kBroadcastFields; ++k) {
+    const auto field = static_cast<BroadcastField>(k);
+    const std::string text = broadcast.text(field);
+    const std::string name = with_underscores(broadcast_field_name(field));
+    if (field == BroadcastField::kTimeReference)
+      json.set(name, broadcast.time_reference());
+    else if (!text.empty())
+      json.set(name, text);
+  }
+  return json;
+}
+
+Json texts_json(const AudioFile& audio) {
+  const InfoList list = read_info_list(audio);
+  Json tags = Json::object({});
+  for (const InfoItem& item : list.items)
+    if (!tags.find(code_text(item.id))) tags.set(code_text(item.id), item.text); // the first counts
+  Json json = Json::object({{"file", audio.name}, {"container", audio.container}, {"tags", tags}});
+  if (!list.encoding.is_ascii) json.set("code_page", static_cast<WORD>(list.encoding.page));
+  if (const std::optional<Broadcast> broadcast = broadcast_of(audio)) json.set("broadcast", broadcast_json(*broadcast));
+  return json;
+}
+
+void print_texts(const AudioFile& audio) {
+  for (const InfoItem& item : read_info_list(audio).items)
+    std::cout << printable_code(item.id) << "=" << printable(item.text) << "\n";
+  const std::optional<Broadcast> broadcast = broadcast_of(audio);
+  for (int k = 0; broadcast && k < kBroadcastFields; ++k) {
+    const auto field = static_cast<BroadcastField>(k);
+    const std::string text = broadcast->text(field);
+    if (!text.empty()) std::cout << broadcast_field_name(field) << "=" << printable(text) << "\n";
   }
 }
 
-/// Throws Failure where the chunks do not fill the file: only then can one more be added behind them.
-void require_sound_chunks(const AudioFile& input) {
-  if (std::strcmp(input.container, "RIFF") != 0) throw Failure(input.name, "is no RIFF wave file");
-  if (!input.is_whole) throw Failure(input.name, "its header does not fit the file: nothing can be added to it");
+AudioFile read_texts(const std::string& name) {
+  AudioFile audio = read_audio_file(name, Detail::kAudio);
+  const std::string problem = read_info_list(audio).problem;
+  if (!problem.empty()) print_warning(name, "its texts hold " + problem + ": the others are read");
+  return audio;
 }
 
-/// Replaces the lists of the form "INFO" by one at the file's end.
-void replace_list(const OutputFile& file, const Summary& list) {
-  HRESULT result = S_OK;
-  while (SUCCEEDED(result))
-    result = riff_DeleteChunk(file, QVSUMMARY_FORM_INFO, nullptr, 1);
-  if (result != QVERR_RIFF_NOTFOUND) throw Failure(file.name(), result_text(result));
-  const uint64_t end = size_of(file);
-  const BYTE pad = 0;
-  DWORD done = 0;
-  if (!move_to(file, end) || !WriteFile(file, &pad, end % 2, &done, nullptr)) file.write_failed();
-  if (FAILED(QvSummary_Save(file, &list, nullptr))) file.write_failed();
-  const uint64_t whole = size_of(file);
-  if (whole > kRiffLimit) throw Failure(file.name(), result_text(QVERR_RIFF_TOOBIG));
-  if (FAILED(riff_SetRIFFSize(file, static_cast<DWORD>(whole - 8)))) file.write_failed();
-}
-
-int print_texts(const AudioFile& input) {
-  for (const auto& [id, text] : input.texts)
-    std::cout << printable_code(id) << "=" << printable(text) << "\n";
-  return kSuccess;
-}
-
-int tag(const Options& options) {
-  if (options.texts.empty() && options.removed.empty() && !options.clear)
-    return print_texts(read_audio_file(options.file, Detail::kAll));
-  AudioFile input = read_audio_file(options.file, Detail::kAudio);
-  require_sound_chunks(input);
-  Summary list;
-  if (!load_info_list(input, list)) print_warning(input.name, "its INFO list cannot be read");
-  change(list, options);
-  OutputFile output(options.file);
-  output.append(input.file, options.file, 0, size_of(input.file));
-  replace_list(output, list);
+void change_file(const std::string& name, const TagChange& change) {
+  AudioFile audio = inspect_audio_file(name, Detail::kAudio);
+  const Form form = read_form(audio);
+  ChunkEdit edit(audio, form);
+  std::vector<std::string> remarks = audio.warnings;
+  for (const std::string& remark : plan_change(audio, change, edit))
+    remarks.push_back(remark);
+  if (!form.remark.empty()) remarks.push_back(form.remark);
+  OutputFile output(name);
+  const uint64_t bytes = edit.write(output);
   // Closed before the new file takes its place: Windows replaces no file that is open.
-  input.file.close();
-  output.commit(size_of(output));
-  return kSuccess;
+  audio.file.close();
+  output.commit(bytes);
+  for (const std::string& remark : remarks)
+    print_warning(name, remark);
+}
+
+/// Works on all files, also on those behind one that fails.
+int tag(const Options& options) {
+  int exit_code = kSuccess;
+  Json all = Json::array();
+  for (const std::string& name : options.files) {
+    try {
+      if (!options.change.is_empty()) change_file(name, options.change);
+      if (options.json) all.push_back(texts_json(read_texts(name)));
+      if (options.json || !options.change.is_empty()) continue;
+      const AudioFile audio = read_texts(name);
+      if (options.files.size() > 1) std::cout << printable(name) << "\n";
+      print_texts(audio);
+    } catch (const Failure& failure) {
+      print_error(failure.what());
+      exit_code = kWorkFailed;
+    }
+  }
+  if (!options.json || (options.files.size() == 1 && all.items().empty())) return exit_code;
+  std::cout << (options.files.size() == 1 ? all.items()[0] : all).dump() << "\n";
+  return exit_code;
 }
 
 } // namespace
 
 void add_tag(const Command& program) {
   auto options = std::make_shared<Options>();
-  const Command command = program.subcommand("tag", "Print or change the texts in the INFO list of a wave file");
-  command.option("FILE", options->file, "A RIFF wave file").required();
-  command.option("ID=TEXT", options->texts, "Texts to set, each under an id of four characters, such as INAM");
-  command.option("--remove", options->removed, "Ids whose texts are removed").takes_one();
-  command.flag("--clear", options->clear, "Remove all texts that are there first");
-  command.runs([options] { return tag(*options); }, [options] { check_ids(*options); });
+  const Command command = program.subcommand("tag", "Print or change the texts of files with audio");
+  command
+      .option("FILE", options->words,
+              "Files, and KEY=TEXT: texts to set, each under a name (title, artist, description, ...) or an id of four "
+              "characters (INAM); a file whose name has a = is given with its folder: ./a=b.wav")
+      .required();
+  command.option("--remove", options->removed, "Texts to remove, by name or id; bext: the whole broadcast chunk")
+      .takes_one()
+      .type_name("KEY");
+  command.flag("--clear", options->clear, "Remove all texts that are there first (the broadcast chunk stays)");
+  command.option("--code-page", options->page, "Store all texts in this code page; utf-8 unless all are ASCII")
+      .one_of(names_of(kPages));
+  command.flag("--json", options->json, "Print JSON: an object for one file, an array for several");
+  command.runs([options] { return tag(*options); }, [options] { check(*options); });
 }
 
 } // namespace qv::tool

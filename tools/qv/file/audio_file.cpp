@@ -3,6 +3,7 @@
 #include "tools/qv/failure.h"
 #include "tools/qv/file/container_readers.h"
 #include "tools/qv/file/sample_coding.h"
+#include "tools/qv/metadata/info_list.h"
 #include "tools/qv/text.h"
 
 #include "qv/audio_kernels.h"
@@ -50,6 +51,13 @@ const Reader* reader_at(const AudioFile& audio, uint64_t position) {
   return nullptr;
 }
 
+void read_texts(AudioFile& audio) {
+  InfoList list = read_info_list(audio);
+  if (!list.problem.empty()) audio.warnings.push_back("its texts hold " + list.problem + ": the others are read");
+  for (InfoItem& item : list.items)
+    audio.texts.emplace_back(item.id, std::move(item.text));
+}
+
 } // namespace
 
 void fail(const AudioFile& audio, const std::string& reason) { throw Failure(audio.name, reason); }
@@ -90,6 +98,7 @@ AudioFile inspect_audio_file(const std::string& name, Detail detail) {
   const auto read = reader ? reader->read : read_riff;
   if (!move_to(audio.file, audio.form_start)) fail(audio, system_error_text(GetLastError()));
   read(audio, detail);
+  if (detail == Detail::kAll) read_texts(audio);
   return audio;
 }
 

@@ -5,7 +5,6 @@
 #include "tools/qv/file/disk_file.h"
 
 #include "qv/audio.h"
-#include "qv/summary.h"
 
 #include <cstdint>
 #include <string>
@@ -46,10 +45,8 @@ struct AudioFile {
   uint64_t audio_start = 0;
   uint64_t audio_bytes = 0; ///< no more than the file holds, whatever its header says
   uint64_t frames = 0;      ///< whole ones; of a compressed format as its "fact" chunk says, or 0
-  bool is_whole =
-      false; ///< the form and its chunks fill the file, as a sound header says; RIFF wave alone is looked at
   std::vector<ChunkEntry> chunks;
-  std::vector<std::pair<DWORD, std::string>> texts; ///< of the "INFO" list, by id; none in other containers
+  std::vector<std::pair<DWORD, std::string>> texts; ///< by their ids; see metadata/info_list.h
   std::vector<Marker> markers;                      ///< in the file's order; none in Wave64 files
   std::vector<std::string> warnings;                ///< what is not as it should be, and how it was read all the same
 
@@ -71,9 +68,5 @@ AudioFile read_audio_file(const std::string& name, Detail detail);
 
 /// How long the audio lasts, in units of 100 ns, rounded down.
 uint64_t duration_of(const AudioFile& audio);
-
-/// The "INFO" list of a RIFF wave file as the library's list, which is empty before and is the caller's to free.
-/// Answers false where it cannot be read.
-bool load_info_list(const AudioFile& audio, _summarylisttag& list);
 
 } // namespace qv::tool

@@ -99,43 +99,14 @@ LongSizes read_long_sizes(AudioFile& audio, uint64_t& form_size) {
   return sizes;
 }
 
-/// Whether the form and the last of its chunks end where the file does.
-bool fills_file(const AudioFile& audio, const FormEnd& form) {
-  const ChunkEntry& last = audio.chunks.back();
-  const uint64_t end = last.data + last.size;
-  // The pad byte of an odd size may be missing at the end.
-  return !form.is_guessed && form.at == audio.file_bytes &&
-         (end == audio.file_bytes || end + last.size % 2 == audio.file_bytes);
-}
-
-void read_texts(AudioFile& audio) {
-  _summarylisttag list;
-  if (!load_info_list(audio, list)) audio.warnings.emplace_back("its INFO list cannot be read");
-  for (DWORD i = 0; i < list.count; ++i)
-    audio.texts.emplace_back(list.items[i].id, list.items[i].text ? utf8(list.items[i].text) : "");
-  QvSummary_Free(&list);
-}
-
 } // namespace
 
 void read_riff(AudioFile& audio, Detail detail) {
   uint64_t size = read_file_header(audio);
   const bool is_long = audio.kind == Container::kRf64 && size == kNoSize;
   LongSizes sizes = is_long ? read_long_sizes(audio, size) : LongSizes();
-  const FormEnd form = end_of_form(audio, size);
-  read_wave_chunks(audio, kChunks, form, std::move(sizes));
-  audio.is_whole = fills_file(audio, form);
-  if (detail == Detail::kAudio) return;
-  read_texts(audio);
-  audio.markers = cue_markers(audio);
-}
-
-bool load_info_list(const AudioFile& audio, _summarylisttag& list) {
-  const auto info = std::find_if(audio.chunks.begin(), audio.chunks.end(),
-                                 [](const ChunkEntry& chunk) { return chunk.list_type == QVSUMMARY_FORM_INFO; });
-  if (info == audio.chunks.end()) return true;
-  auto remaining = static_cast<DWORD>(info->size - 4);
-  return move_to(audio.file, info->data + 4) && SUCCEEDED(QvSummary_Load(audio.file, &list, &remaining));
+  read_wave_chunks(audio, kChunks, end_of_form(audio, size), std::move(sizes));
+  if (detail == Detail::kAll) audio.markers = cue_markers(audio);
 }
 
 } // namespace qv::tool

@@ -53,14 +53,13 @@ TextEncoding choose_encoding(std::optional<CharacterSet> named, const std::vecto
 }
 
 TextEncoding encoding_from(std::optional<CharacterSet> named, const ListItems& info, const ListItems& labels) {
-  // What stands behind a terminator is no text.
-  const auto text_in = [](std::string_view bytes) { return bytes.substr(0, bytes.find('\0')); };
   std::vector<std::string_view> texts;
   for (const ListItem& item : info.items)
-    texts.push_back(text_in(item.bytes));
+    texts.push_back(text_part(item.bytes));
   for (const ListItem& item : labels.items) {
     const std::optional<size_t> offset = label_text_offset(item.id);
-    if (offset && *offset <= item.bytes.size()) texts.push_back(text_in(std::string_view(item.bytes).substr(*offset)));
+    if (offset && *offset <= item.bytes.size())
+      texts.push_back(text_part(std::string_view(item.bytes).substr(*offset)));
   }
   return choose_encoding(named, texts);
 }
@@ -72,7 +71,7 @@ TextEncoding encoding_of(const AudioFile& audio) {
 }
 
 std::string decode(std::string_view bytes, CodePage page) {
-  return utf8(utf16_from(static_cast<UINT>(page), bytes.substr(0, bytes.find('\0'))));
+  return utf8(utf16_from(static_cast<UINT>(page), text_part(bytes)));
 }
 
 std::optional<std::string> encode(const std::string& text, CodePage page) {
@@ -100,7 +99,7 @@ bool is_utf8(std::string_view bytes) {
 }
 
 std::string decode_alone(std::string_view bytes) {
-  const std::string_view text = bytes.substr(0, bytes.find('\0'));
+  const std::string_view text = text_part(bytes);
   return decode(text, is_utf8(text) ? CodePage::kUtf8 : CodePage::k1252);
 }
 

@@ -51,6 +51,8 @@ std::string decode(std::string_view bytes, CodePage page);
 /// The way back, without a terminator; nothing when the page lacks a character, or the text is not UTF-8.
 std::optional<std::string> encode(const std::string& text, CodePage page);
 
+/// Bytes up to the first 0: what stands behind it is no text.
+inline std::string_view text_part(std::string_view bytes) { return bytes.substr(0, bytes.find('\0')); }
 bool is_ascii(std::string_view bytes);
 bool is_utf8(std::string_view bytes);
 /// A text that stands by itself, outside lists: UTF-8 when it is valid, else 1252.

@@ -1,0 +1,130 @@
+#include "tools/qv/tag/chunk_edit.h"
+
+#include "tools/qv/failure.h"
+#include "tools/qv/file/audio_layout.h"
+#include "tools/qv/file/byte_string.h"
+#include "tools/qv/metadata/info_list.h"
+
+#include "qv/riff.h"
+
+#include <algorithm>
+
+namespace qv::tool {
+
+namespace {
+
+/// Chunks that are filled with nothing: the standard's, and those of some makers.
+constexpr DWORD kFillers[] = {QVRIFF_ID_JUNK, QvFourCC("junk"), QvFourCC("PAD "), QvFourCC("FLLR")};
+
+bool is_filler(DWORD id) { return std::find(std::begin(kFillers), std::end(kFillers), id) != std::end(kFillers); }
+
+std::string chunk_header(const AudioFile& audio, DWORD id, uint64_t size) {
+  if (audio.kind != Container::kWave64 || id != kSummaryListGuid.Data1) return chunk_shape(audio.kind).header(id, size);
+  return ByteString()
+      .raw(&kSummaryListGuid, sizeof kSummaryListGuid)
+      .little(size + chunk_shape(audio.kind).header_bytes, 8);
+}
+
+} // namespace
+
+std::string ChunkEdit::chunk_bytes(const NewChunk& chunk) const {
+  const uint64_t padding = chunk_shape(audio_.kind).padding(chunk.data.size());
+  return chunk_header(audio_, chunk.id, chunk.data.size()) + chunk.data +
+         std::string(static_cast<size_t>(padding), '\0');
+}
+
+/// Where the next chunk begins, or the data of the last one end.
+uint64_t ChunkEdit::end_of(size_t index) const {
+  return index + 1 < audio_.chunks.size() ? audio_.chunks[index + 1].offset : form_.chunks_end;
+}
+
+/// The length of a form, with padding behind its last chunk.
+uint64_t ChunkEdit::aligned(uint64_t form_bytes) const {
+  return form_bytes + chunk_shape(audio_.kind).padding(form_bytes);
+}
+
+/// A chunk with nothing in it, of a length with its header.
+std::string ChunkEdit::filling(uint64_t bytes) const {
+  if (bytes == 0) return {};
+  return chunk_bytes(
+      {QVRIFF_ID_JUNK, std::string(static_cast<size_t>(bytes - chunk_shape(audio_.kind).header_bytes), '\0')});
+}
+
+void ChunkEdit::remove_all(DWORD id, DWORD list_type) {
+  for (size_t index = 0; index < edited_.size(); ++index)
+    if (audio_.chunks[index].id == id && audio_.chunks[index].list_type == list_type) remove(index);
+}
+
+void ChunkEdit::replace(size_t index, const std::string& data) {
+  edited_[index] = Edited::kReplaced;
+  replacements_[index] = chunk_bytes({audio_.chunks[index].id, data});
+}
+
+void ChunkEdit::put_in_front(const NewChunk& chunk) {
+  const std::string bytes = chunk_bytes(chunk);
+  for (size_t index = 0; index < edited_.size() && audio_.chunks[index].data < audio_.audio_start; ++index) {
+    const uint64_t room = end_of(index) - audio_.chunks[index].offset;
+    const bool has_room = room == bytes.size() || room >= bytes.size() + chunk_shape(audio_.kind).header_bytes;
+    if (!has_room || edited_[index] != Edited::kNo || !is_filler(audio_.chunks[index].id)) continue;
+    edited_[index] = Edited::kReplaced;
+    replacements_[index] = bytes + filling(room - bytes.size());
+    return;
+  }
+  append(chunk);
+}
+
+void ChunkEdit::append(const NewChunk& chunk) { appended_ += chunk_bytes(chunk); }
+
+uint64_t ChunkEdit::write(const OutputFile& output) const {
+  const uint64_t first = audio_.chunks.front().offset;
+  output.append(audio_.file, audio_.name, 0, first);
+  uint64_t form_bytes = first - form_.start;
+  const auto pad = [&] {
+    const std::string zeros(static_cast<size_t>(aligned(form_bytes) - form_bytes), '\0');
+    output.append(zeros.data(), static_cast<DWORD>(zeros.size()));
+    form_bytes += zeros.size();
+  };
+  for (size_t index = 0; index < edited_.size(); ++index) {
+    if (edited_[index] == Edited::kRemoved) continue;
+    pad(); // a writer may have left it out
+    const uint64_t start = audio_.chunks[index].offset;
+    const auto replacement = replacements_.find(index);
+    if (replacement == replacements_.end()) {
+      output.append(audio_.file, audio_.name, start, end_of(index) - start);
+      form_bytes += end_of(index) - start;
+    } else {
+      output.append(replacement->second.data(), static_cast<DWORD>(replacement->second.size()));
+      form_bytes += replacement->second.size();
+    }
+  }
+  pad();
+  output.append(appended_.data(), static_cast<DWORD>(appended_.size()));
+  form_bytes += appended_.size();
+  output.append(audio_.file, audio_.name, form_.rest, audio_.file_bytes - form_.rest);
+  const std::string size = form_size_bytes(audio_, form_, form_bytes);
+  if (!move_to(output, form_.start + form_.shape->size_offset)) output.write_failed();
+  output.append(size.data(), static_cast<DWORD>(size.size()));
+  return form_.start + form_bytes + audio_.file_bytes - form_.rest;
+}
+
+std::vector<InPlaceEdit> ChunkEdit::in_place() const {
+  size_t kept = edited_.size();
+  while (edited_[kept - 1] == Edited::kRemoved)
+    --kept;
+  const uint64_t tail = kept < edited_.size() ? audio_.chunks[kept].offset : form_.chunks_end;
+  const uint64_t padding = aligned(tail - form_.start) - (tail - form_.start);
+  const uint64_t form_bytes = tail - form_.start + padding + appended_.size();
+  std::vector<InPlaceEdit> edits = {
+      {form_.start + form_.shape->size_offset, form_size_bytes(audio_, form_, form_bytes)}};
+  for (size_t index = 0; index < kept; ++index) {
+    const ChunkEntry& chunk = audio_.chunks[index];
+    if (edited_[index] == Edited::kRemoved)
+      edits.push_back({chunk.offset, chunk_header(audio_, QVRIFF_ID_JUNK, chunk.size)});
+    if (edited_[index] == Edited::kReplaced) edits.push_back({chunk.offset, replacements_.at(index)});
+  }
+  std::string rest = bytes_at(audio_, form_.rest, static_cast<size_t>(audio_.file_bytes - form_.rest));
+  edits.push_back({tail, std::string(static_cast<size_t>(padding), '\0') + appended_ + rest});
+  return edits;
+}
+
+} // namespace qv::tool

@@ -1,0 +1,60 @@
+// Chunks put into a file, taken out or replaced, while all others stay as they are to the byte.
+#pragma once
+
+#include "tools/qv/tag/form.h"
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace qv::tool {
+
+class OutputFile;
+
+/// The id of a chunk that is to be written; Wave64 has some whose GUID does not begin with characters.
+struct NewChunk {
+  DWORD id; ///< its characters in file order
+  std::string data;
+};
+
+/// Bytes that take the place of others of the same length, or of all from there to the file's end.
+struct InPlaceEdit {
+  uint64_t offset;
+  std::string bytes;
+};
+
+class ChunkEdit {
+public:
+  /// Keeps references to both.
+  ChunkEdit(const AudioFile& audio, const Form& form) : audio_(audio), form_(form), edited_(audio.chunks.size()) {}
+
+  void remove(size_t index) { edited_[index] = Edited::kRemoved; }
+  void remove_all(DWORD id, DWORD list_type);
+  /// Replaces the data of a chunk by as many bytes.
+  void replace(size_t index, const std::string& data);
+  /// Puts a chunk into the place of one that is filled with nothing and stands in front of the audio; behind all others
+  /// where none has room.
+  void put_in_front(const NewChunk& chunk);
+  void append(const NewChunk& chunk);
+
+  /// Writes the whole file anew. Returns its length.
+  uint64_t write(const OutputFile& output) const;
+  /// The same for a file that keeps its place: chunks that are removed in front of others become filling. The last edit
+  /// goes to the file's end.
+  std::vector<InPlaceEdit> in_place() const;
+
+private:
+  enum class Edited { kNo, kRemoved, kReplaced };
+  std::string chunk_bytes(const NewChunk& chunk) const;
+  uint64_t end_of(size_t index) const;
+  uint64_t aligned(uint64_t form_bytes) const;
+  std::string filling(uint64_t bytes) const;
+
+  const AudioFile& audio_;
+  const Form& form_;
+  std::vector<Edited> edited_;                 ///< one of each chunk
+  std::map<size_t, std::string> replacements_; ///< whole chunks by index, of the same length
+  std::string appended_;
+};
+
+} // namespace qv::tool
