@@ -35,9 +35,9 @@ const Bytes kStereo = wave({1, 2, 48000, 16}, shorts({1000, -2000, 32767, -32768
 
 const Conversion kConversions[] = {
     {"as it is", kStereo, {}, kStereo},
-    {"other chunks are left behind",
+    {"the audio alone",
      riff("WAVE", list("INFO", chunk("INAM", "x")) + chunk("fmt ", format_bytes({})) + chunk("data", shorts({7}))),
-     {},
+     {"--no-metadata"},
      wave({}, shorts({7}))},
     {"wider",
      wave({}, shorts({-2, 0x1234})),

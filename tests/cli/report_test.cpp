@@ -38,6 +38,7 @@ TEST(Info, JsonHoldsTheHeaders) {
                                  {"id": "LIST", "offset": 48, "size": 14, "list_type": "INFO"},
                                  {"id": "data", "offset": 70, "size": 264606}])")},
       {"summary", {{"INAM", "x"}}},
+      {"texts", {{{"id", "INAM"}, {"text", "x"}}}},
       {"markers", Json::array()},
   };
   EXPECT_EQ(info, expected);
@@ -64,7 +65,7 @@ TEST(Info, Markers) {
     const char* markers;
   } cases[] = {
       {riff("WAVE", chunk("fmt ", format_bytes({})) + chunk("data", shorts({1})) + chunk("cue ", cue) + labels),
-       R"([{"id": 7, "position": 3, "name": "caf\u00e9"}, {"id": 9, "position": 4294967295, "name": "end"}])"},
+       R"([{"id": 7, "position": 3, "name": "caf\u00e9", "note": "no label"}, {"id": 9, "position": 4294967295, "name": "end"}])"},
       {riff("WAVE", chunk("cue ", u32(4000000000) + point(1, 5)) + chunk("fmt ", format_bytes({})) + chunk("data", "")),
        R"([{"id": 1, "position": 5, "name": ""}])"},
       {swapped("FORM", form),

@@ -1,6 +1,7 @@
 // qv convert: another sample type, level, rate or arrangement of channels.
 #include "tools/qv/command/command.h"
 #include "tools/qv/command/container_options.h"
+#include "tools/qv/command/metadata_options.h"
 #include "tools/qv/failure.h"
 #include "tools/qv/file/audio_file.h"
 #include "tools/qv/file/audio_output.h"
@@ -30,6 +31,7 @@ struct Options {
   std::string quality = "best";
   std::string dither = "none";
   ContainerOptions container;
+  MetadataOptions metadata;
 };
 
 ChannelPlan make_plan(const Options& options) {
@@ -48,6 +50,14 @@ _qvwaveformat output_format(const AudioFile& input, const _qvwaveformat& source,
   format.Init(rate, type, static_cast<WORD>(channels), channels == source.channels ? source.channelMask : 0,
               sizeof format);
   return format;
+}
+
+CarriedChunks kept_chunks(const Options& options, const AudioFile& input, const _qvwaveformat& source,
+                          const ChannelPlan& plan,
+                          const _qvwaveformat& format, Container container) {
+  AudioChange change = audio_change(source, format, options.gain_db != 0.0 || options.dither != "none");
+  change.channels |= plan.kind != ChannelPlan::Kind::kKeep;
+  return options.metadata.chunks(input, container, change);
 }
 
 /// Converts block by block from the source's samples to the file's.
@@ -82,7 +92,7 @@ void convert_by_doubles(SampleReader& reader, DoubleOutput& output, SampleConver
 
 int convert(const Options& options) {
   const OutputTarget target = options.container.target(options.out, options.in);
-  const AudioFile input = read_audio_file(options.in, Detail::kAudio);
+  const AudioFile input = read_audio_file(options.in);
   SampleReader samples(input);
   const _qvwaveformat& source = samples.format();
   const ChannelPlan plan = make_plan(options);
@@ -99,7 +109,8 @@ int convert(const Options& options) {
     rate.emplace(input.name, samples.frames(), source_rate, format.samplesPerSec, format.channels, options.quality);
 
   watch_interruption();
-  AudioOutput output(target, format, RateConversion::frames_at(samples.frames(), source_rate, format.samplesPerSec));
+  AudioOutput output(target, format, RateConversion::frames_at(samples.frames(), source_rate, format.samplesPerSec),
+                     kept_chunks(options, input, source, plan, format, target.container));
   if (by_doubles) {
     DoubleOutput doubles(output, options.out, format, options.dither);
     convert_by_doubles(samples, doubles, conversion, rate, block_frames);
@@ -147,6 +158,7 @@ void add_convert(const Command& program) {
       .one_of(DoubleOutput::dither_names());
   command.flag("--mono", options->mono, "Average all channels to one").excludes(channels);
   options->container.add_to(command);
+  options->metadata.add_to(command);
   command.runs([options] { return convert(*options); });
 }
 

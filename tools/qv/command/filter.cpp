@@ -1,6 +1,7 @@
 // qv filter: a recursive filter over a file, and pictures of what it does.
 #include "tools/qv/command/command.h"
 #include "tools/qv/command/container_options.h"
+#include "tools/qv/command/metadata_options.h"
 #include "tools/qv/failure.h"
 #include "tools/qv/file/audio_file.h"
 #include "tools/qv/file/audio_output.h"
@@ -24,6 +25,7 @@ struct Options {
   std::string sample_type;
   std::string response;
   ContainerOptions container;
+  MetadataOptions metadata;
 };
 
 /// A title for pictures: "lowpass, chebyshev of order 6, 2000 Hz at 48000 Hz".
@@ -38,7 +40,7 @@ std::string title_of(const FilterOptions& options, DWORD rate) {
 
 int filter(const Options& options) {
   const OutputTarget target = options.container.target(options.out, options.in);
-  const AudioFile input = read_audio_file(options.in, Detail::kAudio);
+  const AudioFile input = read_audio_file(options.in);
   SampleReader reader(input);
   const _qvwaveformat& source = reader.format();
   FilterChain chain(input.name, options.filter, source.samplesPerSec, source.channels);
@@ -49,7 +51,8 @@ int filter(const Options& options) {
   SampleConversion conversion(source, QVSAMPLE_FLOAT64, {}, 1.0f, block_frames);
 
   watch_interruption();
-  AudioOutput output(target, format, reader.frames());
+  AudioOutput output(target, format, reader.frames(),
+                     options.metadata.chunks(input, target.container, audio_change(source, format, true)));
   DoubleOutput doubles(output, options.out, format, "none");
   Progress progress("filtering", reader.frames());
   for_each_block(reader.frames(), block_frames, [&](DWORD frames) {
@@ -101,6 +104,7 @@ void add_filter(const Command& program) {
       .option("--response", options->response, "Also draw the response into a .svg or .png file, or list it in a .csv")
       .checked_by(check_response_name, "FILE");
   options->container.add_to(command);
+  options->metadata.add_to(command);
   command.runs([options] { return filter(*options); });
 }
 

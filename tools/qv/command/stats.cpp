@@ -101,7 +101,7 @@ void print_table(const AudioFile& input, const std::vector<ChannelStats>& stats)
 }
 
 int show_stats(const Options& options) {
-  const AudioFile input = read_audio_file(options.file, Detail::kAudio);
+  const AudioFile input = read_audio_file(options.file);
   SampleReader samples(input);
   const std::vector<ChannelStats> stats = measure(input, samples);
   options.json ? print_json(input, stats) : print_table(input, stats);

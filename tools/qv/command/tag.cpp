@@ -109,14 +109,14 @@ void print_texts(const AudioFile& audio) {
 }
 
 AudioFile read_texts(const std::string& name) {
-  AudioFile audio = read_audio_file(name, Detail::kAudio);
+  AudioFile audio = read_audio_file(name);
   const std::string problem = read_info_list(audio).problem;
   if (!problem.empty()) print_warning(name, "its texts hold " + problem + ": the others are read");
   return audio;
 }
 
 void change_file(const std::string& name, const TagChange& change) {
-  AudioFile audio = inspect_audio_file(name, Detail::kAudio);
+  AudioFile audio = inspect_audio_file(name);
   const Form form = read_form(audio);
   ChunkEdit edit(audio, form);
   std::vector<std::string> remarks = audio.warnings;

@@ -143,7 +143,7 @@ void take_sound(AudioFile& audio, const ChunkEntry& chunk, uint64_t frames) {
 
 } // namespace
 
-void read_aiff(AudioFile& audio, Detail detail) {
+void read_aiff(AudioFile& audio) {
   BYTE header[kFileHeader];
   if (audio.file_bytes - audio.form_start < sizeof header) fail(audio, "the file ends inside its header");
   read_at(audio, audio.form_start, header, sizeof header);
@@ -158,7 +158,6 @@ void read_aiff(AudioFile& audio, Detail detail) {
   if (!common || !sound) fail(audio, "has no \"COMM\" or no \"SSND\" chunk");
   take_sound(audio, *sound, read_common(audio, *common));
   check_format(audio);
-  if (detail == Detail::kAll) audio.markers = aiff_markers(audio);
 }
 
 } // namespace qv::tool

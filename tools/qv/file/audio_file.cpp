@@ -3,7 +3,6 @@
 #include "tools/qv/failure.h"
 #include "tools/qv/file/container_readers.h"
 #include "tools/qv/file/sample_coding.h"
-#include "tools/qv/metadata/info_list.h"
 #include "tools/qv/text.h"
 
 #include "qv/audio_kernels.h"
@@ -16,7 +15,7 @@ namespace {
 
 struct Reader {
   std::string_view magic; ///< what its files begin with
-  void (*read)(AudioFile& audio, Detail detail);
+  void (*read)(AudioFile& audio);
 };
 
 constexpr Reader kReaders[] = {{"riff", read_wave64}, {"FORM", read_aiff}, {"RIFF", read_riff},
@@ -51,13 +50,6 @@ const Reader* reader_at(const AudioFile& audio, uint64_t position) {
   return nullptr;
 }
 
-void read_texts(AudioFile& audio) {
-  InfoList list = read_info_list(audio);
-  if (!list.problem.empty()) audio.warnings.push_back("its texts hold " + list.problem + ": the others are read");
-  for (InfoItem& item : list.items)
-    audio.texts.emplace_back(item.id, std::move(item.text));
-}
-
 } // namespace
 
 void fail(const AudioFile& audio, const std::string& reason) { throw Failure(audio.name, reason); }
@@ -84,7 +76,7 @@ void check_format(AudioFile& audio) {
   if (audio.format().sampleType == QVSAMPLE_PCM24IN32) audio.record.format.sampleType = coding.type;
 }
 
-AudioFile inspect_audio_file(const std::string& name, Detail detail) {
+AudioFile inspect_audio_file(const std::string& name) {
   AudioFile audio;
   audio.name = name;
   audio.file = open_existing(name, GENERIC_READ, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN);
@@ -97,13 +89,12 @@ AudioFile inspect_audio_file(const std::string& name, Detail detail) {
   // What is no container at all is refused by the reader of RIFF.
   const auto read = reader ? reader->read : read_riff;
   if (!move_to(audio.file, audio.form_start)) fail(audio, system_error_text(GetLastError()));
-  read(audio, detail);
-  if (detail == Detail::kAll) read_texts(audio);
+  read(audio);
   return audio;
 }
 
-AudioFile read_audio_file(const std::string& name, Detail detail) {
-  AudioFile audio = inspect_audio_file(name, detail);
+AudioFile read_audio_file(const std::string& name) {
+  AudioFile audio = inspect_audio_file(name);
   for (const std::string& warning : audio.warnings)
     print_warning(audio.name, warning);
   return audio;

@@ -24,13 +24,6 @@ struct ChunkEntry {
   uint64_t data;   ///< where the data begin
 };
 
-/// A named position: of the "MARK" chunk of AIFF, of the "cue " chunk of RIFF wave and its labels.
-struct Marker {
-  DWORD id;
-  DWORD position; ///< in frames
-  std::string name;
-};
-
 struct AudioFile {
   std::string name;
   OpenFile file; ///< shared by all who read: each moves its position first
@@ -46,25 +39,17 @@ struct AudioFile {
   uint64_t audio_bytes = 0; ///< no more than the file holds, whatever its header says
   uint64_t frames = 0;      ///< whole ones; of a compressed format as its "fact" chunk says, or 0
   std::vector<ChunkEntry> chunks;
-  std::vector<std::pair<DWORD, std::string>> texts; ///< by their ids; see metadata/info_list.h
-  std::vector<Marker> markers;                      ///< in the file's order; none in Wave64 files
   std::vector<std::string> warnings;                ///< what is not as it should be, and how it was read all the same
 
   const _qvwaveformat& format() const { return record.format; }
   const WAVEFORMATEX* wave_header() const { return reinterpret_cast<const WAVEFORMATEX*>(header.data()); }
 };
 
-/// How much of a file is read.
-enum class Detail {
-  kAudio, ///< all but texts and markers
-  kAll
-};
-
 /// Opens a file and reads its headers. Throws Failure. There is a warning for audio that claims more than the file
-/// holds, and for texts that cannot be read.
-AudioFile inspect_audio_file(const std::string& name, Detail detail);
+/// holds.
+AudioFile inspect_audio_file(const std::string& name);
 /// The same, and prints the warnings.
-AudioFile read_audio_file(const std::string& name, Detail detail);
+AudioFile read_audio_file(const std::string& name);
 
 /// How long the audio lasts, in units of 100 ns, rounded down.
 uint64_t duration_of(const AudioFile& audio);

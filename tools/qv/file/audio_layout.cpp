@@ -2,6 +2,7 @@
 
 #include "tools/qv/failure.h"
 #include "tools/qv/file/byte_string.h"
+#include "tools/qv/metadata/info_list.h"
 
 #include "qv/chunk_id.h"
 
@@ -33,6 +34,7 @@ std::string wave64_header(DWORD id, uint64_t size) {
   guid.Data1 = id;
   if (id == QVRIFF_ID_LIST) guid = QVW64_LIST;
   if (id == QVRIFF_ID_JUNK) guid = QVW64_JUNK;
+  if (id == kSummaryListGuid.Data1) guid = kSummaryListGuid;
   return ByteString().raw(&guid, sizeof guid).little(size + sizeof guid + 8, 8);
 }
 

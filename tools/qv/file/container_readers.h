@@ -6,19 +6,15 @@
 
 namespace qv::tool {
 
-void read_riff(AudioFile& audio, Detail detail);
-void read_wave64(AudioFile& audio, Detail detail);
-void read_aiff(AudioFile& audio, Detail detail);
+void read_riff(AudioFile& audio);
+void read_wave64(AudioFile& audio);
+void read_aiff(AudioFile& audio);
 
 [[noreturn]] void fail(const AudioFile& audio, const std::string& reason);
 /// Notes that there are more chunks than are listed.
 void warn_of_many_chunks(AudioFile& audio);
 /// What every reader does as soon as format and audio are known: checks the format, and counts the frames.
 void check_format(AudioFile& audio);
-
-/// The markers of a file whose chunks are listed. A chunk that ends too early gives those before its end.
-std::vector<Marker> aiff_markers(const AudioFile& audio);
-std::vector<Marker> cue_markers(const AudioFile& audio);
 
 /// What RIFF wave and Wave64 files have in common is read by one function: chunks, of which one is the format and one
 /// the audio.

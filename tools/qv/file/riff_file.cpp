@@ -101,12 +101,11 @@ LongSizes read_long_sizes(AudioFile& audio, uint64_t& form_size) {
 
 } // namespace
 
-void read_riff(AudioFile& audio, Detail detail) {
+void read_riff(AudioFile& audio) {
   uint64_t size = read_file_header(audio);
   const bool is_long = audio.kind == Container::kRf64 && size == kNoSize;
   LongSizes sizes = is_long ? read_long_sizes(audio, size) : LongSizes();
   read_wave_chunks(audio, kChunks, end_of_form(audio, size), std::move(sizes));
-  if (detail == Detail::kAll) audio.markers = cue_markers(audio);
 }
 
 } // namespace qv::tool

@@ -2,6 +2,7 @@
 #include "tools/qv/file/container_readers.h"
 
 #include "qv/result.h"
+#include "qv/riff.h"
 #include "qv/riff64.h"
 
 #include <algorithm>
@@ -21,7 +22,11 @@ HRESULT read_header(const AudioFile& audio, ChunkEntry& entry, WaveChunks::Role&
   return result;
 }
 
-void look_into(AudioFile&, ChunkEntry&) {}
+/// Reads the type of a list.
+void look_into(AudioFile& audio, ChunkEntry& entry) {
+  if (entry.id == QVW64_LIST.Data1 && entry.size >= sizeof entry.list_type)
+    riff_ReadData(audio.file, &entry.list_type, sizeof entry.list_type);
+}
 
 constexpr WaveChunks kChunks = {QVW64_FILE_HEADER_BYTES, QVW64_HEADER_BYTES, 8, read_header, look_into};
 
@@ -39,7 +44,7 @@ FormEnd read_file_header(const AudioFile& audio) {
 
 } // namespace
 
-void read_wave64(AudioFile& audio, Detail) {
+void read_wave64(AudioFile& audio) {
   audio.container = "wave64";
   audio.kind = Container::kWave64;
   read_wave_chunks(audio, kChunks, read_file_header(audio));

@@ -1,0 +1,68 @@
+// What a file knows beside its audio, taken over into a file that is made of it.
+#pragma once
+
+#include "tools/qv/carry/rate_ratio.h"
+#include "tools/qv/file/audio_file.h"
+#include "tools/qv/file/carried_chunks.h"
+
+#include <string>
+#include <vector>
+
+namespace qv::tool {
+
+/// How the audio of a file differs from that of its source.
+struct AudioChange {
+  RateRatio rate;
+  bool channels = false; ///< how many there are, or which is which
+  bool samples = false;  ///< their values: a level, dither, a filter, fewer bits
+  bool bytes = false;    ///< anything, down to how numbers are stored
+  DWORD new_bits = 0;
+  DWORD new_channels = 0;
+
+  bool is_any() const { return !rate.is_same() || channels || samples || bytes; }
+};
+
+/// From a format to another. `samples` says whether values change for another reason than their type.
+AudioChange audio_change(const _qvwaveformat& from, const _qvwaveformat& to, bool samples);
+
+struct Carried {
+  CarriedChunks chunks;              ///< some refer to the source, which stays open until they are written
+  std::vector<std::string> warnings; ///< what is left out, and why
+};
+
+/// For an output in `container`. Memory is bounded, whatever the chunks claim.
+Carried carry_metadata(const AudioFile& source, Container container, const AudioChange& change);
+
+// ---- its parts -----------------------------------------------------------------------------------------------------
+
+inline bool is_aiff(Container container) { return container == Container::kAiff || container == Container::kAifc; }
+inline bool is_wave(Container container) {
+  return container == Container::kRiff || container == Container::kRf64 || container == Container::kWave64;
+}
+
+/// Chunks that a container of the other family needs other chunks for: texts, markers, what a sampler needs, ID3.
+/// What has no counterpart is named in a warning.
+Carried wave_to_aiff(const AudioFile& source, const AudioChange& change);
+Carried aiff_to_wave(const AudioFile& source, Container container, const AudioChange& change);
+
+/// The texts of INFO items as Wave64 has them, or as RIFF has them with the "CSET" chunk that they need.
+std::vector<CarriedChunk> text_chunks(const std::vector<std::pair<DWORD, std::string>>& texts, Container container);
+
+/// A chunk whose data are copied out of the source when they are written.
+CarriedChunk copied_chunk(const AudioFile& source, const ChunkEntry& entry, DWORD id);
+
+/// An id as it stands in a warning.
+std::string quoted(DWORD id);
+
+/// Names of what is left out for one reason, joined to a warning.
+class LeftOut {
+public:
+  void add(const std::string& name);
+  /// "REASON: "levl", "chna"" into the warnings; nothing where none was added.
+  void report(const std::string& reason, std::vector<std::string>& warnings) const;
+
+private:
+  std::vector<std::string> names_;
+};
+
+} // namespace qv::tool
