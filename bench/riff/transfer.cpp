@@ -47,7 +47,7 @@ void write(const std::string& name, QVSAMPLETYPE type, const float* samples) {
 }
 
 void read(const std::string& name, float* samples) {
-  const qv::tool::AudioFile input = qv::tool::read_audio_file(name, qv::tool::Detail::kAudio);
+  const qv::tool::AudioFile input = qv::tool::read_audio_file(name);
   qv::tool::SampleReader reader(input);
   qv::tool::SampleConversion conversion(input.format(), QVSAMPLE_FLOAT32, {}, 1.0f, kBlockFrames);
   qv::tool::for_each_block(input.frames, kBlockFrames, [&](DWORD frames) {

@@ -112,9 +112,9 @@ template <class Read>
 auto read_quietly(const std::string& name, Read read) {
   const std::ostringstream error;
   std::streambuf* const usual = std::cerr.rdbuf(error.rdbuf());
-  std::optional<decltype(read(qv::tool::read_audio_file(name, qv::tool::Detail::kAudio)))> result;
+  std::optional<decltype(read(qv::tool::read_audio_file(name)))> result;
   try {
-    result = read(qv::tool::read_audio_file(name, qv::tool::Detail::kAudio));
+    result = read(qv::tool::read_audio_file(name));
   } catch (const qv::tool::Failure&) {
   }
   std::cerr.rdbuf(usual);

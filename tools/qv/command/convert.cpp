@@ -53,8 +53,7 @@ _qvwaveformat output_format(const AudioFile& input, const _qvwaveformat& source,
 }
 
 CarriedChunks kept_chunks(const Options& options, const AudioFile& input, const _qvwaveformat& source,
-                          const ChannelPlan& plan,
-                          const _qvwaveformat& format, Container container) {
+                          const ChannelPlan& plan, const _qvwaveformat& format, Container container) {
   AudioChange change = audio_change(source, format, options.gain_db != 0.0 || options.dither != "none");
   change.channels |= plan.kind != ChannelPlan::Kind::kKeep;
   return options.metadata.chunks(input, container, change);

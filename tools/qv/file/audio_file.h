@@ -39,7 +39,7 @@ struct AudioFile {
   uint64_t audio_bytes = 0; ///< no more than the file holds, whatever its header says
   uint64_t frames = 0;      ///< whole ones; of a compressed format as its "fact" chunk says, or 0
   std::vector<ChunkEntry> chunks;
-  std::vector<std::string> warnings;                ///< what is not as it should be, and how it was read all the same
+  std::vector<std::string> warnings; ///< what is not as it should be, and how it was read all the same
 
   const _qvwaveformat& format() const { return record.format; }
   const WAVEFORMATEX* wave_header() const { return reinterpret_cast<const WAVEFORMATEX*>(header.data()); }

@@ -3,6 +3,7 @@
 #include "tools/qv/failure.h"
 #include "tools/qv/file/audio_layout.h"
 #include "tools/qv/file/byte_string.h"
+#include "tools/qv/file/output_file.h"
 #include "tools/qv/metadata/info_list.h"
 
 #include "qv/riff.h"
