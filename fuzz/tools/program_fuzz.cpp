@@ -22,7 +22,7 @@ const std::vector<std::vector<std::string>> kCommands = {
     {"tag", "IN", "--clear"},
     {"repair", "IN", "--dry-run"},
     {"repair", "IN"},
-    {"repair", "IN", "--type", "pcm24", "--rate", "48000", "--channels", "1"},
+    {"repair", "IN", "--type", "pcm24", "--rate", "48000", "--channels", "1", "--no-undo"},
     {"repair", "IN", "--backup", "--limit", "100"},
     {"convert", "IN", "OUT.wav"},
     {"convert", "IN", "OUT.w64"},
@@ -85,11 +85,14 @@ void require_repaired(const ScratchFolder& folder, const Before& before, const s
   require(folder.run({"repair", folder.in()}).code == 0 && folder.read_in() == mended);
 }
 
+bool keeps_undo(const std::vector<std::string>& words) { return words[0] == "repair" && !has(words, "--no-undo"); }
+
 void require_left(const ScratchFolder& folder, const std::vector<std::string>& words, const Outcome& outcome,
                   bool has_changed) {
   std::vector<std::string> expected = {folder.in()};
   if ((words[0] == "convert" || words[0] == "filter") && outcome.code == 0) expected.push_back(words[2]);
   if (has(words, "--backup") && has_changed) expected.push_back(folder.in() + ".bak");
+  if (keeps_undo(words) && has_changed) expected.push_back(folder.in() + ".qv-undo");
   std::sort(expected.begin(), expected.end());
   require(folder.names() == expected);
 }
@@ -119,6 +122,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (outcome.code != 0) return 0;
   if (words[0] == "tag") require(samples_of(folder.in()) == before.samples);
   if (words[0] == "repair") require_repaired(folder, before, bytes);
+  if (keeps_undo(words) && has_changed)
+    require(folder.run({"repair", folder.in(), "--undo"}).code == 0 && folder.read_in() == bytes);
   if (words[0] == "convert" || words[0] == "filter") require_output(folder, words, before);
   return 0;
 }

@@ -165,6 +165,8 @@ const Refusal kRefusals[] = {
      "only the texts of RIFF",
      wave64(chunk64("fmt ", format_bytes({})) + chunk64("data", ""))},
     {{"repair", "IN"}, 1, "the file is empty", ""},
+    {{"repair", "IN", "--undo"}, 1, "nothing can be undone"},
+    {{"repair", "IN", "--undo", "--no-undo"}, 2, "--no-undo"},
     {{"repair", "IN"}, 1, "ends inside its header", kGood.substr(0, 30)},
     {{"repair", "IN"}, 1, "no audio", kGood.substr(0, 36)},
     {{"repair", "IN"}, 1, "ends inside its header", "RIFF"},

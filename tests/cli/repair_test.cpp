@@ -192,11 +192,16 @@ TEST(Repair, EachDamageHasItsMendedFile) {
 
     const std::string report = qv_says(command, {"--backup"});
     EXPECT_EQ(read_file(file) == each.after, true) << report;
-    EXPECT_EQ(folder.names(), (std::vector<std::string>{"file.wav", "file.wav.bak"}));
+    EXPECT_EQ(folder.names(), (std::vector<std::string>{"file.wav", "file.wav.bak", "file.wav.qv-undo"}));
     EXPECT_EQ(read_file(file + ".bak") == each.before, true);
 
     EXPECT_EQ(is_sound(qv_says(command)), true);
     EXPECT_EQ(read_file(file) == each.after, true) << "by a second repair";
+    EXPECT_EQ(qv_says({"repair", file, "--undo"}), file + "\n  undone        it is as it was before the repair\n");
+    EXPECT_EQ(read_file(file) == each.before, true) << "by --undo";
+    qv_says(command, {"--no-undo"});
+    EXPECT_EQ(read_file(file) == each.after, true) << "without an undo file";
+    EXPECT_EQ(folder.names(), (std::vector<std::string>{"file.wav", "file.wav.bak"}));
   }
 }
 
@@ -208,12 +213,16 @@ TEST(Repair, SaysWhatItFoundAndWillWrite) {
                    "  found         the format record makes no sense\n"
                    "  found         audio: from 44 on, 0 bytes by its header, 400 to the file's end\n"
                    "  to write      at 20 to 35: format: PCM, 44,100 Hz, 16 Bit, Stereo\n"
+                   "    old bytes   01 00 00 00 44 ac 00 00 10 b1 02 00 04 00 10 00\n"
+                   "    new bytes   01 00 02 00 44 ac 00 00 10 b1 02 00 04 00 10 00\n"
                    "  to write      at 36 to 43: size of the audio: 400\n"
+                   "    old bytes   64 61 74 61 00 00 00 00\n"
+                   "    new bytes   64 61 74 61 90 01 00 00\n"
                    "  dry run       nothing was written\n");
   const std::pair<Bytes, const char*> formats[] = {{kPlain, "format: PCM, 44,100 Hz, 16 Bit, Stereo\n"},
                                                    {kAudio, "taken as PCM, 44,100 Hz, 16 Bit, Stereo\n"}};
   for (const auto& [bytes, line] : formats)
-    EXPECT_NE(qv_says({"repair", folder.put("file.wav", bytes)}).find(line), Bytes::npos);
+    EXPECT_NE(qv_says({"repair", folder.put("file.wav", bytes), "--no-undo"}).find(line), Bytes::npos);
 }
 
 TEST(Repair, ABackupThatIsThereStays) {
@@ -224,6 +233,34 @@ TEST(Repair, ABackupThatIsThereStays) {
   EXPECT_NE(run_qv({"repair", file, "--backup"}).error.find("is there already"), std::string::npos);
   EXPECT_EQ(read_file(file) == damaged, true);
   EXPECT_EQ(read_file(file + ".bak"), "an older one");
+}
+
+TEST(Repair, ARepairIsUndoneOrAcceptedBeforeTheNext) {
+  const ScratchFolder folder;
+  const std::string file = folder.put("file.wav", with(kPlain, 40, u32(0)));
+  qv_says({"repair", file});
+  const Bytes again = with(kPlain, 40, u32(7));
+  folder.put("file.wav", again);
+  for (const Arguments& words : {Arguments{"repair", file}, {"repair", file, "--no-undo"}})
+    EXPECT_NE(run_qv(words).error.find("take that back by --undo, or accept it by removing " + file), Bytes::npos);
+  expect_refused(run_qv({"repair", file, "--undo"}), 1, file + ": ", "has been changed since");
+  EXPECT_EQ(read_file(file), again);
+  std::filesystem::remove(file + ".qv-undo");
+  qv_says({"repair", file});
+  EXPECT_EQ(read_file(file), kPlain);
+}
+
+TEST(Repair, WithoutRoomForAnUndoFileNeedsToBeToldSo) {
+  const ScratchFolder folder;
+  const Bytes damaged = with(kPlain, 40, u32(0));
+  const std::string file = folder.put(std::string(248, 'a'), damaged);
+  const Outcome outcome = run_qv({"repair", file});
+  EXPECT_EQ(outcome.error,
+            "qv: " + file + ".qv-undo: cannot be written: the name is too long: --no-undo repairs without it\n");
+  EXPECT_EQ(read_file(file), damaged);
+  qv_says({"repair", file, "--no-undo"});
+  EXPECT_EQ(read_file(file), kPlain);
+  EXPECT_EQ(folder.names().size(), 1u);
 }
 
 TEST(Repair, AFileMadeToCostTime) {
