@@ -96,7 +96,7 @@ int convert(const Options& options) {
   const _qvwaveformat& source = samples.format();
   const ChannelPlan plan = make_plan(options);
   if (const auto objection = plan.objection(source.channels)) throw Failure(input.name, *objection);
-  const QVSAMPLETYPE type = output_type(options.type, source.sampleType);
+  const QVSAMPLETYPE type = output_type(options.type, source.sampleType, target);
   const DWORD source_rate = source.samplesPerSec;
   const _qvwaveformat format = output_format(input, source, type, plan, options.rate.value_or(source_rate));
   const DWORD block_frames = frames_per_block(std::max(source.channels, format.channels));

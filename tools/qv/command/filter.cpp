@@ -45,7 +45,7 @@ int filter(const Options& options) {
   const _qvwaveformat& source = reader.format();
   FilterChain chain(input.name, options.filter, source.samplesPerSec, source.channels);
   _qvwaveformat format;
-  format.Init(source.samplesPerSec, output_type(options.sample_type, source.sampleType), source.channels,
+  format.Init(source.samplesPerSec, output_type(options.sample_type, source.sampleType, target), source.channels,
               source.channelMask, sizeof format);
   const DWORD block_frames = frames_per_block(source.channels);
   SampleConversion conversion(source, QVSAMPLE_FLOAT64, {}, 1.0f, block_frames);

@@ -18,8 +18,8 @@ struct Reader {
   void (*read)(AudioFile& audio);
 };
 
-constexpr Reader kReaders[] = {{"riff", read_wave64}, {"FORM", read_aiff}, {"RIFF", read_riff},
-                               {"RIFX", read_riff},   {"RF64", read_riff}, {"BW64", read_riff}};
+constexpr Reader kReaders[] = {{"riff", read_wave64}, {"FORM", read_aiff}, {"RIFF", read_riff}, {"RIFX", read_riff},
+                               {"RF64", read_riff},   {"BW64", read_riff}, {"fLaC", read_flac}, {"OggS", read_ogg}};
 
 std::string characters_at(const AudioFile& audio, uint64_t position, size_t count) {
   std::string characters(count, '\0');
@@ -43,11 +43,23 @@ uint64_t tag_bytes(const AudioFile& audio) {
   return bytes;
 }
 
-const Reader* reader_at(const AudioFile& audio, uint64_t position) {
-  const std::string start = characters_at(audio, position, 4);
+/// Whether four bytes are the header of an MP3 frame: eleven bits that are set, and a version, layer, rate of bits and
+/// of samples that exist.
+bool is_mp3_frame(const std::string& start) {
+  if (start.size() < 4) return false;
+  const auto byte = [&](size_t k) { return static_cast<BYTE>(start[k]); };
+  const unsigned version = byte(1) >> 3 & 3, layer = byte(1) >> 1 & 3, bit_rate = byte(2) >> 4, rate = byte(2) >> 2 & 3;
+  return byte(0) == 0xFF && byte(1) >= 0xE0 && version != 1 && layer != 0 && bit_rate != 0 && bit_rate != 15 &&
+         rate != 3;
+}
+
+/// The reader of what stands behind a tag of some bytes.
+auto reader_of(const AudioFile& audio, uint64_t tag) {
+  const std::string start = characters_at(audio, tag, 4);
   for (const Reader& reader : kReaders)
-    if (start.starts_with(reader.magic)) return &reader;
-  return nullptr;
+    if (start.starts_with(reader.magic)) return reader.read;
+  // What is no container at all is refused by the reader of RIFF.
+  return tag != 0 || is_mp3_frame(start) ? read_mp3 : read_riff;
 }
 
 } // namespace
@@ -85,9 +97,7 @@ AudioFile inspect_audio_file(const std::string& name) {
   audio.file_bytes = static_cast<uint64_t>(size.QuadPart);
   if (audio.file_bytes == 0) fail(audio, "the file is empty");
   audio.form_start = tag_bytes(audio);
-  const Reader* const reader = reader_at(audio, audio.form_start);
-  // What is no container at all is refused by the reader of RIFF.
-  const auto read = reader ? reader->read : read_riff;
+  const auto read = reader_of(audio, audio.form_start);
   if (!move_to(audio.file, audio.form_start)) fail(audio, system_error_text(GetLastError()));
   read(audio);
   return audio;

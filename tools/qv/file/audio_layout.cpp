@@ -147,6 +147,7 @@ const ChunkShape& chunk_shape(Container container) {
 
 AudioLayout layout_of(const std::string& name, Container container, bool stays_riff, const _qvwaveformat& format,
                       uint64_t frames, const CarriedChunks& chunks) {
+  if (container == Container::kFlac || container == Container::kOgg) return {container, "", "", 0, 0};
   const uint64_t carried = bytes_of(chunk_shape(container), chunks);
   if (carried > kRiffSizeLimit && container != Container::kWave64)
     throw Failure(name, "chunks of more than 4 GiB beside the audio fit a Wave64 file only");

@@ -31,7 +31,7 @@ struct AudioLayout {
 };
 
 /// Throws Failure when such a file would be too long. A RIFF file becomes an RF64 file then, unless `stays_riff`; an
-/// AIFF file becomes AIFF-C for float samples.
+/// AIFF file becomes AIFF-C for float samples. Compressed containers have no layout.
 AudioLayout layout_of(const std::string& name, Container container, bool stays_riff, const _qvwaveformat& format,
                       uint64_t frames, const CarriedChunks& chunks);
 

@@ -8,6 +8,20 @@ namespace qv::tool {
 
 namespace {
 
+/// The type of that name; for "" the source's own, or the nearest that a wave file usually has.
+QVSAMPLETYPE nearest_type(const std::string& name, QVSAMPLETYPE source) {
+  for (const TypeName& row : written_types())
+    if (name.empty() ? row.type == source : row.name == name) return row.type;
+  switch (QvAudio_BitsFromSampleType(source)) {
+  case 8: return QVSAMPLE_PCM8;
+  case 16: return QVSAMPLE_PCM16;
+  case 24: return QVSAMPLE_PCM24;
+  default: return source == QVSAMPLE_PCM24IN32 ? QVSAMPLE_PCM24 : QVSAMPLE_PCM32;
+  }
+}
+
+bool is_coded(Container container) { return container == Container::kFlac || container == Container::kOgg; }
+
 struct DitherName {
   const char* name;
   QVDITHER type;
@@ -32,9 +46,26 @@ const std::vector<TypeName>& written_types() {
   return types;
 }
 
+QVSAMPLETYPE output_type(const std::string& name, QVSAMPLETYPE source, const OutputTarget& target) {
+  if (target.container == Container::kOgg) {
+    if (!name.empty() && name != "float32") throw Failure(target.name, "Vorbis has no sample type: leave it out");
+    return QVSAMPLE_FLOAT32;
+  }
+  QVSAMPLETYPE type = nearest_type(name, source);
+  if (target.container == Container::kFlac && QvAudio_BitsFromSampleType(type) > 24) {
+    if (!name.empty()) throw Failure(target.name, "FLAC takes pcm8, pcm16 and pcm24, not " + name);
+    type = QVSAMPLE_PCM24;
+  }
+  return type;
+}
+
 AudioOutput::AudioOutput(const OutputTarget& target, const _qvwaveformat& format, uint64_t frames, CarriedChunks chunks)
     : layout_(layout_of(target.name, target.container, target.stays_riff, format, frames, chunks)),
       chunks_(std::move(chunks)), format_(format), file_(target.name, target.input_name) {
+  if (is_coded(target.container)) {
+    coded_ = std::make_unique<CodedWriter>(target.name, file_, target.container, format);
+    return;
+  }
   file_.append(layout_.front.data(), static_cast<DWORD>(layout_.front.size()));
   write_chunks(chunks_.before_audio);
   file_.append(layout_.audio_header.data(), static_cast<DWORD>(layout_.audio_header.size()));
@@ -59,6 +90,10 @@ void AudioOutput::write_chunks(const std::vector<CarriedChunk>& chunks) const {
 }
 
 void AudioOutput::write_frames(const void* samples, DWORD frames) {
+  if (coded_) {
+    if (!coded_->write(samples, frames)) file_.write_failed();
+    return;
+  }
   const size_t bytes = size_t{frames} * format_.blockAlign;
   if (chunk_shape(layout_.container).is_big_endian) {
     const auto* const from = static_cast<const BYTE*>(samples);
@@ -73,6 +108,10 @@ void AudioOutput::write_frames(const void* samples, DWORD frames) {
 }
 
 void AudioOutput::commit() {
+  if (coded_) {
+    if (!coded_->finish()) file_.write_failed();
+    return file_.commit(size_of(file_));
+  }
   write_zeros(chunk_shape(layout_.container).padding(layout_.audio_bytes));
   write_chunks(chunks_.behind_audio);
   file_.commit(layout_.file_bytes);

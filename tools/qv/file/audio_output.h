@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tools/qv/file/audio_layout.h"
+#include "tools/qv/file/codec/coded_audio.h"
 #include "tools/qv/file/output_file.h"
 #include "tools/qv/named_rows.h"
 
@@ -25,18 +26,6 @@ const std::vector<TypeName>& written_types();
 
 inline std::vector<std::string> type_names() { return names_of(written_types()); }
 
-/// The type of that name; for "" the source's own, or the nearest that a wave file usually has.
-inline QVSAMPLETYPE output_type(const std::string& name, QVSAMPLETYPE source) {
-  for (const TypeName& row : written_types())
-    if (name.empty() ? row.type == source : row.name == name) return row.type;
-  switch (QvAudio_BitsFromSampleType(source)) {
-  case 8: return QVSAMPLE_PCM8;
-  case 16: return QVSAMPLE_PCM16;
-  case 24: return QVSAMPLE_PCM24;
-  default: return source == QVSAMPLE_PCM24IN32 ? QVSAMPLE_PCM24 : QVSAMPLE_PCM32;
-  }
-}
-
 /// Where audio is to go, and as what.
 struct OutputTarget {
   std::string name;
@@ -45,7 +34,11 @@ struct OutputTarget {
   bool stays_riff = false; ///< and is refused where a RIFF file would be too long; otherwise it becomes an RF64 file
 };
 
-/// An audio file that is written, with chunks around its audio.
+/// The type of that name; for "" the source's own, or the nearest that such a file usually has. Throws Failure about
+/// the file for a type that its container does not take.
+QVSAMPLETYPE output_type(const std::string& name, QVSAMPLETYPE source, const OutputTarget& target);
+
+/// An audio file that is written, with chunks around its audio; without them where it is compressed.
 class AudioOutput {
 public:
   /// Writes all that stands before the audio of exactly `frames` frames. `chunks` may refer to files that stay open
@@ -68,6 +61,7 @@ private:
   _qvwaveformat format_;
   std::vector<BYTE> encoded_; ///< a block in the container's byte order
   OutputFile file_;
+  std::unique_ptr<CodedWriter> coded_; ///< of a compressed file, which has no layout
 };
 
 /// Samples as doubles on their way into a wave file: dithered, then brought to the file's type.

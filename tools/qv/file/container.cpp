@@ -30,7 +30,8 @@ struct Suffix {
 
 constexpr Suffix kSuffixes[] = {{".wav", Container::kRiff},  {".wave", Container::kRiff},  {".bwf", Container::kRiff},
                                 {".rf64", Container::kRf64}, {".w64", Container::kWave64}, {".aif", Container::kAiff},
-                                {".aiff", Container::kAiff}, {".aifc", Container::kAifc}};
+                                {".aiff", Container::kAiff}, {".aifc", Container::kAifc},  {".flac", Container::kFlac},
+                                {".ogg", Container::kOgg},   {".oga", Container::kOgg}};
 
 std::string suffix_of(const std::string& file_name) {
   std::string suffix = utf8(std::filesystem::path(path_from(file_name)).extension().string<WCHAR>());

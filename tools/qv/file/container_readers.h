@@ -9,6 +9,9 @@ namespace qv::tool {
 void read_riff(AudioFile& audio);
 void read_wave64(AudioFile& audio);
 void read_aiff(AudioFile& audio);
+void read_flac(AudioFile& audio);
+void read_ogg(AudioFile& audio);
+void read_mp3(AudioFile& audio);
 
 [[noreturn]] void fail(const AudioFile& audio, const std::string& reason);
 /// Notes that there are more chunks than are listed.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tools/qv/file/audio_file.h"
+#include "tools/qv/file/codec/coded_audio.h"
 #include "tools/qv/file/sample_coding.h"
 
 #include <algorithm>
@@ -23,8 +24,11 @@ public:
 private:
   void read_bytes(void* buffer, size_t bytes);
 
+  void open_coded();
+
   const AudioFile& audio_;
   SampleCoding coding_;
+  std::unique_ptr<CodedReader> coded_; ///< of compressed audio
   _qvwaveformat format_;
   uint64_t frames_;
   uint64_t position_;        ///< in the file
