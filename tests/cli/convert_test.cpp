@@ -29,6 +29,7 @@ struct Conversion {
   Bytes in;
   Arguments options;
   Bytes out;
+  int clipped = 0;
 };
 
 const Bytes kStereo = wave({1, 2, 48000, 16}, shorts({1000, -2000, 32767, -32768}));
@@ -54,13 +55,25 @@ const Conversion kConversions[] = {
     {"float to integer clips",
      float_wave(1, floats({1.5f, -2.0f, 0.5f}), 3),
      {"--type", "pcm16"},
-     wave({}, shorts({32767, -32768, 16384}))},
+     wave({}, shorts({32767, -32768, 16384})),
+     2},
+    {"full scale of floats clips above, not below; nor does what rounds into the scale",
+     float_wave(1, floats({1.0f, -1.0f, 0.99997f, 0.99999f, -1.00001f}), 5),
+     {"--type", "pcm16"},
+     wave({}, shorts({32767, -32768, 32767, 32767, -32768})),
+     2},
+    {"dithered and clipped",
+     float_wave(1, floats({1.5f, -2.0f, 0.0f}), 3),
+     {"--type", "pcm8", "--dither", "shaped", "--gain-db", "60", "--channels", "1,1,1"},
+     riff("WAVE",
+          chunk("fmt ", extensible({1, 3, 48000, 8}, 7)) + chunk("data", Bytes("\xFF\xFF\xFF\0\0\0\x80\x80\x80", 9))),
+     6},
     {"float keeps what is beyond full scale",
      float_wave(1, floats({1.5f, -2.0f}), 2),
      {},
      float_wave(1, floats({1.5f, -2.0f}), 2)},
     {"level", wave({}, shorts({1000, -1001})), {"--gain-db", "-20"}, wave({}, shorts({100, -100}))},
-    {"level up, clipped", wave({}, shorts({20000, -100})), {"--gain-db", "20"}, wave({}, shorts({32767, -1000}))},
+    {"level up, clipped", wave({}, shorts({20000, -100})), {"--gain-db", "20"}, wave({}, shorts({32767, -1000})), 1},
     {"mono is the average", kStereo, {"--mono"}, wave({}, shorts({-500, 0}))}, // -0.5 ties to even
     {"mono keeps the average's precision",
      wave({1, 2, 48000, 8}, Bytes("\x80\x81", 2)),
@@ -105,7 +118,10 @@ TEST(Convert, WritesExactlyThis) {
     const ScratchFolder folder;
     const std::string in = folder.put("in.wav", row.in);
     const std::string out = folder.file("out.wav");
-    EXPECT_EQ(qv_says({"convert", in, out}, row.options), "");
+    const Outcome outcome = run_qv({"convert", in, out, "--json"}, row.options);
+    EXPECT_EQ(nlohmann::json::parse(outcome.out)["clipped_samples"], row.clipped) << outcome.error;
+    const std::string line = "qv: " + out + ": warning: " + std::to_string(row.clipped) + " sample";
+    EXPECT_EQ(row.clipped == 0 ? outcome.error.empty() : outcome.error.starts_with(line), true) << outcome.error;
     EXPECT_EQ(testing::PrintToString(read_file(out)), testing::PrintToString(row.out));
   }
 }

@@ -8,9 +8,11 @@
 #include "tools/qv/file/rate_conversion.h"
 #include "tools/qv/file/sample_conversion.h"
 #include "tools/qv/file/sample_reader.h"
+#include "tools/qv/json.h"
 #include "tools/qv/long_work.h"
 
 #include <cmath>
+#include <iostream>
 #include <memory>
 #include <optional>
 
@@ -32,6 +34,7 @@ struct Options {
   std::string dither = "none";
   ContainerOptions container;
   MetadataOptions metadata;
+  bool json = false;
 };
 
 ChannelPlan make_plan(const Options& options) {
@@ -89,6 +92,17 @@ void convert_by_doubles(SampleReader& reader, DoubleOutput& output, SampleConver
   if (rate) rate->process(nullptr, 0, write);
 }
 
+void print_json(const std::string& name, Container container, const _qvwaveformat& format, uint64_t clipped) {
+  std::cout << Json::object({{"file", name},
+                             {"container", name_of(container)},
+                             {"sample_type", static_cast<uint32_t>(format.sampleType)},
+                             {"sample_rate", format.samplesPerSec},
+                             {"channels", format.channels},
+                             {"clipped_samples", clipped}})
+                   .dump()
+            << "\n";
+}
+
 int convert(const Options& options) {
   const OutputTarget target = options.container.target(options.out, options.in);
   const AudioFile input = read_audio_file(options.in);
@@ -110,14 +124,19 @@ int convert(const Options& options) {
   watch_interruption();
   AudioOutput output(target, format, RateConversion::frames_at(samples.frames(), source_rate, format.samplesPerSec),
                      kept_chunks(options, input, source, plan, format, target.container));
+  uint64_t clipped = 0;
   if (by_doubles) {
     DoubleOutput doubles(output, options.out, format, options.dither);
     convert_by_doubles(samples, doubles, conversion, rate, block_frames);
+    clipped = doubles.clipped();
   } else {
     convert_directly(samples, output, conversion, block_frames);
+    clipped = conversion.clipped();
   }
   check_interruption();
   output.commit();
+  warn_of_clipping(options.out, clipped);
+  if (options.json) print_json(options.out, output.container(), format, clipped);
   return kSuccess;
 }
 
@@ -158,6 +177,7 @@ void add_convert(const Command& program) {
   command.flag("--mono", options->mono, "Average all channels to one").excludes(channels);
   options->container.add_to(command);
   options->metadata.add_to(command);
+  command.flag("--json", options->json, "Print what was written as JSON, with the number of clipped samples");
   command.runs([options] { return convert(*options); });
 }
 

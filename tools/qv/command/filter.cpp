@@ -68,6 +68,7 @@ int filter(const Options& options) {
   if (!options.response.empty())
     write_response(options.response, title_of(options.filter, source.samplesPerSec), chain);
   output.commit();
+  warn_of_clipping(options.out, doubles.clipped());
   return kSuccess;
 }
 

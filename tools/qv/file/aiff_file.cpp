@@ -150,7 +150,7 @@ void read_aiff(AudioFile& audio) {
   const DWORD form = id_at(header + 8);
   if (form != QvFourCC("AIFF") && form != QvFourCC("AIFC")) fail(audio, "is an IFF file, but no AIFF");
   audio.kind = form == QvFourCC("AIFC") ? Container::kAifc : Container::kAiff;
-  audio.container = audio.kind == Container::kAifc ? "aifc" : "aiff";
+  audio.container = name_of(audio.kind);
   audio.is_big_endian = true;
   list_chunks(audio, std::min(audio.form_start + 8 + uint64_t{big_endian(header + 4)}, audio.file_bytes));
   const ChunkEntry* const common = find(audio, "COMM");

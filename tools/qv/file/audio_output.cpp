@@ -122,7 +122,8 @@ std::vector<std::string> DoubleOutput::dither_names() { return names_of(kDitherN
 DoubleOutput::DoubleOutput(AudioOutput& output, const std::string& name, const _qvwaveformat& format,
                            const std::string& dither)
     : output_(output), channels_(format.channels),
-      store_(QvAudio_GetCopyFunction2(format.sampleType, QVSAMPLE_FLOAT64)), sample_bytes_(format.BytesPerSample()) {
+      store_(QvAudio_GetCopyFunction2(format.sampleType, QVSAMPLE_FLOAT64)),
+      clipping_(format.sampleType, QVSAMPLE_FLOAT64, 1.0f), sample_bytes_(format.BytesPerSample()) {
   const QVDITHER type = row_of(kDitherNames, dither).type;
   if (type == QVDITHER_NONE) return; // the kernel rounds as well
   if (format.FormatTag() == WAVE_FORMAT_IEEE_FLOAT) throw Failure(name, "float samples are not dithered");
@@ -132,9 +133,13 @@ DoubleOutput::DoubleOutput(AudioOutput& output, const std::string& name, const _
 
 void DoubleOutput::write(double* samples, DWORD frames) {
   const size_t count = size_t{frames} * channels_;
-  if (dither_) dither_->ProcessDouble(samples, samples, frames, 0);
+  if (dither_) {
+    clipping_.add(nullptr, samples, count); // dither brings them into the scale
+    dither_->ProcessDouble(samples, samples, frames, 0);
+  }
   bytes_.resize(std::max(bytes_.size(), count * sample_bytes_));
   store_(bytes_.data(), samples, static_cast<LONG>(count), 1.0f);
+  if (!dither_) clipping_.add(bytes_.data(), samples, count);
   output_.write_frames(bytes_.data(), frames);
 }
 

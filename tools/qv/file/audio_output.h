@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tools/qv/file/audio_layout.h"
+#include "tools/qv/file/clipping.h"
 #include "tools/qv/file/codec/coded_audio.h"
 #include "tools/qv/file/output_file.h"
 #include "tools/qv/named_rows.h"
@@ -73,12 +74,16 @@ public:
   /// Writes frames, and changes the samples on the way. Throws Failure.
   void write(double* samples, DWORD frames);
 
+  /// How many of them were too loud for the file's type.
+  uint64_t clipped() const { return clipping_.samples(); }
+
   static std::vector<std::string> dither_names();
 
 private:
   AudioOutput& output_;
   DWORD channels_;
   QVAUDIO_COPYFUNC store_;
+  ClippingCount clipping_;
   std::optional<CQvDither> dither_;
   size_t sample_bytes_;
   std::vector<BYTE> bytes_;

@@ -42,6 +42,11 @@ std::string suffix_of(const std::string& file_name) {
 
 } // namespace
 
+const char* name_of(Container container) {
+  constexpr const char* kNames[] = {"RIFF", "RF64", "wave64", "aiff", "aifc", "FLAC", "Ogg", "MP3"};
+  return kNames[static_cast<size_t>(container)];
+}
+
 std::vector<std::string> container_names() { return names_of(kOptions); }
 
 Container container_of(const std::string& file_name, const std::string& option) {

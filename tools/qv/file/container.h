@@ -8,6 +8,9 @@ namespace qv::tool {
 
 enum class Container { kRiff, kRf64, kWave64, kAiff, kAifc, kFlac, kOgg, kMp3 };
 
+/// "RIFF", "RF64", "wave64", "aiff", "aifc", "FLAC", "Ogg" or "MP3".
+const char* name_of(Container container);
+
 /// The containers that --container names.
 std::vector<std::string> container_names();
 

@@ -79,7 +79,8 @@ SampleConversion::SampleConversion(const _qvwaveformat& source, QVSAMPLETYPE typ
                                    DWORD block_frames)
     : plan_(plan), gain_(gain), source_(header_of(source, source.sampleType, source.channels)),
       arranged_(header_of(source, arranged_type(source, plan), plan.channels(source.channels))),
-      copy_(QvAudio_GetCopyFunction2(type, arranged_type(source, plan))) {
+      copy_(QvAudio_GetCopyFunction2(type, arranged_type(source, plan))),
+      clipping_(type, arranged_type(source, plan), gain) {
   if (!copy_) throw std::runtime_error("there is no conversion between the two sample types");
   input_.resize(block_bytes(source_, block_frames));
   if (plan.kind != ChannelPlan::Kind::kKeep) between_.resize(block_bytes(arranged_, block_frames));
@@ -113,7 +114,10 @@ const void* SampleConversion::arrange(const void* samples, DWORD frames) {
 }
 
 void SampleConversion::run(void* converted, const void* samples, DWORD frames) {
-  copy_(converted, arrange(samples, frames), static_cast<LONG>(frames * arranged_.Format.nChannels), gain_);
+  const void* const arranged = arrange(samples, frames);
+  const size_t count = size_t{frames} * arranged_.Format.nChannels;
+  copy_(converted, arranged, static_cast<LONG>(count), gain_);
+  clipping_.add(converted, arranged, count);
 }
 
 } // namespace qv::tool

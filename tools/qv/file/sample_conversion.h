@@ -1,6 +1,8 @@
 // Blocks of samples from one format to another, through the library's kernels, and what becomes of their channels.
 #pragma once
 
+#include "tools/qv/file/clipping.h"
+
 #include "qv/audio_channels.h"
 #include "qv/audio_kernels.h"
 
@@ -47,6 +49,8 @@ public:
   void* output() { return output_.data(); }
   /// Converts `frames` frames from one place to another.
   void run(void* converted, const void* samples, DWORD frames);
+  /// How many samples of what came out were too loud for its type.
+  uint64_t clipped() const { return clipping_.samples(); }
 
 private:
   /// Brings the channels into their new order: in the source's sample type, or as doubles when they are averaged.
@@ -58,6 +62,7 @@ private:
   WAVEFORMATEXTENSIBLE source_;
   WAVEFORMATEXTENSIBLE arranged_;
   QVAUDIO_COPYFUNC copy_;
+  ClippingCount clipping_;
   std::vector<BYTE> input_;
   std::vector<BYTE> between_;
   std::vector<BYTE> output_;

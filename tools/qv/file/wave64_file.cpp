@@ -45,8 +45,8 @@ FormEnd read_file_header(const AudioFile& audio) {
 } // namespace
 
 void read_wave64(AudioFile& audio) {
-  audio.container = "wave64";
   audio.kind = Container::kWave64;
+  audio.container = name_of(audio.kind);
   read_wave_chunks(audio, kChunks, read_file_header(audio));
 }
 

@@ -6,9 +6,9 @@ namespace qv::tool {
 
 namespace {
 
-void read_coded(AudioFile& audio, Container kind, const char* name) {
+void read_coded(AudioFile& audio, Container kind) {
   audio.kind = kind;
-  audio.container = name;
+  audio.container = name_of(kind);
   audio.form_start = 0;
   const CodedReader reader(audio);
   audio.header.assign(sizeof(WAVEFORMATEXTENSIBLE), 0);
@@ -28,8 +28,8 @@ void read_coded(AudioFile& audio, Container kind, const char* name) {
 
 } // namespace
 
-void read_flac(AudioFile& audio) { read_coded(audio, Container::kFlac, "FLAC"); }
-void read_ogg(AudioFile& audio) { read_coded(audio, Container::kOgg, "Ogg"); }
-void read_mp3(AudioFile& audio) { read_coded(audio, Container::kMp3, "MP3"); }
+void read_flac(AudioFile& audio) { read_coded(audio, Container::kFlac); }
+void read_ogg(AudioFile& audio) { read_coded(audio, Container::kOgg); }
+void read_mp3(AudioFile& audio) { read_coded(audio, Container::kMp3); }
 
 } // namespace qv::tool
