@@ -213,16 +213,20 @@ TEST(Tag, WritesAiffAndWave64) {
   expect_tagged("a.aiff", aiff(iff_chunk("AUTH", "me") + sound + notes), aiff(iff_chunk("AUTH", "me") + sound),
                 {"--remove", "comment"}, "");
   expect_tagged("a.aiff", aiff(iff_chunk("AUTH", "me") + sound + notes), aiff(sound), {"--clear"}, "");
-  const Bytes plain64 = chunk64("fmt ", format_bytes({})) + chunk64("data", "abcd");
+  const Bytes format64 = chunk64("fmt ", format_bytes({}));
+  const Bytes data64 = chunk64("data", "abcd");
   const Bytes id = "\xBC\x94\x5F\x92\x5A\x52\xD2\x11\x86\xDC\0\xC0\x4F\x8E\xDB\x8A"s;
   const auto summary = [&](const Bytes& items) {
     return id + riff_test::u64(items.size() + 24) + items + riff_test::padding64(items.size());
   };
-  const Bytes artist = "IART" + u32(4) + u16(0xD834) + u16(0); // not well-formed, but not ours
+  const Bytes artist = "IART" + u32(4) + u16(0xD834) + u16(0); // half a character, but not ours
   const Bytes title = "INAM" + u32(4) + u16(0x17D) + u16(0);
-  expect_tagged("a.w64", wave64(plain64 + summary(u32(1) + artist) + chunk64("bext", "")),
-                wave64(plain64 + chunk64("bext", "") + summary(u32(2) + artist + title)), {"title=\xC5\xBD"}, "");
-  expect_tagged("a.w64", wave64(summary(u32(1) + title) + plain64), wave64(plain64), {"--remove", "title"}, "");
+  // In front of the audio, whatever follows that.
+  expect_tagged("a.w64", wave64(format64 + data64 + summary(u32(1) + artist) + chunk64("bext", "")),
+                wave64(format64 + summary(u32(2) + artist + title) + data64 + chunk64("bext", "")), {"title=\xC5\xBD"},
+                "");
+  expect_tagged("a.w64", wave64(summary(u32(1) + title) + format64 + data64), wave64(format64 + data64),
+                {"--remove", "title"}, "");
 }
 
 TEST(Tag, PrintsTheTexts) {
@@ -247,6 +251,33 @@ TEST(Tag, SetsTextsOfSeveralFiles) {
   expect_refused(outcome, 1, folder.file("none.wav"), "no such file");
   for (const std::string& name : {one, two})
     EXPECT_EQ(read_file(name), riff("WAVE", kPlain + info_list(kTitle))) << name;
+}
+
+TEST(Tag, ChangesAFileOfSeveralNamesInPlace) {
+  struct Row {
+    Bytes before, after;
+    Arguments arguments;
+  };
+  const Bytes filling = chunk("JUNK", "INFO" + kTitle);
+  const Row rows[] = {
+      {riff("WAVE", kPlain), riff("WAVE", kPlain + info_list(kTitle)), {"INAM=title"}},
+      {riff("WAVE", info_list(kTitle) + kPlain + info_list(kTitle)) + "rest",
+       riff("WAVE", filling + kPlain) + "rest",
+       {"--clear"}},
+      {riff("WAVE", info_list(kTitle) + kFormat + header("data", 3) + "abc"),
+       riff("WAVE", filling + kFormat + chunk("data", "abc") + info_list(text("INAM", "b"))),
+       {"INAM=b"}},
+      {riff("WAVE", bext("old", 5) + kPlain + kCue), riff("WAVE", bext("new", 5) + kPlain + kCue), {"description=new"}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(&row - rows);
+    const ScratchFolder folder;
+    const std::string file = folder.put("file.wav", row.before);
+    std::filesystem::create_hard_link(file, folder.file("other.wav"));
+    EXPECT_EQ(qv_says({"tag", file}, row.arguments), "");
+    EXPECT_EQ(testing::PrintToString(read_file(folder.file("other.wav"))), testing::PrintToString(row.after));
+    EXPECT_EQ(folder.names(), (std::vector<std::string>{"file.wav", "other.wav"}));
+  }
 }
 
 TEST(Tag, ReadsNoMoreThanIsThere) {

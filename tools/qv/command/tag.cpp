@@ -8,6 +8,7 @@
 #include "tools/qv/named_rows.h"
 #include "tools/qv/tag/tag_change.h"
 #include "tools/qv/text.h"
+#include "tools/qv/undo/change_file.h"
 
 #include <iostream>
 #include <memory>
@@ -115,7 +116,22 @@ AudioFile read_texts(const std::string& name) {
   return audio;
 }
 
-void change_file(const std::string& name, const TagChange& change) {
+void write(const LockedInput& input, AudioFile& audio, const ChunkEdit& edit) {
+  if (!input.can_be_replaced()) {
+    const std::vector<Replacement> replacements = edit.in_place();
+    audio.file.close();
+    return change_file(input, replacements, UndoPolicy::kUntilDone);
+  }
+  OutputFile output(input.name());
+  const uint64_t bytes = edit.write(output);
+  // Closed before the new file takes its place: Windows replaces no file that is open.
+  audio.file.close();
+  output.commit(bytes);
+}
+
+void change_texts_of(const std::string& name, const TagChange& change) {
+  const LockedInput input(name);
+  if (settle_change(input) == Settled::kUndone) print_warning(name, "a change that was broken off has been undone");
   AudioFile audio = inspect_audio_file(name);
   const Form form = read_form(audio);
   ChunkEdit edit(audio, form);
@@ -123,11 +139,7 @@ void change_file(const std::string& name, const TagChange& change) {
   for (const std::string& remark : plan_change(audio, change, edit))
     remarks.push_back(remark);
   if (!form.remark.empty()) remarks.push_back(form.remark);
-  OutputFile output(name);
-  const uint64_t bytes = edit.write(output);
-  // Closed before the new file takes its place: Windows replaces no file that is open.
-  audio.file.close();
-  output.commit(bytes);
+  write(input, audio, edit);
   for (const std::string& remark : remarks)
     print_warning(name, remark);
 }
@@ -138,7 +150,7 @@ int tag(const Options& options) {
   Json all = Json::array();
   for (const std::string& name : options.files) {
     try {
-      if (!options.change.is_empty()) change_file(name, options.change);
+      if (!options.change.is_empty()) change_texts_of(name, options.change);
       if (options.json) all.push_back(texts_json(read_texts(name)));
       if (options.json || !options.change.is_empty()) continue;
       const AudioFile audio = read_texts(name);

@@ -74,33 +74,33 @@ void ChunkEdit::put_in_front(const NewChunk& chunk) {
   append(chunk);
 }
 
-void ChunkEdit::append(const NewChunk& chunk) { appended_ += chunk_bytes(chunk); }
+void ChunkEdit::append(const NewChunk& chunk) {
+  (audio_.kind == Container::kWave64 ? inserted_ : appended_) += chunk_bytes(chunk);
+}
 
 uint64_t ChunkEdit::write(const OutputFile& output) const {
   const uint64_t first = audio_.chunks.front().offset;
   output.append(audio_.file, audio_.name, 0, first);
   uint64_t form_bytes = first - form_.start;
-  const auto pad = [&] {
-    const std::string zeros(static_cast<size_t>(aligned(form_bytes) - form_bytes), '\0');
-    output.append(zeros.data(), static_cast<DWORD>(zeros.size()));
-    form_bytes += zeros.size();
+  const auto put = [&](const std::string& bytes) {
+    output.append(bytes.data(), static_cast<DWORD>(bytes.size()));
+    form_bytes += bytes.size();
   };
+  const auto pad = [&] { put(std::string(static_cast<size_t>(aligned(form_bytes) - form_bytes), '\0')); };
   for (size_t index = 0; index < edited_.size(); ++index) {
     if (edited_[index] == Edited::kRemoved) continue;
     pad(); // a writer may have left it out
-    const uint64_t start = audio_.chunks[index].offset;
-    const auto replacement = replacements_.find(index);
-    if (replacement == replacements_.end()) {
-      output.append(audio_.file, audio_.name, start, end_of(index) - start);
-      form_bytes += end_of(index) - start;
+    const ChunkEntry& chunk = audio_.chunks[index];
+    if (chunk.data == audio_.audio_start) put(inserted_);
+    if (edited_[index] == Edited::kReplaced) {
+      put(replacements_.at(index));
     } else {
-      output.append(replacement->second.data(), static_cast<DWORD>(replacement->second.size()));
-      form_bytes += replacement->second.size();
+      output.append(audio_.file, audio_.name, chunk.offset, end_of(index) - chunk.offset);
+      form_bytes += end_of(index) - chunk.offset;
     }
   }
   pad();
-  output.append(appended_.data(), static_cast<DWORD>(appended_.size()));
-  form_bytes += appended_.size();
+  put(appended_);
   output.append(audio_.file, audio_.name, form_.rest, audio_.file_bytes - form_.rest);
   const std::string size = form_size_bytes(audio_, form_, form_bytes);
   if (!move_to(output, form_.start + form_.shape->size_offset)) output.write_failed();
@@ -108,24 +108,31 @@ uint64_t ChunkEdit::write(const OutputFile& output) const {
   return form_.start + form_bytes + audio_.file_bytes - form_.rest;
 }
 
-std::vector<InPlaceEdit> ChunkEdit::in_place() const {
+Replacement ChunkEdit::replacement(uint64_t offset, uint64_t length, const std::string& bytes) const {
+  return {offset, bytes_at(audio_, offset, static_cast<size_t>(length)), bytes};
+}
+
+std::vector<Replacement> ChunkEdit::in_place() const {
   size_t kept = edited_.size();
   while (edited_[kept - 1] == Edited::kRemoved)
     --kept;
   const uint64_t tail = kept < edited_.size() ? audio_.chunks[kept].offset : form_.chunks_end;
-  const uint64_t padding = aligned(tail - form_.start) - (tail - form_.start);
-  const uint64_t form_bytes = tail - form_.start + padding + appended_.size();
-  std::vector<InPlaceEdit> edits = {
-      {form_.start + form_.shape->size_offset, form_size_bytes(audio_, form_, form_bytes)}};
+  const std::string padding(static_cast<size_t>(aligned(tail - form_.start) - (tail - form_.start)), '\0');
+  const std::string added = inserted_ + appended_;
+  const std::string size = form_size_bytes(audio_, form_, tail - form_.start + padding.size() + added.size());
+  std::vector<Replacement> all = {replacement(form_.start + form_.shape->size_offset, size.size(), size)};
   for (size_t index = 0; index < kept; ++index) {
     const ChunkEntry& chunk = audio_.chunks[index];
-    if (edited_[index] == Edited::kRemoved)
-      edits.push_back({chunk.offset, chunk_header(audio_, QVRIFF_ID_JUNK, chunk.size)});
-    if (edited_[index] == Edited::kReplaced) edits.push_back({chunk.offset, replacements_.at(index)});
+    const std::string header = chunk_header(audio_, QVRIFF_ID_JUNK, chunk.size);
+    if (edited_[index] == Edited::kRemoved) all.push_back(replacement(chunk.offset, header.size(), header));
+    if (edited_[index] != Edited::kReplaced) continue;
+    const std::string bytes = replacements_.at(index).substr(0, static_cast<size_t>(end_of(index) - chunk.offset));
+    all.push_back(replacement(chunk.offset, bytes.size(), bytes));
   }
-  std::string rest = bytes_at(audio_, form_.rest, static_cast<size_t>(audio_.file_bytes - form_.rest));
-  edits.push_back({tail, std::string(static_cast<size_t>(padding), '\0') + appended_ + rest});
-  return edits;
+  const std::string rest = bytes_at(audio_, form_.rest, static_cast<size_t>(audio_.file_bytes - form_.rest));
+  all.push_back(replacement(tail, audio_.file_bytes - tail, padding + added + rest));
+  std::erase_if(all, [](const Replacement& part) { return part.old_bytes == part.new_bytes; });
+  return all;
 }
 
 } // namespace qv::tool

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tools/qv/tag/form.h"
+#include "tools/qv/undo/file_change.h"
 
 #include <map>
 #include <string>
@@ -17,12 +18,6 @@ struct NewChunk {
   std::string data;
 };
 
-/// Bytes that take the place of others of the same length, or of all from there to the file's end.
-struct InPlaceEdit {
-  uint64_t offset;
-  std::string bytes;
-};
-
 class ChunkEdit {
 public:
   /// Keeps references to both.
@@ -35,13 +30,15 @@ public:
   /// Puts a chunk into the place of one that is filled with nothing and stands in front of the audio; behind all others
   /// where none has room.
   void put_in_front(const NewChunk& chunk);
+  /// Puts a chunk behind all others; in Wave64 in front of the audio, since libsndfile, and who reads by it, takes what
+  /// follows the audio there for more of it.
   void append(const NewChunk& chunk);
 
   /// Writes the whole file anew. Returns its length.
   uint64_t write(const OutputFile& output) const;
-  /// The same for a file that keeps its place: chunks that are removed in front of others become filling. The last edit
-  /// goes to the file's end.
-  std::vector<InPlaceEdit> in_place() const;
+  /// The same for a file that keeps its place: chunks that are removed in front of others become filling, and new ones
+  /// stand behind all. The last replacement goes to the file's end.
+  std::vector<Replacement> in_place() const;
 
 private:
   enum class Edited { kNo, kRemoved, kReplaced };
@@ -49,11 +46,13 @@ private:
   uint64_t end_of(size_t index) const;
   uint64_t aligned(uint64_t form_bytes) const;
   std::string filling(uint64_t bytes) const;
+  Replacement replacement(uint64_t offset, uint64_t length, const std::string& bytes) const;
 
   const AudioFile& audio_;
   const Form& form_;
   std::vector<Edited> edited_;                 ///< one of each chunk
   std::map<size_t, std::string> replacements_; ///< whole chunks by index, of the same length
+  std::string inserted_;                       ///< in front of the audio
   std::string appended_;
 };
 
