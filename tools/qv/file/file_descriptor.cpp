@@ -14,6 +14,7 @@
 #include <unistd.h>
 #endif
 #ifdef __linux__
+#include <linux/limits.h>
 #include <sys/xattr.h>
 #endif
 
