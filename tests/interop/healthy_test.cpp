@@ -69,8 +69,8 @@ const Maker kMakers[] = {
     {"sox24.w64", "sox $m -b 24 $f"},
     {"sox.aiff", "sox $m $f"},
     {"sox24.aifc", "sox $m -b 24 $f"},
-    {"alaw.wav", "sox $m -e a-law $f", kDecoded},
-    {"mulaw.wav", "sox $m -e mu-law $f", kDecoded},
+    {"alaw.wav", "sox $m -e a-law $f"},
+    {"mulaw.wav", "sox $m -e mu-law $f"},
     {"msadpcm.wav", "sox $m -e ms-adpcm $f", kDecoded},
     {"imaadpcm.wav", "sox $m -e ima-adpcm $f", kDecoded},
     {"gsm.wav", "sox $m -r 8000 -e gsm-full-rate $f", kDecoded},
@@ -121,8 +121,8 @@ void make(const Maker& maker, const ScratchFolder& folder) {
   shell("d=" + folder.path().string() + " m=$d/mono.wav s=$d/six.wav f=" + file + "; " + maker.command);
 }
 
-/// What describes the samples or fills room is made anew, or not copied. Texts are compared as such; a history of
-/// codings grows.
+/// What describes the samples or fills room is made anew, or not copied. Texts, for which "CSET" may be added, are
+/// compared as such; a history of codings grows.
 std::vector<Chunk> kept_chunks(const std::string& bytes, bool is_copy) {
   static const std::vector<std::string> kMade = {"fmt ", "fact", "ds64", "PEAK", "COMM", "FVER",
                                                  "JUNK", "junk", "FLLR", "PAD ", "data", "SSND"};
@@ -130,10 +130,18 @@ std::vector<Chunk> kept_chunks(const std::string& bytes, bool is_copy) {
   for (Chunk& chunk : chunks_of(bytes)) {
     if (is_copy && chunk.id == "bext") chunk.data.resize(602);
     const bool is_made = is_copy && std::find(kMade.begin(), kMade.end(), chunk.id) != kMade.end();
-    if (!is_made && chunk.id != "LIST:INFO") kept.push_back(chunk);
+    if (!is_made && chunk.id != "LIST:INFO" && chunk.id != "CSET") kept.push_back(chunk);
   }
   return kept;
 }
+
+std::string audio_of(const Bytes& bytes) {
+  const auto chunks = chunks_of(bytes);
+  return data_of(chunks, "data") + data_of(chunks, "SSND");
+}
+
+/// The samples as another program reads them: some writers count padding as audio, or turn bytes around.
+std::string decoded(const std::string& file) { return shell(kFfmpeg + "-i " + file + " -f f64le -"); }
 
 /// The ids of the chunks that are not the same, for a message that tells what is wrong.
 std::string differences(const std::vector<Chunk>& before, const std::vector<Chunk>& after) {
@@ -174,9 +182,8 @@ void expect_full_copy(const std::string& file, const Bytes& bytes, Kind kind, co
   EXPECT_EQ(convert.error, "");
   if (convert.exit_code != 0) return;
   const Bytes copied = read_file(copy);
-  const auto audio = [](const Bytes& of) { return data_of(chunks_of(of), "data") + data_of(chunks_of(of), "SSND"); };
   EXPECT_EQ(copied.substr(0, 4), bytes.substr(0, 4));
-  if (kind == kPlain) EXPECT_EQ(audio(bytes) == audio(copied), true);
+  if (kind == kPlain) EXPECT_EQ(audio_of(bytes) == audio_of(copied) || decoded(file) == decoded(copy), true);
   EXPECT_EQ(differences(kept_chunks(bytes, true), kept_chunks(copied, true)), "");
   EXPECT_EQ(qv_info(copy)["summary"], qv_info(file)["summary"]);
 }
