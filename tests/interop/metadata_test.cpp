@@ -74,9 +74,12 @@ struct Way {
 
 TEST(Metadata, MarkersAndLoopsOfSndfileReachItAgain) {
   const ScratchFolder folder;
-  const Way ways[] = {{SF_FORMAT_WAV, "a.wav", "b.wav", "", 1},     {SF_FORMAT_WAV, "a.wav", "b.aiff", "", 1},
-                      {SF_FORMAT_WAV, "a.wav", "b.rf64", "", 1},    {SF_FORMAT_WAV, "a.wav", "h.wav", " --rate 24000", 2},
-                      {SF_FORMAT_AIFF, "a.aiff", "c.aiff", "", 1},  {SF_FORMAT_AIFF, "a.aiff", "c.wav", "", 1},
+  const Way ways[] = {{SF_FORMAT_WAV, "a.wav", "b.wav", "", 1},
+                      {SF_FORMAT_WAV, "a.wav", "b.aiff", "", 1},
+                      {SF_FORMAT_WAV, "a.wav", "b.rf64", "", 1},
+                      {SF_FORMAT_WAV, "a.wav", "h.wav", " --rate 24000", 2},
+                      {SF_FORMAT_AIFF, "a.aiff", "c.aiff", "", 1},
+                      {SF_FORMAT_AIFF, "a.aiff", "c.wav", "", 1},
                       {SF_FORMAT_AIFF, "a.aiff", "h.aiff", " --rate 24000", 2}};
   for (const Way& way : ways) {
     SCOPED_TRACE(way.from + std::string(" to ") + way.to);
@@ -117,9 +120,10 @@ TEST(Metadata, SoxFindsTheLoop) {
 TEST(Metadata, BroadcastRecordsOfFfmpeg) {
   const ScratchFolder folder;
   const std::string first = folder.file("first.wav");
-  shell(kFfmpeg + "-i " + recording("Noise") + " -write_bext 1 -metadata description='A take' -metadata originator=rec " +
-        "-metadata origination_date=2024-12-31 -metadata origination_time=10:00:00 -metadata time_reference=172800000 " +
-        "-metadata coding_history='A=PCM,F=48000' " + first);
+  shell(
+      kFfmpeg + "-i " + recording("Noise") + " -write_bext 1 -metadata description='A take' -metadata originator=rec " +
+      "-metadata origination_date=2024-12-31 -metadata origination_time=10:00:00 -metadata time_reference=172800000 " +
+      "-metadata coding_history='A=PCM,F=48000' " + first);
   const Json record = qv_info(first)["bext"];
   EXPECT_EQ(record["description"], "A take");
   EXPECT_EQ(record["time-reference"], 172800000);
@@ -157,7 +161,8 @@ struct Texts {
 
 TEST(Metadata, FfmpegAndQvShowTheSameTexts) {
   const ScratchFolder folder;
-  for (const Texts& way : {Texts{"a.wav", "b.aiff"}, {"a.wav", "b.w64"}, {"a.wav", "b.rf64"}, {"c.aiff", "d.wav"}, {"c.aiff", "d.w64"}}) {
+  for (const Texts& way :
+       {Texts{"a.wav", "b.aiff"}, {"a.wav", "b.w64"}, {"a.wav", "b.rf64"}, {"c.aiff", "d.wav"}, {"c.aiff", "d.w64"}}) {
     SCOPED_TRACE(way.written + std::string(" to ") + way.kept);
     shell(kFfmpeg + "-i " + recording("Noise") + " -metadata title='Grün' -metadata comment=c -metadata copyright=me " +
           folder.file(way.written));
