@@ -16,6 +16,8 @@ namespace qv::tool {
 namespace {
 
 constexpr DWORD kDs64Id = QvFourCC("ds64");
+/// No more are looked at beyond those that the file's reader lists.
+constexpr size_t kMaxMoreChunks = 200'000;
 
 // The size of RF64 is that in its "ds64" chunk, which is the first.
 constexpr FormShape kRiff = {12, 4, 4, 8, 0xFFFFFFF0};
@@ -74,6 +76,7 @@ std::vector<ChunkEntry> chunks_filling_file(const AudioFile& audio, uint64_t off
   while (offset < audio.file_bytes) {
     const std::optional<ChunkEntry> chunk = chunk_at(audio, offset);
     if (!chunk || !fits(audio, *chunk)) return {};
+    if (chunks.size() == kMaxMoreChunks) fail(audio, "has too many chunks");
     chunks.push_back(*chunk);
     offset = chunk->data + chunk->size + chunk_shape(audio.kind).padding(chunk->size);
   }
