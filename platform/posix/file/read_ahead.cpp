@@ -24,7 +24,7 @@ ssize_t read_fully(int descriptor, void* buffer, size_t bytes, int64_t position)
   while (done < bytes) {
     const ssize_t got =
         read_once(descriptor, static_cast<char*>(buffer) + done, bytes - done, position + static_cast<int64_t>(done));
-    if (got < 0) return done > 0 ? static_cast<ssize_t>(done) : -1;
+    if (got < 0) return -1;
     if (got == 0) break;
     done += static_cast<size_t>(got);
   }
@@ -50,11 +50,11 @@ ssize_t ReadAhead::read_behind(int descriptor, void* buffer, size_t bytes, int64
   const size_t wanted = bytes - ready;
   const int64_t from = position + static_cast<int64_t>(ready);
   if (wanted < kMinBytes) {
-    if (fill(descriptor, from) < 0) return ready == 0 ? -1 : static_cast<ssize_t>(ready);
+    if (fill(descriptor, from) < 0) return -1;
     if (copy_out(rest, wanted, from) == wanted) return static_cast<ssize_t>(bytes);
   }
   const ssize_t got = read_fully(descriptor, rest, wanted, from);
-  return got < 0 && ready == 0 ? -1 : static_cast<ssize_t>(ready) + std::max<ssize_t>(got, 0);
+  return got < 0 ? -1 : static_cast<ssize_t>(ready) + got;
 }
 
 } // namespace qv::platform

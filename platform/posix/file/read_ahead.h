@@ -43,7 +43,7 @@ private:
   size_t next_size_ = kMinBytes;
 };
 
-/// Reads with pread until `bytes` bytes are there or the file ends; -1 with errno when the first call fails.
+/// Reads with pread until `bytes` bytes are there or the file ends; -1 with errno when a call fails.
 ssize_t read_fully(int descriptor, void* buffer, size_t bytes, int64_t position);
 
 } // namespace qv::platform
