@@ -141,8 +141,8 @@ void mend(const LockedInput& input, const std::vector<Replacement>& replacements
 } catch (const NoUndoFile& failure) {
   throw NoUndoFile(Failure(failure.what(), "--no-undo repairs without it"));
 } catch (const HalfChanged& half) {
-  throw Failure(input.name(), "is half mended, " + half.reason +
-                                  (keeps_undo ? ": the next repair that can write brings back what it was" : ""));
+  throw Failure(input.name(), "is half mended: writing failed, " + half.reason +
+                                  (keeps_undo ? "; the next repair undoes that, once it can write" : ""));
 }
 
 int repair(const Options& options) {

@@ -22,7 +22,7 @@ namespace qv::tool {
 
 #ifdef _WIN32
 
-FileDescriptor::FileDescriptor(const WString&) {}
+FileDescriptor::FileDescriptor(const WString&) : descriptor_(0) {}
 void FileDescriptor::close() {}
 bool FileDescriptor::try_lock() const { return true; }
 void FileDescriptor::lock() const {}

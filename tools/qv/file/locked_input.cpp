@@ -1,5 +1,6 @@
 #include "tools/qv/file/locked_input.h"
 
+#include "tools/qv/failure.h"
 #include "tools/qv/file/disk_file.h"
 #include "tools/qv/long_work.h"
 
@@ -12,8 +13,9 @@ LockedInput::LockedInput(const std::string& name) : name_(name) {
     open_existing(name, GENERIC_READ); // closed at once: it knows what is no file
     path_ = real_path(name);
     file_ = FileDescriptor(path_);
-    if (file_.is_open()) file_.lock();
-  } while (file_.is_open() && !file_.is_at(path_));
+    if (!file_.is_open()) throw Failure(name, "cannot be opened a second time");
+    file_.lock();
+  } while (!file_.is_at(path_));
 }
 
 } // namespace qv::tool

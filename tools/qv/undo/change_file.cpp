@@ -68,9 +68,9 @@ void change_in_place(const std::string& name, const FileChange& change) {
   OpenFile file = open_existing(name, GENERIC_READ | GENERIC_WRITE);
   const DWORD error = write_pieces(file, change);
   if (error != ERROR_SUCCESS) {
-    const std::string why = "cannot be written: " + system_error_text(error);
-    if (write_pieces(file, change.reversed()) != ERROR_SUCCESS || !FlushFileBuffers(file)) throw HalfChanged(name, why);
-    throw Failure(name, why);
+    const bool is_back = write_pieces(file, change.reversed()) == ERROR_SUCCESS && FlushFileBuffers(file);
+    if (!is_back && examine(file, name, change) != Holds::kOld) throw HalfChanged(name, system_error_text(error));
+    throw Failure(name, "cannot be written: " + system_error_text(error));
   }
   if (!FlushFileBuffers(file) || !file.close()) throw Failure(name, kMayNotLast + system_error_text(GetLastError()));
 }
@@ -134,7 +134,11 @@ void change_file(const LockedInput& input, std::vector<Replacement> replacements
     remove_if_unused(undo, name, change);
     throw;
   }
-  policy == UndoPolicy::kKeep ? undo.set_state(UndoState::kDone) : undo.remove();
+  try {
+    policy == UndoPolicy::kKeep ? undo.set_state(UndoState::kDone) : undo.remove();
+  } catch (const Failure& failure) {
+    throw Failure(name, std::string("was changed whole, but ") + failure.what());
+  }
 }
 
 bool has_broken_change(const LockedInput& input) {

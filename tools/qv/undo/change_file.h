@@ -17,14 +17,14 @@ enum class UndoPolicy {
 class HalfChanged : public Failure {
 public:
   HalfChanged(const std::string& name, const std::string& why)
-      : Failure(name, "is half changed: " + why), reason(why) {}
-  const std::string reason;
+      : Failure(name, "is half changed: writing failed, " + why), reason(why) {}
+  const std::string reason; ///< why writing failed
 };
 
 /// Makes replacements, which are in order and do not overlap, and makes them last: in place where nothing but the
 /// file's end moves, otherwise by a new file that is renamed over the old one. When this throws, the file is as it
-/// was, but for HalfChanged, and for the message that it was written whole and may not last. Throws Failure also where
-/// the file does not hold the old bytes, and where an undo file is there: settle_change() comes first.
+/// was, but for HalfChanged, and for messages that it was changed whole and something then failed. Throws Failure also
+/// where the file does not hold the old bytes, and where an undo file is there: settle_change() comes first.
 void change_file(const LockedInput& input, std::vector<Replacement> replacements, UndoPolicy policy);
 
 enum class Settled {

@@ -49,7 +49,7 @@ void UndoFile::set_state(UndoState state) const {
   if (!move_to(file, kUndoStateAt) ||
       !WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &done, nullptr) || !FlushFileBuffers(file) ||
       !file.close())
-    throw Failure(name_, "cannot be brought up to date, which the next run does: " + system_error_text(GetLastError()));
+    throw Failure(name_, "cannot be rewritten: " + system_error_text(GetLastError()));
 }
 
 void UndoFile::remove() const {
