@@ -14,7 +14,7 @@ namespace {
 
 using std::numbers::pi;
 
-constexpr size_t kMaxTableDoubles = 1 << 18; // 2 MiB
+constexpr size_t kMaxTableDoubles = 1 << 20; // 8 MiB
 
 // The best quality's filter: J. F. Kaiser, "Nonrecursive digital filter design using the I0-sinh window function",
 // 1974. 125 dB over a transition from 0.907 to 1 of half the lower rate take 88 zeros to each side.

@@ -43,6 +43,17 @@ double measured_delay(DWORD src_rate, DWORD dst_rate, QVRESAMPLE2_QUALITY qualit
   return last * inverse - frames - made[last];
 }
 
+/// A rate on the way to one that is far above the source's: so that the last step, which makes the most frames, is a
+/// whole factor where there is one, with few different weights. 0 where one step is enough.
+DWORD rate_between(DWORD src_rate, DWORD dst_rate) {
+  constexpr DWORD kMaxFactor = 8; // as far as the best quality is fast
+  constexpr DWORD kTooFar = 4096; // which is refused
+  if (dst_rate / kMaxFactor < src_rate || dst_rate / kTooFar > src_rate) return 0;
+  for (DWORD factor = kMaxFactor; factor > 1; --factor)
+    if (dst_rate % factor == 0) return dst_rate / factor;
+  return dst_rate / kMaxFactor + 1;
+}
+
 } // namespace
 
 std::vector<std::string> RateConversion::quality_names() { return names_of(kQualities); }
@@ -56,6 +67,11 @@ RateConversion::RateConversion(const std::string& name, uint64_t frames, DWORD s
                                const std::string& quality)
     : channels_(channels), block_(size_t{kBlockFrames} * channels), left_(frames_at(frames, src_rate, dst_rate)) {
   const QualityRow& row = row_of(kQualities, quality);
+  const DWORD between = row.quality == QVRESAMPLE2_BEST ? rate_between(src_rate, dst_rate) : 0;
+  if (between > src_rate) {
+    front_ = std::make_unique<RateConversion>(name, frames, src_rate, between, channels, quality);
+    src_rate = between;
+  }
   const HRESULT result =
       QvAudio_Resample2Open(&converter_, QVSAMPLE_FLOAT64, src_rate, dst_rate, channels, row.quality);
   if (result == E_INVALIDARG)
@@ -74,6 +90,34 @@ void RateConversion::make_up_for(double delay, double inverse) {
 }
 
 RateConversion::~RateConversion() { QvAudio_Resample2Close(converter_); }
+
+void RateConversion::process(const double* samples, DWORD frames, const Write& write) {
+  if (front_) {
+    front_->process(samples, frames, [&](const double* between, DWORD count) { run(between, count, write); });
+    if (samples) return;
+    silence(1, write); // the frames between were rounded to a whole number
+  }
+  if (!samples) silence(silent_behind_, write);
+  run(samples, frames, write);
+}
+
+void RateConversion::run(const double* samples, DWORD frames, const Write& write) {
+  for (DWORD used = 0;;) {
+    const DWORD written = step(samples, frames, used);
+    const DWORD dropped = std::min(written, early_);
+    const auto count = static_cast<DWORD>(std::min<uint64_t>(written - dropped, left_));
+    early_ -= dropped;
+    left_ -= count;
+    if (count > 0) write(block_.data() + size_t{dropped} * channels_, count);
+    if (samples ? used == frames && written < kBlockFrames : written == 0) return;
+  }
+}
+
+void RateConversion::silence(DWORD frames, const Write& write) {
+  const std::vector<double> frame(channels_);
+  for (DWORD k = 0; k < frames; ++k)
+    run(frame.data(), 1, write);
+}
 
 DWORD RateConversion::step(const double* samples, DWORD frames, DWORD& used) {
   DWORD written = 0;

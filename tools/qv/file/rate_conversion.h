@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -12,6 +14,9 @@ namespace qv::tool {
 
 class RateConversion {
 public:
+  /// Takes frames, which it may change.
+  using Write = std::function<void(double* samples, DWORD frames)>;
+
   /// frames: of the source, in all. quality: a name out of quality_names(). Throws Failure about the file of that name.
   RateConversion(const std::string& name, uint64_t frames, DWORD src_rate, DWORD dst_rate, DWORD channels,
                  const std::string& quality);
@@ -20,11 +25,7 @@ public:
   RateConversion& operator=(const RateConversion&) = delete;
 
   /// Calls write(samples, frames) for what comes of the frames, in time with them; null flushes.
-  template <class Write>
-  void process(const double* samples, DWORD frames, Write write) {
-    if (!samples) silence(silent_behind_, write);
-    run(samples, frames, write);
-  }
+  void process(const double* samples, DWORD frames, const Write& write);
 
   static std::vector<std::string> quality_names();
   /// Of a file of so many frames.
@@ -34,26 +35,10 @@ private:
   static constexpr DWORD kBlockFrames = 4096;
   DWORD step(const double* samples, DWORD frames, DWORD& used);
   void make_up_for(double delay, double inverse);
+  void run(const double* samples, DWORD frames, const Write& write);
+  void silence(DWORD frames, const Write& write);
 
-  template <class Write>
-  void run(const double* samples, DWORD frames, Write write) {
-    for (DWORD used = 0;;) {
-      const DWORD written = step(samples, frames, used);
-      const DWORD dropped = std::min(written, early_);
-      const auto count = static_cast<DWORD>(std::min<uint64_t>(written - dropped, left_));
-      early_ -= dropped;
-      left_ -= count;
-      if (count > 0) write(block_.data() + size_t{dropped} * channels_, count);
-      if (samples ? used == frames && written < kBlockFrames : written == 0) return;
-    }
-  }
-  template <class Write>
-  void silence(DWORD frames, Write write) {
-    const std::vector<double> frame(channels_);
-    for (DWORD k = 0; k < frames; ++k)
-      run(frame.data(), 1, write);
-  }
-
+  std::unique_ptr<RateConversion> front_; ///< brings the source to a rate between, where the last one is far away
   HQVRESAMPLE2 converter_ = nullptr;
   DWORD channels_;
   std::vector<double> block_;
