@@ -240,7 +240,7 @@ TEST(Tag, PrintsTheTexts) {
   const nlohmann::json json = qv_json({"tag", one, two});
   EXPECT_EQ(json[0]["tags"], (nlohmann::json{{"INAM", "title"}, {"IART", "M\xC3\xA9"}}));
   EXPECT_EQ(json[0]["code_page"], 1252);
-  EXPECT_EQ(json[1]["broadcast"]["time_reference"], 9);
+  EXPECT_EQ(json[1]["bext"]["time-reference"], 9);
 }
 
 TEST(Tag, SetsTextsOfSeveralFiles) {

@@ -66,19 +66,12 @@ void check(Options& options) {
   if (!options.page.empty()) options.change.page = row_of(kPages, options.page).page;
 }
 
-/// "time-reference" as a key of JSON.
-std::string with_underscores(std::string name) {
-  for (char& character : name)
-    if (character == '-') character = '_';
-  return name;
-}
-
 Json broadcast_json(const Broadcast& broadcast) {
   Json json = Json::object({});
   for (int k = 0; k < kBroadcastFields; ++k) {
     const auto field = static_cast<BroadcastField>(k);
     const std::string text = broadcast.text(field);
-    const std::string name = with_underscores(broadcast_field_name(field));
+    const char* const name = broadcast_field_name(field);
     if (field == BroadcastField::kTimeReference)
       json.set(name, broadcast.time_reference());
     else if (!text.empty())
@@ -94,7 +87,7 @@ Json texts_json(const AudioFile& audio) {
     if (!tags.find(code_text(item.id))) tags.set(code_text(item.id), item.text); // the first counts
   Json json = Json::object({{"file", audio.name}, {"container", audio.container}, {"tags", tags}});
   if (!list.encoding.is_ascii) json.set("code_page", static_cast<WORD>(list.encoding.page));
-  if (const std::optional<Broadcast> broadcast = broadcast_of(audio)) json.set("broadcast", broadcast_json(*broadcast));
+  if (const std::optional<Broadcast> broadcast = broadcast_of(audio)) json.set("bext", broadcast_json(*broadcast));
   return json;
 }
 

@@ -1,5 +1,6 @@
 #include "tools/qv/metadata/info_list.h"
 
+#include "tools/qv/metadata/chunk_bytes.h"
 #include "tools/qv/metadata/text_fields.h"
 #include "tools/qv/text.h"
 
@@ -26,16 +27,6 @@ InfoList read_riff_lists(const AudioFile& audio) {
     list.items.push_back({item.id, std::move(item.bytes), std::move(text)});
   }
   return list;
-}
-
-/// The start of a chunk's data, no more than may be read of all texts.
-std::string chunk_data(const AudioFile& audio, const ChunkEntry& chunk) {
-  const uint64_t held = audio.file_bytes - std::min(chunk.data, audio.file_bytes);
-  std::string data(static_cast<size_t>(std::min<uint64_t>({chunk.size, held, kMaxListBytes})), '\0');
-  if (!move_to(audio.file, chunk.data) ||
-      FAILED(riff_ReadData(audio.file, data.data(), static_cast<DWORD>(data.size()))))
-    data.clear();
-  return data;
 }
 
 std::string text_of_utf16(const std::string& bytes) {
@@ -74,7 +65,7 @@ InfoList read_text_chunks(const AudioFile& audio, IsText is_text, Add add) {
   size_t total = 0;
   for (const ChunkEntry& chunk : audio.chunks) {
     if (!is_text(chunk)) continue;
-    const std::string data = chunk_data(audio, chunk);
+    const std::string data = chunk_data(audio, chunk, kMaxListBytes);
     total += data.size();
     if (list.items.size() == kMaxListItems) list.problem = "more than " + std::to_string(kMaxListItems) + " texts";
     if (total > kMaxListBytes || data.size() < chunk.size) list.problem = "more than 4 MiB, or less than is claimed";

@@ -3,6 +3,7 @@
 #include "tools/qv/failure.h"
 #include "tools/qv/file/audio_layout.h"
 #include "tools/qv/file/byte_string.h"
+#include "tools/qv/file/container_readers.h"
 #include "tools/qv/file/output_file.h"
 #include "tools/qv/metadata/info_list.h"
 
@@ -16,6 +17,9 @@ namespace {
 
 /// Chunks that are filled with nothing: the standard's, and those of some makers.
 constexpr DWORD kFillers[] = {QVRIFF_ID_JUNK, QvFourCC("junk"), QvFourCC("PAD "), QvFourCC("FLLR")};
+
+/// What moves at the end of a file that is changed in place is held in memory, and in the undo file.
+constexpr uint64_t kMaxTail = 16 << 20;
 
 bool is_filler(DWORD id) { return std::find(std::begin(kFillers), std::end(kFillers), id) != std::end(kFillers); }
 
@@ -117,6 +121,8 @@ std::vector<Replacement> ChunkEdit::in_place() const {
   while (edited_[kept - 1] == Edited::kRemoved)
     --kept;
   const uint64_t tail = kept < edited_.size() ? audio_.chunks[kept].offset : form_.chunks_end;
+  if (audio_.file_bytes - tail > kMaxTail)
+    fail(audio_, "cannot be replaced, and has too much behind its chunks to be changed in place");
   const std::string padding(static_cast<size_t>(aligned(tail - form_.start) - (tail - form_.start)), '\0');
   const std::string added = inserted_ + appended_;
   const std::string size = form_size_bytes(audio_, form_, tail - form_.start + padding.size() + added.size());

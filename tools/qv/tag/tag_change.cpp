@@ -1,6 +1,7 @@
 #include "tools/qv/tag/tag_change.h"
 
 #include "tools/qv/file/container_readers.h"
+#include "tools/qv/metadata/chunk_bytes.h"
 #include "tools/qv/metadata/info_list.h"
 #include "tools/qv/metadata/text_fields.h"
 #include "tools/qv/tag/text_change.h"
@@ -83,9 +84,7 @@ std::vector<std::string> plan_change(const AudioFile& audio, const TagChange& ch
 std::optional<Broadcast> broadcast_of(const AudioFile& audio) {
   const size_t index = broadcast_index(audio);
   if (index == audio.chunks.size()) return std::nullopt;
-  const ChunkEntry& chunk = audio.chunks[index];
-  return Broadcast::parsed(
-      bytes_at(audio, chunk.data, static_cast<size_t>(std::min<uint64_t>(chunk.size, kMaxListBytes))));
+  return Broadcast::parsed(chunk_data(audio, audio.chunks[index], kMaxListBytes));
 }
 
 } // namespace qv::tool
