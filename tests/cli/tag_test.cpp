@@ -243,6 +243,16 @@ TEST(Tag, PrintsTheTexts) {
   EXPECT_EQ(json[1]["bext"]["time-reference"], 9);
 }
 
+TEST(Tag, ReadsTheTextsOfRifx) {
+  const Bytes chunks = iff_chunk("fmt ", Bytes("\0\1\0\1\0\0\xBB\x80\0\1\x77\0\0\2\0\x10", 16)) +
+                       iff_chunk("data", "abcd") + iff_chunk("CSET", Bytes("\4\xE4\0\0\0\0\0\0", 8)) +
+                       iff_chunk("LIST", "INFO" + iff_chunk("INAM", "\xC3\xA9") + iff_chunk("IART", "Me"));
+  const ScratchFolder folder;
+  const std::string file = folder.put("x.wav", "RIFX" + big32(chunks.size() + 4) + "WAVE" + chunks);
+  EXPECT_EQ(qv_says({"tag", file}), "INAM=\u00C3\u00A9\nIART=Me\n");
+  expect_refused(run_qv({"tag", file, "title=x"}), 1, file, "is read only");
+}
+
 TEST(Tag, SetsTextsOfSeveralFiles) {
   const ScratchFolder folder;
   const std::string one = folder.put("one.wav", kGood);

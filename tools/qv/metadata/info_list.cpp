@@ -4,7 +4,7 @@
 #include "tools/qv/metadata/text_fields.h"
 #include "tools/qv/text.h"
 
-#include "qv/riff.h"
+#include "qv/chunk_id.h"
 
 #include <algorithm>
 #include <cstring>

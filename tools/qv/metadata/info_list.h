@@ -5,6 +5,10 @@
 #include "tools/qv/metadata/list_items.h"
 #include "tools/qv/metadata/text_encoding.h"
 
+#include <optional>
+#include <string>
+#include <vector>
+
 namespace qv::tool {
 
 struct InfoItem {

@@ -1,11 +1,11 @@
 #include "tools/qv/metadata/list_items.h"
 
+#include "tools/qv/metadata/chunk_bytes.h"
 #include "tools/qv/text.h"
 
-#include "qv/riff.h"
+#include "qv/chunk_id.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace qv::tool {
 
@@ -15,53 +15,55 @@ constexpr size_t kHeaderBytes = 8;
 constexpr DWORD kNoteId = QvFourCC("note");
 constexpr DWORD kLabelledTextId = QvFourCC("ltxt");
 
-DWORD word_at(const std::string& data, size_t at) {
-  DWORD word = 0;
-  std::memcpy(&word, data.data() + at, sizeof word);
-  return word;
-}
-
 bool is_id(DWORD id) {
-  for (; id != 0; id >>= 8)
+  for (int byte = 0; byte < 4; ++byte, id >>= 8)
     if ((id & 0xFF) < 0x20 || (id & 0xFF) > 0x7E) return false;
   return true;
 }
 
-bool has_item(const std::string& data, size_t at) {
-  if (data.size() - at < kHeaderBytes) return false;
-  const DWORD id = word_at(data, at);
-  return id > 0xFFFFFF && is_id(id) && word_at(data, at + 4) <= data.size() - at - kHeaderBytes;
+/// The data of a list behind its type.
+struct ListData {
+  std::string bytes;
+  ByteOrder order; ///< of sizes
+
+  size_t left(size_t at) const { return bytes.size() - at; }
+  DWORD id(size_t at) const { return word_at<DWORD>(bytes, at); }
+  DWORD size(size_t at) const { return word_at<DWORD>(bytes, at + 4, order); }
+};
+
+bool has_item(const ListData& data, size_t at) {
+  return data.left(at) >= kHeaderBytes && is_id(data.id(at)) && data.size(at) <= data.left(at) - kHeaderBytes;
 }
 
 /// Where the item behind one that ends at `end` begins. Some writers leave pad bytes out.
-size_t next_item(const std::string& data, size_t end, bool is_odd) {
-  if (!is_odd || end == data.size()) return end;
+size_t next_item(const ListData& data, size_t end, bool is_odd) {
+  if (!is_odd || data.left(end) == 0) return end;
   return !has_item(data, end + 1) && has_item(data, end) ? end : end + 1;
 }
 
-bool is_zero_from(const std::string& data, size_t at) { return data.find_first_not_of('\0', at) == std::string::npos; }
+bool is_zero_from(const ListData& data, size_t at) {
+  return data.bytes.find_first_not_of('\0', at) == std::string::npos;
+}
 
 /// Adds the items in the data of a list. A list may be filled up with zeros.
-void add_items(ListItems& list, const std::string& data) {
+void add_items(ListItems& list, const ListData& data) {
   size_t at = 0;
-  while (data.size() - at >= kHeaderBytes && !is_zero_from(data, at)) {
-    const DWORD id = word_at(data, at);
-    const DWORD size = word_at(data, at + 4);
-    const size_t left = data.size() - at - kHeaderBytes;
-    if (id <= 0xFFFFFF || !is_id(id)) break;
+  while (data.left(at) >= kHeaderBytes && is_id(data.id(at))) {
     if (list.items.size() == kMaxListItems) {
       list.problem = "more than " + std::to_string(kMaxListItems) + " items";
       return;
     }
-    list.items.push_back({id, data.substr(at + kHeaderBytes, size)});
+    const DWORD size = data.size(at);
+    const size_t left = data.left(at) - kHeaderBytes;
+    list.items.push_back({data.id(at), data.bytes.substr(at + kHeaderBytes, size)});
     if (size > left) {
-      list.problem = "the item \"" + printable_code(id) + "\" claims " + std::to_string(size) +
+      list.problem = "the item \"" + printable_code(data.id(at)) + "\" claims " + std::to_string(size) +
                      " bytes, its list has " + std::to_string(left) + " left";
       return;
     }
     at = next_item(data, at + kHeaderBytes + size, size % 2 != 0);
   }
-  if (!is_zero_from(data, at)) list.problem = std::to_string(data.size() - at) + " bytes that are no item";
+  if (!is_zero_from(data, at)) list.problem = std::to_string(data.left(at)) + " bytes that are no item";
 }
 
 } // namespace
@@ -71,19 +73,15 @@ ListItems read_list_items(const AudioFile& audio, DWORD list_type) {
   size_t bytes_left = kMaxListBytes;
   for (const ChunkEntry& chunk : audio.chunks) {
     if (chunk.list_type != list_type || chunk.size <= sizeof list_type) continue;
-    const uint64_t start = chunk.data + sizeof list_type;
-    const uint64_t size = std::min(chunk.size - sizeof list_type, audio.file_bytes - std::min(start, audio.file_bytes));
-    std::string data(static_cast<size_t>(std::min<uint64_t>(size, bytes_left)), '\0');
-    bytes_left -= data.size();
-    if (!move_to(audio.file, start) ||
-        FAILED(riff_ReadData(audio.file, data.data(), static_cast<DWORD>(data.size())))) {
-      list.problem = "a list that could not be read";
-      return list;
-    }
+    const uint64_t wanted = chunk.size - sizeof list_type;
+    const ChunkEntry behind_type = {chunk.id, list_type, chunk.offset, wanted, chunk.data + sizeof list_type};
+    const ListData data = {chunk_data(audio, behind_type, bytes_left),
+                           audio.is_big_endian ? ByteOrder::kBig : ByteOrder::kLittle};
     add_items(list, data);
-    if (data.size() == size) continue;
-    list.problem = "more than " + std::to_string(kMaxListBytes >> 20) + " MiB";
-    break;
+    bytes_left -= data.bytes.size();
+    if (data.bytes.size() == wanted) continue;
+    list.problem = bytes_left == 0 ? "more than " + std::to_string(kMaxListBytes >> 20) + " MiB" : "a list that is cut";
+    if (bytes_left == 0) break;
   }
   return list;
 }

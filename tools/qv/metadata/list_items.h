@@ -4,6 +4,7 @@
 
 #include "tools/qv/file/audio_file.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 

@@ -1,10 +1,11 @@
 #include "tools/qv/metadata/text_encoding.h"
 
 #include "tools/qv/file/audio_file.h"
+#include "tools/qv/metadata/chunk_bytes.h"
 #include "tools/qv/metadata/list_items.h"
 #include "tools/qv/text.h"
 
-#include "qv/riff.h"
+#include "qv/chunk_id.h"
 
 #include <algorithm>
 
@@ -36,9 +37,11 @@ const char* page_name(CodePage page) { return page == CodePage::kUtf8 ? "UTF-8" 
 
 std::optional<CharacterSet> character_set_of(const AudioFile& audio) {
   for (const ChunkEntry& chunk : audio.chunks) {
-    CharacterSet set;
-    if (chunk.id != kCharacterSetId || chunk.size < sizeof set || !move_to(audio.file, chunk.data)) continue;
-    if (SUCCEEDED(riff_ReadData(audio.file, &set, sizeof set))) return set;
+    if (chunk.id != kCharacterSetId || chunk.size < sizeof(CharacterSet)) continue;
+    const std::string data = chunk_data(audio, chunk, sizeof(CharacterSet));
+    ChunkBytes bytes(data, audio.is_big_endian ? ByteOrder::kBig : ByteOrder::kLittle);
+    const CharacterSet set = {bytes.word<WORD>(), bytes.word<WORD>(), bytes.word<WORD>(), bytes.word<WORD>()};
+    if (!bytes.is_short()) return set;
   }
   return std::nullopt;
 }
