@@ -67,6 +67,7 @@ void write_markers(const std::string& path, int major) {
 struct Way {
   int major;
   const char* from;
+  const char* via; ///< a file between, of a container in which libsndfile looks for no markers; or none
   const char* to;
   const char* options;
   uint32_t divisor; ///< of positions
@@ -74,24 +75,29 @@ struct Way {
 
 TEST(Metadata, MarkersAndLoopsOfSndfileReachItAgain) {
   const ScratchFolder folder;
-  const Way ways[] = {{SF_FORMAT_WAV, "a.wav", "b.wav", "", 1},
-                      {SF_FORMAT_WAV, "a.wav", "b.aiff", "", 1},
-                      {SF_FORMAT_WAV, "a.wav", "b.rf64", "", 1},
-                      {SF_FORMAT_WAV, "a.wav", "h.wav", " --rate 24000", 2},
-                      {SF_FORMAT_AIFF, "a.aiff", "c.aiff", "", 1},
-                      {SF_FORMAT_AIFF, "a.aiff", "c.wav", "", 1},
-                      {SF_FORMAT_AIFF, "a.aiff", "h.aiff", " --rate 24000", 2}};
+  const Way ways[] = {{SF_FORMAT_WAV, "a.wav", "", "b.wav", "", 1},
+                      {SF_FORMAT_WAV, "a.wav", "", "b.aiff", "", 1},
+                      {SF_FORMAT_WAV, "a.wav", "x.w64", "b.wav", "", 1},
+                      {SF_FORMAT_WAV, "a.wav", "x.rf64", "b.aiff", "", 1},
+                      {SF_FORMAT_WAV, "a.wav", "", "h.wav", " --rate 24000", 2},
+                      {SF_FORMAT_WAV, "a.wav", "", "h.aiff", " --rate 24000", 2},
+                      {SF_FORMAT_AIFF, "a.aiff", "", "c.aiff", "", 1},
+                      {SF_FORMAT_AIFF, "a.aiff", "x.w64", "c.wav", "", 1},
+                      {SF_FORMAT_AIFF, "a.aiff", "", "h.aiff", " --rate 24000", 2}};
   for (const Way& way : ways) {
-    SCOPED_TRACE(way.from + std::string(" to ") + way.to);
+    SCOPED_TRACE(way.from + std::string(" to ") + way.via + way.to + way.options);
     const bool has_names = way.major == SF_FORMAT_AIFF;
     write_markers(folder.file(way.from), way.major);
-    shell(std::string(QV_PROGRAM) + " convert " + folder.file(way.from) + " " + folder.file(way.to) + way.options);
-    const Json shown = qv_info(folder.file(way.to))["markers"];
+    const std::string source = folder.file(*way.via ? way.via : way.from);
+    if (*way.via) qv_says({"convert", folder.file(way.from), source});
+    shell(std::string(QV_PROGRAM) + " convert " + source + " " + folder.file(way.to) + way.options);
+    Json shown = qv_info(folder.file(way.to))["markers"];
+    const size_t of_loops = shown.size() - std::size(kCues); // in AIFF, which libsndfile does not list
+    shown.erase(shown.begin(), shown.begin() + static_cast<std::ptrdiff_t>(of_loops));
     const Sndfile file = open_to_read(folder.file(way.to));
     SF_CUES cues = {};
     ASSERT_EQ(sf_command(file.get(), SFC_GET_CUE, &cues, sizeof cues), SF_TRUE);
-    ASSERT_GE(cues.cue_count, std::size(kCues));
-    ASSERT_EQ(shown.size(), cues.cue_count);
+    ASSERT_EQ(cues.cue_count, std::size(kCues));
     for (size_t k = 0; k < std::size(kCues); ++k) {
       EXPECT_EQ(cues.cue_points[k].sample_offset, (kCues[k].frame + way.divisor / 2) / way.divisor);
       EXPECT_EQ(shown[k]["position"], cues.cue_points[k].sample_offset);
@@ -107,14 +113,17 @@ TEST(Metadata, MarkersAndLoopsOfSndfileReachItAgain) {
   }
 }
 
-TEST(Metadata, SoxFindsTheLoop) {
+TEST(Metadata, SoxFindsLoopsAndComments) {
   const ScratchFolder folder;
   write_markers(folder.file("a.wav"), SF_FORMAT_WAV);
   qv_says({"convert", folder.file("a.wav"), folder.file("b.aiff")});
-  for (const char* name : {"a.wav", "b.aiff"}) {
-    const std::string said = shell("sox -V4 " + folder.file(name) + " -n 2>&1");
-    EXPECT_NE(said.find("2000"), std::string::npos) << said;
-  }
+  const std::string said = shell("sox -V4 " + folder.file("b.aiff") + " -n 2>&1");
+  EXPECT_NE(said.find("Loop 0: start:   2000"), std::string::npos) << said;
+  shell("sox " + recording("Noise") + " --comment 'Ein Wort' " + folder.file("c.aiff"));
+  EXPECT_EQ(qv_info(folder.file("c.aiff"))["comments"], Json::array({"Ein Wort"}));
+  qv_says({"convert", folder.file("c.aiff"), folder.file("d.wav")});
+  EXPECT_NE(shell("ffprobe -v error -show_format " + folder.file("d.wav")).find("TAG:comment=Ein Wort"),
+            std::string::npos);
 }
 
 TEST(Metadata, BroadcastRecordsOfFfmpeg) {
@@ -132,7 +141,7 @@ TEST(Metadata, BroadcastRecordsOfFfmpeg) {
   qv_says({"convert", first, second, "--rate", "96000"});
   const Json tags = Json::parse(shell("ffprobe -v error -of json -show_format " + second))["format"]["tags"];
   EXPECT_EQ(tags["time_reference"], "345600000");
-  EXPECT_EQ(tags["origination_date"].is_null() ? tags["date"] : tags["origination_date"], "2024-12-31");
+  EXPECT_EQ(tags["date"], "2024-12-31");
   EXPECT_EQ(tags["coding_history"], "A=PCM,F=48000\r\nA=PCM,F=96000,W=16,M=mono,T=qv\r\n");
   const std::string said = shell("sndfile-metadata-get --bext-description --bext-originator " + second);
   EXPECT_NE(said.find("A take"), std::string::npos) << said;

@@ -54,7 +54,7 @@ private:
     if (rule.carry == Carry::kNever) return;
     if (source_.is_big_endian && is_wave(source_.kind)) return reversed_.add(quoted(id));
     if (!is_true_still(rule.carry)) return stale_.add(quoted(id));
-    if (is_text_list(entry) && source_.kind != container_ && one_is_wave64()) return take_texts(entry);
+    if (is_text_list(entry) && source_.kind != container_ && one_is_wave64()) return take_texts();
     const bool changes = (rule.carry == Carry::kMove && !change_.rate.is_same()) ||
                          (rule.carry == Carry::kBroadcast && change_.is_any());
     CarriedChunk chunk = copied_chunk(source_, entry, id);
@@ -79,16 +79,15 @@ private:
                                               : entry.list_type == QVSUMMARY_FORM_INFO;
   }
 
-  /// INFO lists become one summary list of Wave64, and the reverse, where the first of them stands.
-  void take_texts(const ChunkEntry& entry) {
+  /// INFO lists become one summary list of Wave64, and the reverse.
+  void take_texts() {
     if (std::exchange(has_texts_, true)) return;
     const InfoList list = read_info_list(source_);
     if (!list.problem.empty()) carried_.warnings.push_back("of its texts not all are kept: " + list.problem);
     std::vector<std::pair<DWORD, std::string>> texts;
     for (const InfoItem& item : list.items)
       texts.emplace_back(item.id, item.text);
-    for (CarriedChunk& chunk : text_chunks(texts, container_))
-      put(entry, std::move(chunk));
+    add_texts(carried_.chunks, texts, container_);
   }
 
   /// Where the regions' cue points stand.
@@ -125,10 +124,8 @@ private:
   uint64_t bytes_left_ = kMaxChangedBytes;
 };
 
-/// A "CSET" chunk that names UTF-8, and no country or language.
-CarriedChunk utf8_character_set() {
-  return {QvFourCC("CSET"), ByteString().little(static_cast<WORD>(CodePage::kUtf8), 2).little(0, 6)};
-}
+/// The data of a "CSET" chunk that names UTF-8, and no country or language.
+std::string utf8_character_set() { return ByteString().little(static_cast<WORD>(CodePage::kUtf8), 2).little(0, 6); }
 
 } // namespace
 
@@ -160,6 +157,12 @@ AudioChange audio_change(const _qvwaveformat& from, const _qvwaveformat& to, boo
   return change;
 }
 
+void add_chunk(std::vector<CarriedChunk>& chunks, DWORD id, std::string data) {
+  CarriedChunk& chunk = chunks.emplace_back();
+  chunk.id = id;
+  chunk.data = std::move(data);
+}
+
 CarriedChunk copied_chunk(const AudioFile& source, const ChunkEntry& entry, DWORD id) {
   const uint64_t held = source.file_bytes - std::min(entry.data, source.file_bytes);
   CarriedChunk chunk;
@@ -170,8 +173,7 @@ CarriedChunk copied_chunk(const AudioFile& source, const ChunkEntry& entry, DWOR
   return chunk;
 }
 
-std::vector<CarriedChunk> text_chunks(const std::vector<std::pair<DWORD, std::string>>& texts, Container container) {
-  std::vector<CarriedChunk> chunks;
+void add_texts(CarriedChunks& chunks, const std::vector<std::pair<DWORD, std::string>>& texts, Container container) {
   std::vector<InfoItem> items;
   bool all_ascii = true;
   for (const auto& [id, text] : texts) {
@@ -179,11 +181,11 @@ std::vector<CarriedChunk> text_chunks(const std::vector<std::pair<DWORD, std::st
     if (item) items.push_back(std::move(*item));
     all_ascii = all_ascii && is_ascii(text);
   }
-  if (items.empty()) return chunks;
-  if (container == Container::kWave64) return {{kSummaryListGuid.Data1, summary_list_data(items)}};
-  if (!all_ascii) chunks.push_back(utf8_character_set());
-  chunks.push_back({QVRIFF_ID_LIST, info_list_data(items)});
-  return chunks;
+  if (items.empty()) return;
+  if (container == Container::kWave64)
+    return add_chunk(chunks.before_audio, kSummaryListGuid.Data1, summary_list_data(items));
+  if (!all_ascii) add_chunk(chunks.behind_audio, QvFourCC("CSET"), utf8_character_set());
+  add_chunk(chunks.behind_audio, QVRIFF_ID_LIST, info_list_data(items));
 }
 
 Carried carry_metadata(const AudioFile& source, Container container, const AudioChange& change) {

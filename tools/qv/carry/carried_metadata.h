@@ -45,9 +45,12 @@ inline bool is_wave(Container container) {
 Carried wave_to_aiff(const AudioFile& source, const AudioChange& change);
 Carried aiff_to_wave(const AudioFile& source, Container container, const AudioChange& change);
 
-/// The texts of INFO items as Wave64 has them, or as RIFF has them with the "CSET" chunk that they need.
-std::vector<CarriedChunk> text_chunks(const std::vector<std::pair<DWORD, std::string>>& texts, Container container);
+/// Adds the texts of INFO items: as Wave64 has them, before the audio, or as RIFF has them, behind it, with the "CSET"
+/// chunk that they need. That is where most readers look for them.
+void add_texts(CarriedChunks& chunks, const std::vector<std::pair<DWORD, std::string>>& texts, Container container);
 
+/// Adds a chunk that was made for the output.
+void add_chunk(std::vector<CarriedChunk>& chunks, DWORD id, std::string data);
 /// A chunk whose data are copied out of the source when they are written.
 CarriedChunk copied_chunk(const AudioFile& source, const ChunkEntry& entry, DWORD id);
 

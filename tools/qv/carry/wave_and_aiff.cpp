@@ -47,10 +47,7 @@ Positions positions_of(const AudioFile& source, RateRatio rate) {
 }
 
 void add(Carried& carried, DWORD id, std::string data) {
-  CarriedChunk chunk;
-  chunk.id = id;
-  chunk.data = std::move(data);
-  if (!chunk.data.empty()) carried.chunks.behind_audio.push_back(std::move(chunk));
+  if (!data.empty()) add_chunk(carried.chunks.behind_audio, id, std::move(data));
 }
 
 /// Copies an ID3 tag, which both families have, and names what neither the output nor any of its chunks can say.
@@ -107,8 +104,7 @@ void texts_to_wave(Carried& carried, const AudioFile& source, const MarkerList& 
     texts.emplace_back(info_id_for_aiff(item.id), item.text);
   for (const std::string& comment : markers.comments)
     texts.emplace_back(QvFourCC("ICMT"), comment);
-  for (CarriedChunk& chunk : text_chunks(texts, container))
-    carried.chunks.behind_audio.push_back(std::move(chunk));
+  add_texts(carried.chunks, texts, container);
 }
 
 } // namespace

@@ -83,7 +83,7 @@ void read_labels(MarkerList& list, const AudioFile& audio) {
   for (const ListItem& item : labels.items)
     if (Marker* const marker = item.bytes.size() < 4 ? nullptr : index.find(word_at<DWORD>(item.bytes, 0)))
       take_label(*marker, item, page);
-  add_problem(list, labels.problem);
+  if (!labels.problem.empty()) add_problem(list, "its labels are not all read: " + labels.problem);
 }
 
 // ---- AIFF ----------------------------------------------------------------------------------------------------------

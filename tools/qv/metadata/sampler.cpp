@@ -90,7 +90,7 @@ DWORD add_marker(std::vector<Marker>& markers, uint64_t position, const char* na
   marker.id = free_id(markers);
   marker.position = position;
   marker.name = name;
-  markers.push_back(marker);
+  markers.insert(markers.begin(), marker);
   return marker.id;
 }
 

@@ -51,7 +51,8 @@ std::optional<Sampler> read_sampler(const AudioFile& audio, const std::vector<Ma
 /// The data of chunks that say the same.
 std::string smpl_data(const Sampler& sampler, DWORD rate);
 std::string inst_data(const Sampler& sampler);
-/// The first two loops become the sustained and the released one; markers for their ends are added, under new ids.
+/// The first two loops become the sustained and the released one; markers for their ends are put in front of
+/// the others, where some readers expect them, under new ids.
 std::string aiff_inst_data(const Sampler& sampler, std::vector<Marker>& markers);
 
 } // namespace qv::tool
