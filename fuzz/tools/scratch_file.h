@@ -3,7 +3,7 @@
 
 #include "fuzz/require.h"
 #include "tools/qv/failure.h"
-#include "tools/qv/file/audio_file.h"
+#include "tools/qv/file/sample_reader.h"
 #include "tools/qv/program.h"
 
 #include "qv/audio_kernels.h"
@@ -92,61 +92,38 @@ private:
   std::string in_;
 };
 
+/// One number that is none is as good as another.
+inline bool are_same(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
+
 /// The samples of a file as doubles, which hold each of them exactly.
 struct Samples {
   uint64_t frames = 0;
   DWORD rate = 0;
   std::vector<double> values;
 
-  /// One number that is none is as good as another.
   bool operator==(const Samples& other) const {
     return frames == other.frames && rate == other.rate &&
-           std::equal(
-               values.begin(), values.end(), other.values.begin(), other.values.end(),
-               [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); });
+           std::equal(values.begin(), values.end(), other.values.begin(), other.values.end(), are_same);
   }
 };
 
-/// Warnings are not printed; nothing for a file that the program does not read.
-template <class Read>
-auto read_quietly(const std::string& name, Read read) {
-  const std::ostringstream error;
-  std::streambuf* const usual = std::cerr.rdbuf(error.rdbuf());
-  std::optional<decltype(read(qv::tool::read_audio_file(name)))> result;
-  try {
-    result = read(qv::tool::read_audio_file(name));
-  } catch (const qv::tool::Failure&) {
-  }
-  std::cerr.rdbuf(usual);
-  return result;
-}
-
-inline std::string bytes_of(const qv::tool::AudioFile& audio) {
-  qv::tool::SampleReader reader(audio); // first: it knows how many frames there really are
-  std::string bytes(audio.frames * audio.format().blockAlign, '\0');
-  reader.read(bytes.data(), static_cast<DWORD>(audio.frames));
-  return bytes;
-}
-
+/// Nothing for a file whose samples the program does not read.
 inline std::optional<Samples> samples_of(const std::string& name) {
-  return read_quietly(
-      name,
-      [](const qv::tool::AudioFile& audio) {
-        const std::string bytes = bytes_of(audio);
-        const auto copy = QvAudio_GetCopyFunction2(QVSAMPLE_FLOAT64, audio.format().sampleType);
-        require(copy != nullptr);
-        Samples samples = {audio.frames, audio.format().samplesPerSec, {}};
-        samples.values.resize(audio.frames * audio.format().channels);
-        if (!bytes.empty()) copy(samples.values.data(), bytes.data(), static_cast<int>(samples.values.size()), 1.0f);
-        return samples;
-      });
-}
-
-/// The bytes of a file's whole frames.
-inline std::string audio_of(const std::string& name) {
-  return read_quietly(
-             name, [](const qv::tool::AudioFile& audio) { return bytes_of(audio); })
-      .value_or("");
+  try {
+    const qv::tool::AudioFile audio = qv::tool::inspect_audio_file(name);
+    qv::tool::SampleReader reader(audio);
+    const _qvwaveformat& format = reader.format();
+    std::string bytes(reader.frames() * format.blockAlign, '\0');
+    reader.read(bytes.data(), static_cast<DWORD>(reader.frames()));
+    const auto copy = QvAudio_GetCopyFunction2(QVSAMPLE_FLOAT64, format.sampleType);
+    require(copy != nullptr);
+    Samples samples = {reader.frames(), format.samplesPerSec, {}};
+    samples.values.resize(reader.frames() * format.channels);
+    if (!bytes.empty()) copy(samples.values.data(), bytes.data(), static_cast<int>(samples.values.size()), 1.0f);
+    return samples;
+  } catch (const qv::tool::Failure&) {
+    return std::nullopt;
+  }
 }
 
 } // namespace fuzz
