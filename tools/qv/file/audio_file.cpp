@@ -3,6 +3,7 @@
 #include "tools/qv/failure.h"
 #include "tools/qv/file/container_readers.h"
 #include "tools/qv/file/sample_coding.h"
+#include "tools/qv/repair/header_doubts.h"
 #include "tools/qv/text.h"
 
 #include "qv/audio_kernels.h"
@@ -92,6 +93,11 @@ AudioFile inspect_audio_file(const std::string& name) {
   AudioFile audio;
   audio.name = name;
   audio.file = open_existing(name, GENERIC_READ, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN);
+  inspect_headers(audio);
+  return audio;
+}
+
+void inspect_headers(AudioFile& audio) {
   LARGE_INTEGER size;
   if (!GetFileSizeEx(audio.file, &size)) fail(audio, system_error_text(GetLastError()));
   audio.file_bytes = static_cast<uint64_t>(size.QuadPart);
@@ -100,7 +106,7 @@ AudioFile inspect_audio_file(const std::string& name) {
   const auto read = reader_of(audio, audio.form_start);
   if (!move_to(audio.file, audio.form_start)) fail(audio, system_error_text(GetLastError()));
   read(audio);
-  return audio;
+  note_doubts(audio);
 }
 
 AudioFile read_audio_file(const std::string& name) {

@@ -48,6 +48,8 @@ struct AudioFile {
 /// Opens a file and reads its headers. Throws Failure. There is a warning for audio that claims more than the file
 /// holds.
 AudioFile inspect_audio_file(const std::string& name);
+/// The same of a file whose name and handle are set.
+void inspect_headers(AudioFile& audio);
 /// The same, and prints the warnings.
 AudioFile read_audio_file(const std::string& name);
 

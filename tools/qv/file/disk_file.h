@@ -22,6 +22,8 @@ public:
 
   operator HANDLE() const { return handle_; }
   bool is_open() const { return handle_ != INVALID_HANDLE_VALUE; }
+  /// Leaves the handle to the caller.
+  HANDLE release() { return std::exchange(handle_, INVALID_HANDLE_VALUE); }
   bool close() { return !is_open() || CloseHandle(std::exchange(handle_, INVALID_HANDLE_VALUE)); }
 
 private:

@@ -1,8 +1,10 @@
 #include "tools/qv/repair/repair_plan.h"
 
 #include "tools/qv/failure.h"
-#include "tools/qv/repair/findings.h"
-#include "tools/qv/repair/format_salvage.h"
+#include "tools/qv/file/audio_file.h"
+#include "tools/qv/repair/common_chunk.h"
+#include "tools/qv/repair/new_header.h"
+#include "tools/qv/repair/plan_check.h"
 #include "tools/qv/text.h"
 
 #include <algorithm>
@@ -12,173 +14,168 @@ namespace qv::tool {
 
 namespace {
 
-std::string number(uint64_t value) { return std::to_string(value); }
-
-/// A plan that is being made, and what it is made from.
-struct Draft {
-  const DamagedFile& damaged;
-  const HeaderLayout& layout;
-  const WAVEFORMATEX hint;
-  RepairPlan plan;
-
-  void note(const std::string& line) { plan.found.push_back(line); }
-  void edit(uint64_t offset, const std::string& bytes, const std::string& what) {
-    plan.edits.push_back({offset, bytes.size(), bytes, what});
+/// The plan for a file that reads without a warning: nothing, whatever else could be said of its headers. Only a
+/// compressed format can be overruled, by a type that was given.
+std::optional<RepairPlan> plan_for_sound(const std::string& name, HANDLE file, const RepairHint& hint) {
+  AudioFile audio;
+  audio.name = name;
+  audio.file = OpenFile(file);
+  std::optional<RepairPlan> plan;
+  try {
+    inspect_headers(audio);
+    if (audio.warnings.empty() && !(hint.type && audio.format().IsCompressed())) {
+      plan.emplace();
+      plan->found.push_back("format: " + format_text(audio.format().FormatTag(), audio.wave_header()));
+      plan->audio = audio.audio_start;
+      plan->audio_bytes = audio.audio_bytes;
+    }
+  } catch (const Failure&) {
+    // What cannot be read is what is to be mended.
   }
-};
+  audio.file.release();
+  return plan;
+}
 
-/// Puts a new record into the format chunk where the one there makes no sense. Returns the block align.
-DWORD mend_record(Draft& draft, const Chunk& chunk) {
-  const std::string record =
-      draft.damaged.read(chunk.data, std::min<uint64_t>(chunk.size, sizeof(WAVEFORMATEXTENSIBLE)));
-  if (!makes_sense(record)) {
-    draft.note("the format record makes no sense");
-    const WAVEFORMATEXTENSIBLE format = mended(record, draft.hint);
-    draft.edit(chunk.data, record_bytes(format, record.size()),
-               "format: " + format_text(format.Format.wFormatTag, &format.Format));
-    return format.Format.nBlockAlign;
+void note_pieces(PlanDraft& draft, const ChunkReading& reading) {
+  const auto name = [](const Piece& piece) {
+    return "the chunk \"" + printable(piece.id.substr(0, 4)) + "\" at " + number(piece.at);
+  };
+  for (const Piece& piece : reading.pieces) {
+    if (piece.kind == Piece::Kind::kZeros)
+      draft.note(number(piece.size) + " zeros behind a chunk, from " + number(piece.at) + " on, which stay");
+    if (piece.kind == Piece::Kind::kTrailer && piece.size >= draft.layout().chunk_header())
+      draft.note(number(piece.size) + " bytes behind the chunks that are none, from " + number(piece.at) +
+                 " on, which stay");
+    if (!piece.is_padded) draft.note("the pad byte behind " + name(piece) + " is missing, which is not mended");
   }
-  const WAVEFORMATEXTENSIBLE format = loaded(record);
-  QVWAVEFORMATBUFFER described = {};
-  described.format.Init(sizeof described, format.Format);
-  draft.note("format: " + format_text(described.format.FormatTag(), &format.Format));
-  return format.Format.nBlockAlign;
+  if (reading.format && reading.audio && reading.format->at > reading.audio->at)
+    draft.note("the format stands behind the audio, where it stays");
+}
+
+FormatReading read_record(const PlanDraft& draft, const ChunkReading& reading) {
+  const HeaderLayout& layout = draft.layout();
+  const Piece& format = *reading.format;
+  const std::string record = draft.damaged.read(format.data, std::min<uint64_t>(format.size, 40));
+  if (layout.family != HeaderLayout::Family::kAiff) return read_format(record, draft.hint);
+  const uint64_t bytes = reading.audio->size - std::min(reading.audio->size, layout.audio_prefix);
+  return read_common(record, bytes, layout.form_id == "AIFC", draft.hint);
+}
+
+void mend_record(PlanDraft& draft, const Piece& format, const FormatReading& record) {
+  const bool is_aiff = draft.layout().family == HeaderLayout::Family::kAiff;
+  draft.edit(format.data, record.record, is_aiff ? "format" : "format: " + text_of(loaded(record.record)));
+}
+
+/// Mends the headers of chunks that are not as they should be.
+void mend_chunks(PlanDraft& draft, const ChunkReading& reading, uint64_t data_bytes) {
+  const HeaderLayout& layout = draft.layout();
+  for (const Piece& piece : reading.pieces) {
+    if (piece.kind != Piece::Kind::kChunk) continue;
+    const bool is_audio = &piece == reading.audio;
+    const std::string stored = draft.damaged.read(piece.at, layout.chunk_header());
+    const bool is_long = is_audio && layout.has_long_sizes;
+    std::string header = layout.chunk_start(piece.id, is_audio ? data_bytes : piece.size);
+    if (is_long && !(piece.is_size_kept && stored.substr(4) == header.substr(4)))
+      header = piece.id + layout.stored(layout.largest_size());
+    if (piece.is_size_kept && !is_long) header.replace(layout.id_bytes(), std::string::npos, stored, layout.id_bytes());
+    // Of a chunk that cannot be named the id stays, unless its header is written anyway.
+    if (!is_audio && !piece.is_size_kept && !layout.is_plausible(piece.id))
+      header.replace(0, layout.id_bytes(), layout.junk_id);
+    const std::string name = "\"" + printable(header.substr(0, 4)) + "\"";
+    draft.edit(piece.at, header,
+               is_audio ? "header of the audio, size " + number(data_bytes)
+                        : "header of a chunk " + name + ", size " + number(piece.size));
+  }
+}
+
+/// The chunk of RF64 that holds the sizes which the headers do not.
+void mend_long_sizes(PlanDraft& draft, const ChunkReading& reading, uint64_t end, uint64_t data_bytes,
+                     uint64_t block_align) {
+  const auto field = [](uint64_t value) { return std::string(reinterpret_cast<const char*>(&value), sizeof value); };
+  for (const Piece& piece : reading.pieces)
+    if (piece.kind == Piece::Kind::kChunk && piece.id == "ds64")
+      draft.edit(piece.data, field(end - 8) + field(data_bytes) + field(data_bytes / block_align),
+                 "sizes of the file, " + number(end) + ", and of the audio, " + number(data_bytes));
 }
 
 /// Mends the file's own header, whose size may stay when it counts all chunks, and no more than the file.
-void mend_file_size(Draft& draft, uint64_t end) {
-  const HeaderLayout& layout = draft.layout;
-  const uint64_t size = draft.damaged.size;
+void mend_file_header(PlanDraft& draft, uint64_t end) {
+  const HeaderLayout& layout = draft.layout();
   const std::string header = draft.damaged.read(0, layout.file_header());
   const auto field = [&](uint64_t bytes) { return layout.stored_in(layout.file_start(bytes), layout.id_bytes()); };
   const uint64_t says = layout.stored_in(header, layout.id_bytes());
   const bool is_header =
       header.substr(0, layout.id_bytes()) == layout.file_id && header.substr(layout.chunk_header()) == layout.form_id;
   if (!is_header) draft.note(std::string("no ") + layout.container + " header at 0");
-  if (is_header && says + layout.alignment > field(end) && says <= field(size + layout.alignment - 1)) return;
+  const bool counts =
+      says + layout.alignment > field(end) && says <= field(draft.damaged.size() + layout.alignment - 1);
+  if (is_header && counts) return;
   if (is_header) draft.note("size of the file by its header: " + number(says + layout.file_size_excludes) + " bytes");
-  draft.edit(0, layout.file_start(end), std::string(layout.container) + " header, size of the file: " + number(end));
+  std::string start = layout.file_start(end);
+  if (counts) start.replace(layout.id_bytes(), layout.size_bytes, header, layout.id_bytes(), layout.size_bytes);
+  draft.edit(0, start, std::string(layout.container) + " header, size of the file: " + number(end));
 }
 
-/// Where audio of the size that its header says ends, with the chunks behind it; nothing where that leads nowhere.
-std::optional<uint64_t> believable_end(const DamagedFile& damaged, const Chunk& audio, DWORD block_align) {
-  if (!is_whole(damaged, audio)) return std::nullopt;
-  const uint64_t audio_end = audio.data + audio.size;
-  const uint64_t padded_end = std::min(audio.data + damaged.layout->padded(audio.size), damaged.size);
-  // Less than a frame may follow, and a pad byte may be missing.
-  if (padded_end + block_align > damaged.size) return padded_end;
-  const std::optional<uint64_t> end = chunks_end(damaged, padded_end);
-  return end ? end : chunks_end(damaged, audio_end);
-}
-
-/// Mends the sizes of audio and file. Audio keeps a size behind which the file ends or goes on with chunks; any other
-/// becomes what the file holds.
-void mend_sizes(Draft& draft, const Chunk& audio, DWORD block_align) {
-  const HeaderLayout& layout = draft.layout;
-  const uint64_t size = draft.damaged.size;
-  const uint64_t held = size - audio.data;
-  std::optional<uint64_t> end = believable_end(draft.damaged, audio, block_align);
-  const bool has_others = end && std::min(audio.data + layout.padded(audio.size), size) < *end;
-  draft.note("audio: from " + number(audio.data) + " on, " + number(audio.size) + " bytes by its header, " +
-             number(held) + " to the file's end" + (has_others ? ", other chunks among them" : ""));
-  uint64_t data_bytes = audio.size;
-  if (!end) {
-    const uint64_t max_bytes = std::min(held, layout.largest_size() - layout.chunk_size_includes);
-    data_bytes = max_bytes - max_bytes % block_align;
-    end = std::min(audio.data + layout.padded(data_bytes), size);
+/// Where the chunks end as they will be, whatever follows them.
+uint64_t chunks_end(const DamagedFile& damaged, const ChunkReading& reading, uint64_t data_bytes) {
+  uint64_t end = damaged.layout().file_header();
+  for (const Piece& piece : reading.pieces) {
+    if (piece.kind != Piece::Kind::kChunk) continue;
+    end = piece.end;
+    if (&piece == reading.audio && piece.end >= damaged.size())
+      end = std::min(damaged.size(), piece.data + damaged.layout().padded(data_bytes));
   }
-  const std::string header = layout.chunk_start(layout.data_id, data_bytes);
-  if (draft.damaged.read(audio.at, header.size()) != header)
-    draft.edit(audio.at, header, "size of the audio: " + number(data_bytes));
-  mend_file_size(draft, *end);
+  return end;
 }
 
-void plan_in_place(Draft& draft, const Findings& findings) {
-  const HeaderLayout& layout = draft.layout;
-  const Chunk& format = *findings.format;
-  const Chunk& audio = *findings.audio;
-  draft.plan.audio = audio.data;
-  if (findings.state == Findings::State::kUsualPlace) {
-    draft.note("no format chunk that leads to the audio");
-    draft.edit(format.at, layout.chunk_start(format.id, format.size), "header of the format chunk");
-  } else if (findings.state == Findings::State::kGap) {
-    draft.note("no chunk header at " + number(findings.front) + " that leads to the audio's");
-    const uint64_t bytes = audio.at - findings.front - layout.chunk_header();
-    draft.edit(findings.front, layout.chunk_start(findings.front_id, bytes), "header of a chunk up to the audio");
-  } else if (audio.id != layout.data_id) {
-    draft.note("no header of audio, but one of its size at " + number(audio.at));
-  }
-  mend_sizes(draft, audio, mend_record(draft, format));
-}
-
-/// A whole header up to the audio's own, with junk for what it does not need.
-void plan_new_front(Draft& draft, const Chunk& audio) {
+void plan_in_place(PlanDraft& draft, const ChunkReading& reading) {
+  const HeaderLayout& layout = draft.layout();
   const DamagedFile& damaged = draft.damaged;
-  const HeaderLayout& layout = draft.layout;
-  const WAVEFORMATEXTENSIBLE format = mended(damaged.read(layout.record_at(), sizeof(WAVEFORMATEX)), draft.hint);
-  const uint64_t held = std::min(damaged.size - audio.data, layout.largest_size());
-  const uint64_t data_bytes = held - held % format.Format.nBlockAlign;
-  draft.note("no header that can be walked; the audio's own stands at " + number(audio.at));
-  draft.plan.audio = audio.data;
-  std::string header = layout.file_start(audio.data + data_bytes) +
-                       layout.chunk_start(layout.format_id, sizeof(WAVEFORMATEX)) +
-                       record_bytes(format, sizeof(WAVEFORMATEX));
-  header.resize(layout.repair_looks_from(), '\0');
-  if (header.size() < audio.at) {
-    header += layout.chunk_start(layout.junk_id, audio.at - header.size() - layout.chunk_header());
-    header.resize(audio.at, '\0');
-  }
-  header += layout.chunk_start(layout.data_id, data_bytes);
-  draft.edit(0, header,
-             "a new header up to " + number(audio.data) + ", " + format_text(format.Format.wFormatTag, &format.Format) +
-                 ", size of the audio: " + number(data_bytes));
-}
-
-/// The format for a file whose own is lost, from what stands in its usual place where that may be a header.
-WAVEFORMATEXTENSIBLE guessed_format(const Draft& draft, const Findings& findings) {
-  const std::string record =
-      findings.has_header_traces ? draft.damaged.read(draft.layout.record_at(), kPlainRecord) : std::string();
-  WAVEFORMATEXTENSIBLE format = mended(record, draft.hint);
-  if (record.size() == kPlainRecord && makes_sense(record)) std::memcpy(&format, record.data(), kPlainRecord);
-  return format;
-}
-
-/// Plans a header that stands in front of what the file has, behind what is left of the old one. Without a header of
-/// audio, that is all from `audio_from` on.
-void plan_new_file(Draft& draft, const Findings& findings, uint64_t audio_from) {
-  const DamagedFile& damaged = draft.damaged;
-  const HeaderLayout& layout = draft.layout;
-  RepairPlan& plan = draft.plan;
-  const bool keeps_front = findings.format && findings.front > findings.format->at;
-  if (!keeps_front && !findings.audio && damaged.size < layout.record_at() + kPlainRecord && findings.has_header_traces)
-    throw Failure(damaged.name, "ends inside its header: there is no audio");
-  DWORD block_align = 0;
-  std::string header;
-  draft.note(findings.audio ? "no header that can be walked" : "no header of audio");
-  if (keeps_front) {
-    block_align = mend_record(draft, *findings.format);
-  } else {
-    const WAVEFORMATEXTENSIBLE format = guessed_format(draft, findings);
-    block_align = format.Format.nBlockAlign;
-    draft.note("taken as " + format_text(format.Format.wFormatTag, &format.Format));
-    header = layout.chunk_start(layout.format_id, kPlainRecord) + record_bytes(format, kPlainRecord);
-  }
-  // A ruined header stood behind the chunks that walk: so much of it goes that frames stay frames.
-  const uint64_t front = keeps_front ? findings.front : 0;
-  const uint64_t kept = keeps_front ? front + layout.chunk_header() % block_align : 0;
-  plan.audio = findings.audio ? findings.audio->data : std::min(damaged.size, std::max(kept, audio_from));
-  const uint64_t held = std::min(damaged.size - plan.audio, layout.largest_size());
-  const uint64_t data_bytes = held - held % block_align;
-  if (data_bytes == 0) throw Failure(damaged.name, "there is no audio in it");
-  header += layout.chunk_start(layout.data_id, data_bytes);
-  const uint64_t start = keeps_front ? front : layout.file_header();
-  const std::string file_start = layout.file_start(start + header.size() + data_bytes);
-  const std::string what = std::string(layout.container) + " header, size of the audio: " + number(data_bytes);
-  if (keeps_front) draft.edit(0, file_start, what);
-  plan.edits.push_back({front, plan.audio - front, keeps_front ? header : file_start + header, what});
+  const Piece& audio = *reading.audio;
+  note_pieces(draft, reading);
+  FormatReading record = read_record(draft, reading);
+  for (const std::string& line : record.notes)
+    draft.note(line);
+  draft.plan.audio = audio.data + std::min(layout.audio_prefix, audio.size);
+  draft.block_align = record.block_align;
+  const uint64_t data_bytes = draft.audio_bytes(audio);
+  draft.plan.audio_bytes = data_bytes - std::min(layout.audio_prefix, data_bytes);
+  if (record.is_compressed) return;
+  const uint64_t stored = damaged.header_at(audio.at)->size;
+  draft.note("audio: from " + number(draft.plan.audio) + " on, " + number(stored) + " bytes by its header, " +
+             number(damaged.size() - audio.data) + " to the file's end" +
+             (audio.end < damaged.size() ? ", other chunks among them" : ""));
+  mend_record(draft, *reading.format, record);
+  mend_chunks(draft, reading, data_bytes);
+  const uint64_t end = chunks_end(damaged, reading, data_bytes);
+  if (layout.has_long_sizes) mend_long_sizes(draft, reading, end, data_bytes, record.block_align);
+  mend_file_header(draft, end);
 }
 
 } // namespace
+
+uint64_t PlanDraft::audio_bytes(const Piece& audio) const {
+  if (audio.is_size_kept) return audio.size;
+  const uint64_t prefix = std::min(audio.size, layout().audio_prefix);
+  const uint64_t most = layout().has_long_sizes ? audio.size : layout().largest_size() - layout().chunk_size_includes;
+  const uint64_t held = std::min(audio.size, most) - prefix;
+  const uint64_t rest = held % block_align;
+  // What is less than a frame stays where the audio ends the file; in front of a chunk it can only be padding.
+  const bool ends_file = audio.end >= damaged.size();
+  return prefix + held - (ends_file || rest < layout().alignment ? rest : 0);
+}
+
+void PlanDraft::edit(uint64_t offset, const std::string& bytes, const std::string& what) {
+  // Only what differs is written.
+  const std::string old = damaged.read(offset, bytes.size());
+  size_t first = 0;
+  while (first < bytes.size() && old[first] == bytes[first])
+    ++first;
+  size_t last = bytes.size();
+  while (last > first && old[last - 1] == bytes[last - 1])
+    --last;
+  if (first < last) plan.edits.push_back({offset + first, last - first, bytes.substr(first, last - first), what});
+}
 
 WAVEFORMATEX RepairHint::format() const {
   const QVSAMPLETYPE sample = type.value_or(QVSAMPLE_PCM16);
@@ -191,17 +188,18 @@ WAVEFORMATEX RepairHint::format() const {
 }
 
 RepairPlan plan_repair(const std::string& name, HANDLE file, const RepairHint& hint) {
-  const DamagedFile damaged = look_at(name, file, hint.limit);
-  const Findings findings = examine(damaged);
-  Draft draft = {damaged, *damaged.layout, hint.format(), {}};
-  switch (findings.state) {
-  case Findings::State::kAudioAlone: plan_new_front(draft, *findings.audio); break;
-  case Findings::State::kLost: plan_new_file(draft, findings, hint.limit.value_or(0)); break;
-  default: plan_in_place(draft, findings); break;
-  }
+  const DamagedFile damaged(name, file, hint.limit);
+  if (std::optional<RepairPlan> sound = plan_for_sound(name, file, hint)) return *sound;
+  const ChunkReading reading = read_chunks(damaged);
+  PlanDraft draft = {damaged, hint, {}};
+  if (reading.is_trusted && reading.format)
+    plan_in_place(draft, reading);
+  else
+    plan_new_header(draft, reading);
   RepairPlan& plan = draft.plan;
-  plan.audio_bytes = damaged.size - plan.audio;
   std::sort(plan.edits.begin(), plan.edits.end(), [](const Edit& a, const Edit& b) { return a.offset < b.offset; });
+  plan.refusals = refusals_of(damaged, reading, plan, draft.block_align);
+  check_plan(damaged, reading, plan);
   return plan;
 }
 

@@ -1,4 +1,4 @@
-// What is wrong with the header of a RIFF wave or Wave64 file, and what would mend it. Nothing is written here.
+// What is wrong with the headers of an audio file, and what would mend them. Nothing is written here.
 #pragma once
 
 #include "qv/audio.h"
@@ -25,6 +25,7 @@ struct RepairPlan {
   std::vector<std::string> refusals; ///< why only a user who insists should have them written
   uint64_t audio = 0;                ///< where the audio begins in the file as it is: no edit touches a byte of it
   uint64_t audio_bytes = 0;
+  bool is_new_header = false; ///< the file's front is no header that can be mended
 
   bool is_sound() const { return edits.empty(); }
   /// Whether every byte that stays keeps its place.

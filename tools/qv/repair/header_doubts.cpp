@@ -1,0 +1,56 @@
+#include "tools/qv/repair/header_doubts.h"
+
+#include "tools/qv/file/format_agreement.h"
+#include "tools/qv/repair/damaged_file.h"
+#include "tools/qv/repair/trailer.h"
+
+#include <cstring>
+
+namespace qv::tool {
+
+namespace {
+
+/// Where the file ends by its own header; nothing where that says no size.
+std::optional<uint64_t> end_by_header(const DamagedFile& damaged) {
+  const HeaderLayout& layout = damaged.layout();
+  const uint64_t says = layout.stored_in(damaged.read(0, layout.file_header()), layout.id_bytes());
+  if (says == 0 || says == layout.largest_size()) return std::nullopt;
+  return says + layout.file_size_excludes;
+}
+
+std::optional<std::string> doubt_about_size(const AudioFile& audio, const DamagedFile& damaged) {
+  const HeaderLayout& layout = damaged.layout();
+  const std::optional<uint64_t> end = end_by_header(damaged);
+  if (!end) return "its header says no size of the file";
+  const std::string says = "its header says a file of " + std::to_string(*end) + " bytes, ";
+  const ChunkEntry& last = audio.chunks.back();
+  const uint64_t chunks_end = std::min(last.data + layout.padded(last.size), audio.file_bytes);
+  if (*end >= audio.file_bytes + layout.alignment) return says + "it has " + std::to_string(audio.file_bytes);
+  if (*end + layout.alignment <= std::max(chunks_end, audio.audio_start + audio.audio_bytes))
+    return says + "its chunks go further";
+  const uint64_t rest = std::max(*end, chunks_end);
+  const std::optional<Chunk> behind = rest < audio.file_bytes ? damaged.header_at(rest) : std::nullopt;
+  if (!behind || damaged.zeros_end(rest) != rest || is_known_trailer(damaged.read(rest, kTrailerBytes)))
+    return std::nullopt;
+  const std::string count = std::to_string(audio.file_bytes - rest);
+  if (is_known(layout, behind->id)) return says + "chunks follow there";
+  if (last.data <= audio.audio_start) return count + " bytes follow behind the audio that are no chunk";
+  return std::nullopt;
+}
+
+} // namespace
+
+void note_doubts(AudioFile& audio) {
+  const bool is_riff = audio.kind == Container::kRiff || audio.kind == Container::kWave64;
+  const bool is_aiff = audio.kind == Container::kAiff || audio.kind == Container::kAifc;
+  if (audio.chunks.empty() || (!is_riff && !is_aiff) || audio.is_big_endian != is_aiff) return;
+  if (is_riff) {
+    WAVEFORMATEXTENSIBLE record = {};
+    std::memcpy(&record, audio.header.data(), std::min(audio.header.size(), sizeof record));
+    if (const auto doubt = disagreement(record)) audio.warnings.push_back(*doubt);
+  }
+  const DamagedFile damaged(audio.name, audio.file, std::nullopt);
+  if (const auto doubt = doubt_about_size(audio, damaged)) audio.warnings.push_back(*doubt);
+}
+
+} // namespace qv::tool
