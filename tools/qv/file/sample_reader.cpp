@@ -31,11 +31,11 @@ bool is_all_coded(const AudioFile& audio) {
   return audio.kind == Container::kFlac || audio.kind == Container::kOgg || audio.kind == Container::kMp3;
 }
 
-/// The frames of which the last block, which is always full, has to be freed: the "fact" chunk has their true count.
+/// The count without what fills up the last block, and with some writers another one: the "fact" chunk has it.
 uint64_t true_frames(const AudioFile& audio, uint64_t decoded) {
   const bool has_block_frames = audio.wave_header()->cbSize >= 2;
   const uint64_t block_frames = has_block_frames ? audio.header[18] | audio.header[19] << 8 : 0;
-  return audio.frames <= decoded && decoded - audio.frames < block_frames ? audio.frames : decoded;
+  return audio.frames <= decoded && decoded - audio.frames < 2 * block_frames ? audio.frames : decoded;
 }
 
 } // namespace
