@@ -50,7 +50,7 @@ TEST(Ffmpeg, LevelsAgree) {
     ASSERT_NEAR(ours[k], theirs[k], 1e-7) << k; // the gain is a float
 }
 
-TEST(Ffmpeg, CompressedFilesAreDescribedAndRefused) {
+TEST(Ffmpeg, CompressedFilesAreDescribed) {
   const ScratchFolder folder;
   const struct {
     const char* codec;
@@ -62,8 +62,6 @@ TEST(Ffmpeg, CompressedFilesAreDescribedAndRefused) {
     shell(kFfmpeg + "-i " + recording("Noise") + " -c:a " + row.codec + " " + file);
     EXPECT_EQ(qv_info(file)["format_tag"], row.tag);
     EXPECT_EQ(qv_info(file)["sample_type"], 0);
-    EXPECT_THROW(qv_says({"convert", file, folder.file("out.wav")}), std::runtime_error);
-    EXPECT_FALSE(std::filesystem::exists(folder.file("out.wav")));
   }
 }
 
