@@ -123,6 +123,19 @@ TEST(Undo, UndoingThatIsKilledIsSettledToo) {
   }
 }
 
+TEST(Undo, AFileWithTwoNamesKeepsThem) {
+  for (const Change& row : kChanges) {
+    const Subject subject;
+    const std::string other = subject.folder.file("b.wav");
+    std::filesystem::create_hard_link(subject.name, other);
+    change(subject, row);
+    EXPECT_EQ(read_file(other), row.after) << row.name;
+    undo_change(LockedInput(subject.name));
+    EXPECT_EQ(read_file(other), kBefore) << row.name;
+    EXPECT_EQ(std::filesystem::hard_link_count(other), 2u);
+  }
+}
+
 TEST(Undo, TheFileIsAsItIsLaidOut) {
   const Subject subject;
   change(subject, kChanges[2]);

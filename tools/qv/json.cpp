@@ -1,7 +1,10 @@
 #include "tools/qv/json.h"
 
+#include "tools/qv/text.h"
+
 #include <algorithm>
 #include <charconv>
+#include <cstdio>
 #include <nlohmann/json.hpp>
 
 namespace qv::tool {
@@ -11,7 +14,12 @@ namespace {
 using Parsed = nlohmann::ordered_json;
 
 std::string quoted(const std::string& text) {
-  return Parsed(text).dump(-1, ' ', false, Parsed::error_handler_t::replace);
+  // What a terminal would obey is escaped, which changes no value.
+  return with_harmless(Parsed(text).dump(-1, ' ', false, Parsed::error_handler_t::replace), [](char32_t character) {
+    char escape[8]; // all of them have four digits
+    std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(character));
+    return std::string(escape);
+  });
 }
 
 } // namespace

@@ -82,17 +82,19 @@ bool is_harmful(char32_t character) {
 
 } // namespace
 
-std::string printable(const std::string& text) {
+std::string with_harmless(const std::string& text, std::string (*shown_for)(char32_t)) {
   std::string shown;
   for (std::string_view rest = text; !rest.empty();) {
     const std::string_view before = rest;
     const char32_t character = take_character(rest);
-    if (is_harmful(character))
-      shown += character == '\n' ? '|' : '.';
-    else
-      shown += before.substr(0, before.size() - rest.size());
+    shown += is_harmful(character) ? shown_for(character) : std::string(before.substr(0, before.size() - rest.size()));
   }
   return shown;
+}
+
+std::string printable(const std::string& text) {
+  return with_harmless(
+      text, [](char32_t character) { return std::string(character == '\n' ? "|" : "."); });
 }
 
 std::string format_text(DWORD tag, const WAVEFORMATEX* header) {

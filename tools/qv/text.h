@@ -24,6 +24,8 @@ std::string printable_code(DWORD code);
 /// A text on one line of a terminal: '|' for line feeds, '.' for other control characters, those of Latin-1 included,
 /// as UTF-8 or as bytes that are none, and for marks that turn the direction of writing.
 std::string printable(const std::string& text);
+/// The text with something else for each of those.
+std::string with_harmless(const std::string& text, std::string (*shown_for)(char32_t));
 
 /// "PCM, 48,000 Hz, 16 Bit, Mono".
 std::string format_text(DWORD tag, const WAVEFORMATEX* header);

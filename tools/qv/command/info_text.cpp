@@ -29,7 +29,7 @@ std::string mask_text(DWORD mask) {
 void print_line(const char* label, const std::string& value) {
   char line[32];
   std::snprintf(line, sizeof line, "  %-14s", label);
-  std::cout << line << value << "\n";
+  std::cout << line << printable(value) << "\n";
 }
 
 void print_chunk(const ChunkEntry& chunk) {

@@ -91,6 +91,26 @@ void change_by_new_file(const std::string& name, const FileChange& change) {
   to.commit(change.new_length);
 }
 
+/// The same change as one piece up to the file's end, which can be made in place.
+FileChange in_one_piece(const std::string& name, const FileChange& change) {
+  const uint64_t from = change.replacements.front().offset;
+  const std::string old_bytes = read_at(open_existing(name, GENERIC_READ), name, from, change.old_length - from);
+  std::string new_bytes;
+  uint64_t at = 0;
+  for (const Replacement& piece : change.replacements) {
+    new_bytes += old_bytes.substr(at, piece.offset - from - at) + piece.new_bytes;
+    at = piece.offset - from + piece.old_bytes.size();
+  }
+  new_bytes += old_bytes.substr(at);
+  return {change.old_length, change.new_length, {{from, old_bytes, new_bytes}}};
+}
+
+/// Whether the pieces and all that moves behind them fit an undo file.
+bool fits_one_piece(const FileChange& change) {
+  const uint64_t from = change.replacements.front().offset;
+  return std::max(change.old_length, change.new_length) - from < kMaxUndoBytes / 2 - 4096;
+}
+
 void make(const std::string& name, const FileChange& change) {
   change.is_in_place() ? change_in_place(name, change) : change_by_new_file(name, change);
 }
@@ -121,9 +141,10 @@ void remove_if_unused(const UndoFile& undo, const std::string& name, const FileC
 void change_file(const LockedInput& input, std::vector<Replacement> replacements, UndoPolicy policy) {
   const std::string& name = input.name();
   const uint64_t length = size_of(open_existing(name, GENERIC_READ));
-  const FileChange change = {length, length_after(replacements, length), std::move(replacements)};
+  FileChange change = {length, length_after(replacements, length), std::move(replacements)};
   if (!are_sound(change.replacements, length) || examine(name, change.reversed()) != Holds::kNew)
     throw Failure(name, "another program is changing it");
+  if (!change.is_in_place() && !input.can_be_replaced() && fits_one_piece(change)) change = in_one_piece(name, change);
   const UndoFile undo(input);
   if (policy == UndoPolicy::kNone) return make(name, change);
   if (undo.exists()) throw Failure(undo.name(), "is of an earlier change: undo that one or remove this file first");

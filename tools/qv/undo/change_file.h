@@ -22,9 +22,11 @@ public:
 };
 
 /// Makes replacements, which are in order and do not overlap, and makes them last: in place where nothing but the
-/// file's end moves, otherwise by a new file that is renamed over the old one. When this throws, the file is as it
-/// was, but for HalfChanged, and for messages that it was changed whole and something then failed. Throws Failure also
-/// where the file does not hold the old bytes, and where an undo file is there: settle_change() comes first.
+/// file's end moves, otherwise by a new file that is renamed over the old one; where that cannot be
+/// (LockedInput::can_be_replaced) and no more than 32 MiB move, all of it is rewritten in place. When this throws, the
+/// file is as it was, but for HalfChanged, and for messages that it was changed whole and something then failed. Throws
+/// Failure also where the file does not hold the old bytes, and where an undo file is there: settle_change() comes
+/// first.
 void change_file(const LockedInput& input, std::vector<Replacement> replacements, UndoPolicy policy);
 
 enum class Settled {
