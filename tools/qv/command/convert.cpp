@@ -121,7 +121,6 @@ int convert(const Options& options) {
   if (format.samplesPerSec != source_rate)
     rate.emplace(input.name, samples.frames(), source_rate, format.samplesPerSec, format.channels, options.quality);
 
-  watch_interruption();
   AudioOutput output(target, format, RateConversion::frames_at(samples.frames(), source_rate, format.samplesPerSec),
                      kept_chunks(options, input, source, plan, format, target.container));
   uint64_t clipped = 0;
@@ -133,7 +132,6 @@ int convert(const Options& options) {
     convert_directly(samples, output, conversion, block_frames);
     clipped = conversion.clipped();
   }
-  check_interruption();
   output.commit();
   warn_of_clipping(options.out, clipped);
   if (options.json) print_json(options.out, output.container(), format, clipped);

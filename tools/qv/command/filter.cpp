@@ -50,7 +50,6 @@ int filter(const Options& options) {
   const DWORD block_frames = frames_per_block(source.channels);
   SampleConversion conversion(source, QVSAMPLE_FLOAT64, {}, 1.0f, block_frames);
 
-  watch_interruption();
   AudioOutput output(target, format, reader.frames(),
                      options.metadata.chunks(input, target.container, audio_change(source, format, true)));
   DoubleOutput doubles(output, options.out, format, "none");
@@ -64,7 +63,6 @@ int filter(const Options& options) {
     doubles.write(samples, frames);
     progress.advance(frames);
   });
-  check_interruption();
   if (!options.response.empty())
     write_response(options.response, title_of(options.filter, source.samplesPerSec), chain);
   output.commit();
