@@ -63,6 +63,8 @@ const Case kCases[] = {
     {{"convert", "IN", "OUT", "--rate", "8000"}, {{"IN", kTake}, {"OUT", "old"}}},
     {{"convert", "IN", "OUT.w64"}},
     {{"convert", "IN", "OUT.aiff"}},
+    {{"convert", "IN", "OUT.flac"}},
+    {{"convert", "OUT.flac", "OUT.wav"}, {{"IN", kTake}}, {"convert", "IN", "OUT.flac"}},
     {{"filter", "IN", "OUT", "--type", "lowpass", "--response", "RESPONSE.csv"}},
     {{"tag", "IN", "INAM=take"}},
     {{"tag", "IN", "INAM=take"}, {{"IN", kTake}}, {}, "LINK"},

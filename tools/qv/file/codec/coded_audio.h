@@ -34,6 +34,7 @@ private:
   uint64_t count_by_decoding();
   /// Answers how many frames were there.
   DWORD read_some(void* buffer, DWORD frames);
+  DWORD decode(void* buffer, DWORD frames);
 
   std::unique_ptr<Stream> stream_;
   _qvwaveformat format_;

@@ -41,16 +41,22 @@ const Coding& coding_of(int format) {
 
 struct CodedReader::Stream {
   explicit Stream(const AudioFile& audio)
-      : library(sound_library(audio.name)), file{audio.file, 0},
+      : library(sound_library(audio.name)), name(audio.name), file{audio.file},
         stream(library.open_virtual(&VirtualFile::functions(), SFM_READ, &info, &file)) {
+    if (!stream) check_reading();
     if (!stream)
       throw Failure(audio.name, "its compressed audio cannot be read: " + std::string(library.strerror(nullptr)));
   }
   ~Stream() { library.close(stream); }
+  /// Throws Failure where reading failed: to the decoder it looks like the end of the file.
+  void check_reading() const {
+    if (file.error != ERROR_SUCCESS) throw Failure(name, system_error_text(file.error));
+  }
   Stream(const Stream&) = delete;
   Stream& operator=(const Stream&) = delete;
 
   const SoundLibrary& library;
+  std::string name;
   VirtualFile file;
   SF_INFO info = {};
   SNDFILE* stream;
@@ -100,6 +106,12 @@ uint64_t CodedReader::count_by_decoding() {
 bool CodedReader::read(void* buffer, DWORD frames) { return read_some(buffer, frames) == frames; }
 
 DWORD CodedReader::read_some(void* buffer, DWORD frames) {
+  const DWORD count = decode(buffer, frames);
+  stream_->check_reading();
+  return count;
+}
+
+DWORD CodedReader::decode(void* buffer, DWORD frames) {
   const Silence silence;
   const auto checked = [](sf_count_t count) { return static_cast<DWORD>(std::max<sf_count_t>(count, 0)); };
   const SoundLibrary& library = stream_->library;

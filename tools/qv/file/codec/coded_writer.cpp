@@ -23,7 +23,7 @@ int format_of(Container container, QVSAMPLETYPE type) {
 
 struct CodedWriter::Stream {
   Stream(const std::string& name, HANDLE handle, Container container, const _qvwaveformat& described)
-      : library(sound_library(name)), file{handle, 0}, format(described) {
+      : library(sound_library(name)), file{handle}, format(described) {
     info.samplerate = static_cast<int>(format.samplesPerSec);
     info.channels = format.channels;
     info.format = format_of(container, format.sampleType);
@@ -66,13 +66,20 @@ bool CodedWriter::write(const void* samples, DWORD frames) {
         taken == QVSAMPLE_PCM16   ? to.library.writef_short(to.stream, static_cast<short*>(block), part)
         : taken == QVSAMPLE_PCM32 ? to.library.writef_int(to.stream, static_cast<int*>(block), part)
                                   : to.library.writef_float(to.stream, static_cast<float*>(block), part);
-    if (written != part) return false;
+    if (written != part || to.file.error != ERROR_SUCCESS) {
+      SetLastError(to.file.error);
+      return false;
+    }
     from += size_t{part} * to.format.blockAlign;
     done += part;
   }
   return true;
 }
 
-bool CodedWriter::finish() { return stream_->library.close(std::exchange(stream_->stream, nullptr)) == 0; }
+bool CodedWriter::finish() {
+  const bool closed = stream_->library.close(std::exchange(stream_->stream, nullptr)) == 0;
+  SetLastError(stream_->file.error);
+  return closed && stream_->file.error == ERROR_SUCCESS;
+}
 
 } // namespace qv::tool

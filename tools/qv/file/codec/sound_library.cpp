@@ -28,9 +28,12 @@ sf_count_t seek(sf_count_t offset, int whence, void* data) {
 sf_count_t transfer(VirtualFile& file, sf_count_t count, auto work) {
   constexpr sf_count_t kMost = 1 << 30; // what is more comes in several parts
   DWORD done = 0;
-  if (count <= 0 || !move_to(file.file, static_cast<uint64_t>(file.position)) ||
-      !work(static_cast<DWORD>(std::min(count, kMost)), &done))
+  if (count <= 0) return 0;
+  if (!move_to(file.file, static_cast<uint64_t>(file.position)) ||
+      !work(static_cast<DWORD>(std::min(count, kMost)), &done)) {
+    if (file.error == ERROR_SUCCESS) file.error = GetLastError();
     return 0;
+  }
   file.position += done;
   return done;
 }

@@ -41,6 +41,7 @@ const SoundLibrary& sound_library(const std::string& file_name);
 struct VirtualFile {
   HANDLE file;
   sf_count_t position = 0;
+  DWORD error = ERROR_SUCCESS; ///< of the first call that failed: libsndfile does not always tell of it
 
   /// The functions that take its address.
   static SF_VIRTUAL_IO& functions();
