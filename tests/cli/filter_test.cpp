@@ -99,7 +99,8 @@ TEST(ConvertRate, FramesLevelsAndTypes) {
   };
   for (const Case& each : {Case{48000, 44100, 10'001, 9188, "best"}, Case{44100, 48000, 10'000, 10'884, "sinc"},
                            Case{48000, 8000, 9'999, 1667, "filtered"}, Case{22050, 96000, 5'000, 21'769, "linear"},
-                           Case{48000, 48000, 77, 77, "best"}, Case{44100, 48000, 1, 1, "best"}}) {
+                           Case{48000, 48000, 77, 77, "best"}, Case{44100, 48000, 1, 1, "best"},
+                           Case{64, 22050, 1'003, 345'565, "best"}, Case{60, 10007, 1'001, 166'950, "best"}}) {
     const ScratchFolder folder;
     const std::string in = folder.put("in.wav", sine(500, each.from, each.frames));
     const std::string out = folder.file("out.wav");
