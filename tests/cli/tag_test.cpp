@@ -121,6 +121,10 @@ TEST(Tag, WritesOneCodePage) {
        kPlain + list("adtl", label("a")) + cset(65001) + info_list(umlaut_utf8 + kTitle),
        {"INAM=title"},
        "taken for code page 1252"},
+      {kPlain + list("adtl", label("\xC3\xA4")) + kCue,
+       kPlain + list("adtl", label("\xC3\xA4")) + kCue + cset(65001) + info_list(kTitle),
+       {"INAM=title"},
+       "taken for UTF-8"},
       // All ASCII: no chunk is added, and none is kept that was there for a text.
       {cset(932) + kPlain, cset(932) + kPlain + info_list(kTitle), {"INAM=title"}},
       {kPlain + cset(65001) + info_list(umlaut_utf8), kPlain, {"--clear"}},
@@ -148,7 +152,7 @@ TEST(Tag, SetsFieldsOfTheBroadcastChunk) {
   expect_tagged({
       {bext("old", 5) + kPlain, bext("new", 5) + kPlain, {"description=new"}},
       {odd + kPlain, bext("old", 0, "abc") + kPlain, {"--remove", "time-reference"}},
-      {odd + kPlain, bext("old", 5, "x\r\n") + kPlain, {"coding-history=x"}}, // fits
+      {bext("old", 5, "abcde") + kPlain, bext("old", 5, "x\r\n\0\0"s) + kPlain, {"coding-history=x"}}, // fits
       {odd + kPlain, kPlain + bext("old", 5, "x\r\nyy\r\n"), {"coding-history=x\nyy"}},
       {kPlain, kPlain + bext("", 7), {"time-reference=7"}},
       {filled + kPlain, bext("d", 0) + chunk("JUNK", Bytes(92, '\0')) + kPlain, {"description=d"}},
@@ -158,6 +162,7 @@ TEST(Tag, SetsFieldsOfTheBroadcastChunk) {
        {"description=d"}},
       {kPlain + filled, kPlain + filled + bext("d", 0), {"description=d"}}, // behind the audio no better
       {odd + kPlain, kPlain, {"--remove", "bext"}},
+      {bext("old", 5) + kPlain, kPlain, {"--remove", "bext"}},
       {odd + kPlain, kPlain + bext("d", 0), {"--remove", "bext", "description=d"}},
       {kPlain, kPlain, {"--remove", "description"}},
       {odd + kPlain + info_list(kTitle), odd + kPlain, {"--clear"}},
@@ -243,6 +248,13 @@ TEST(Tag, PrintsTheTexts) {
   EXPECT_EQ(json[1]["bext"]["time-reference"], 9);
 }
 
+TEST(Tag, MakesABroadcastChunkOfVersionTwoForLoudness) {
+  const ScratchFolder folder;
+  const std::string file = folder.put("a.wav", riff("WAVE", bext("d", 9) + kPlain));
+  qv_says({"tag", file, "loudness=-23"});
+  EXPECT_EQ(qv_says({"tag", file}), "description=d\ntime-reference=9\nbext-version=2\nloudness=-23.00\n");
+}
+
 TEST(Tag, ReadsTheTextsOfRifx) {
   const Bytes chunks = iff_chunk("fmt ", Bytes("\0\1\0\1\0\0\xBB\x80\0\1\x77\0\0\2\0\x10", 16)) +
                        iff_chunk("data", "abcd") + iff_chunk("CSET", Bytes("\4\xE4\0\0\0\0\0\0", 8)) +
@@ -269,6 +281,8 @@ TEST(Tag, ChangesAFileOfSeveralNamesInPlace) {
     Arguments arguments;
   };
   const Bytes filling = chunk("JUNK", "INFO" + kTitle);
+  Bytes unpadded = riff("WAVE", kPlain + bext("old", 5, "abc"));
+  unpadded.pop_back();
   const Row rows[] = {
       {riff("WAVE", kPlain), riff("WAVE", kPlain + info_list(kTitle)), {"INAM=title"}},
       {riff("WAVE", info_list(kTitle) + kPlain + info_list(kTitle)) + "rest",
@@ -278,6 +292,7 @@ TEST(Tag, ChangesAFileOfSeveralNamesInPlace) {
        riff("WAVE", filling + kFormat + chunk("data", "abc") + info_list(text("INAM", "b"))),
        {"INAM=b"}},
       {riff("WAVE", bext("old", 5) + kPlain + kCue), riff("WAVE", bext("new", 5) + kPlain + kCue), {"description=new"}},
+      {unpadded, riff("WAVE", kPlain + bext("new", 5, "abc")), {"description=new"}},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(&row - rows);
@@ -303,6 +318,11 @@ TEST(Tag, ReadsNoMoreThanIsThere) {
     items += header("ICMT", 0);
   const std::string full = folder.put("full.wav", riff("WAVE", kPlain + info_list(items)));
   expect_refused(run_qv({"tag", full, "INAM=title"}), 1, full, "more than 16384 items");
+  const Bytes large = info_list(text("ICMT", Bytes(3 << 20, 'c')));
+  const std::string long_one = folder.put("long.wav", riff("WAVE", kPlain + large + large));
+  expect_refused(run_qv({"tag", long_one, "INAM=title"}), 1, long_one, "more than 4 MiB");
+  const std::string odds = folder.put("odds.wav", riff("WAVE", kPlain + info_list(kTitle + "\1\2\3\4")));
+  expect_refused(run_qv({"tag", odds, "INAM=x"}), 1, odds, "4 bytes that are no item");
   const std::string cut = folder.put("cut.wav", riff("WAVE", kPlain + info_list(kTitle + header("IART", 99) + "Me")));
   const Outcome shown = run_qv({"tag", cut});
   EXPECT_EQ(shown.out, "INAM=title\nIART=Me\n");
