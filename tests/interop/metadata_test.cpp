@@ -170,8 +170,14 @@ struct Texts {
 
 TEST(Metadata, FfmpegAndQvShowTheSameTexts) {
   const ScratchFolder folder;
-  for (const Texts& way :
-       {Texts{"a.wav", "b.aiff"}, {"a.wav", "b.w64"}, {"a.wav", "b.rf64"}, {"c.aiff", "d.wav"}, {"c.aiff", "d.w64"}}) {
+  for (const Texts& way : {Texts{"a.wav", "b.aiff"},
+                           {"a.wav", "b.w64"},
+                           {"a.wav", "b.rf64"},
+                           {"c.aiff", "d.wav"},
+                           {"c.aiff", "d.w64"},
+                           {"a.wav", "b.flac"},
+                           {"e.flac", "f.wav"},
+                           {"e.flac", "f.aiff"}}) {
     SCOPED_TRACE(way.written + std::string(" to ") + way.kept);
     shell(kFfmpeg + "-i " + recording("Noise") + " -metadata title='Grün' -metadata comment=c -metadata copyright=me " +
           folder.file(way.written));
@@ -181,7 +187,8 @@ TEST(Metadata, FfmpegAndQvShowTheSameTexts) {
     const Json tags =
         Json::parse(shell("ffprobe -v error -of json -show_format " + folder.file(way.kept)))["format"]["tags"];
     EXPECT_EQ(tags["title"], "Grün") << tags;
-    EXPECT_EQ(tags["comment"], "c") << tags;
+    const bool is_renamed = std::string(way.written) == "e.flac"; // to DESCRIPTION, which libsndfile does not look for
+    EXPECT_EQ(tags.value("comment", ""), is_renamed ? "" : "c") << tags;
     EXPECT_EQ(tags["copyright"], "me") << tags;
   }
 }

@@ -189,6 +189,8 @@ void add_texts(CarriedChunks& chunks, const std::vector<std::pair<DWORD, std::st
 }
 
 Carried carry_metadata(const AudioFile& source, Container container, const AudioChange& change) {
+  if (is_coded(container)) return to_coded(source, container);
+  if (is_coded(source.kind)) return from_coded(source, container);
   if (is_aiff(source.kind) && is_wave(container)) return aiff_to_wave(source, container, change);
   if (is_wave(source.kind) && is_aiff(container)) return wave_to_aiff(source, change);
   return ChunkCarrier(source, container, change).carry();

@@ -35,25 +35,6 @@ Carried carry_metadata(const AudioFile& source, Container container, const Audio
 
 // ---- its parts -----------------------------------------------------------------------------------------------------
 
-inline bool is_aiff(Container container) { return container == Container::kAiff || container == Container::kAifc; }
-inline bool is_wave(Container container) {
-  return container == Container::kRiff || container == Container::kRf64 || container == Container::kWave64;
-}
-
-/// Chunks that a container of the other family needs other chunks for: texts, markers, what a sampler needs, ID3.
-/// What has no counterpart is named in a warning.
-Carried wave_to_aiff(const AudioFile& source, const AudioChange& change);
-Carried aiff_to_wave(const AudioFile& source, Container container, const AudioChange& change);
-
-/// Adds the texts of INFO items: as Wave64 has them, before the audio, or as RIFF has them, behind it, with the "CSET"
-/// chunk that they need. That is where most readers look for them.
-void add_texts(CarriedChunks& chunks, const std::vector<std::pair<DWORD, std::string>>& texts, Container container);
-
-/// Adds a chunk that was made for the output.
-void add_chunk(std::vector<CarriedChunk>& chunks, DWORD id, std::string data);
-/// A chunk whose data are copied out of the source when they are written.
-CarriedChunk copied_chunk(const AudioFile& source, const ChunkEntry& entry, DWORD id);
-
 /// An id as it stands in a warning.
 std::string quoted(DWORD id);
 
@@ -67,5 +48,32 @@ public:
 private:
   std::vector<std::string> names_;
 };
+
+inline bool is_aiff(Container container) { return container == Container::kAiff || container == Container::kAifc; }
+inline bool is_wave(Container container) {
+  return container == Container::kRiff || container == Container::kRf64 || container == Container::kWave64;
+}
+
+inline bool is_coded(Container container) { return !is_aiff(container) && !is_wave(container); }
+
+/// Chunks that a container of the other family needs other chunks for: texts, markers, what a sampler needs, ID3.
+/// What has no counterpart is named in a warning.
+Carried wave_to_aiff(const AudioFile& source, const AudioChange& change);
+Carried aiff_to_wave(const AudioFile& source, Container container, const AudioChange& change);
+/// FLAC, Ogg and MP3 have texts alone.
+Carried to_coded(const AudioFile& source, Container container);
+Carried from_coded(const AudioFile& source, Container container);
+
+/// The texts of INFO items into chunks of AIFF.
+void texts_to_aiff(Carried& carried, LeftOut& left_out, const AudioFile& source);
+
+/// Adds the texts of INFO items: as Wave64 has them, before the audio, or as RIFF has them, behind it, with the "CSET"
+/// chunk that they need. That is where most readers look for them.
+void add_texts(CarriedChunks& chunks, const std::vector<std::pair<DWORD, std::string>>& texts, Container container);
+
+/// Adds a chunk that was made for the output.
+void add_chunk(std::vector<CarriedChunk>& chunks, DWORD id, std::string data);
+/// A chunk whose data are copied out of the source when they are written.
+CarriedChunk copied_chunk(const AudioFile& source, const ChunkEntry& entry, DWORD id);
 
 } // namespace qv::tool

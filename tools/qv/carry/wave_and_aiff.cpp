@@ -84,18 +84,6 @@ void name_what_inst_lacks(const Sampler& sampler, LeftOut& left_out) {
   }
 }
 
-void texts_to_aiff(Carried& carried, LeftOut& left_out, const AudioFile& source) {
-  const InfoList list = read_info_list(source);
-  if (!list.problem.empty()) carried.warnings.push_back("of its texts not all are kept: " + list.problem);
-  for (const InfoItem& item : list.items) {
-    const DWORD id = aiff_id_for_info(item.id);
-    if (id == 0)
-      left_out.add("the text " + printable_code(item.id));
-    else
-      add(carried, id, item.text);
-  }
-}
-
 void texts_to_wave(Carried& carried, const AudioFile& source, const MarkerList& markers, Container container) {
   const InfoList list = read_info_list(source);
   if (!list.problem.empty()) carried.warnings.push_back("of its texts not all are kept: " + list.problem);
@@ -108,6 +96,18 @@ void texts_to_wave(Carried& carried, const AudioFile& source, const MarkerList& 
 }
 
 } // namespace
+
+void texts_to_aiff(Carried& carried, LeftOut& left_out, const AudioFile& source) {
+  const InfoList list = read_info_list(source);
+  if (!list.problem.empty()) carried.warnings.push_back("of its texts not all are kept: " + list.problem);
+  for (const InfoItem& item : list.items) {
+    const DWORD id = aiff_id_for_info(item.id);
+    if (id == 0)
+      left_out.add("the text " + printable_code(item.id));
+    else
+      add(carried, id, item.text);
+  }
+}
 
 Carried wave_to_aiff(const AudioFile& source, const AudioChange& change) {
   Carried carried;

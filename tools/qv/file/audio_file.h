@@ -39,6 +39,7 @@ struct AudioFile {
   uint64_t audio_bytes = 0; ///< no more than the file holds, whatever its header says
   uint64_t frames = 0;      ///< whole ones; of a compressed format as its "fact" chunk says, or 0
   std::vector<ChunkEntry> chunks;
+  std::vector<std::pair<DWORD, std::string>> coded_texts; ///< of FLAC, Ogg and MP3, under the ids of "INFO" lists
   std::vector<std::string> warnings; ///< what is not as it should be, and how it was read all the same
 
   const _qvwaveformat& format() const { return record.format; }

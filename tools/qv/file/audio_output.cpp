@@ -64,6 +64,10 @@ AudioOutput::AudioOutput(const OutputTarget& target, const _qvwaveformat& format
       chunks_(std::move(chunks)), format_(format), file_(target.name, target.input_name) {
   if (is_coded(target.container)) {
     coded_ = std::make_unique<CodedWriter>(target.name, file_, target.container, format);
+    CodedTexts texts;
+    for (const CarriedChunk& chunk : chunks_.before_audio)
+      texts.emplace_back(chunk.id, chunk.data);
+    if (!coded_->write_texts(texts)) file_.write_failed();
     return;
   }
   file_.append(layout_.front.data(), static_cast<DWORD>(layout_.front.size()));

@@ -24,7 +24,8 @@ struct CarriedChunk {
   uint64_t size() const { return is_copied() ? source_bytes : data.size(); }
 };
 
-/// In the order in which they are written. The chunks that describe the audio ("fmt ", "fact", "ds64", "COMM") are not
+/// In the order in which they are written. In a FLAC or Ogg file those before the audio are its texts in UTF-8, under
+/// the ids of "INFO" lists. The chunks that describe the audio ("fmt ", "fact", "ds64", "COMM") are not
 /// among them: the output makes those itself.
 struct CarriedChunks {
   std::vector<CarriedChunk> before_audio;

@@ -78,6 +78,12 @@ InfoList read_text_chunks(const AudioFile& audio, IsText is_text, Add add) {
 } // namespace
 
 InfoList read_info_list(const AudioFile& audio) {
+  if (!audio.coded_texts.empty()) {
+    InfoList list;
+    for (const auto& [id, text] : audio.coded_texts)
+      list.items.push_back({id, text, decode_alone(text)});
+    return list;
+  }
   const string_view container = audio.container;
   if (container == "wave64")
     return read_text_chunks(

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "tools/qv/file/audio_file.h"
+#include "tools/qv/file/codec/coded_texts.h"
 
 #include <memory>
 
@@ -25,6 +26,7 @@ public:
   /// cut.
   uint64_t frames() const { return frames_; }
   bool is_cut() const { return is_cut_; }
+  CodedTexts texts() const;
   /// Answers whether all were there.
   bool read(void* buffer, DWORD frames);
 
@@ -51,6 +53,8 @@ public:
   CodedWriter(const CodedWriter&) = delete;
   CodedWriter& operator=(const CodedWriter&) = delete;
 
+  /// Before the first frames. Answers whether all were taken.
+  bool write_texts(const CodedTexts& texts);
   /// Answers whether all were written.
   bool write(const void* samples, DWORD frames);
   /// Ends the stream; answers whether that was written.

@@ -21,6 +21,7 @@ void read_coded(AudioFile& audio, Container kind) {
   audio.record.format.Init(sizeof audio.record, format);
   audio.audio_bytes = audio.file_bytes;
   audio.frames = reader.frames();
+  audio.coded_texts = reader.texts();
   if (reader.is_cut())
     audio.warnings.push_back("the header says more frames than can be decoded: " + std::to_string(audio.frames) +
                              " are read");

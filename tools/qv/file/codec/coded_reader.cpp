@@ -86,6 +86,8 @@ CodedReader::CodedReader(const AudioFile& audio) {
 
 CodedReader::~CodedReader() = default;
 
+CodedTexts CodedReader::texts() const { return read_coded_texts(stream_->library, stream_->stream); }
+
 WORD CodedReader::format_tag() const { return coding_of(stream_->info.format).tag; }
 
 bool CodedReader::can_reach(uint64_t frame) {

@@ -49,6 +49,10 @@ CodedWriter::CodedWriter(const std::string& name, HANDLE file, Container contain
 
 CodedWriter::~CodedWriter() = default;
 
+bool CodedWriter::write_texts(const CodedTexts& texts) {
+  return write_coded_texts(stream_->library, stream_->stream, texts);
+}
+
 bool CodedWriter::write(const void* samples, DWORD frames) {
   constexpr DWORD kPart = 4096; // the encoder of Vorbis takes room on the stack for all that it gets at once
   Stream& to = *stream_;

@@ -66,7 +66,8 @@ bool load(SoundLibrary& functions) {
          find(library, "sf_readf_int", functions.readf_int) && find(library, "sf_readf_float", functions.readf_float) &&
          find(library, "sf_writef_short", functions.writef_short) &&
          find(library, "sf_writef_int", functions.writef_int) &&
-         find(library, "sf_writef_float", functions.writef_float);
+         find(library, "sf_writef_float", functions.writef_float) &&
+         find(library, "sf_get_string", functions.get_string) && find(library, "sf_set_string", functions.set_string);
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 // libsndfile, loaded on first use, on files that are open already.
 #pragma once
 
+#include "tools/qv/file/codec/coded_texts.h"
+
 #include "qv/win32.h"
 
 #include <sndfile.h>
@@ -20,7 +22,13 @@ struct SoundLibrary {
   decltype(&sf_writef_short) writef_short;
   decltype(&sf_writef_int) writef_int;
   decltype(&sf_writef_float) writef_float;
+  decltype(&sf_get_string) get_string;
+  decltype(&sf_set_string) set_string;
 };
+
+/// The texts of a stream, and those of one whose samples are still to come; answers whether all were taken.
+CodedTexts read_coded_texts(const SoundLibrary& library, SNDFILE* stream);
+bool write_coded_texts(const SoundLibrary& library, SNDFILE* stream, const CodedTexts& texts);
 
 /// Keeps what the decoders of others print on standard error from the user, who gets one line from this program.
 class Silence {
