@@ -163,6 +163,21 @@ TEST(Metadata, BroadcastRecordsThatSndfileSets) {
   EXPECT_EQ(record["originator-reference"], "R1");
 }
 
+TEST(Metadata, PeaksAreMadeAnew) {
+  const ScratchFolder folder;
+  for (const std::string ending : {"wav", "aiff"}) {
+    shell("sndfile-convert -float32 -normalize " + recording("Noise") + " " + folder.file("a." + ending));
+    qv_says({"convert", folder.file("a." + ending), folder.file("b." + ending), "--gain-db", "-6"});
+    const Sndfile file = open_to_read(folder.file("b." + ending));
+    double said = 0.0;
+    double found = 0.0;
+    ASSERT_EQ(sf_command(file.get(), SFC_GET_SIGNAL_MAX, &said, sizeof said), SF_TRUE) << ending;
+    ASSERT_EQ(sf_command(file.get(), SFC_CALC_SIGNAL_MAX, &found, sizeof found), 0);
+    EXPECT_EQ(said, found);
+    EXPECT_GT(said, 0.4);
+  }
+}
+
 struct Texts {
   const char* written; ///< by ffmpeg
   const char* kept;    ///< by qv

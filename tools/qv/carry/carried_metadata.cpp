@@ -5,6 +5,7 @@
 #include "tools/qv/metadata/broadcast.h"
 #include "tools/qv/metadata/chunk_bytes.h"
 #include "tools/qv/metadata/info_list.h"
+#include "tools/qv/metadata/peak_chunk.h"
 #include "tools/qv/text.h"
 
 #include <algorithm>
@@ -51,6 +52,7 @@ private:
   void take(const ChunkEntry& entry) {
     const DWORD id = source_.kind == Container::kWave64 ? as_riff_id(entry.id) : entry.id;
     const ChunkRule& rule = chunk_rule(id, entry.list_type, is_aiff(source_.kind));
+    if (id == kPeakId && change_.new_is_float && container_ != Container::kWave64) return renew_peaks(entry);
     if (rule.carry == Carry::kNever) return;
     if (source_.is_big_endian && is_wave(source_.kind)) return reversed_.add(quoted(id));
     if (!is_true_still(rule.carry)) return stale_.add(quoted(id));
@@ -90,6 +92,14 @@ private:
     add_texts(carried_.chunks, texts, container_);
   }
 
+  /// A chunk of the source's version and time, which the output fills.
+  void renew_peaks(const ChunkEntry& entry) {
+    std::string data = chunk_data(source_, entry, 8);
+    if (data.size() < 8 || std::exchange(has_peaks_, true)) return;
+    data.resize(PeakMeter::bytes(change_.new_channels));
+    add_chunk(carried_.chunks.behind_audio, kPeakId, std::move(data));
+  }
+
   /// Where the regions' cue points stand.
   void read_cue_frames() {
     for (const ChunkEntry& entry : source_.chunks) {
@@ -121,6 +131,7 @@ private:
   LeftOut large_;
   LeftOut reversed_;
   bool has_texts_ = false;
+  bool has_peaks_ = false;
   uint64_t bytes_left_ = kMaxChangedBytes;
 };
 
@@ -154,6 +165,7 @@ AudioChange audio_change(const _qvwaveformat& from, const _qvwaveformat& to, boo
   change.bytes = from.sampleType != to.sampleType;
   change.new_bits = to.BitsPerSample();
   change.new_channels = to.channels;
+  change.new_is_float = to.FormatTag() == WAVE_FORMAT_IEEE_FLOAT;
   return change;
 }
 

@@ -18,6 +18,7 @@ struct AudioChange {
   bool bytes = false;    ///< anything, down to how numbers are stored
   DWORD new_bits = 0;
   DWORD new_channels = 0;
+  bool new_is_float = false;
 
   bool is_any() const { return !rate.is_same() || channels || samples || bytes; }
 };

@@ -70,9 +70,16 @@ AudioOutput::AudioOutput(const OutputTarget& target, const _qvwaveformat& format
     if (!coded_->write_texts(texts)) file_.write_failed();
     return;
   }
+  if (peak_chunk()) peaks_.emplace(format);
   file_.append(layout_.front.data(), static_cast<DWORD>(layout_.front.size()));
   write_chunks(chunks_.before_audio);
   file_.append(layout_.audio_header.data(), static_cast<DWORD>(layout_.audio_header.size()));
+}
+
+CarriedChunk* AudioOutput::peak_chunk() {
+  for (CarriedChunk& chunk : chunks_.behind_audio)
+    if (chunk.id == kPeakId) return &chunk;
+  return nullptr;
 }
 
 void AudioOutput::write_zeros(uint64_t count) const {
@@ -99,6 +106,7 @@ void AudioOutput::write_frames(const void* samples, DWORD frames) {
     return;
   }
   const size_t bytes = size_t{frames} * format_.blockAlign;
+  if (peaks_) peaks_->take(samples, frames);
   if (chunk_shape(layout_.container).is_big_endian) {
     const auto* const from = static_cast<const BYTE*>(samples);
     encoded_.assign(from, from + bytes);
@@ -116,7 +124,9 @@ void AudioOutput::commit() {
     if (!coded_->finish()) file_.write_failed();
     return file_.commit(size_of(file_));
   }
-  write_zeros(chunk_shape(layout_.container).padding(layout_.audio_bytes));
+  const ChunkShape& shape = chunk_shape(layout_.container);
+  if (peaks_) peaks_->write_to(peak_chunk()->data, shape.is_big_endian ? ByteOrder::kBig : ByteOrder::kLittle);
+  write_zeros(shape.padding(layout_.audio_bytes));
   write_chunks(chunks_.behind_audio);
   file_.commit(layout_.file_bytes);
 }

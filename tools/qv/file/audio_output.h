@@ -5,6 +5,7 @@
 #include "tools/qv/file/clipping.h"
 #include "tools/qv/file/codec/coded_audio.h"
 #include "tools/qv/file/output_file.h"
+#include "tools/qv/metadata/peak_chunk.h"
 #include "tools/qv/named_rows.h"
 
 #include "qv/audio_kernels.h"
@@ -54,11 +55,14 @@ public:
   void commit();
 
 private:
+  /// The chunk behind the audio that is filled when all samples are known; null without one.
+  CarriedChunk* peak_chunk();
   void write_chunks(const std::vector<CarriedChunk>& chunks) const;
   void write_zeros(uint64_t count) const;
 
   AudioLayout layout_;
   CarriedChunks chunks_;
+  std::optional<PeakMeter> peaks_;
   _qvwaveformat format_;
   std::vector<BYTE> encoded_; ///< a block in the container's byte order
   OutputFile file_;
