@@ -1,6 +1,7 @@
 #include "tools/qv/carry/carried_metadata.h"
 
 #include "tools/qv/carry/chunk_rules.h"
+#include "tools/qv/file/audio_layout.h"
 #include "tools/qv/file/byte_string.h"
 #include "tools/qv/metadata/broadcast.h"
 #include "tools/qv/metadata/chunk_bytes.h"
@@ -9,6 +10,7 @@
 #include "tools/qv/text.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace qv::tool {
 
@@ -37,6 +39,7 @@ public:
       take(entry);
     stale_.report("left out, because they are not true of the new audio", carried_.warnings);
     large_.report("left out, because they are too large to follow the change", carried_.warnings);
+    nameless_.report("left out, because they have Wave64's names alone", carried_.warnings);
     reversed_.report("left out, because their numbers are big-endian", carried_.warnings);
     return std::move(carried_);
   }
@@ -54,14 +57,23 @@ private:
     const ChunkRule& rule = chunk_rule(id, entry.list_type, is_aiff(source_.kind));
     if (id == kPeakId && change_.new_is_float && container_ != Container::kWave64) return renew_peaks(entry);
     if (rule.carry == Carry::kNever) return;
-    if (source_.is_big_endian && is_wave(source_.kind)) return reversed_.add(quoted(id));
-    if (!is_true_still(rule.carry)) return stale_.add(quoted(id));
+    if (source_.is_big_endian && is_wave(source_.kind)) return reversed_.add(named(entry, id));
+    if (!is_true_still(rule.carry)) return stale_.add(named(entry, id));
     if (is_text_list(entry) && source_.kind != container_ && one_is_wave64()) return take_texts();
     const bool changes = (rule.carry == Carry::kMove && !change_.rate.is_same()) ||
                          (rule.carry == Carry::kBroadcast && change_.is_any());
     CarriedChunk chunk = copied_chunk(source_, entry, id);
+    if (const auto guid = unusual_guid(entry, id)) {
+      if (container_ == Container::kWave64)
+        chunk.guid = guid;
+      else if (!has_characters(id))
+        return nameless_.add(quoted(id));
+    }
     if (!changes) return put(entry, std::move(chunk));
-    if (chunk.source_bytes > bytes_left_) return large_.add(quoted(id));
+    if (chunk.source_bytes > bytes_left_) {
+      if (entry.list_type != QVRIFF_LIST_ADTL || has_regions(entry)) return large_.add(named(entry, id));
+      return put(entry, std::move(chunk));
+    }
     bytes_left_ -= chunk.source_bytes;
     chunk.data = chunk_data(source_, entry, chunk.source_bytes);
     if (rule.carry == Carry::kMove)
@@ -90,6 +102,42 @@ private:
     for (const InfoItem& item : list.items)
       texts.emplace_back(item.id, item.text);
     add_texts(carried_.chunks, texts, container_);
+  }
+
+  /// Whether a list of labels has lengths that follow the rate, found without keeping it in memory.
+  bool has_regions(const ChunkEntry& list) const {
+    constexpr uint64_t kWindow = 256 << 10;
+    const uint64_t end = list.data + std::min(list.size, source_.file_bytes - list.data);
+    std::string window;
+    uint64_t window_at = 0;
+    for (uint64_t at = list.data + 4; at + 8 <= end;) {
+      if (at + 8 > window_at + window.size()) {
+        window = chunk_data(source_, {list.id, 0, at, end - at, at}, kWindow);
+        window_at = at;
+        if (window.size() < 8) return false;
+      }
+      const auto place = static_cast<size_t>(at - window_at);
+      if (word_at<DWORD>(window, place) == QvFourCC("ltxt")) return true;
+      const uint64_t size = word_at<DWORD>(window, place + 4);
+      at += 8 + size + size % 2;
+    }
+    return false;
+  }
+
+  /// The GUID of a Wave64 chunk, where it is not the one that is written for such an id.
+  std::optional<GUID> unusual_guid(const ChunkEntry& entry, DWORD id) const {
+    if (source_.kind != Container::kWave64) return std::nullopt;
+    std::string bytes = chunk_data(source_, {entry.id, 0, entry.offset, sizeof(GUID), entry.offset}, sizeof(GUID));
+    if (bytes == chunk_shape(Container::kWave64).header(id, 0).substr(0, sizeof(GUID))) return std::nullopt;
+    bytes.resize(sizeof(GUID));
+    GUID guid;
+    std::memcpy(&guid, bytes.data(), sizeof guid);
+    return guid;
+  }
+  static bool has_characters(DWORD id) {
+    for (; id != 0; id >>= 8)
+      if ((id & 0xFF) < 0x20 || (id & 0xFF) > 0x7E) return false;
+    return true;
   }
 
   /// A chunk of the source's version and time, which the output fills.
@@ -130,6 +178,7 @@ private:
   LeftOut stale_;
   LeftOut large_;
   LeftOut reversed_;
+  LeftOut nameless_;
   bool has_texts_ = false;
   bool has_peaks_ = false;
   uint64_t bytes_left_ = kMaxChangedBytes;
@@ -139,6 +188,10 @@ private:
 std::string utf8_character_set() { return ByteString().little(static_cast<WORD>(CodePage::kUtf8), 2).little(0, 6); }
 
 } // namespace
+
+std::string named(const ChunkEntry& entry, DWORD id) {
+  return entry.list_type == 0 ? quoted(id) : "the list " + quoted(entry.list_type);
+}
 
 std::string quoted(DWORD id) { return "\"" + printable_code(id) + "\""; }
 

@@ -38,6 +38,8 @@ Carried carry_metadata(const AudioFile& source, Container container, const Audio
 
 /// An id as it stands in a warning.
 std::string quoted(DWORD id);
+/// The same for a chunk, which stands under that id in RIFF; lists by their types.
+std::string named(const ChunkEntry& entry, DWORD id);
 
 /// Names of what is left out for one reason, joined to a warning.
 class LeftOut {

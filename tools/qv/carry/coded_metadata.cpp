@@ -20,8 +20,7 @@ void name_other_chunks(const AudioFile& source, LeftOut& left_out) {
   for (const ChunkEntry& entry : source.chunks) {
     const DWORD id = source.kind == Container::kWave64 ? as_riff_id(entry.id) : entry.id;
     const bool is_made_anew = chunk_rule(id, entry.list_type, is_aiff(source.kind)).carry == Carry::kNever;
-    if (!is_made_anew && !holds_texts(id, entry, source.kind))
-      left_out.add(entry.list_type == 0 ? quoted(id) : "the list " + quoted(entry.list_type));
+    if (!is_made_anew && !holds_texts(id, entry, source.kind)) left_out.add(named(entry, id));
   }
 }
 

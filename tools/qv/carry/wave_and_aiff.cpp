@@ -60,7 +60,7 @@ void take_others(Carried& carried, LeftOut& left_out, const AudioFile& source, D
     if (id == id3_from)
       carried.chunks.behind_audio.push_back(copied_chunk(source, entry, id3_to));
     else
-      left_out.add(entry.list_type == 0 ? quoted(id) : "the list " + quoted(entry.list_type));
+      left_out.add(named(entry, id));
   }
 }
 

@@ -90,7 +90,8 @@ void AudioOutput::write_zeros(uint64_t count) const {
 void AudioOutput::write_chunks(const std::vector<CarriedChunk>& chunks) const {
   const ChunkShape& shape = chunk_shape(layout_.container);
   for (const CarriedChunk& chunk : chunks) {
-    const std::string header = shape.header(chunk.id, chunk.size());
+    std::string header = shape.header(chunk.id, chunk.size());
+    if (chunk.guid) header.replace(0, sizeof(GUID), reinterpret_cast<const char*>(&*chunk.guid), sizeof(GUID));
     file_.append(header.data(), static_cast<DWORD>(header.size()));
     if (chunk.is_copied())
       file_.append(chunk.source->file, chunk.source->name, chunk.source_offset, chunk.source_bytes);

@@ -4,6 +4,7 @@
 #include "qv/win32.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,9 @@ struct CarriedChunk {
   const AudioFile* source = nullptr;
   uint64_t source_offset = 0;
   uint64_t source_bytes = 0;
+
+  /// Of a Wave64 chunk whose GUID is not the usual one for those characters.
+  std::optional<GUID> guid;
 
   bool is_copied() const { return data.empty() && source != nullptr; }
   uint64_t size() const { return is_copied() ? source_bytes : data.size(); }

@@ -84,12 +84,24 @@ FileMetadata read_file_metadata(const AudioFile& audio) {
   found.id3 = parse_id3(first_chunk(audio, QvFourCC("id3 "), QvFourCC("ID3 "), kMaxId3Bytes));
   if (found.broadcast)
     found.timecode = timecode_of(found.broadcast->time_reference(), audio.format().samplesPerSec, found.ixml);
+  const auto has_longer = [&](DWORD id, uint64_t limit) {
+    return std::any_of(
+        audio.chunks.begin(), audio.chunks.end(),
+        [=](const ChunkEntry& chunk) { return chunk.id == id && chunk.size > limit; });
+  };
   const auto note = [&](const std::string& what, const std::string& problem) {
     if (!problem.empty()) found.problems.push_back(what + problem);
   };
   note("its texts are not all read: ", found.texts.problem);
   note("", found.markers.problem);
-  note("its iXML chunk is read in part: ", found.ixml.problem);
+  note("its iXML chunk is read in part: ",
+       has_longer(QvFourCC("iXML"), kMaxIxmlBytes) ? "it is longer than 1 MiB" : found.ixml.problem);
+  note("its ID3 tag is read in part: ",
+       found.id3.is_cut ? "it has more than 1,024 frames, or one longer than the tag" : "");
+  note("its broadcast record is read in part: ",
+       has_longer(QvFourCC("bext"), kMaxBroadcastBytes) ? "it is longer than 256 KiB" : "");
+  note("its loops are read in part: ",
+       found.sampler && found.sampler->loops.size() == kMaxLoops ? "the first 4,096 of them" : "");
   return found;
 }
 

@@ -118,6 +118,26 @@ void skip_extended_header(std::string_view& body, char version) {
   body.remove_prefix(static_cast<size_t>(std::min<uint64_t>(size, body.size())));
 }
 
+void read_frames(Id3Tag& tag, std::string_view body, char version) {
+  const size_t id_bytes = version == 2 ? 3 : 4;
+  const size_t header_bytes = version == 2 ? 6 : kHeaderBytes;
+  while (body.size() >= header_bytes && is_frame_id(body.substr(0, id_bytes)) && !tag.is_cut) {
+    Id3Frame frame = {std::string(body.substr(0, id_bytes)), "", 0};
+    const std::string_view size = body.substr(id_bytes, id_bytes);
+    frame.size = version == 4 ? syncsafe(size) : plain(size);
+    const BYTE frame_flags = version == 2 ? BYTE{0} : static_cast<BYTE>(body[9]);
+    body.remove_prefix(header_bytes);
+    if (frame.size <= body.size())
+      frame.text =
+          frame_text(frame.id, readable(body.substr(0, static_cast<size_t>(frame.size)), version, frame_flags));
+    else
+      tag.is_cut = true;
+    tag.frames.push_back(frame);
+    if (tag.frames.size() == kMaxId3Frames) tag.is_cut = true;
+    body.remove_prefix(static_cast<size_t>(std::min<uint64_t>(frame.size, body.size())));
+  }
+}
+
 } // namespace
 
 Id3Tag parse_id3(std::string_view data) {
@@ -130,20 +150,7 @@ Id3Tag parse_id3(std::string_view data) {
   const std::string whole = (flags & kUnsynchronised) != 0 && version < 4 ? resynchronised(body) : std::string();
   if (!whole.empty()) body = whole;
   if (version > 2 && (flags & kExtended) != 0) skip_extended_header(body, version);
-  const size_t id_bytes = version == 2 ? 3 : 4;
-  const size_t header_bytes = version == 2 ? 6 : kHeaderBytes;
-  while (body.size() >= header_bytes && is_frame_id(body.substr(0, id_bytes)) && tag.frames.size() < kMaxId3Frames) {
-    Id3Frame frame = {std::string(body.substr(0, id_bytes)), "", 0};
-    const std::string_view size = body.substr(id_bytes, id_bytes);
-    frame.size = version == 4 ? syncsafe(size) : plain(size);
-    const BYTE frame_flags = version == 2 ? BYTE{0} : static_cast<BYTE>(body[9]);
-    body.remove_prefix(header_bytes);
-    if (frame.size <= body.size())
-      frame.text =
-          frame_text(frame.id, readable(body.substr(0, static_cast<size_t>(frame.size)), version, frame_flags));
-    tag.frames.push_back(frame);
-    body.remove_prefix(static_cast<size_t>(std::min<uint64_t>(frame.size, body.size())));
-  }
+  read_frames(tag, body, version);
   return tag;
 }
 

@@ -17,6 +17,7 @@ struct Id3Frame {
 struct Id3Tag {
   std::string version; ///< "2.3"; empty where the data hold no tag that is known
   std::vector<Id3Frame> frames;
+  bool is_cut = false; ///< there are more frames, or they claim more than there is
 };
 
 inline constexpr size_t kMaxId3Frames = 1024;
