@@ -85,10 +85,15 @@ void require_output(const ScratchFolder& folder, const std::vector<std::string>&
   if (words.size() == 3) require(*samples == *before.samples);
 }
 
-/// A sound file is left alone. Audio of a mended one stood in the file before, and a second run finds nothing to mend.
-void require_repaired(const ScratchFolder& folder, const Before& before, const std::string& bytes) {
+/// A sound file is left alone, unless a type is given. Audio of a mended one stood in the file before, and a second run
+/// finds nothing to mend.
+void require_repaired(const ScratchFolder& folder, const std::vector<std::string>& words, const Before& before,
+                      const std::string& bytes) {
   const std::string mended = folder.read_in();
-  if (mended == bytes || before.is_sound()) return;
+  if (before.is_sound() && !has(words, "--type")) require(mended == bytes);
+  if (mended == bytes) return;
+  // Audio behind an odd number of bytes is not reached by readers, and so nothing can be said of it.
+  if (folder.run({"info", folder.in()}).code != 0) return;
   const qv::tool::AudioFile audio = qv::tool::inspect_audio_file(folder.in());
   require(bytes.find(mended.substr(audio.audio_start, audio.audio_bytes)) != std::string::npos);
   require(folder.run({"repair", folder.in()}).code == 0 && folder.read_in() == mended);
@@ -108,7 +113,7 @@ void require_left(const ScratchFolder& folder, const std::vector<std::string>& w
 
 /// Some rates make so much of so little that a run would take too long.
 bool takes_long(const std::vector<std::string>& words, const Before& before) {
-  return has(words, "--rate") && words[0] == "convert" && before.samples &&
+  return words[0] == "convert" && has(words, "--rate") && before.samples &&
          before.samples->frames * 16'000 > uint64_t{before.samples->rate} * 50'000;
 }
 
@@ -131,7 +136,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   require(!has_changed || (may_change && outcome.code == 0));
   if (outcome.code != 0) return 0;
   if (words[0] == "tag") require(samples_of(folder.in()) == before.samples);
-  if (words[0] == "repair") require_repaired(folder, before, bytes);
+  if (words[0] == "repair") require_repaired(folder, words, before, bytes);
   if (keeps_undo(words) && has_changed)
     require(folder.run({"repair", folder.in(), "--undo"}).code == 0 && folder.read_in() == bytes);
   if (words[0] == "convert" || words[0] == "filter") require_output(folder, words, before);
