@@ -67,7 +67,7 @@ TEST(BadInput, EveryCommandSaysWhyInOneLine) {
     SCOPED_TRACE(row.name);
     const ScratchFolder folder;
     const std::string in = folder.put("in.wav", row.bytes);
-    if (row.info_works) EXPECT_NE(qv_says({"info", in, "--json"}), "");
+    if (row.info_works) EXPECT_EQ(run_qv({"info", in, "--json"}).exit_code, 0);
     if (!row.info_works) expect_refused(run_qv({"info", in, "--json"}), 1, in + ": ", row.reason);
     for (const Arguments& command : {Arguments{"stats", in}, {"convert", in, folder.file("out.wav")}})
       expect_refused(run_qv(command), 1, in + ": ", row.reason);
@@ -179,7 +179,6 @@ const Refusal kRefusals[] = {
     {{"repair", "IN"}, 1, "ends inside its header", "RIFF"},
     {{"repair", "IN"}, 1, "no audio", "x"},
     {{"repair", "IN"}, 1, "the form \"AVI \"", riff("AVI ", kFormat + kData)},
-    {{"repair", "IN"}, 1, "RF64", "RF64" + kGood.substr(4)},
     {{"repair", "IN"}, 1, "FLAC", "fLaC" + kGood.substr(4)},
     {{"repair", "IN"}, 1, "IFF", header("FORM", 400) + "AIFF"},
     {{"repair", "IN", "--limit", "-1"}, 2, "--limit"},
@@ -255,7 +254,7 @@ TEST(BadInput, AnAiffFormLongerThanTheFileEndsWhereTheFileDoes) {
   const Outcome info = run_qv({"info", in, "--json"});
   EXPECT_EQ(info.exit_code, 0) << info.error;
   EXPECT_NE(info.out.find("\"frames\": 2,"), std::string::npos) << info.out;
-  EXPECT_EQ(info.error, "");
+  EXPECT_NE(info.error.find("its header says a file of 4104 bytes, it has 58"), std::string::npos) << info.error;
 }
 
 TEST(BadInput, ASmallFileCutAfterEachByte) {

@@ -2,6 +2,7 @@
 #include "tools/qv/command/command.h"
 #include "tools/qv/command/info_report.h"
 #include "tools/qv/failure.h"
+#include "tools/qv/repair/header_doubts.h"
 
 #include <iostream>
 #include <memory>
@@ -23,6 +24,8 @@ int info(const Options& options) {
     try {
       const AudioFile audio = read_audio_file(name);
       const FileMetadata metadata = read_file_metadata(audio);
+      if (audio.warnings.empty())
+        if (const auto doubt = doubt_about_format(audio)) print_warning(name, *doubt);
       for (const std::string& problem : metadata.problems)
         print_warning(name, problem);
       if (options.json)

@@ -29,10 +29,7 @@ constexpr OtherKind kOtherKinds[] = {{"RIFX", "a big-endian RIFF file"},
                                      {"fLaC", "a FLAC file"},
                                      {"OggS", "an Ogg file"},
                                      {"ID3", "a file with an ID3 tag"},
-                                     {"caff", "a Core Audio file"},
-                                     {"RIFF", "a RIFF file of another form"},
-                                     {"RF64", "a file of another form"},
-                                     {"FORM", "an IFF file, but no AIFF"}};
+                                     {"caff", "a Core Audio file"}};
 
 [[noreturn]] void refuse(const std::string& name, const std::string& kind) {
   throw Failure(name, "is " + kind + ": only RIFF wave, RF64, Wave64 and AIFF files are mended");
@@ -45,8 +42,6 @@ const OtherKind* other_kind(const std::string& start) {
   return row == std::end(kOtherKinds) ? nullptr : &*row;
 }
 
-constexpr size_t kContainers = 3; ///< rows at the end that are of other forms only where the layout is not found
-
 } // namespace
 
 DamagedFile::DamagedFile(const std::string& name, HANDLE file, std::optional<uint64_t> limit)
@@ -55,8 +50,8 @@ DamagedFile::DamagedFile(const std::string& name, HANDLE file, std::optional<uin
   const std::string start = read(0, 128);
   layout_ = header_layout(start, name);
   const OtherKind* const other = other_kind(start);
-  if (other && (!layout_ || other < std::end(kOtherKinds) - kContainers)) refuse(name, other->name);
-  if (!layout_) refuse(name, "a file of another kind");
+  if (other) refuse(name, other->name);
+  if (!layout_) refuse(name, "a " + start.substr(0, 4) + " file of the form \"" + start.substr(8, 4) + "\"");
   // Without its long sizes an RF64 file has none.
   if (layout_->has_long_sizes && wrong_bytes(start.substr(std::min<size_t>(start.size(), 12), 4), "ds64") > 1)
     layout_ = &riff_layout();

@@ -1,6 +1,7 @@
 #include "tools/qv/repair/header_doubts.h"
 
 #include "tools/qv/file/format_agreement.h"
+#include "tools/qv/file/sample_coding.h"
 #include "tools/qv/repair/damaged_file.h"
 #include "tools/qv/repair/trailer.h"
 
@@ -16,6 +17,13 @@ std::optional<uint64_t> end_by_header(const DamagedFile& damaged) {
   const uint64_t says = layout.stored_in(damaged.read(0, layout.file_header()), layout.id_bytes());
   if (says == 0 || says == layout.largest_size()) return std::nullopt;
   return says + layout.file_size_excludes;
+}
+
+/// Whether the file is one of those whose headers can be mended.
+bool has_mended_headers(const AudioFile& audio) {
+  const bool is_riff = audio.kind == Container::kRiff || audio.kind == Container::kWave64;
+  const bool is_aiff = audio.kind == Container::kAiff || audio.kind == Container::kAifc;
+  return audio.form_start == 0 && !audio.chunks.empty() && (is_riff || is_aiff) && audio.is_big_endian == is_aiff;
 }
 
 std::optional<std::string> doubt_about_size(const AudioFile& audio, const DamagedFile& damaged) {
@@ -40,17 +48,19 @@ std::optional<std::string> doubt_about_size(const AudioFile& audio, const Damage
 
 } // namespace
 
+std::optional<std::string> doubt_about_format(const AudioFile& audio) {
+  if (!has_mended_headers(audio) || audio.is_big_endian) return std::nullopt;
+  WAVEFORMATEXTENSIBLE record = {};
+  std::memcpy(&record, audio.header.data(), std::min(audio.header.size(), sizeof record));
+  return disagreement(record);
+}
+
 void note_doubts(AudioFile& audio) {
-  const bool is_riff = audio.kind == Container::kRiff || audio.kind == Container::kWave64;
-  const bool is_aiff = audio.kind == Container::kAiff || audio.kind == Container::kAifc;
-  if (audio.chunks.empty() || (!is_riff && !is_aiff) || audio.is_big_endian != is_aiff) return;
-  if (is_riff) {
-    WAVEFORMATEXTENSIBLE record = {};
-    std::memcpy(&record, audio.header.data(), std::min(audio.header.size(), sizeof record));
-    if (const auto doubt = disagreement(record)) audio.warnings.push_back(*doubt);
-  }
-  const DamagedFile damaged(audio.name, audio.file, std::nullopt);
-  if (const auto doubt = doubt_about_size(audio, damaged)) audio.warnings.push_back(*doubt);
+  if (!audio.warnings.empty() || !has_mended_headers(audio)) return;
+  const bool is_read = coding_of(audio).type != QVSAMPLE_NONE;
+  std::optional<std::string> doubt = is_read ? doubt_about_format(audio) : std::nullopt;
+  if (!doubt) doubt = doubt_about_size(audio, DamagedFile(audio.name, audio.file, std::nullopt));
+  if (doubt) audio.warnings.push_back(*doubt);
 }
 
 } // namespace qv::tool

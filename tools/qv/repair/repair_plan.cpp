@@ -3,6 +3,7 @@
 #include "tools/qv/failure.h"
 #include "tools/qv/file/audio_file.h"
 #include "tools/qv/repair/common_chunk.h"
+#include "tools/qv/repair/header_doubts.h"
 #include "tools/qv/repair/new_header.h"
 #include "tools/qv/repair/plan_check.h"
 #include "tools/qv/text.h"
@@ -23,7 +24,7 @@ std::optional<RepairPlan> plan_for_sound(const std::string& name, HANDLE file, c
   std::optional<RepairPlan> plan;
   try {
     inspect_headers(audio);
-    if (audio.warnings.empty() && !(hint.type && audio.format().IsCompressed())) {
+    if (audio.warnings.empty() && !doubt_about_format(audio) && !(hint.type && audio.format().IsCompressed())) {
       plan.emplace();
       plan->found.push_back("format: " + format_text(audio.format().FormatTag(), audio.wave_header()));
       plan->audio = audio.audio_start;
