@@ -33,7 +33,8 @@ enum Cost : uint64_t {
   kToTheEnd = 3,      ///< more where no chunk is met
   kAudioToTheEnd = 8, ///< the same for audio
   kSoundRecord = 45,  ///< more for the size of a record that makes sense
-  kPassedHeader = 2,  ///< more for each known header that another chunk swallows
+  kPassedHeader = 20, ///< more for each known header that another chunk swallows
+  kSoundSize = 25,    ///< more for a size that leads from a known header to another
   kUnknownSizeWrong = 60,
   kAudioBothWrong = 75,
   kPassedAudio = 60, ///< more for audio without a name that swallows a header of audio
@@ -195,6 +196,9 @@ private:
     const bool is_record = chunk.id == layout_.format_id;
     if (is_record && is_usual_record(chunk.size) && record_makes_sense(layout_, damaged_.read(chunk.data, chunk.size)))
       cost += kSoundRecord;
+    else if (is_known(layout_, chunk.id) && damaged_.is_whole(chunk) &&
+             is_known(layout_, damaged_.read(chunk.data + layout_.padded(chunk.size), layout_.id_bytes())))
+      cost += kSoundSize;
     for (const Reach& to : reaches(chunk)) {
       if (to.end < chunk.data || to.end == chunk.data + chunk.size) continue;
       const uint64_t size = to.end - chunk.data;

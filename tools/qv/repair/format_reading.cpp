@@ -28,8 +28,7 @@ struct Kind {
 // The more usual first.
 constexpr Kind kKinds[] = {
     {WAVE_FORMAT_PCM, 16}, {WAVE_FORMAT_PCM, 24},        {WAVE_FORMAT_PCM, 32}, {WAVE_FORMAT_IEEE_FLOAT, 32},
-    {WAVE_FORMAT_PCM, 8},  {WAVE_FORMAT_IEEE_FLOAT, 64}, {kMuLawTag, 8},        {kALawTag, 8},
-    {WAVE_FORMAT_PCM, 20}, {WAVE_FORMAT_PCM, 12},        {WAVE_FORMAT_PCM, 64}};
+    {WAVE_FORMAT_PCM, 8},  {WAVE_FORMAT_IEEE_FLOAT, 64}, {kMuLawTag, 8},        {kALawTag, 8}};
 
 struct Reading {
   WAVEFORMATEXTENSIBLE format = {};
@@ -46,6 +45,9 @@ public:
     int place = 0;
     for (const Kind& kind : kKinds)
       add_kind(kind, ++place);
+    // An unusual width stands where all else agrees with it.
+    const WORD bits = stored.Format.wBitsPerSample;
+    if (bits >= 1 && bits <= 64 && (bits % 8 != 0 || bits > 32)) add_kind({WAVE_FORMAT_PCM, bits}, ++place);
   }
 
   /// The best first; only those with as few wrong fields as it.

@@ -4,6 +4,7 @@
 #include "tools/qv/file/sample_coding.h"
 #include "tools/qv/repair/damaged_file.h"
 #include "tools/qv/repair/trailer.h"
+#include "tools/qv/text.h"
 
 #include <cstring>
 
@@ -15,13 +16,15 @@ namespace {
 std::optional<uint64_t> end_by_header(const DamagedFile& damaged) {
   const HeaderLayout& layout = damaged.layout();
   const uint64_t says = layout.stored_in(damaged.read(0, layout.file_header()), layout.id_bytes());
+  if (layout.has_long_sizes && says == layout.largest_size()) return damaged.size_agrees() ? damaged.size() : 0;
   if (says == 0 || says == layout.largest_size()) return std::nullopt;
   return says + layout.file_size_excludes;
 }
 
 /// Whether the file is one of those whose headers can be mended.
 bool has_mended_headers(const AudioFile& audio) {
-  const bool is_riff = audio.kind == Container::kRiff || audio.kind == Container::kWave64;
+  const bool is_riff =
+      audio.kind == Container::kRiff || audio.kind == Container::kRf64 || audio.kind == Container::kWave64;
   const bool is_aiff = audio.kind == Container::kAiff || audio.kind == Container::kAifc;
   return audio.form_start == 0 && !audio.chunks.empty() && (is_riff || is_aiff) && audio.is_big_endian == is_aiff;
 }
@@ -31,6 +34,9 @@ std::optional<std::string> doubt_about_size(const AudioFile& audio, const Damage
   const std::optional<uint64_t> end = end_by_header(damaged);
   if (!end) return "its header says no size of the file";
   const std::string says = "its header says a file of " + std::to_string(*end) + " bytes, ";
+  for (const ChunkEntry& chunk : audio.chunks)
+    if (chunk.size > audio.file_bytes - chunk.data)
+      return "the chunk \"" + printable_code(chunk.id) + "\" runs past the end of the file";
   const ChunkEntry& last = audio.chunks.back();
   const uint64_t chunks_end = std::min(last.data + layout.padded(last.size), audio.file_bytes);
   if (*end >= audio.file_bytes + layout.alignment) return says + "it has " + std::to_string(audio.file_bytes);
