@@ -30,6 +30,7 @@ const Bytes kStereo = chunk("fmt ", format_bytes({1, 2, 44100, 16}));
 const Bytes kStereo18 = chunk("fmt ", format_bytes({1, 2, 44100, 16}) + u16(0));
 const Bytes kMono = chunk("fmt ", format_bytes({1, 1, 48000, 16}));
 const Bytes kAudioChunk = chunk("data", kAudio);
+const Bytes kBext = chunk("bext", pattern(602));
 const Bytes kInfo = list("INFO", chunk("INAM", Bytes("data is not here\0", 17)));
 const Bytes kPlain = riff("WAVE", kStereo + kAudioChunk);
 const Bytes kPlain18 = riff("WAVE", kStereo18 + kAudioChunk);
@@ -79,6 +80,42 @@ TEST(Repair, WhatIsSoundStays) {
   }
 }
 
+/// What is unusual, but no damage, or none that can be mended: it is said, and the audio stays what it is.
+struct Unusual {
+  const char* name;
+  Bytes bytes;
+  const char* words;
+};
+
+const Bytes kMp3 = u16(0x55) + u16(2) + u32(44100) + u32(16000) + u16(1) + u16(0);
+const Bytes kTornMp3 = with(riff("WAVE", chunk("fmt ", kMp3 + u16(12) + Bytes(12, '\1')) + kAudioChunk), 4, u32(9));
+const Bytes kOddList = header("LIST", 13) + "INFO" + header("INAM", 1) + "x"; // without its pad byte
+const Unusual kUnusual[] = {
+    {"a compressed format", kTornMp3, "a compressed format (MP3), which is not mended"},
+    {"one whose fields agree as PCM",
+     with(riff("WAVE", chunk("fmt ", format_bytes({0x55, 2, 44100, 16})) + kAudioChunk), 4, u32(9)),
+     "agree as those of PCM: --type says what it is"},
+    {"the format behind the audio", riff("WAVE", kAudioChunk + kStereo), "format: PCM"},
+    {"a missing pad byte before the audio", riff("WAVE", kStereo + kOddList + kAudioChunk),
+     "the pad byte behind the chunk \"LIST\" at 36 is missing"},
+    {"a missing pad byte behind the audio", riff("WAVE", kStereo + kAudioChunk + kOddList + kBext), "format: PCM"},
+    {"zeros behind the audio", riff("WAVE", kStereo + kAudioChunk + Bytes(96, '\0')), "format: PCM"},
+    {"zeros between chunks", riff("WAVE", kStereo + kAudioChunk + Bytes(1001, '\0') + kInfo), ""},
+    {"another program's tag", kPlain + "TAG" + Bytes(125, 'x'), "format: PCM"},
+};
+
+TEST(Repair, WhatIsUnusualIsSaidAndStays) {
+  for (const Unusual& each : kUnusual) {
+    SCOPED_TRACE(each.name);
+    const ScratchFolder folder;
+    const std::string file = folder.put("file.wav", each.bytes);
+    const std::string report = qv_says({"repair", file});
+    EXPECT_EQ(is_sound(report), true);
+    EXPECT_NE(report.find(each.words), Bytes::npos) << report;
+    EXPECT_EQ(read_file(file) == each.bytes, true);
+  }
+}
+
 struct Damage {
   const char* name;
   Bytes before, after;
@@ -87,7 +124,7 @@ struct Damage {
 
 const Arguments kMonoHint = {"--rate", "48000", "--channels", "1"};
 const Bytes kUnknownSize = u32(0xFFFFFFFF);
-const Bytes kBext = chunk("bext", pattern(602));
+
 const Bytes kTwoLists = kStereo + kInfo + kAudioChunk + kInfo;
 
 const Bytes kCutList = riff("WAVE", kStereo + kAudioChunk + kInfo.substr(0, kInfo.size() - 9));
@@ -113,6 +150,19 @@ const Damage kDamages[] = {
     {"record of 18 bytes", with(kPlain18, 20, Bytes(18, '\0')), kPlain18},
     {"0 channels, 1,000,000 Hz and 12 bits", with(kPlain, 22, u16(0) + u32(1000000) + u32(0) + u16(0) + u16(12)),
      kPlain},
+    // A format chunk that is cut, and whose record is ruined: nothing is written past its end.
+    {"a format's size of 8 bytes less, and its record",
+     with(with(riff("WAVE", chunk("fmt ", kRecord + u16(4) + Bytes(4, '\0')) + kAudioChunk), 16, u32(40)), 20,
+          Bytes(16, '\xFF')),
+     riff("WAVE", chunk("fmt ", kRecord + Bytes(6, '\0')) + kAudioChunk)},
+    {"a compressed tag that a type overrules",
+     riff("WAVE", chunk("fmt ", format_bytes({0x55, 2, 44100, 16})) + kAudioChunk),
+     kPlain,
+     {"--type", "pcm16"}},
+    {"the rate, told by the byte rate", with(kPlain, 24, u32(44101)), kPlain},
+    {"the channels of 32",
+     with(riff("WAVE", chunk("fmt ", format_bytes({1, 32, 48000, 24})) + kAudioChunk), 22, u16(99)),
+     riff("WAVE", chunk("fmt ", format_bytes({1, 32, 48000, 24})) + kAudioChunk)},
     {"block align that fits no samples", with(kPlain, 32, u16(3)), kPlain},
     {"block align of 0", with(riff("WAVE", kMono + kAudioChunk), 32, u16(0)), riff("WAVE", kMono + kAudioChunk)},
     {"record behind another chunk",

@@ -115,13 +115,19 @@ std::vector<Damaged> damages_of(const Recording& take) {
     const size_t length = whole.audio + whole.audio_bytes * percent / 100;
     all.push_back({"cut in the audio", take.bytes.substr(0, length), length - whole.audio});
   }
-  // Sectors that were lost, of any alignment, as long as they leave the record and the audio's header.
+  // Bytes that were lost, as long as they leave the record, the audio's header and those behind it: a chunk behind
+  // audio whose header is gone cannot be told from audio.
   constexpr size_t kLost = 24;
+  const auto loses_header_behind = [&](size_t at) {
+    return std::any_of(chunks.begin(), chunks.end(), [&](const ChunkPlace& chunk) {
+      return chunk.at > whole.audio && at < chunk.data && at + kLost > chunk.at;
+    });
+  };
   for (size_t at = 0; at + kLost <= take.bytes.size(); at += 5) {
     std::string lost = take.bytes;
     lost.replace(at, kLost, std::string(kLost, '\0'));
-    const bool leaves_audio =
-        at + kLost <= whole.audio - layout.audio_prefix - layout.header() || at >= whole.audio + whole.audio_bytes;
+    const bool leaves_audio = at + kLost <= whole.audio - layout.audio_prefix - layout.header() ||
+                              (at >= whole.audio + whole.audio_bytes && !loses_header_behind(at));
     if (leaves_audio && look_at(layout, take.bytes).format == format_at(take, lost))
       all.push_back({"24 zeros", lost, whole.audio_bytes});
   }

@@ -92,10 +92,14 @@ bool looks_compressed(const WAVEFORMATEX& format) {
 }
 
 size_t strange_bytes(const GUID& sub_format) {
-  BYTE tail[sizeof kTagTail];
-  std::memcpy(tail, reinterpret_cast<const BYTE*>(&sub_format) + sizeof(DWORD), sizeof tail);
-  return std::inner_product(std::begin(tail), std::end(tail), std::begin(kTagTail), size_t{0}, std::plus<>(),
-                            std::not_equal_to<>());
+  const auto* const tail = reinterpret_cast<const BYTE*>(&sub_format) + sizeof(DWORD);
+  return std::inner_product(tail, tail + sizeof kTagTail, kTagTail, size_t{0}, std::plus<>(), std::not_equal_to<>());
+}
+
+size_t own_bytes(const GUID& sub_format) {
+  const auto* const tail = reinterpret_cast<const BYTE*>(&sub_format) + sizeof(DWORD);
+  return std::inner_product(tail, tail + sizeof kTagTail, kTagTail, size_t{0}, std::plus<>(),
+                            [](BYTE is, BYTE usual) { return is != usual && is != 0; });
 }
 
 GUID sub_format_of(DWORD tag) {

@@ -19,6 +19,8 @@ const char* compressed_name(DWORD tag);
 bool looks_compressed(const WAVEFORMATEX& format);
 /// How many bytes of an extensible record's sub format are not as they are where its start is a tag.
 size_t strange_bytes(const GUID& sub_format);
+/// Those of them that are not zero, and so may be meant.
+size_t own_bytes(const GUID& sub_format);
 GUID sub_format_of(DWORD tag);
 /// The tag, of an extensible record that in its sub format; 0 for a sub format that has none.
 DWORD tag_of(const WAVEFORMATEXTENSIBLE& record);

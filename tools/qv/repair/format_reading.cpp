@@ -217,7 +217,7 @@ FormatReading read_format(const std::string& record, const RepairHint& hint) {
   FormatReading reading = {record, {}, std::max<DWORD>(stored.Format.nBlockAlign, 1)};
   const bool is_extensible = looks_extensible(record, stored);
   // A sub format that one damage does not make of a tag is someone's own.
-  const bool is_own = is_extensible && strange_bytes(stored.SubFormat) > sizeof(DWORD);
+  const bool is_own = is_extensible && own_bytes(stored.SubFormat) > sizeof(DWORD);
   if (!hint.type && (compressed_name(tag) || is_own ||
                      (!has_fixed_samples(tag) && !is_extensible && looks_compressed(stored.Format))))
     return not_mended(reading, stored, tag);
