@@ -15,7 +15,7 @@ namespace {
 
 RepairPlan plan_for(const std::string& bytes, const std::string& name) {
   const MemoryFile file(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
-  return plan_repair(name, file.handle, {});
+  return qv::tool::plan_repair(name, file.handle, {});
 }
 
 /// In order, no byte twice, and none of the audio. Answers how far they move the audio.
