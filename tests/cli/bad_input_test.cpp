@@ -26,7 +26,19 @@ struct BadFile {
   bool info_works = false; ///< only its samples cannot be used
 };
 
+Bytes big_chunk(const char* id, const Bytes& data) { return id + Bytes("\0\0\0", 3) + char(data.size()) + data; }
 Bytes empty_form(const char* form) { return "FORM" + Bytes("\0\0\0\4", 4) + form; }
+
+/// An AIFF file of a format chunk and audio, whose numbers are big-endian.
+Bytes aiff(const char* form, const Bytes& common, const Bytes& sound) {
+  return big_chunk("FORM", form + big_chunk("COMM", common) + big_chunk("SSND", sound));
+}
+
+const Bytes kCommon("\0\1\0\0\0\2\0\x10\x40\x0E\xAC\x44\0\0\0\0\0\0", 18);
+const Bytes kSound = Bytes(8, '\0') + "1234";
+
+Bytes rf64(const Bytes& body) { return header("RF64", 0xFFFFFFFF) + "WAVE" + body; }
+const Bytes kLongSizes = chunk("ds64", Bytes(28, '\0'));
 
 const BadFile kBadFiles[] = {
     {"empty", "", "empty"},
@@ -60,6 +72,26 @@ const BadFile kBadFiles[] = {
     {"IFF of another form", empty_form("8SVX"), "no AIFF"},
     {"AIFF-C without chunks", empty_form("AIFC"), "no \"COMM\""},
     {"AIFF without chunks", empty_form("AIFF"), "no \"COMM\""},
+    {"AIFF without audio", big_chunk("FORM", "AIFF" + big_chunk("COMM", kCommon)), "no \"SSND\""},
+    {"AIFF with a short format", aiff("AIFF", kCommon.substr(0, 17), kSound), "size is not possible"},
+    {"AIFF with short audio", aiff("AIFF", kCommon, Bytes(7, '\0')), "size is not possible"},
+    {"AIFF without channels", aiff("AIFF", with(kCommon, 0, u16(0)), kSound), "no channels"},
+    {"AIFF of no rate", aiff("AIFF", with(kCommon, 8, Bytes(10, '\0')), kSound), "sample rate of 0"},
+    {"AIFF whose rate is no number", aiff("AIFF", with(kCommon, 8, "\x7F" + Bytes(9, '\xFF')), kSound),
+     "sample rate of 0"},
+    {"AIFF-C of no compression type", aiff("AIFC", kCommon, kSound), "without a compression type"},
+    {"AIFF-C of an unknown one", aiff("AIFC", kCommon + "ABCD" + Bytes(2, '\0'), kSound), "compressed or unknown",
+     true},
+    {"RF64 header cut", rf64("").substr(0, 11), "ends inside its header"},
+    {"RF64 of another form", with(rf64(kLongSizes + kFormat + kData), 8, "AVI "), "\"AVI \""},
+    {"RF64 without a format", rf64(kLongSizes + kData), "no \"fmt \" chunk"},
+    {"RF64 without audio", rf64(kLongSizes + kFormat), "no \"data\" chunk"},
+    {"BW64 without chunks", with(rf64(""), 0, "BW64"), "no \"fmt \" chunk"},
+    {"RIFX without chunks", with(riff("WAVE", ""), 0, "RIFX"), "no \"fmt \" chunk"},
+    {"FLAC that is none", "fLaC" + Bytes(100, '\0'), "cannot be read"},
+    {"Ogg that is none", "OggS" + Bytes(100, '\0'), "cannot be read"},
+    {"a tag alone", "ID3\4" + Bytes(100, '\0'), "cannot be read"},
+    {"a tag longer than the file", "ID3\4" + Bytes(2, '\0') + Bytes(4, '\x7F') + kGood, "cannot be read"},
 };
 
 TEST(BadInput, EveryCommandSaysWhyInOneLine) {
