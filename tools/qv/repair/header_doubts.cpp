@@ -29,6 +29,14 @@ bool has_mended_headers(const AudioFile& audio) {
   return audio.form_start == 0 && !audio.chunks.empty() && (is_riff || is_aiff) && audio.is_big_endian == is_aiff;
 }
 
+/// Whether zeros lead to a chunk or to the file's end. Others are the quiet in a recording that was torn off.
+bool is_filling(const DamagedFile& damaged, uint64_t from) {
+  const uint64_t end = damaged.zeros_end(from);
+  if (end == from || end == damaged.size()) return end != from;
+  const std::optional<Chunk> chunk = damaged.header_at(end);
+  return chunk && is_known(damaged.layout(), chunk->id);
+}
+
 std::optional<std::string> doubt_about_size(const AudioFile& audio, const DamagedFile& damaged) {
   const HeaderLayout& layout = damaged.layout();
   const std::optional<uint64_t> end = end_by_header(damaged);
@@ -44,8 +52,7 @@ std::optional<std::string> doubt_about_size(const AudioFile& audio, const Damage
     return says + "its chunks go further";
   const uint64_t rest = std::max(*end, chunks_end);
   const std::optional<Chunk> behind = rest < audio.file_bytes ? damaged.header_at(rest) : std::nullopt;
-  if (!behind || damaged.zeros_end(rest) != rest || is_known_trailer(damaged.read(rest, kTrailerBytes)))
-    return std::nullopt;
+  if (!behind || is_filling(damaged, rest) || is_known_trailer(damaged.read(rest, kTrailerBytes))) return std::nullopt;
   const std::string count = std::to_string(audio.file_bytes - rest);
   if (is_known(layout, behind->id)) return says + "chunks follow there";
   if (last.data <= audio.audio_start) return count + " bytes follow behind the audio that are no chunk";
