@@ -176,8 +176,8 @@ int repair(const Options& options) {
 void add_repair(const Command& program) {
   auto options = std::make_shared<Options>();
   const Command command =
-      program.subcommand("repair", "Mend the header of a damaged wave file; its audio stays as it is");
-  command.option("FILE", options->file, "A RIFF wave or Wave64 file").required();
+      program.subcommand("repair", "Mend the headers of a damaged audio file; its audio stays as it is");
+  command.option("FILE", options->file, "A RIFF wave, RF64, Wave64 or AIFF file").required();
   command.option("--rate", options->rate, "Sample rate where the header says none that makes sense (44100)")
       .between(DWORD{1}, DWORD{10'000'000});
   command.option("--channels", options->channels, "The same for channels (2)").between(1, 1024);

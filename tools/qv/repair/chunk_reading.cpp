@@ -129,7 +129,7 @@ private:
     const bool is_text = layout_.is_plausible(chunk.id);
     all.push_back({chunk.id, is_text ? kUnknownId : kNameless,
                    is_text ? kUnknownSizeWrong - kUnknownId : kBothWrong - kNameless});
-    if (const auto near = nearly_known(layout_, chunk.id)) all.push_back({*near, kOneWrongByte, kSizeWrong});
+    if (const auto known = nearly_known(layout_, chunk.id)) all.push_back({*known, kOneWrongByte, kSizeWrong});
     const std::string data = damaged_.read(chunk.data, kTellingBytes);
     if (const auto told = told_from(layout_, data, size))
       all.push_back({*told, kIdByContents, kBothWrongByContents - kIdByContents});
