@@ -186,6 +186,35 @@ FormatReading not_mended(FormatReading reading, const WAVEFORMATEXTENSIBLE& stor
   return reading;
 }
 
+void store(FormatReading& reading, const WAVEFORMATEXTENSIBLE& format, size_t bytes) {
+  bytes = std::min(bytes, reading.record.size());
+  reading.record.replace(0, bytes, reinterpret_cast<const char*>(&format), bytes);
+  reading.block_align = std::max<DWORD>(format.Format.nBlockAlign, 1);
+}
+
+/// Nothing is known: the options rule, or what holds where they are left out.
+void take_hints(FormatReading& reading, const WAVEFORMATEXTENSIBLE& stored, const RepairHint& hint) {
+  std::string taken;
+  const WAVEFORMATEXTENSIBLE format = by_hints(stored, hint, taken);
+  reading.notes.emplace_back("the format record makes no sense");
+  if (!taken.empty()) reading.notes.push_back("what it is, is taken from " + taken);
+  reading.record.assign(reading.record.size(), '\0');
+  store(reading, format, sizeof(WAVEFORMATEX));
+}
+
+void take_first(FormatReading& reading, const WAVEFORMATEXTENSIBLE& stored, const std::vector<Reading>& best,
+                const Readings& readings) {
+  const auto why = disagreement(stored);
+  reading.notes.push_back("the format record does not agree with itself" + (why ? ": " + *why : std::string()));
+  store(reading, best[0].format, sizeof(WAVEFORMATEXTENSIBLE));
+  if (best.size() == 1) return;
+  const bool is_asked_for = readings.against_hints(best[0].format) < readings.against_hints(best[1].format);
+  reading.notes.push_back("it may be " + text_of(best[0].format) + ", or " + text_of(best[1].format) +
+                          (best.size() > 2 ? ", or one of " + std::to_string(best.size() - 2) + " others" : "") +
+                          ": the first is taken, " +
+                          (is_asked_for ? "by the options" : "which changes the fewest bits"));
+}
+
 } // namespace
 
 WAVEFORMATEXTENSIBLE loaded(const std::string& record) {
@@ -219,39 +248,18 @@ FormatReading read_format(const std::string& record, const RepairHint& hint) {
   const bool is_extensible = looks_extensible(record, stored);
   // A sub format that one damage does not make of a tag is someone's own.
   const bool is_own = is_extensible && own_bytes(stored.SubFormat) > sizeof(DWORD);
-  if (!hint.type && (compressed_name(tag) || is_own ||
-                     (!has_fixed_samples(tag) && !is_extensible && looks_compressed(stored.Format))))
-    return not_mended(reading, stored, tag);
+  const bool is_unknown = !has_fixed_samples(tag) && !is_extensible && looks_compressed(stored.Format);
+  if (!hint.type && (compressed_name(tag) || is_own || is_unknown)) return not_mended(reading, stored, tag);
   if (has_fixed_samples(tag) && agrees_as_samples(stored.Format, tag)) {
     reading.notes.push_back("format: " + text_of(stored));
     return reading;
   }
   Readings readings(stored, is_extensible, hint);
   const std::vector<Reading> best = readings.best();
-  WAVEFORMATEXTENSIBLE chosen = {};
-  size_t bytes = record.size();
-  if (best.empty() || readings.fewest_wrong() > kMaxWrong) {
-    std::string taken;
-    chosen = by_hints(stored, hint, taken);
-    reading.notes.emplace_back("the format record makes no sense");
-    if (!taken.empty()) reading.notes.push_back("what it is, is taken from " + taken);
-    reading.record.assign(bytes, '\0');
-    bytes = std::min<size_t>(bytes, sizeof(WAVEFORMATEX));
-  } else {
-    chosen = best[0].format;
-    const auto why = disagreement(stored);
-    reading.notes.push_back("the format record does not agree with itself" + (why ? ": " + *why : std::string()));
-    if (best.size() > 1)
-      reading.notes.push_back("it may be " + text_of(best[0].format) + ", or " + text_of(best[1].format) +
-                              (best.size() > 2 ? ", or one of " + std::to_string(best.size() - 2) + " others" : "") +
-                              ": the first is taken, " +
-                              (readings.against_hints(best[0].format) < readings.against_hints(best[1].format)
-                                   ? "by the options"
-                                   : "which changes the fewest bits"));
-  }
-  reading.record.replace(0, std::min(bytes, sizeof chosen), reinterpret_cast<const char*>(&chosen),
-                         std::min(bytes, sizeof chosen));
-  reading.block_align = std::max<DWORD>(chosen.Format.nBlockAlign, 1);
+  if (best.empty() || readings.fewest_wrong() > kMaxWrong)
+    take_hints(reading, stored, hint);
+  else
+    take_first(reading, stored, best, readings);
   return reading;
 }
 
