@@ -5,6 +5,7 @@
 #include "tools/qv/failure.h"
 #include "tools/qv/file/locked_input.h"
 #include "tools/qv/file/output_file.h"
+#include "tools/qv/undo/change_file.h"
 
 #include <cerrno>
 #include <filesystem>
@@ -16,6 +17,8 @@
 #include <unistd.h>
 
 namespace {
+
+using qv::tool::LockedInput;
 
 /// Notes what is synced, by its path; the first sync can be made to fail.
 class Synced {
@@ -71,6 +74,19 @@ struct stat status_of(const std::string& name) {
   struct stat status {};
   EXPECT_EQ(stat(name.c_str(), &status), 0) << name;
   return status;
+}
+
+TEST(ChangedFile, IsSyncedBehindItsUndoFileAndBeforeThatSaysSo) {
+  const cli_test::ScratchFolder folder;
+  const std::string name = folder.put("a.wav", "old");
+  const Synced synced(false);
+  qv::tool::change_file(LockedInput(name), {{0, "o", "O"}}, qv::tool::UndoPolicy::kKeep);
+  std::vector<std::string> names;
+  for (const std::filesystem::path& path : Synced::paths)
+    names.push_back(path.filename().string().substr(0, 4));
+  const std::string in = std::filesystem::canonical(folder.path()).filename().string().substr(0, 4);
+  EXPECT_EQ(names, (std::vector<std::string>{".qv-", in, "a.wa", "a.wa"}));
+  EXPECT_EQ(Synced::paths.back().filename(), "a.wav.qv-undo");
 }
 
 mode_t mode_of(const std::string& name) { return status_of(name).st_mode & 07777; }
@@ -163,12 +179,12 @@ TEST(OutputFile, RemovesWhatADeadWriterOfTheSameFileHasLeft) {
 TEST(LockedInput, IsHeldAndThenIsTheFileThatReplacedIt) {
   const cli_test::ScratchFolder folder;
   const std::string name = folder.put("a.wav", "old");
-  std::optional<qv::tool::LockedInput> held(name);
+  std::optional<LockedInput> held(name);
   EXPECT_FALSE(qv::tool::FileDescriptor(held->path()).try_lock());
   const pid_t child = fork();
   if (child == 0) {
     held.reset(); // it was handed on with the descriptor
-    const qv::tool::LockedInput next(name);
+    const LockedInput next(name);
     _exit(cli_test::read_file(name) == "new" ? 0 : 1);
   }
   write(name, "new");

@@ -31,6 +31,7 @@ const Change kChanges[] = {
     {"a longer header",
      {{0, "RIFFsize", "RIFF--size--"}, {26, "size", "SIZE"}},
      "RIFF--size--WAVEfmt recorddataSIZEaudio"},
+    {"twice at its end", {{30, "audio", "more audio"}, {35, "", "!"}}, "RIFFsizeWAVEfmt recorddatasizemore audio!"},
     {"none in front", {{0, "RIFFsizeWAVEfmt record", ""}, {35, "", "!"}}, "datasizeaudio!"},
 };
 

@@ -130,9 +130,9 @@ UndoRecord undo_record_from(const std::string& name, const std::string& bytes) {
   const uint32_t count = header.number32();
   const uint32_t check = header.number32();
   if (record.state < UndoState::kBegun || record.state > UndoState::kPassing) header.damaged();
-  if (count > header.bytes_left() / kPieceBytes) header.damaged();
-  if (header_check(std::string_view(bytes).substr(0, kHeaderBytes + kPieceBytes * count)) != check) header.damaged();
-  Reader table(name, header.take(kPieceBytes * count));
+  const uint64_t table_bytes = kPieceBytes * count;
+  Reader table(name, header.take(table_bytes));
+  if (header_check(std::string_view(bytes).substr(0, kHeaderBytes + table_bytes)) != check) header.damaged();
   for (uint32_t k = 0; k < count; ++k) {
     Replacement piece = {table.number(8), {}, {}};
     const uint64_t old_bytes = table.number(8);
