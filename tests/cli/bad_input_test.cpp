@@ -73,7 +73,7 @@ const BadFile kBadFiles[] = {
     {"AIFF-C without chunks", empty_form("AIFC"), "no \"COMM\""},
     {"AIFF without chunks", empty_form("AIFF"), "no \"COMM\""},
     {"AIFF without audio", big_chunk("FORM", "AIFF" + big_chunk("COMM", kCommon)), "no \"SSND\""},
-    {"AIFF with a short format", aiff("AIFF", kCommon.substr(0, 17), kSound), "no \"COMM\""},
+    {"AIFF with a short format", aiff("AIFF", kCommon.substr(0, 16), kSound), "size is not possible"},
     {"AIFF with short audio", aiff("AIFF", kCommon, Bytes(7, '\0')), "size is not possible"},
     {"AIFF without channels", aiff("AIFF", with(kCommon, 0, u16(0)), kSound), "no channels"},
     {"AIFF of no rate", aiff("AIFF", with(kCommon, 8, Bytes(10, '\0')), kSound), "sample rate of 0"},
