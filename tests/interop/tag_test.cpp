@@ -178,6 +178,20 @@ TEST(Tag, ExchangesTheTextsOfAiffAndWave64) {
   EXPECT_EQ(shell("soxi -a " + aiff), "\u65E5\n");
 }
 
+TEST(Tag, TextsSurviveWave64) {
+  const ScratchFolder folder;
+  const std::string file = folder.file("take.wav");
+  shell("sox " + recording("Noise") + " " + file + " trim 0 8000s"); // no padding, which libsndfile would read
+  const std::string wave64 = folder.file("a.w64");
+  qv_says({"tag", file, "title=\u00E9", "description=D", "--code-page", "1252"});
+  qv_says({"convert", file, wave64});
+  EXPECT_EQ(shell("sox " + wave64 + " -t raw - | cksum"), shell("sox " + file + " -t raw - | cksum"));
+  qv_says({"convert", wave64, folder.file("b.wav")});
+  EXPECT_EQ(qv_says({"tag", folder.file("b.wav")}), "INAM=\u00E9\ndescription=D\ntime-reference=0\nbext-version=1\n");
+  const std::string chunks = qv_says({"info", folder.file("b.wav")});
+  EXPECT_EQ(chunks.find("\"CSET\""), chunks.rfind("\"CSET\"")) << chunks;
+}
+
 TEST(Tag, KeepsTheTagsOfMutagen) {
   const ScratchFolder folder;
   const std::string wave = copy_of_recording(folder);

@@ -57,6 +57,10 @@ private:
     const ChunkRule& rule = chunk_rule(id, entry.list_type, is_aiff(source_.kind));
     if (id == kPeakId && change_.new_is_float && container_ != Container::kWave64) return renew_peaks(entry);
     if (rule.carry == Carry::kNever) return;
+    // Wave64 has its texts in UTF-16: but for labels the chunk says nothing there, and elsewhere it would speak of
+    // them.
+    const bool leaves_wave64 = source_.kind == Container::kWave64 && container_ != Container::kWave64;
+    if (id == QvFourCC("CSET") && leaves_wave64 && encoding_of(source_).is_ascii) return;
     if (source_.is_big_endian && is_wave(source_.kind)) return reversed_.add(named(entry, id));
     if (!is_true_still(rule.carry)) return stale_.add(named(entry, id));
     if (is_text_list(entry) && source_.kind != container_ && one_is_wave64()) return take_texts();

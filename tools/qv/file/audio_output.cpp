@@ -4,6 +4,8 @@
 #include "tools/qv/file/audio_file.h"
 #include "tools/qv/file/sample_bytes.h"
 
+#include <iterator>
+
 namespace qv::tool {
 
 namespace {
@@ -71,6 +73,11 @@ AudioOutput::AudioOutput(const OutputTarget& target, const _qvwaveformat& format
     return;
   }
   if (peak_chunk()) peaks_.emplace(format);
+  if (layout_.container == Container::kWave64) {
+    // libsndfile, and who reads by it, takes what follows the audio there for more of it.
+    std::move(chunks_.behind_audio.begin(), chunks_.behind_audio.end(), std::back_inserter(chunks_.before_audio));
+    chunks_.behind_audio.clear();
+  }
   file_.append(layout_.front.data(), static_cast<DWORD>(layout_.front.size()));
   write_chunks(chunks_.before_audio);
   file_.append(layout_.audio_header.data(), static_cast<DWORD>(layout_.audio_header.size()));

@@ -2,10 +2,8 @@
 
 #include "tools/qv/failure.h"
 #include "tools/qv/file/audio_layout.h"
-#include "tools/qv/file/byte_string.h"
 #include "tools/qv/file/container_readers.h"
 #include "tools/qv/file/output_file.h"
-#include "tools/qv/metadata/info_list.h"
 
 #include "qv/riff.h"
 
@@ -23,18 +21,11 @@ constexpr uint64_t kMaxTail = 16 << 20;
 
 bool is_filler(DWORD id) { return std::find(std::begin(kFillers), std::end(kFillers), id) != std::end(kFillers); }
 
-std::string chunk_header(const AudioFile& audio, DWORD id, uint64_t size) {
-  if (audio.kind != Container::kWave64 || id != kSummaryListGuid.Data1) return chunk_shape(audio.kind).header(id, size);
-  return ByteString()
-      .raw(&kSummaryListGuid, sizeof kSummaryListGuid)
-      .little(size + chunk_shape(audio.kind).header_bytes, 8);
-}
-
 } // namespace
 
 std::string ChunkEdit::chunk_bytes(const NewChunk& chunk) const {
   const uint64_t padding = chunk_shape(audio_.kind).padding(chunk.data.size());
-  return chunk_header(audio_, chunk.id, chunk.data.size()) + chunk.data +
+  return chunk_shape(audio_.kind).header(chunk.id, chunk.data.size()) + chunk.data +
          std::string(static_cast<size_t>(padding), '\0');
 }
 
@@ -129,7 +120,7 @@ std::vector<Replacement> ChunkEdit::in_place() const {
   std::vector<Replacement> all = {replacement(form_.start + form_.shape->size_offset, size.size(), size)};
   for (size_t index = 0; index < kept; ++index) {
     const ChunkEntry& chunk = audio_.chunks[index];
-    const std::string header = chunk_header(audio_, QVRIFF_ID_JUNK, chunk.size);
+    const std::string header = chunk_shape(audio_.kind).header(QVRIFF_ID_JUNK, chunk.size);
     if (edited_[index] == Edited::kRemoved) all.push_back(replacement(chunk.offset, header.size(), header));
     if (edited_[index] != Edited::kReplaced) continue;
     const std::string bytes = replacements_.at(index).substr(0, static_cast<size_t>(end_of(index) - chunk.offset));
