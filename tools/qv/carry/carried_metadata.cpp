@@ -40,7 +40,6 @@ public:
     stale_.report("left out, because they are not true of the new audio", carried_.warnings);
     large_.report("left out, because they are too large to follow the change", carried_.warnings);
     nameless_.report("left out, because they have Wave64's names alone", carried_.warnings);
-    reversed_.report("left out, because their numbers are big-endian", carried_.warnings);
     return std::move(carried_);
   }
 
@@ -61,7 +60,6 @@ private:
     // them.
     const bool leaves_wave64 = source_.kind == Container::kWave64 && container_ != Container::kWave64;
     if (id == QvFourCC("CSET") && leaves_wave64 && encoding_of(source_).is_ascii) return;
-    if (source_.is_big_endian && is_wave(source_.kind)) return reversed_.add(named(entry, id));
     if (!is_true_still(rule.carry)) return stale_.add(named(entry, id));
     if (is_text_list(entry) && source_.kind != container_ && one_is_wave64()) return take_texts();
     const bool changes = (rule.carry == Carry::kMove && !change_.rate.is_same()) ||
@@ -181,7 +179,6 @@ private:
   Carried carried_;
   LeftOut stale_;
   LeftOut large_;
-  LeftOut reversed_;
   LeftOut nameless_;
   bool has_texts_ = false;
   bool has_peaks_ = false;
@@ -260,7 +257,7 @@ void add_texts(CarriedChunks& chunks, const std::vector<std::pair<DWORD, std::st
 Carried carry_metadata(const AudioFile& source, Container container, const AudioChange& change) {
   if (is_coded(container)) return to_coded(source, container);
   if (is_coded(source.kind)) return from_coded(source, container);
-  if (is_aiff(source.kind) && is_wave(container)) return aiff_to_wave(source, container, change);
+  if (source.is_big_endian && is_wave(container)) return big_endian_to_wave(source, container, change);
   if (is_wave(source.kind) && is_aiff(container)) return wave_to_aiff(source, change);
   return ChunkCarrier(source, container, change).carry();
 }

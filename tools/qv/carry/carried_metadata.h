@@ -62,7 +62,8 @@ inline bool is_coded(Container container) { return !is_aiff(container) && !is_wa
 /// Chunks that a container of the other family needs other chunks for: texts, markers, what a sampler needs, ID3.
 /// What has no counterpart is named in a warning.
 Carried wave_to_aiff(const AudioFile& source, const AudioChange& change);
-Carried aiff_to_wave(const AudioFile& source, Container container, const AudioChange& change);
+/// The same for AIFF, and for RIFX, the numbers of whose chunks are big-endian.
+Carried big_endian_to_wave(const AudioFile& source, Container container, const AudioChange& change);
 /// FLAC, Ogg and MP3 have texts alone.
 Carried to_coded(const AudioFile& source, Container container);
 Carried from_coded(const AudioFile& source, Container container);

@@ -1,4 +1,4 @@
-// Metadata between wave files (RIFF, RF64, Wave64) and AIFF: other chunks say the same.
+// Metadata between wave files (RIFF, RF64, Wave64) and AIFF, whose other chunks say the same, and out of RIFX.
 #include "tools/qv/carry/carried_metadata.h"
 #include "tools/qv/carry/chunk_rules.h"
 #include "tools/qv/metadata/info_list.h"
@@ -51,14 +51,14 @@ void add(Carried& carried, DWORD id, std::string data) {
 }
 
 /// Copies an ID3 tag, which both families have, and names what neither the output nor any of its chunks can say.
-template <class IsMapped>
 void take_others(Carried& carried, LeftOut& left_out, const AudioFile& source, DWORD id3_from, DWORD id3_to,
-                 IsMapped is_mapped) {
+                 bool (*is_mapped)(DWORD id, const ChunkEntry& entry)) {
   for (const ChunkEntry& entry : source.chunks) {
     const DWORD id = source.kind == Container::kWave64 ? as_riff_id(entry.id) : entry.id;
     if (chunk_rule(id, entry.list_type, is_aiff(source.kind)).carry == Carry::kNever || is_mapped(id, entry)) continue;
-    if (id == id3_from)
-      carried.chunks.behind_audio.push_back(copied_chunk(source, entry, id3_to));
+    // Fields of iXML are texts, in whatever byte order the numbers are.
+    if (id == id3_from || (source.is_big_endian && id == QvFourCC("iXML")))
+      carried.chunks.behind_audio.push_back(copied_chunk(source, entry, id == id3_from ? id3_to : id));
     else
       left_out.add(named(entry, id));
   }
@@ -89,10 +89,22 @@ void texts_to_wave(Carried& carried, const AudioFile& source, const MarkerList& 
   if (!list.problem.empty()) carried.warnings.push_back("of its texts not all are kept: " + list.problem);
   std::vector<std::pair<DWORD, std::string>> texts;
   for (const InfoItem& item : list.items)
-    texts.emplace_back(info_id_for_aiff(item.id), item.text);
+    texts.emplace_back(is_aiff(source.kind) ? info_id_for_aiff(item.id) : item.id, item.text);
   for (const std::string& comment : markers.comments)
     texts.emplace_back(QvFourCC("ICMT"), comment);
   add_texts(carried.chunks, texts, container);
+}
+
+// The chunks that are read into texts, markers and sampler data.
+
+bool is_mapped_to_aiff(DWORD id, const ChunkEntry& entry) {
+  const bool is_mapped_list = entry.list_type == QVSUMMARY_FORM_INFO || entry.list_type == QVRIFF_LIST_ADTL;
+  return is_mapped_list || id == kSummaryListGuid.Data1 || id == QVRIFF_ID_CUE || id == QvFourCC("smpl") ||
+         id == QvFourCC("inst") || id == QvFourCC("CSET");
+}
+
+bool is_mapped_to_wave(DWORD id, const ChunkEntry&) {
+  return is_aiff_text(id) || id == QvFourCC("MARK") || id == QvFourCC("INST") || id == QvFourCC("COMT");
 }
 
 } // namespace
@@ -125,16 +137,12 @@ Carried wave_to_aiff(const AudioFile& source, const AudioChange& change) {
   if (!list.markers.empty()) add(carried, QvFourCC("MARK"), mark_data(list.markers));
   add(carried, QvFourCC("INST"), instrument);
   add(carried, QvFourCC("COMT"), comment_data(list));
-  take_others(carried, left_out, source, kWaveId3, kAiffId3, [](DWORD id, const ChunkEntry& entry) {
-    const bool is_mapped_list = entry.list_type == QVSUMMARY_FORM_INFO || entry.list_type == QVRIFF_LIST_ADTL;
-    return is_mapped_list || id == kSummaryListGuid.Data1 || id == QVRIFF_ID_CUE || id == QvFourCC("smpl") ||
-           id == QvFourCC("inst") || id == QvFourCC("CSET");
-  });
+  take_others(carried, left_out, source, kWaveId3, kAiffId3, is_mapped_to_aiff);
   left_out.report("left out, because AIFF has nothing like it", carried.warnings);
   return carried;
 }
 
-Carried aiff_to_wave(const AudioFile& source, Container container, const AudioChange& change) {
+Carried big_endian_to_wave(const AudioFile& source, Container container, const AudioChange& change) {
   Carried carried;
   LeftOut left_out;
   const Positions positions = positions_of(source, change.rate);
@@ -147,10 +155,13 @@ Carried aiff_to_wave(const AudioFile& source, Container container, const AudioCh
     if (positions.sampler->range) add(carried, QvFourCC("inst"), inst_data(*positions.sampler));
   }
   texts_to_wave(carried, source, list, container);
-  take_others(carried, left_out, source, kAiffId3, kWaveId3, [](DWORD id, const ChunkEntry&) {
-    return is_aiff_text(id) || id == QvFourCC("MARK") || id == QvFourCC("INST") || id == QvFourCC("COMT");
-  });
-  left_out.report("left out, because a wave file has nothing like it", carried.warnings);
+  if (is_aiff(source.kind)) {
+    take_others(carried, left_out, source, kAiffId3, kWaveId3, is_mapped_to_wave);
+    left_out.report("left out, because a wave file has nothing like it", carried.warnings);
+  } else {
+    take_others(carried, left_out, source, kWaveId3, kWaveId3, is_mapped_to_aiff);
+    left_out.report("left out, because their numbers may be big-endian", carried.warnings);
+  }
   return carried;
 }
 

@@ -4,6 +4,8 @@
 
 namespace qv::tool {
 
+ByteOrder byte_order_of(const AudioFile& audio) { return audio.is_big_endian ? ByteOrder::kBig : ByteOrder::kLittle; }
+
 std::string chunk_data(const AudioFile& audio, const ChunkEntry& chunk, uint64_t limit) {
   const uint64_t held = chunk.data < audio.file_bytes ? audio.file_bytes - chunk.data : 0;
   std::string data(static_cast<size_t>(std::min({chunk.size, held, limit})), '\0');

@@ -15,6 +15,9 @@ struct ChunkEntry;
 
 enum class ByteOrder { kLittle, kBig };
 
+/// Of the numbers in a file's chunks: big-endian in AIFF and RIFX.
+ByteOrder byte_order_of(const AudioFile& audio);
+
 /// The data of a chunk, up to `limit` bytes of what the file has of it; none where it cannot be read.
 std::string chunk_data(const AudioFile& audio, const ChunkEntry& chunk, uint64_t limit);
 

@@ -75,8 +75,7 @@ ListItems read_list_items(const AudioFile& audio, DWORD list_type) {
     if (chunk.list_type != list_type || chunk.size <= sizeof list_type) continue;
     const uint64_t wanted = chunk.size - sizeof list_type;
     const ChunkEntry behind_type = {chunk.id, list_type, chunk.offset, wanted, chunk.data + sizeof list_type};
-    const ListData data = {chunk_data(audio, behind_type, bytes_left),
-                           audio.is_big_endian ? ByteOrder::kBig : ByteOrder::kLittle};
+    const ListData data = {chunk_data(audio, behind_type, bytes_left), byte_order_of(audio)};
     add_items(list, data);
     bytes_left -= data.bytes.size();
     if (data.bytes.size() == wanted) continue;

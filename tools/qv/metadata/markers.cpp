@@ -54,23 +54,24 @@ void note_rest(MarkerList& list, uint64_t claimed, size_t limit) {
 void read_cue_points(MarkerList& list, const AudioFile& audio, const ChunkEntry& chunk, size_t limit) {
   const std::string data = chunk_data(audio, chunk, 4 + kCueBytes * uint64_t{limit});
   if (data.size() < 4) return;
-  const DWORD claimed = word_at<DWORD>(data, 0);
+  const ByteOrder order = byte_order_of(audio);
+  const DWORD claimed = word_at<DWORD>(data, 0, order);
   note_rest(list, std::min<uint64_t>(claimed, (chunk.size - 4) / kCueBytes), limit);
   const size_t count = std::min<size_t>({claimed, (data.size() - 4) / kCueBytes, limit});
   for (size_t k = 0, at = 4; k < count; ++k, at += kCueBytes) {
     Marker& marker = list.markers.emplace_back();
-    marker.id = word_at<DWORD>(data, at);
-    marker.position = word_at<DWORD>(data, at + 20);
+    marker.id = word_at<DWORD>(data, at, order);
+    marker.position = word_at<DWORD>(data, at + 20, order);
   }
 }
 
 /// Takes a text of the "adtl" list to its marker. The first of each kind counts.
-void take_label(Marker& marker, const ListItem& item, CodePage page) {
+void take_label(Marker& marker, const ListItem& item, CodePage page, ByteOrder order) {
   const std::string_view bytes = item.bytes;
   if (item.id == QVRIFF_ID_LABL && marker.name.empty()) marker.name = decode(bytes.substr(4), page);
   if (item.id == kNoteId && marker.note.empty()) marker.note = decode(bytes.substr(4), page);
   if (item.id != kRegionId || bytes.size() < 8 || marker.length) return;
-  marker.length = word_at<DWORD>(bytes, 4);
+  marker.length = word_at<DWORD>(bytes, 4, order);
   if (bytes.size() > kRegionBytes) marker.region = decode(bytes.substr(kRegionBytes), page);
 }
 
@@ -79,10 +80,11 @@ void read_labels(MarkerList& list, const AudioFile& audio) {
   const ListItems labels = read_list_items(audio, QVRIFF_LIST_ADTL);
   if (labels.items.empty()) return;
   const CodePage page = encoding_of(audio).page;
+  const ByteOrder order = byte_order_of(audio);
   MarkerIndex index(list.markers);
   for (const ListItem& item : labels.items)
-    if (Marker* const marker = item.bytes.size() < 4 ? nullptr : index.find(word_at<DWORD>(item.bytes, 0)))
-      take_label(*marker, item, page);
+    if (Marker* const marker = item.bytes.size() < 4 ? nullptr : index.find(word_at<DWORD>(item.bytes, 0, order)))
+      take_label(*marker, item, page, order);
   if (!labels.problem.empty()) add_problem(list, "its labels are not all read: " + labels.problem);
 }
 

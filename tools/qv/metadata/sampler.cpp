@@ -30,14 +30,15 @@ std::optional<std::string> first_chunk(const AudioFile& audio, DWORD id, size_t 
   return std::nullopt;
 }
 
-void take_smpl(Sampler& sampler, const std::string& data) {
-  sampler.note = static_cast<BYTE>(std::min<DWORD>(word_at<DWORD>(data, 12), 127));
-  sampler.cents = static_cast<int>(std::lround(word_at<DWORD>(data, 16) / kSemitone * 100));
-  const size_t count = std::min<size_t>(word_at<DWORD>(data, kLoopCountAt), (data.size() - kSamplerBytes) / kLoopBytes);
+void take_smpl(Sampler& sampler, const std::string& data, ByteOrder order) {
+  sampler.note = static_cast<BYTE>(std::min<DWORD>(word_at<DWORD>(data, 12, order), 127));
+  sampler.cents = static_cast<int>(std::lround(word_at<DWORD>(data, 16, order) / kSemitone * 100));
+  const size_t count =
+      std::min<size_t>(word_at<DWORD>(data, kLoopCountAt, order), (data.size() - kSamplerBytes) / kLoopBytes);
   for (size_t k = 0, at = kSamplerBytes; k < count; ++k, at += kLoopBytes)
-    sampler.loops.push_back({static_cast<LoopKind>(word_at<DWORD>(data, at + 4)),
-                             word_at<DWORD>(data, at + kLoopStartAt),
-                             uint64_t{word_at<DWORD>(data, at + kLoopEndAt)} + 1, word_at<DWORD>(data, at + 20)});
+    sampler.loops.push_back(
+        {static_cast<LoopKind>(word_at<DWORD>(data, at + 4, order)), word_at<DWORD>(data, at + kLoopStartAt, order),
+         uint64_t{word_at<DWORD>(data, at + kLoopEndAt, order)} + 1, word_at<DWORD>(data, at + 20, order)});
 }
 
 /// The "inst" chunk: note, cents, gain, notes, velocities, a byte each. "smpl" rules what both say.
@@ -101,7 +102,7 @@ std::optional<Sampler> read_sampler(const AudioFile& audio, const std::vector<Ma
   const auto smpl = first_chunk(audio, kSmplId, kSamplerBytes, kSamplerBytes + kMaxLoops * kLoopBytes);
   const auto inst = first_chunk(audio, kInstId, kInstBytes, kInstBytes);
   const auto aiff = first_chunk(audio, kAiffInstId, kAiffInstBytes, kAiffInstBytes);
-  if (smpl) take_smpl(sampler, *smpl);
+  if (smpl) take_smpl(sampler, *smpl, byte_order_of(audio));
   if (inst) take_inst(sampler, *inst, smpl.has_value());
   if (aiff) take_aiff_inst(sampler, *aiff, markers);
   return smpl || inst || aiff ? std::optional(sampler) : std::nullopt;

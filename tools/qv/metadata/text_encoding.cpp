@@ -39,7 +39,7 @@ std::optional<CharacterSet> character_set_of(const AudioFile& audio) {
   for (const ChunkEntry& chunk : audio.chunks) {
     if (chunk.id != kCharacterSetId || chunk.size < sizeof(CharacterSet)) continue;
     const std::string data = chunk_data(audio, chunk, sizeof(CharacterSet));
-    ChunkBytes bytes(data, audio.is_big_endian ? ByteOrder::kBig : ByteOrder::kLittle);
+    ChunkBytes bytes(data, byte_order_of(audio));
     const CharacterSet set = {bytes.word<WORD>(), bytes.word<WORD>(), bytes.word<WORD>(), bytes.word<WORD>()};
     if (!bytes.is_short()) return set;
   }
