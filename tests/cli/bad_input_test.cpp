@@ -26,7 +26,9 @@ struct BadFile {
   bool info_works = false; ///< only its samples cannot be used
 };
 
-Bytes big_chunk(const char* id, const Bytes& data) { return id + Bytes("\0\0\0", 3) + char(data.size()) + data; }
+Bytes big_chunk(const char* id, const Bytes& data) {
+  return id + Bytes("\0\0\0", 3) + static_cast<char>(data.size()) + data + Bytes(data.size() & 1, '\0');
+}
 Bytes empty_form(const char* form) { return "FORM" + Bytes("\0\0\0\4", 4) + form; }
 
 /// An AIFF file of a format chunk and audio, whose numbers are big-endian.
