@@ -224,8 +224,8 @@ TEST(Metadata, Wave64KeepsItsOwnNames) {
     return guid + u32(static_cast<uint32_t>(data.size()) + 24) + u32(0) + data + padding;
   };
   const Bytes own = Bytes("\xAB\xF7\x62\x56\x39\x2D\xD2\x11\x86\xC7\0\xC0\x4F\x8E\xDB\x8A", 16);
-  const Bytes body = named("fmt " + tail, format_bytes({})) + named("data" + tail, kSamples) + named(own, "marker!") +
-                     named("abcd" + Bytes(12, 'x'), "own");
+  const Bytes body = named("fmt " + tail, format_bytes({})) + named(own, "marker!") +
+                     named("abcd" + Bytes(12, 'x'), "own") + named("data" + tail, kSamples);
   const Bytes file = Bytes("riff\x2E\x91\xCF\x11\xA5\xD6\x28\xDB\x04\xC1\0\0", 16) +
                      u32(static_cast<uint32_t>(body.size()) + 40) + u32(0) + "wave" + tail + body;
   const ScratchFolder folder;
@@ -234,7 +234,7 @@ TEST(Metadata, Wave64KeepsItsOwnNames) {
   EXPECT_EQ(read_file(folder.file("same.w64")) == file, true);
   const std::string error = run_qv({"convert", in, folder.file("out.wav")}).error;
   EXPECT_NE(error.find("left out, because they have Wave64's names alone"), std::string::npos) << error;
-  EXPECT_EQ(chunks_of(folder.file("out.wav")).order, "fmt  data abcd ");
+  EXPECT_EQ(chunks_of(folder.file("out.wav")).order, "fmt  abcd data ");
 }
 
 std::string field_texts(const nlohmann::json& json, const char* name, const char* text) {
