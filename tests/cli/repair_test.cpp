@@ -160,6 +160,11 @@ const Damage kDamages[] = {
      kPlain,
      {"--type", "pcm16"}},
     {"the rate, told by the byte rate", with(kPlain, 24, u32(44101)), kPlain},
+    {"rate and byte rate, as --rate says", with(kPlain, 24, Bytes(8, '\0')), kPlain, {"--rate", "44100"}},
+    {"the tag of 32 bits, as --type says",
+     with(riff("WAVE", chunk("fmt ", format_bytes({3, 2, 96000, 32})) + kAudioChunk), 20, u16(0x5B58)),
+     riff("WAVE", chunk("fmt ", format_bytes({3, 2, 96000, 32})) + kAudioChunk),
+     {"--type", "float32"}},
     {"the channels of 32",
      with(riff("WAVE", chunk("fmt ", format_bytes({1, 32, 48000, 24})) + kAudioChunk), 22, u16(99)),
      riff("WAVE", chunk("fmt ", format_bytes({1, 32, 48000, 24})) + kAudioChunk)},
@@ -262,8 +267,13 @@ TEST(Repair, SaysWhatItFoundAndWillWrite) {
              "    old bytes   00 00\n"
              "    new bytes   90 01\n"
              "  dry run       nothing was written\n");
-  const std::pair<Bytes, const char*> formats[] = {{kPlain, "format: PCM, 44,100 Hz, 16 Bit, Stereo\n"},
-                                                   {kAudio, "taken as PCM, 44,100 Hz, 16 Bit, Stereo\n"}};
+  const Bytes two = riff("WAVE", chunk("fmt ", format_bytes({0x5B58, 2, 96000, 32})) + kAudioChunk);
+  const std::pair<Bytes, const char*> formats[] = {
+      {two,
+       "it may be PCM, 96,000 Hz, 32 Bit, Stereo, or PCM (float), 96,000 Hz, 32 Bit (IEEE Float), Stereo: the first"},
+      {with(kPlain, 20, Bytes(16, '\xFF')), "taken from --rate as when left out, --channels as when left out"},
+      {kPlain, "format: PCM, 44,100 Hz, 16 Bit, Stereo\n"},
+      {kAudio, "taken as PCM, 44,100 Hz, 16 Bit, Stereo\n"}};
   for (const auto& [bytes, line] : formats)
     EXPECT_NE(qv_says({"repair", folder.put("file.wav", bytes), "--no-undo"}).find(line), Bytes::npos);
 }

@@ -90,6 +90,7 @@ void ruin_headers(std::vector<Damaged>& all, const Recording& take, const std::v
     ruin_field(all, name + ": id", take.bytes, chunk.at, 4, audio);
     ruin_field(all, name + ": size", take.bytes, chunk.at + layout.id_bytes, 4, audio);
     ruin(all, name + ": header", take.bytes, chunk.at, layout.header(), audio);
+    if (chunk.id == "ds64") ruin(all, "long sizes", take.bytes, chunk.data, 24, audio);
     if (!is_format || layout.is_big_endian) continue;
     for (const auto& [field, place] : kRecordFields)
       ruin_field(all, std::string("record: ") + field, take.bytes, chunk.data + place.first, place.second, audio);
