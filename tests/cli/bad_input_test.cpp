@@ -131,8 +131,9 @@ TEST(BadInput, WhatIsNoFile) {
 
 TEST(BadInput, NamesSendNothingToATerminal) {
   const ScratchFolder folder;
-  const Outcome outcome = run_qv({"info", folder.file("a\x1B[31m\xC2\x9B\xE2\x80\xAE\n\x7F\xC3\xA9\xE2\x82\xAC.wav")});
-  EXPECT_EQ(outcome.error, "qv: " + folder.file("a.[31m..|.\xC3\xA9\xE2\x82\xAC.wav") + ": no such file\n");
+  const Outcome outcome =
+      run_qv({"info", folder.file("a\x1B[31m\xC2\x9B\xE2\x80\xAE\xE2\x81\xA6\n\x7F\xC3\xA9\xE2\x82\xAC.wav")});
+  EXPECT_EQ(outcome.error, "qv: " + folder.file("a.[31m...|.\xC3\xA9\xE2\x82\xAC.wav") + ": no such file\n");
   expect_refused(run_qv({"info", "a\x9B\xC3"}), 1, "a.\xC3: ", "not UTF-8");
   const std::string named = folder.put("\x7F\xC2\x9B\xE2\x80\xAE", kGood);
   EXPECT_EQ(qv_says({"info", named, "--json"}).find_first_of("\x7F\x9B\xAE"), Bytes::npos);

@@ -9,16 +9,30 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <functional>
 #include <gtest/gtest.h>
 #include <optional>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <sys/xattr.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
 using qv::tool::LockedInput;
+
+std::function<void()> before_lock; ///< what another program does just before a lock is asked for, once
+
+} // namespace
+
+extern "C" int flock(int descriptor, int operation) noexcept {
+  if (before_lock) std::exchange(before_lock, nullptr)();
+  return static_cast<int>(syscall(SYS_flock, descriptor, operation));
+}
+
+namespace {
 
 /// Notes what is synced, by its path; the first sync can be made to fail.
 class Synced {
@@ -176,26 +190,20 @@ TEST(OutputFile, RemovesWhatADeadWriterOfTheSameFileHasLeft) {
   EXPECT_EQ(folder.names().size(), 3u);
 }
 
-TEST(LockedInput, IsHeldAndThenIsTheFileThatReplacedIt) {
+TEST(LockedInput, HoldsTheFileThatReplacedItMeanwhile) {
   const cli_test::ScratchFolder folder;
   const std::string name = folder.put("a.wav", "old");
-  std::optional<LockedInput> held(name);
-  EXPECT_FALSE(qv::tool::FileDescriptor(held->path()).try_lock());
-  const pid_t child = fork();
-  if (child == 0) {
-    held.reset(); // it was handed on with the descriptor
-    const LockedInput next(name);
-    _exit(cli_test::read_file(name) == "new" ? 0 : 1);
-  }
-  write(name, "new");
+  std::optional<LockedInput> held;
+  before_lock = [&] { write(name, "new"); };
+  held.emplace(name);
+  const qv::tool::FileDescriptor other(held->path());
+  EXPECT_FALSE(other.try_lock());
+  EXPECT_EQ(cli_test::read_file(name), "new");
   EXPECT_TRUE(held->can_be_replaced());
   std::filesystem::create_hard_link(name, folder.file("b.wav"));
   EXPECT_FALSE(held->can_be_replaced());
   held.reset();
-  int status = 0;
-  waitpid(child, &status, 0);
-  EXPECT_EQ(status, 0);
-  EXPECT_TRUE(qv::tool::FileDescriptor(qv::tool::real_path(name)).try_lock());
+  EXPECT_TRUE(other.try_lock());
 }
 
 } // namespace

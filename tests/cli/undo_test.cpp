@@ -192,6 +192,19 @@ TEST(Undo, IsRefusedWhereTheFileHasChangedSince) {
   }
 }
 
+TEST(Undo, PiecesThatOverlapOrPassTheEndAreRefused) {
+  for (const std::vector<Replacement>& pieces :
+       std::vector<std::vector<Replacement>>{{{4, "size", "SIZE"}, {6, "ze", "ZE"}},
+                                             {{6, "ze", "ZE"}, {4, "si", "SI"}},
+                                             {{33, "io!", "IO!"}},
+                                             {{36, "", "!"}}}) {
+    const Subject subject;
+    EXPECT_THROW(change_file(LockedInput(subject.name), pieces, UndoPolicy::kKeep), Failure);
+    EXPECT_EQ(subject.bytes(), kBefore);
+    EXPECT_FALSE(subject.has_undo());
+  }
+}
+
 TEST(Undo, AForeignChangeOfABrokenOneIsNotTouched) {
   for (int nth = 1;; ++nth) {
     const Subject subject;
