@@ -56,7 +56,7 @@ Bytes bext(uint64_t reference, bool has_loudness, const Bytes& history) {
 }
 Bytes cart(uint32_t timer) { return Bytes(684, 'c') + "MRK " + u32(timer) + Bytes(7 * 8, '\0') + "rest"; }
 Bytes marks(uint32_t first, uint32_t second) {
-  return big16(2) + big16(1) + big32(first) + Bytes("\3one", 4) + big16(7) + big32(second) + Bytes("\2ab\0", 4);
+  return big16(2) + big16(1) + big32(first) + Bytes("\2ab\0", 4) + big16(7) + big32(second) + Bytes("\3one", 4);
 }
 
 constexpr uint64_t kReference = uint64_t{48000} * 36000 + 0x100000000;
@@ -74,13 +74,13 @@ const Kept kWaveChunks[] = {
      bext(kReference / 2, false, kHistory + "A=PCM,F=24000,W=16,M=mono,T=qv\r\n")},
     {"JUNK", "padding", ""},
     {"levl", "peaks", ""},
-    {"cue ", u32(3) + point(4, 100, 9) + point(4, 9) + point(1, 4801) + "tail",
-     u32(3) + point(4, 50) + point(4, 5) + point(1, 2401) + "tail"},
-    // A region of 101 frames from 100 on; one of an id that no point has; one from 4801 to 4804, from 2401 to 2402.
+    {"cue ", u32(3) + point(4, 101, 9) + point(4, 9) + point(1, 4801) + "tail",
+     u32(3) + point(4, 51) + point(4, 5) + point(1, 2401) + "tail"},
+    // A region of 101 frames from 101 on; one of an id that no point has; one from 4801 to 4804, from 2401 to 2402.
     {"adtl",
-     "adtl" + chunk("labl", u32(1) + Bytes("n\0", 2)) + chunk("ltxt", region(4, 101)) + chunk("ltxt", region(9, 8)) +
+     "adtl" + chunk("labl", u32(1) + Bytes("n\0", 2)) + chunk("ltxt", region(4, 101)) + chunk("ltxt", region(2, 9)) +
          chunk("note", u32(1) + "odd") + chunk("ltxt", region(1, 3) + "text"),
-     "adtl" + chunk("labl", u32(1) + Bytes("n\0", 2)) + chunk("ltxt", region(4, 51)) + chunk("ltxt", region(9, 4)) +
+     "adtl" + chunk("labl", u32(1) + Bytes("n\0", 2)) + chunk("ltxt", region(4, 50)) + chunk("ltxt", region(2, 5)) +
          chunk("note", u32(1) + "odd") + chunk("ltxt", region(1, 1) + "text")},
     {"plst", u32(1) + u32(4) + u32(100) + u32(2), u32(1) + u32(4) + u32(50) + u32(2)},
     // The last frame of a loop is played: frames 1000 up to 2000 become 500 up to 1000.
@@ -140,6 +140,17 @@ TEST(Metadata, EveryChunkOfAWaveFileFollowsItsRule) {
             "fmt  bext levl data cue  adtl plst smpl inst acid cart INFO iXML id3  \xA9new MD5  chna axml ");
 }
 
+TEST(Metadata, MoreBitsLeaveLoudnessTrueAndCheckSumsFalse) {
+  const ScratchFolder folder;
+  const std::string in =
+      folder.put("in.wav", riff("WAVE", chunk("fmt ", format_bytes({1, 2, 48000, 16})) + kData +
+                                            chunk("bext", bext(kReference, true, "")) + chunk("MD5 ", Bytes(16, 'm'))));
+  EXPECT_EQ(run_qv({"convert", in, folder.file("out.wav"), "--type", "pcm24"}).error,
+            "qv: " + in + ": warning: left out, because they are not true of the new audio: \"MD5 \"\n");
+  EXPECT_EQ(chunks_of(folder.file("out.wav")).data["bext"],
+            bext(kReference, true, "A=PCM,F=48000,W=24,M=stereo,T=qv\r\n"));
+}
+
 TEST(Metadata, WhatAiffSaysInChunksOfItsOwn) {
   const ScratchFolder folder;
   const auto swapped = [](const char* id, const Bytes& data) {
@@ -162,8 +173,8 @@ TEST(Metadata, WhatAiffSaysInChunksOfItsOwn) {
   EXPECT_EQ(outcome.error, "qv: " + in + ": warning: left out, because a wave file has nothing like it: \"APPL\"\n");
   Chunks wave = chunks_of(folder.file("out.wav"));
   EXPECT_EQ(wave.data["cue "], u32(2) + point(1, 100) + point(7, 301));
-  EXPECT_EQ(wave.data["adtl"], "adtl" + chunk("labl", u32(1) + Bytes("one\0", 4)) +
-                                   chunk("labl", u32(7) + Bytes("ab\0", 3)) +
+  EXPECT_EQ(wave.data["adtl"], "adtl" + chunk("labl", u32(1) + Bytes("ab\0", 3)) +
+                                   chunk("labl", u32(7) + Bytes("one\0", 4)) +
                                    chunk("note", u32(7) + Bytes("noted\0", 6)));
   // Ten cents below note 61 are 90 above note 60.
   EXPECT_EQ(wave.data["smpl"], u32(0) + u32(0) + u32(20833) + u32(60) + u32(3865470566) + u32(0) + u32(0) + u32(1) +
@@ -190,6 +201,9 @@ TEST(Metadata, WhatAiffCannotSayIsNamed) {
   EXPECT_EQ(chunks_of(folder.file("out.aiff")).data["MARK"],
             big16(3) + big16(3) + big32(2) + Bytes("\10end loop\0", 10) + big16(2) + big32(0) +
                 Bytes("\10beg loop\0", 10) + big16(1) + big32(2) + "\xFF" + name.substr(0, 255));
+  // Note 61, 25 cents above it, all keys and velocities, no gain; an alternating loop between marks 2 and 3.
+  EXPECT_EQ(chunks_of(folder.file("out.aiff")).data["INST"],
+            Bytes("\x3D\x19\0\x7F\1\x7F\0\0", 8) + big16(2) + big16(2) + big16(3) + Bytes(6, '\0'));
 }
 
 TEST(Metadata, RifxSaysItInBigEndianNumbers) {

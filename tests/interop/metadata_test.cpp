@@ -166,7 +166,8 @@ TEST(Metadata, BroadcastRecordsThatSndfileSets) {
 TEST(Metadata, PeaksAreMadeAnew) {
   const ScratchFolder folder;
   for (const std::string ending : {"wav", "aiff"}) {
-    shell("sndfile-convert -float32 -normalize " + recording("Noise") + " " + folder.file("a." + ending));
+    shell("sox " + recording("Noise") + " " + folder.file("late.wav") + " pad 2");
+    shell("sndfile-convert -float32 -normalize " + folder.file("late.wav") + " " + folder.file("a." + ending));
     qv_says({"convert", folder.file("a." + ending), folder.file("b." + ending), "--gain-db", "-6"});
     const Sndfile file = open_to_read(folder.file("b." + ending));
     double said = 0.0;
@@ -175,6 +176,11 @@ TEST(Metadata, PeaksAreMadeAnew) {
     ASSERT_EQ(sf_command(file.get(), SFC_CALC_SIGNAL_MAX, &found, sizeof found), 0);
     EXPECT_EQ(said, found);
     EXPECT_GT(said, 0.4);
+    const auto position = [&](const std::string& name) {
+      const std::string bytes = cli_test::read_file(folder.file(name + ending));
+      return bytes.substr(bytes.find("PEAK") + 20, 4);
+    };
+    EXPECT_EQ(position("b."), position("a.")); // in the second block
   }
 }
 
@@ -240,12 +246,14 @@ else:
       EXPECT_EQ(tag["version"], "2." + std::to_string(version));
       std::map<std::string, std::string> texts;
       for (const Json& frame : tag["frames"])
-        texts[frame["id"]] = frame["text"];
+        texts[frame["id"]] =
+            frame["id"] == "APIC" ? std::to_string(frame["size"].get<int>()) : frame["text"].get<std::string>();
       EXPECT_EQ(texts, (std::map<std::string, std::string>{{"TIT2", "Stück"},
                                                            {"TPE1", version == 4 ? "Einer / Zwei" : "é"},
                                                            {"TALB", "Album"},
                                                            {"COMM", "Ein Wort"},
-                                                           {"APIC", ""}}));
+                                                           {"APIC", "313"}}));
+      EXPECT_EQ(tag["frames"].back()["size"], 313); // encoding, type of picture and its length apart: 300
       const auto of = [&](const std::string& file) { return shell("/usr/bin/python3 " + script + " " + file + " 0"); };
       EXPECT_EQ(of(kept), of(path));
     }
