@@ -131,6 +131,13 @@ const Bytes kCutList = riff("WAVE", kStereo + kAudioChunk + kInfo.substr(0, kInf
 /// A header up to the audio's, with what stood there in its junk.
 const Bytes kJunked = riff("WAVE", kStereo + chunk("JUNK", pattern(70).substr(44)) + kAudioChunk);
 
+const Bytes kAiff = Bytes("FORM\0\0\x01\xBE"
+                          "AIFFCOMM\0\0\0\x12\0\2\0\0\0\x64\0\x10\x40\x0E\xAC\x44\0\0\0\0\0\0",
+                          38) +
+                    Bytes("SSND\0\0\x01\x98\0\0\0\0\0\0\0\0", 16) + kAudio;
+const size_t kListAt = 36 + kAudioChunk.size(); ///< behind the audio
+const Bytes kListCut = riff("WAVE", kStereo + kAudioChunk + kInfo).substr(0, kListAt + 8 + 25);
+
 const Damage kDamages[] = {
     // An interrupted recording: the sizes were never written, or some time ago.
     {"sizes of 0", with(with(kPlain, 4, u32(0)), 40, u32(0)), kPlain},
@@ -213,6 +220,11 @@ const Damage kDamages[] = {
      pattern(70) + kAudioChunk,
      riff("WAVE", kStereo + chunk("data", pattern(70).substr(62) + kAudioChunk)),
      {"--limit", "62"}},
+    // AIFF: a rate whose number is none, where the sizes are torn.
+    {"AIFF with sizes of 0 and a ruined rate",
+     with(with(with(kAiff, 4, u32(0)), 30, "\x2C"), 42, Bytes("\0\0\0\x08", 4)), kAiff},
+    {"a size of 0 before a list that the file's end cuts", with(kListCut, 40, u32(0)),
+     with(with(kListCut, kListAt + 4, u32(25)), 4, u32(static_cast<uint32_t>(kListCut.size()) - 8))},
     // Wave64.
     {"Wave64 with sizes of 0", with(with(kPlain64, 16, u64(0)), 104, u64(0)),
      with(with(kPlain64, 16, u64(112 + 400)), 104, u64(424))},

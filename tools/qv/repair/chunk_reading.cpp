@@ -22,7 +22,7 @@ enum Cost : uint64_t {
   kIdByContents = 22,
   kFormatById = 25, ///< its id is ruined, its record makes sense
   kZeroBytes = 20,
-  kCutTellingChunk = 8,
+  kCutTellingChunk = 4,
   kCutChunk = 30,
   kAudioById = 30, ///< its id is ruined, its size leads on
   kNameless = 33,

@@ -1,7 +1,7 @@
 #include "tools/qv/repair/format_reading.h"
 
-#include "tools/qv/file/format_agreement.h"
 #include "tools/qv/repair/common_chunk.h"
+#include "tools/qv/repair/format_agreement.h"
 #include "tools/qv/text.h"
 
 #include <algorithm>

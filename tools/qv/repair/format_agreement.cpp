@@ -1,4 +1,4 @@
-#include "tools/qv/file/format_agreement.h"
+#include "tools/qv/repair/format_agreement.h"
 
 #include <algorithm>
 #include <cstring>
