@@ -85,8 +85,9 @@ SampleCoding coding_of(const AudioFile& audio) {
   if (tag == QVTAG_UNPACKED && !is_extensible) // in the lower bits
     return bytes == 4 ? SampleCoding{QVSAMPLE_PCM24IN32, 4} : SampleCoding{};
   if (is_pcm(tag)) {
-    // An extensible header says how wide its samples stand; elsewhere that follows from their bits.
-    const bool fits = is_extensible ? bits <= 8 * bytes : bytes == (bits + 7) / 8;
+    // An extensible header says how wide its samples stand; elsewhere that follows from their bits, but for 32.
+    const bool is_wide = is_extensible || (bytes == 4 && bits >= 20);
+    const bool fits = is_wide ? bits <= 8 * bytes : bytes == (bits + 7) / 8;
     return fits && bits != 0 ? integer_coding(tag, bytes) : SampleCoding{};
   }
   if (bits != 8 * bytes) return {};
