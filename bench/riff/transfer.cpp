@@ -2,8 +2,8 @@
 #include "bench/ratios.h"
 #include "bench/riff/groups.h"
 #include "tools/qv/file/audio_output.h"
-#include "tools/qv/file/sample_conversion.h"
-#include "tools/qv/file/sample_reader.h"
+#include "tools/qv/file/samples/sample_conversion.h"
+#include "tools/qv/file/samples/sample_reader.h"
 
 #include <cmath>
 #include <memory>

@@ -3,7 +3,7 @@
 
 #include "fuzz/require.h"
 #include "tools/qv/failure.h"
-#include "tools/qv/file/sample_reader.h"
+#include "tools/qv/file/samples/sample_reader.h"
 #include "tools/qv/program.h"
 
 #include "qv/audio_kernels.h"

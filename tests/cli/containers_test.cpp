@@ -4,7 +4,7 @@
 #include "tests/cli/wave_bytes.h"
 #include "tools/qv/failure.h"
 #include "tools/qv/file/audio_layout.h"
-#include "tools/qv/file/disk_file.h"
+#include "tools/qv/file/disk/disk_file.h"
 
 #include "qv/wave_file.h"
 

@@ -3,8 +3,8 @@
 #include "platform/posix/seams.h"
 #include "tests/cli/scratch_folder.h"
 #include "tools/qv/failure.h"
-#include "tools/qv/file/locked_input.h"
-#include "tools/qv/file/output_file.h"
+#include "tools/qv/file/disk/locked_input.h"
+#include "tools/qv/file/disk/output_file.h"
 #include "tools/qv/undo/change_file.h"
 
 #include <cerrno>

@@ -2,7 +2,7 @@
 #include "tests/cli/scratch_folder.h"
 #include "tests/cli/wave_bytes.h"
 #include "tools/qv/failure.h"
-#include "tools/qv/file/disk_file.h"
+#include "tools/qv/file/disk/disk_file.h"
 #include "tools/qv/repair/plan_check.h"
 
 #include <gtest/gtest.h>

@@ -3,7 +3,7 @@
 #include "tests/cli/scratch_folder.h"
 #include "tests/damage/recordings.h"
 #include "tools/qv/failure.h"
-#include "tools/qv/file/disk_file.h"
+#include "tools/qv/file/disk/disk_file.h"
 #include "tools/qv/repair/repair_plan.h"
 
 #include <cstdio>

@@ -5,9 +5,9 @@
 #include "tools/qv/failure.h"
 #include "tools/qv/file/audio_file.h"
 #include "tools/qv/file/audio_output.h"
-#include "tools/qv/file/rate_conversion.h"
-#include "tools/qv/file/sample_conversion.h"
-#include "tools/qv/file/sample_reader.h"
+#include "tools/qv/file/samples/rate_conversion.h"
+#include "tools/qv/file/samples/sample_conversion.h"
+#include "tools/qv/file/samples/sample_reader.h"
 #include "tools/qv/json.h"
 #include "tools/qv/long_work.h"
 

@@ -2,7 +2,7 @@
 #include "tools/qv/command/command.h"
 #include "tools/qv/failure.h"
 #include "tools/qv/file/audio_output.h"
-#include "tools/qv/file/output_file.h"
+#include "tools/qv/file/disk/output_file.h"
 #include "tools/qv/repair/repair_plan.h"
 #include "tools/qv/text.h"
 #include "tools/qv/undo/change_file.h"

@@ -1,7 +1,7 @@
 // qv stats: peaks and RMS of every channel.
 #include "tools/qv/command/command.h"
 #include "tools/qv/failure.h"
-#include "tools/qv/file/sample_reader.h"
+#include "tools/qv/file/samples/sample_reader.h"
 #include "tools/qv/json.h"
 #include "tools/qv/long_work.h"
 #include "tools/qv/text.h"

@@ -2,7 +2,7 @@
 #include "tools/qv/command/command.h"
 #include "tools/qv/failure.h"
 #include "tools/qv/file/audio_file.h"
-#include "tools/qv/file/output_file.h"
+#include "tools/qv/file/disk/output_file.h"
 #include "tools/qv/json.h"
 #include "tools/qv/metadata/info_list.h"
 #include "tools/qv/named_rows.h"

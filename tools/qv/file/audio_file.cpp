@@ -2,7 +2,7 @@
 
 #include "tools/qv/failure.h"
 #include "tools/qv/file/container_readers.h"
-#include "tools/qv/file/sample_coding.h"
+#include "tools/qv/file/samples/sample_coding.h"
 #include "tools/qv/repair/header_doubts.h"
 #include "tools/qv/text.h"
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tools/qv/file/container.h"
-#include "tools/qv/file/disk_file.h"
+#include "tools/qv/file/disk/disk_file.h"
 
 #include "qv/audio.h"
 

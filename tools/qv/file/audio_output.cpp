@@ -2,7 +2,7 @@
 
 #include "tools/qv/failure.h"
 #include "tools/qv/file/audio_file.h"
-#include "tools/qv/file/sample_bytes.h"
+#include "tools/qv/file/samples/sample_bytes.h"
 
 #include <iterator>
 

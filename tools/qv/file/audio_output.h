@@ -2,9 +2,9 @@
 #pragma once
 
 #include "tools/qv/file/audio_layout.h"
-#include "tools/qv/file/clipping.h"
 #include "tools/qv/file/codec/coded_audio.h"
-#include "tools/qv/file/output_file.h"
+#include "tools/qv/file/disk/output_file.h"
+#include "tools/qv/file/samples/clipping.h"
 #include "tools/qv/metadata/peak_chunk.h"
 #include "tools/qv/named_rows.h"
 

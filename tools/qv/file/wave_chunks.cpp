@@ -1,7 +1,7 @@
 // The chunks of RIFF wave and Wave64 files, in one walk over what the file has.
 #include "tools/qv/failure.h"
 #include "tools/qv/file/container_readers.h"
-#include "tools/qv/file/sample_bytes.h"
+#include "tools/qv/file/samples/sample_bytes.h"
 #include "tools/qv/text.h"
 
 #include "qv/audio_kernels.h"

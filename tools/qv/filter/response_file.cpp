@@ -1,6 +1,6 @@
 #include "tools/qv/filter/response_file.h"
 
-#include "tools/qv/file/output_file.h"
+#include "tools/qv/file/disk/output_file.h"
 #include "tools/qv/text.h"
 
 #include <cmath>

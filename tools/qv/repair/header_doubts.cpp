@@ -1,6 +1,6 @@
 #include "tools/qv/repair/header_doubts.h"
 
-#include "tools/qv/file/sample_coding.h"
+#include "tools/qv/file/samples/sample_coding.h"
 #include "tools/qv/repair/damaged_file.h"
 #include "tools/qv/repair/format_agreement.h"
 #include "tools/qv/repair/trailer.h"

@@ -3,7 +3,7 @@
 #include "tools/qv/failure.h"
 #include "tools/qv/file/audio_layout.h"
 #include "tools/qv/file/container_readers.h"
-#include "tools/qv/file/output_file.h"
+#include "tools/qv/file/disk/output_file.h"
 
 #include "qv/riff.h"
 

@@ -1,6 +1,6 @@
 #include "tools/qv/undo/change_file.h"
 
-#include "tools/qv/file/output_file.h"
+#include "tools/qv/file/disk/output_file.h"
 #include "tools/qv/undo/undo_file.h"
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tools/qv/failure.h"
-#include "tools/qv/file/locked_input.h"
+#include "tools/qv/file/disk/locked_input.h"
 #include "tools/qv/undo/file_change.h"
 
 namespace qv::tool {

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "tools/qv/failure.h"
-#include "tools/qv/file/locked_input.h"
+#include "tools/qv/file/disk/locked_input.h"
 #include "tools/qv/undo/undo_record.h"
 
 namespace qv::tool {

@@ -1,7 +1,7 @@
 #include "tools/qv/file/codec/sound_library.h"
 
 #include "tools/qv/failure.h"
-#include "tools/qv/file/disk_file.h"
+#include "tools/qv/file/disk/disk_file.h"
 
 #include <cstdio>
 #include <dlfcn.h>

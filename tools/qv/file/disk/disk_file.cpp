@@ -1,4 +1,4 @@
-#include "tools/qv/file/disk_file.h"
+#include "tools/qv/file/disk/disk_file.h"
 
 #include "tools/qv/failure.h"
 #include "tools/qv/text.h"

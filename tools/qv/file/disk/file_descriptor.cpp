@@ -1,4 +1,4 @@
-#include "tools/qv/file/file_descriptor.h"
+#include "tools/qv/file/disk/file_descriptor.h"
 
 #include "tools/qv/long_work.h"
 

@@ -1,4 +1,4 @@
-#include "tools/qv/file/sample_coding.h"
+#include "tools/qv/file/samples/sample_coding.h"
 
 #include <array>
 #include <cstring>

@@ -2,7 +2,7 @@
 // reads what the first has written.
 #pragma once
 
-#include "tools/qv/file/file_descriptor.h"
+#include "tools/qv/file/disk/file_descriptor.h"
 
 #include <string>
 

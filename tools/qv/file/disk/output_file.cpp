@@ -1,4 +1,4 @@
-#include "tools/qv/file/output_file.h"
+#include "tools/qv/file/disk/output_file.h"
 
 #include "tools/qv/failure.h"
 #include "tools/qv/long_work.h"

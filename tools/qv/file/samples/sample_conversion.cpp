@@ -1,4 +1,4 @@
-#include "tools/qv/file/sample_conversion.h"
+#include "tools/qv/file/samples/sample_conversion.h"
 
 #include "tools/qv/failure.h"
 

@@ -1,4 +1,4 @@
-#include "tools/qv/file/clipping.h"
+#include "tools/qv/file/samples/clipping.h"
 
 #include "tools/qv/failure.h"
 

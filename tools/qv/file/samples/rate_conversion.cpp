@@ -1,4 +1,4 @@
-#include "tools/qv/file/rate_conversion.h"
+#include "tools/qv/file/samples/rate_conversion.h"
 
 #include "tools/qv/failure.h"
 #include "tools/qv/named_rows.h"

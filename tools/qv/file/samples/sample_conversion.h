@@ -1,7 +1,7 @@
 // Blocks of samples from one format to another, through the library's kernels, and what becomes of their channels.
 #pragma once
 
-#include "tools/qv/file/clipping.h"
+#include "tools/qv/file/samples/clipping.h"
 
 #include "qv/audio_channels.h"
 #include "qv/audio_kernels.h"

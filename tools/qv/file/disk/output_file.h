@@ -1,8 +1,8 @@
 // Files as the program writes them: whole under their name, or not at all.
 #pragma once
 
-#include "tools/qv/file/disk_file.h"
-#include "tools/qv/file/file_descriptor.h"
+#include "tools/qv/file/disk/disk_file.h"
+#include "tools/qv/file/disk/file_descriptor.h"
 
 namespace qv::tool {
 

@@ -1,7 +1,7 @@
-#include "tools/qv/file/sample_reader.h"
+#include "tools/qv/file/samples/sample_reader.h"
 
 #include "tools/qv/failure.h"
-#include "tools/qv/file/sample_bytes.h"
+#include "tools/qv/file/samples/sample_bytes.h"
 #include "tools/qv/text.h"
 
 namespace qv::tool {

@@ -1,7 +1,7 @@
-#include "tools/qv/file/locked_input.h"
+#include "tools/qv/file/disk/locked_input.h"
 
 #include "tools/qv/failure.h"
-#include "tools/qv/file/disk_file.h"
+#include "tools/qv/file/disk/disk_file.h"
 #include "tools/qv/long_work.h"
 
 namespace qv::tool {

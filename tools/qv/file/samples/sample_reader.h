@@ -3,7 +3,7 @@
 
 #include "tools/qv/file/audio_file.h"
 #include "tools/qv/file/codec/coded_audio.h"
-#include "tools/qv/file/sample_coding.h"
+#include "tools/qv/file/samples/sample_coding.h"
 
 #include <algorithm>
 
