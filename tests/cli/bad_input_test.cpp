@@ -92,6 +92,7 @@ const BadFile kBadFiles[] = {
     {"RIFX without chunks", with(riff("WAVE", ""), 0, "RIFX"), "no \"fmt \" chunk"},
     {"FLAC that is none", "fLaC" + Bytes(100, '\0'), "cannot be read"},
     {"Ogg that is none", "OggS" + Bytes(100, '\0'), "cannot be read"},
+    {"an MP3 frame without its bits", "\xFF\xFB\x90" + Bytes(5000, '\0'), "of no kind that libsndfile knows"},
     {"a tag alone", "ID3\4" + Bytes(100, '\0'), "cannot be read"},
     {"a tag longer than the file", "ID3\4" + Bytes(2, '\0') + Bytes(4, '\x7F') + kGood, "cannot be read"},
 };

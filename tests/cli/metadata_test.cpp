@@ -290,11 +290,14 @@ TEST(Metadata, InfoShowsFieldsOfIxmlAndId3) {
            frame("TALB", Bytes("\0\0\0\5", 4), none, Bytes("\2\0A\0B", 5)) +
            frame("TCOM", Bytes("\0\0\1\0", 4), none, "cut"),
        "TPE1=a / bé;TIT2=ÿ;TALB=AB;TCOM=;"},
+      // In front of the file's form.
+      {"", Bytes("ID3\3\0\0\0\0\0\x0E", 10) + frame("TIT2", big32(4), none, Bytes("\0abc", 4)), "TIT2=abc;"},
   };
   for (const auto& row : cases) {
     const ScratchFolder folder;
-    const std::string in =
-        folder.put("in.wav", riff("WAVE", chunk("fmt ", format_bytes({})) + kData + chunk(row.id, row.bytes)));
+    const Bytes form = chunk("fmt ", format_bytes({})) + kData;
+    const std::string in = folder.put("in.wav", *row.id == '\0' ? row.bytes + riff("WAVE", form)
+                                                                : riff("WAVE", form + chunk(row.id, row.bytes)));
     const auto info = nlohmann::json::parse(run_qv({"info", "--json", in}).out);
     EXPECT_EQ(*row.id == 'i' && row.id[1] == 'X' ? field_texts(info["ixml"], "field", "text")
                                                  : field_texts(info["id3"]["frames"], "id", "text"),

@@ -101,6 +101,7 @@ TEST(Formats, WhatOthersWriteQvReads) {
     shell(with_files(row.command, recording("Front_Center"), file));
     const Json info = qv_info(file);
     EXPECT_EQ(info["container"], row.container);
+    EXPECT_EQ(info["format_text"].get<std::string>().find("Unknown"), std::string::npos) << info["format_text"];
     const std::vector<double> read = by_qv(file, folder.file("copy.wav"));
     EXPECT_LE(distance(read, row.decoder(file)), row.tolerance);
     const bool has_count = std::string(row.name) != "ms.wav"; // its "fact" chunk counts what its last block pads

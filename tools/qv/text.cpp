@@ -99,11 +99,20 @@ std::string printable(const std::string& text) {
 
 std::string format_text(DWORD tag, const WAVEFORMATEX* header) {
   constexpr int kCapacity = 256;
+  // The library has texts for what wave files hold.
+  constexpr struct {
+    DWORD tag;
+    const char* name;
+  } kOthers[] = {{0xF1AC, "FLAC"}, {0x566F, "Ogg Vorbis"}, {0x704F, "Ogg Opus"}};
+  const auto* const other =
+      std::find_if(std::begin(kOthers), std::end(kOthers), [=](const auto& row) { return row.tag == tag; });
+  WAVEFORMATEX described = *header;
+  if (other != std::end(kOthers)) described.wFormatTag = 0x55; // MP3, or any that is compressed
   WCHAR name[kCapacity] = {};
   WCHAR attributes[kCapacity] = {};
   QvAudio_GetTagText(tag, name, kCapacity);
-  QvAudio_GetAttribsText(header, attributes, kCapacity);
-  return utf8(name) + ", " + utf8(attributes);
+  QvAudio_GetAttribsText(other == std::end(kOthers) ? header : &described, attributes, kCapacity);
+  return (other == std::end(kOthers) ? utf8(name) : other->name) + ", " + utf8(attributes);
 }
 
 } // namespace qv::tool

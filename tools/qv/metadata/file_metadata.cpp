@@ -22,6 +22,13 @@ std::string first_chunk(const AudioFile& audio, DWORD id, DWORD other_id, uint64
   return {};
 }
 
+/// The chunk with an ID3 tag, or else what stands in front of the file's form, and in front of MP3 frames.
+std::string id3_data(const AudioFile& audio) {
+  const std::string chunk = first_chunk(audio, QvFourCC("id3 "), QvFourCC("ID3 "), kMaxId3Bytes);
+  if (!chunk.empty() || (audio.form_start == 0 && audio.kind != Container::kMp3)) return chunk;
+  return chunk_data(audio, {0, 0, 0, audio.file_bytes, 0}, kMaxId3Bytes);
+}
+
 struct TimecodeRow {
   DWORD format;
   unsigned counted;
@@ -81,7 +88,7 @@ FileMetadata read_file_metadata(const AudioFile& audio) {
   found.sampler = read_sampler(audio, found.markers.markers);
   found.broadcast = Broadcast::parsed(first_chunk(audio, QvFourCC("bext"), 0, kMaxBroadcastBytes));
   found.ixml = parse_ixml(first_chunk(audio, QvFourCC("iXML"), 0, kMaxIxmlBytes));
-  found.id3 = parse_id3(first_chunk(audio, QvFourCC("id3 "), QvFourCC("ID3 "), kMaxId3Bytes));
+  found.id3 = parse_id3(id3_data(audio));
   if (found.broadcast)
     found.timecode = timecode_of(found.broadcast->time_reference(), audio.format().samplesPerSec, found.ixml);
   const auto has_longer = [&](DWORD id, uint64_t limit) {

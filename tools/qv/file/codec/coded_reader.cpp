@@ -44,10 +44,14 @@ struct CodedReader::Stream {
       : library(sound_library(audio.name)), name(audio.name), file{audio.file},
         stream(library.open_virtual(&VirtualFile::functions(), SFM_READ, &info, &file)) {
     if (!stream) check_reading();
-    if (!stream)
-      throw Failure(audio.name, "its compressed audio cannot be read: " + std::string(library.strerror(nullptr)));
+    if (!stream) throw Failure(audio.name, "its compressed audio cannot be read: " + reason());
   }
   ~Stream() { library.close(stream); }
+  /// Why the stream could not be opened. Of bytes that it does not know libsndfile says that there may be no file.
+  std::string reason() const {
+    const std::string text = library.strerror(nullptr);
+    return text.find("does not exist") == std::string::npos ? text : "it is of no kind that libsndfile knows";
+  }
   /// Throws Failure where reading failed: to the decoder it looks like the end of the file.
   void check_reading() const {
     if (file.error != ERROR_SUCCESS) throw Failure(name, system_error_text(file.error));
