@@ -202,4 +202,16 @@ TEST(Containers, ARiffFileBeyondItsSizesIsReadToItsEnd) {
   EXPECT_NE(outcome.error.find("to its end"), std::string::npos) << outcome.error;
 }
 
+TEST(Containers, AChunkThatLacksItsPadByteIsReadAloud) {
+  const ScratchFolder folder;
+  const Bytes lists = kFormat + header("JUNK", 3) + "abc" + header("data", 4) + "abcd" + header("LIST", 5) + "adtl?";
+  const Outcome outcome = run_qv({"info", "--json", folder.put("in.wav", riff("WAVE", lists + chunk("fact", u32(2))))});
+  Bytes places;
+  const auto info = nlohmann::json::parse(outcome.out);
+  for (const auto& entry : info["chunks"])
+    places += entry["id"].get<Bytes>() + std::to_string(entry["offset"].get<int>()) + " ";
+  EXPECT_EQ(places, "fmt 12 JUNK36 data47 LIST59 fact72 ");
+  EXPECT_EQ(std::count(outcome.error.begin(), outcome.error.end(), '\n'), 2) << outcome.error;
+}
+
 } // namespace

@@ -2,6 +2,7 @@
 #include "tools/qv/failure.h"
 #include "tools/qv/file/container_readers.h"
 #include "tools/qv/file/samples/sample_bytes.h"
+#include "tools/qv/repair/known_chunks.h"
 #include "tools/qv/text.h"
 
 #include "qv/audio_kernels.h"
@@ -115,8 +116,22 @@ private:
       container_.look_into(audio_, entry);
     }
     audio_.chunks.push_back(entry);
-    position_ = entry.data + (entry.size + container_.alignment - 1) / container_.alignment * container_.alignment;
+    position_ = end_of(entry);
     return !is_audio || entry.data + audio_.audio_bytes < audio_.file_bytes;
+  }
+
+  /// Where the next chunk begins. A writer may have left out the pad byte of RIFF: known chunks then follow without it.
+  uint64_t end_of(const ChunkEntry& entry) {
+    const uint64_t end = entry.data + entry.size;
+    const uint64_t padded =
+        entry.data + (entry.size + container_.alignment - 1) / container_.alignment * container_.alignment;
+    const bool is_odd = container_.alignment == 2 && padded != end;
+    if (!is_odd || end > audio_.file_bytes || audio_.file_bytes - end < container_.chunk_header) return padded;
+    std::string id(4, '\0');
+    if (!move_to(audio_.file, end) || FAILED(riff_ReadData(audio_.file, id.data(), 4)) || !is_known(riff_layout(), id))
+      return padded;
+    audio_.warnings.push_back("the pad byte behind the chunk \"" + printable_code(entry.id) + "\" is missing");
+    return end;
   }
 
   AudioFile& audio_;
