@@ -116,6 +116,7 @@ TEST_F(Settings, ABadImportWritesNothing) {
     const std::string file = folder_.put("bad.json", text);
     expect_failure("import", {file}, file + ": " + reason);
   }
+  expect_failure("import", {folder_.path()}, folder_.path().string() + ": the file could not be read");
   const std::string none = folder_.file("none.json");
   expect_failure("import", {none}, none + ": the file could not be opened");
   expect_failure("list", {}, "Editor 1.2: no settings");

@@ -18,13 +18,18 @@ const char* variable(const char* name) {
   return value && *value != '\0' ? value : nullptr;
 }
 
+/// Of a file or folder that could not be made.
+LONG making_error() {
+  return errno == ENOSPC ? ERROR_DISK_FULL : errno == EIO ? ERROR_REGISTRY_IO_FAILED : ERROR_ACCESS_DENIED;
+}
+
 LONG make_folders(const std::string& file) {
   const std::filesystem::path folder = std::filesystem::path(file).parent_path();
   std::error_code error;
   if (folder.empty() || std::filesystem::exists(folder, error)) return ERROR_SUCCESS;
   std::filesystem::create_directories(folder.parent_path(), error);
   if (mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST) return ERROR_SUCCESS;
-  return errno == ENOSPC ? ERROR_DISK_FULL : ERROR_ACCESS_DENIED;
+  return making_error();
 }
 
 } // namespace
@@ -59,7 +64,7 @@ LONG make_file(const std::string& file) {
   const LONG error = make_folders(file);
   if (error != ERROR_SUCCESS) return error;
   const int descriptor = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
-  if (descriptor < 0) return errno == ENOSPC ? ERROR_DISK_FULL : ERROR_ACCESS_DENIED;
+  if (descriptor < 0) return making_error();
   ::close(descriptor);
   return ERROR_SUCCESS;
 }

@@ -84,6 +84,7 @@ LONG Store::open(bool create, std::shared_ptr<Store>& store) {
     store.reset(new Store);
     error = store->connect(file, true);
     if (error == ERROR_SUCCESS) error = store->make_ready(false);
+    if (error == ERROR_FILE_NOT_FOUND && create) error = ERROR_ACCESS_DENIED; // an empty one, which nobody can fill
   }
   if (error == ERROR_SUCCESS)
     store->remember_file(file);

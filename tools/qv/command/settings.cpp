@@ -9,7 +9,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 #include <memory>
 
 namespace qv::tool {
@@ -87,10 +86,16 @@ int export_all(const Options& options) {
 }
 
 std::string read_text(const std::string& file) {
-  if (file == "-") return {std::istreambuf_iterator<char>(std::cin), {}};
-  std::ifstream stream(std::filesystem::path(path_from(file)), std::ios::binary);
-  if (!stream) throw Failure(file, "the file could not be opened");
-  return {std::istreambuf_iterator<char>(stream), {}};
+  std::ifstream opened;
+  if (file != "-") opened.open(std::filesystem::path(path_from(file)), std::ios::binary);
+  if (!opened) throw Failure(file, "the file could not be opened");
+  std::istream& stream = file == "-" ? std::cin : opened;
+  std::string text;
+  char block[4096];
+  while (stream.read(block, sizeof block), stream.gcount() > 0)
+    text.append(block, static_cast<size_t>(stream.gcount()));
+  if (stream.bad()) throw Failure(file, "the file could not be read");
+  return text;
 }
 
 Setting setting_from(const Json& entry) {

@@ -85,16 +85,21 @@ void SettingsStore::fail(LONG number, const SettingType& type, const std::string
 }
 
 std::optional<Setting> SettingsStore::find(LONG number, const SettingType& type) const {
+  const std::string digits = std::to_string(number);
+  const WString name = WString(type.prefix == 0 ? 0 : 1, type.prefix) + WString(digits.begin(), digits.end());
   Setting setting{number, &type, {}};
   for (;;) {
-    DWORD stored_type = type.type;
-    auto size = static_cast<DWORD>(setting.bytes.size());
-    const HRESULT result = QvGetMetricAny(handle_, number, &stored_type, setting.bytes.data(), &size);
-    if (result != S_OK && result != QVERR_MOREDATA) return std::nullopt;
+    DWORD stored_type = 0;
+    const size_t capacity = setting.bytes.size();
+    auto size = static_cast<DWORD>(capacity);
+    // Not by QvGetMetricAny(), which takes what cannot be read for what is not there.
+    const LONG error = RegQueryValueExW(key_, name.c_str(), nullptr, &stored_type, setting.bytes.data(), &size);
+    if (error == ERROR_FILE_NOT_FOUND) return std::nullopt;
+    if (error != ERROR_SUCCESS && error != ERROR_MORE_DATA)
+      fail(number, type, system_error_text(static_cast<DWORD>(error)));
+    if (error == ERROR_SUCCESS && stored_type != type.type) return std::nullopt;
     setting.bytes.resize(size);
-    if (result == QVERR_MOREDATA) continue;
-    if (stored_type != type.type) return std::nullopt;
-    return setting;
+    if (size <= capacity) return setting;
   }
 }
 
