@@ -31,15 +31,15 @@ bool is_ours(int descriptor) {
   return readlink(link.c_str(), path, sizeof path - 1) > 0 && is_ours(path);
 }
 
-/// What happens to this call: "", "fail", "full" (as "fail", and to all later ones), "short", "interrupt", "kill" or
-/// "kill after".
+/// What happens to this call: "", "fail", "dead" (as "fail", and to all later ones), "short", "interrupt", or the
+/// process's end once it has done half its work ("kill"; all of it where there is no half) or all ("kill after").
 std::string effect_on(const char* call, bool ours) {
   static int count = 0;
   if (!ours || variable("QV_FAULT_CALL") != call) return "";
   ++count;
   const std::string effect = variable("QV_FAULT_EFFECT");
   const int nth = std::atoi(variable("QV_FAULT_NTH").c_str());
-  if (count < nth || (count > nth && effect != "full")) return "";
+  if (count < nth || (count > nth && effect != "dead")) return "";
   syscall(SYS_close, syscall(SYS_openat, AT_FDCWD, variable("QV_FAULT_MARK").c_str(), O_CREAT | O_WRONLY, 0600));
   return effect;
 }
@@ -53,13 +53,12 @@ int failed(int error) {
 template <class Run>
 int act(const char* call, bool ours, Run run, bool works_when_failing = false) {
   const std::string effect = effect_on(call, ours);
-  if (effect == "kill") raise(SIGKILL);
-  if (effect == "fail" || effect == "full") {
+  if (effect == "fail" || effect == "dead") {
     if (works_when_failing) run();
     return failed(EIO);
   }
   const int result = run();
-  if (effect == "kill after") raise(SIGKILL);
+  if (effect == "kill") raise(SIGKILL);
   return result;
 }
 
@@ -67,9 +66,9 @@ int act(const char* call, bool ours, Run run, bool works_when_failing = false) {
 template <class Run>
 ssize_t transfer(const char* call, int descriptor, size_t bytes, Run run) {
   const std::string effect = effect_on(call, is_ours(descriptor));
-  if (effect == "fail" || effect == "full") return failed(std::strcmp(call, "write") == 0 ? ENOSPC : EIO);
+  if (effect == "fail" || effect == "dead") return failed(std::strcmp(call, "write") == 0 ? ENOSPC : EIO);
   if (effect == "interrupt") return failed(EINTR);
-  const ssize_t done = run(effect.empty() ? bytes : (bytes + 1) / 2);
+  const ssize_t done = run(effect == "short" || effect == "kill" ? (bytes + 1) / 2 : bytes);
   if (effect.starts_with("kill")) raise(SIGKILL);
   return done;
 }

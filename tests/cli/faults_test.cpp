@@ -1,4 +1,4 @@
-// Every command that reads or writes audio, with every read, write, sync, rename, close, open, truncation and removal
+// Every command that reads or writes files, with every read, write, sync, rename, close, open, truncation and removal
 // of its files failing, cut short or deadly: a file is as it was or as it should be, one line says so, and the next run
 // clears up.
 #include "tests/cli/process.h"
@@ -17,37 +17,32 @@ namespace {
 
 struct Fault {
   const char* call;
-  const char* effect;
-  bool is_noticed = true;
+  std::vector<std::string> effects;
 };
 
+// What is short or interrupted goes on and is not noticed; the other calls move no bytes.
 const Fault kFaults[] = {
-    {"read", "fail"},
-    {"read", "short", false},
-    {"read", "interrupt", false},
-    {"write", "fail"},
-    {"write", "full"},
-    {"write", "short", false},
-    {"write", "interrupt", false},
-    {"write", "kill"},
-    {"sync", "fail"},
-    {"sync", "kill"},
-    {"rename", "fail"},
-    {"rename", "kill"},
-    {"rename", "kill after"},
-    {"close", "fail"},
-    {"close", "kill"},
-    {"open", "fail"},
-    {"truncate", "fail"},
-    {"truncate", "kill"},
-    {"unlink", "fail"},
-    {"unlink", "kill after"},
+    {"read", {"fail", "short", "interrupt", "kill"}},
+    {"write", {"fail", "dead", "short", "interrupt", "kill", "kill after"}},
+    {"sync", {"fail", "dead", "kill"}},
+    {"rename", {"fail", "kill"}},
+    {"close", {"fail", "kill"}},
+    {"open", {"fail", "kill"}},
+    {"truncate", {"fail", "kill"}},
+    {"unlink", {"fail", "kill"}},
 };
 
 const Bytes kTake = wave({1, 1, 48000, 16}, Bytes(6000, 'a'));
 const Bytes kTorn = with(kTake, 40, u32(0));
 const Bytes kHeaderless(4000, 'a');
 const Bytes kTornTwice = with(with(kTake, 22, u16(0)), 40, u32(0));
+
+const Arguments kEditor = {"--app", "Editor", "--app-version", "1.2"};
+Arguments settings(const char* command, const Arguments& rest = {}) {
+  return joined(joined({"settings", command}, kEditor), rest);
+}
+const Bytes kTwoSettings = R"({"values": [{"n": 5, "type": "dword", "value": 2}, {"n": 6, "type": "string",
+  "value": "y"}]})";
 
 struct Case {
   Arguments words; ///< in the folder, IN and other names in capitals
@@ -74,7 +69,14 @@ const Case kCases[] = {
     {{"repair", "IN"}, {{"IN", kHeaderless}}},
     {{"repair", "IN", "--undo"}, {{"IN", kTorn}}, {"repair", "IN"}},
     {{"repair", "IN", "--undo"}, {{"IN", kHeaderless}}, {"repair", "IN"}},
+    {settings("set", {"5", "1"})},
+    {settings("set", {"5", "2"}), {}, settings("set", {"5", "1"})},
+    {settings("import", {"IN"}), {{"IN", kTwoSettings}}, settings("set", {"5", "1"})},
+    {settings("delete", {"5"}), {}, settings("set", {"5", "1"})},
+    {settings("export"), {}, settings("set", {"5", "1"})},
 };
+
+using Files = std::map<std::string, Bytes>;
 
 class Bench {
 public:
@@ -82,30 +84,43 @@ public:
     for (const auto& [name, bytes] : each.files)
       folder_.put(name, bytes);
     if (each.link) std::filesystem::create_hard_link(folder_.file("IN"), folder_.file(each.link));
+    setenv("QV_REGISTRY", folder_.file("registry.db").c_str(), 1);
     if (!each.first.empty()) qv_says(named(each.first));
   }
+  bool has_settings() const { return case_.words.front() == "settings"; }
 
   Outcome run() const { return run_qv(named(case_.words)); }
   /// With a fault in the n-th such call. Nothing where there was none.
-  std::optional<Outcome> run(const Fault& fault, int nth) const {
+  std::optional<Outcome> run(const char* call, const std::string& effect, int nth) const {
     const ScratchFolder marks;
-    const Arguments environment = {"env",
-                                   std::string("LD_PRELOAD=") + QV_FAULT_SHIM,
-                                   "QV_FAULT_FOLDER=" + folder_.path().string(),
-                                   std::string("QV_FAULT_CALL=") + fault.call,
-                                   "QV_FAULT_NTH=" + std::to_string(nth),
-                                   std::string("QV_FAULT_EFFECT=") + fault.effect,
-                                   "QV_FAULT_MARK=" + marks.file("mark"),
-                                   QV_PROGRAM};
-    const Outcome outcome = cli_test::run(joined(environment, named(case_.words)));
+    const std::pair<const char*, Bytes> variables[] = {
+        {"LD_PRELOAD", QV_FAULT_SHIM}, {"QV_FAULT_FOLDER", folder_.path()},
+        {"QV_FAULT_CALL", call},       {"QV_FAULT_NTH", std::to_string(nth)},
+        {"QV_FAULT_EFFECT", effect},   {"QV_FAULT_MARK", marks.file("mark")}};
+    for (const auto& [name, value] : variables)
+      setenv(name, value.c_str(), 1);
+    const Outcome outcome = run();
+    unsetenv("LD_PRELOAD");
     return marks.names().empty() ? std::nullopt : std::optional(outcome);
   }
 
-  std::map<std::string, Bytes> files() const {
-    std::map<std::string, Bytes> all;
+  /// All files by their names; of the registry, what another program finds in it.
+  Files files() const {
+    Files all;
+    const Outcome settings = has_settings() ? run_qv({"settings", "export"}, kEditor) : Outcome();
+    if (settings.exit_code == 0)
+      for (const auto& row : nlohmann::json::parse(settings.out)["values"])
+        all["setting " + row["n"].dump()] = row["value"].dump();
     for (const std::string& name : folder_.names())
-      all[name] = read_file(folder_.path() / name);
+      if (!name.starts_with("registry.db")) all[name] = read_file(folder_.path() / name);
     return all;
+  }
+
+  Bytes without_folder(Bytes text) const {
+    const Bytes folder = folder_.path().string();
+    for (size_t at; (at = text.find(folder)) != Bytes::npos;)
+      text.erase(at, folder.size());
+    return text;
   }
 
 private:
@@ -119,18 +134,17 @@ private:
   ScratchFolder folder_;
 };
 
-using Files = std::map<std::string, Bytes>;
-
 /// Only this may leave a file half changed for good, and says so where it can.
 bool may_be_half(const Files& found, const Case& each) {
   return found.contains("IN.qv-undo") || each.words.back() == "--no-undo";
 }
 
+bool holds(const Files& files, const std::string& name, const Bytes& bytes) {
+  return files.contains(name) && files.at(name) == bytes;
+}
+
 void expect_old_or_new(const Case& each, const Files& found, const Files& before, const Files& after,
                        const Outcome& outcome) {
-  const auto holds = [](const Files& files, const std::string& name, const Bytes& bytes) {
-    return files.contains(name) && files.at(name) == bytes;
-  };
   for (const auto& [name, bytes] : found) {
     if (name.ends_with(".tmp")) EXPECT_EQ(outcome.signal, SIGKILL) << name;
     if (name.ends_with(".tmp") || name == "IN.qv-undo") continue;
@@ -145,26 +159,43 @@ void expect_old_or_new(const Case& each, const Files& found, const Files& before
 bool tells_why(const std::string& line) {
   const auto says = [&](const char* words) { return line.find(words) != Bytes::npos; };
   return says("the device reports an error") || says("the disk is full") || says("cannot be opened a second time") ||
-         says("could not be read");
+         says("could not be read") || says("the store is read-only, full or damaged") ||
+         says("the registry is damaged") || says("access is denied");
 }
 
-void expect_safe(const Case& each, const Bench& bench, const Files& before, const Files& after, const Outcome& outcome,
-                 const Fault& fault) {
+/// What a command comes to when nothing disturbs it.
+struct Expected {
+  Files before, after;
+  std::string out; ///< without the folder's name
+};
+
+/// Whether anything was left to the next run.
+bool expect_safe(const Case& each, const Bench& bench, const Expected& expected, const Outcome& outcome,
+                 const std::string& effect) {
+  const auto& [before, after, out] = expected;
   const Files found = bench.files();
-  EXPECT_TRUE(fault.is_noticed || outcome.exit_code == 0) << outcome.error;
-  if (outcome.exit_code == 0) EXPECT_TRUE(found == after && outcome.error.empty()) << outcome.error;
-  if (outcome.exit_code == 0) return;
-  EXPECT_EQ(outcome.signal, std::string(fault.effect).starts_with("kill") ? SIGKILL : 0);
-  if (outcome.signal == 0) {
+  const bool is_deadly = effect.starts_with("kill");
+  if (effect == "short" || effect == "interrupt") EXPECT_EQ(outcome.exit_code, 0) << outcome.error;
+  if (outcome.exit_code == 0) {
+    EXPECT_FALSE(is_deadly);
+    EXPECT_TRUE(found == after && outcome.error.empty()) << outcome.error;
+    EXPECT_EQ(bench.without_folder(outcome.out), out);
+    return false;
+  }
+  EXPECT_EQ(outcome.signal, is_deadly ? SIGKILL : 0);
+  if (!is_deadly) {
     EXPECT_EQ(outcome.exit_code, 1);
     EXPECT_EQ(std::count(outcome.error.begin(), outcome.error.end(), '\n'), 1) << outcome.error;
     EXPECT_TRUE(outcome.error.starts_with("qv: ") && tells_why(outcome.error)) << outcome.error;
   }
   expect_old_or_new(each, found, before, after, outcome);
-  if (found == after) return;
+  if (found == after) return false;
   const Outcome again = bench.run();
   EXPECT_EQ(again.exit_code, 0) << again.error;
   EXPECT_TRUE(bench.files() == after) << "after the next run: " << testing::PrintToString(again.out);
+  return std::any_of(found.begin(), found.end(), [&](const auto& file) {
+    return !holds(expected.before, file.first, file.second) && !holds(expected.after, file.first, file.second);
+  });
 }
 
 /// Files in memory: syncing a disk some thousand times would take its time.
@@ -173,29 +204,37 @@ protected:
   void SetUp() override {
     if (std::filesystem::is_directory("/dev/shm")) setenv("TMPDIR", "/dev/shm", 1);
   }
-  void TearDown() override { unsetenv("TMPDIR"); }
+  void TearDown() override {
+    unsetenv("TMPDIR");
+    unsetenv("QV_REGISTRY");
+  }
 };
 
 TEST_F(Faults, LeaveOldOrNewAndTheNextRunClearsUp) {
   for (const Case& each : kCases) {
     const Bench undisturbed(each);
-    const Files before = undisturbed.files();
-    ASSERT_EQ(undisturbed.run().error, "");
-    const Files after = undisturbed.files();
+    Expected expected = {undisturbed.files(), {}, {}};
+    const Outcome whole = undisturbed.run();
+    ASSERT_EQ(whole.error, "");
+    expected.after = undisturbed.files();
+    expected.out = undisturbed.without_folder(whole.out);
     int faults = 0;
-    for (const Fault& fault : kFaults)
-      for (int nth = 1;; ++nth) {
-        SCOPED_TRACE(testing::PrintToString(each.words) + ": " + fault.effect + " in " + fault.call + " " +
-                     std::to_string(nth));
-        ASSERT_LT(nth, 200);
-        const Bench bench(each);
-        const std::optional<Outcome> outcome = bench.run(fault, nth);
-        if (!outcome) break;
-        ++faults;
-        expect_safe(each, bench, before, after, *outcome, fault);
-        if (testing::Test::HasFailure()) return;
-      }
-    EXPECT_GE(faults, 6) << testing::PrintToString(each.words);
+    int left_behind = 0;
+    for (const auto& [call, effects] : kFaults)
+      for (const std::string& effect : effects)
+        for (int nth = 1;; ++nth) {
+          SCOPED_TRACE(testing::PrintToString(each.words) + ": " + effect + " in " + call + " " + std::to_string(nth));
+          ASSERT_LT(nth, 200);
+          const Bench bench(each);
+          const std::optional<Outcome> outcome = bench.run(call, effect, nth);
+          if (!outcome) break;
+          ++faults;
+          left_behind += expect_safe(each, bench, expected, *outcome, effect);
+          if (testing::Test::HasFailure()) break;
+        }
+    EXPECT_GE(faults, 9) << testing::PrintToString(each.words);
+    const bool leaves = expected.before != expected.after && !undisturbed.has_settings();
+    EXPECT_EQ(left_behind > 0, leaves) << testing::PrintToString(each.words);
   }
 }
 
