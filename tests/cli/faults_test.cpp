@@ -80,12 +80,15 @@ using Files = std::map<std::string, Bytes>;
 
 class Bench {
 public:
-  explicit Bench(const Case& each) : case_(each) {
-    for (const auto& [name, bytes] : each.files)
-      folder_.put(name, bytes);
+  explicit Bench(const Case& each) : Bench(each, each.files) {
+    if (!each.first.empty()) qv_says(named(each.first));
+  }
+  /// With the files of another one.
+  Bench(const Case& each, const Files& files) : case_(each) {
+    for (const auto& [name, bytes] : files)
+      if (!each.link || name != each.link) folder_.put(name, bytes);
     if (each.link) std::filesystem::create_hard_link(folder_.file("IN"), folder_.file(each.link));
     setenv("QV_REGISTRY", folder_.file("registry.db").c_str(), 1);
-    if (!each.first.empty()) qv_says(named(each.first));
   }
   bool has_settings() const { return case_.words.front() == "settings"; }
 
@@ -104,15 +107,20 @@ public:
     return marks.names().empty() ? std::nullopt : std::optional(outcome);
   }
 
-  /// All files by their names; of the registry, what another program finds in it.
-  Files files() const {
+  Files raw_files() const {
     Files all;
+    for (const std::string& name : folder_.names())
+      all[name] = read_file(folder_.path() / name);
+    return all;
+  }
+  /// By their names; of the registry, what another program finds in it.
+  Files files() const {
+    Files all = raw_files();
+    std::erase_if(all, [](const auto& file) { return file.first.starts_with("registry.db"); });
     const Outcome settings = has_settings() ? run_qv({"settings", "export"}, kEditor) : Outcome();
     if (settings.exit_code == 0)
       for (const auto& row : nlohmann::json::parse(settings.out)["values"])
         all["setting " + row["n"].dump()] = row["value"].dump();
-    for (const std::string& name : folder_.names())
-      if (!name.starts_with("registry.db")) all[name] = read_file(folder_.path() / name);
     return all;
   }
 
@@ -213,6 +221,7 @@ protected:
 TEST_F(Faults, LeaveOldOrNewAndTheNextRunClearsUp) {
   for (const Case& each : kCases) {
     const Bench undisturbed(each);
+    const Files start = undisturbed.raw_files();
     Expected expected = {undisturbed.files(), {}, {}};
     const Outcome whole = undisturbed.run();
     ASSERT_EQ(whole.error, "");
@@ -225,7 +234,7 @@ TEST_F(Faults, LeaveOldOrNewAndTheNextRunClearsUp) {
         for (int nth = 1;; ++nth) {
           SCOPED_TRACE(testing::PrintToString(each.words) + ": " + effect + " in " + call + " " + std::to_string(nth));
           ASSERT_LT(nth, 200);
-          const Bench bench(each);
+          const Bench bench(each, start);
           const std::optional<Outcome> outcome = bench.run(call, effect, nth);
           if (!outcome) break;
           ++faults;
