@@ -61,7 +61,7 @@ const BadFile kBadFiles[] = {
     {"unknown bits", wave({1, 1, 48000, 72}, "abcdefghi"), "compressed or unknown", true},
     {"private tag without samples", wave({0xFE03, 1, 48000, 16}, "abcd"), "compressed or unknown", true},
     {"extensible in 18 bytes", riff("WAVE", chunk("fmt ", format_bytes({0xFFFE, 1, 48000, 16}) + u16(22)) + kData),
-     "compressed or unknown", true},
+     "compressed or unknown (Unknown, tag 65534", true},
     {"block align of other samples",
      riff("WAVE", chunk("fmt ", format_bytes({1, 2, 48000, 16}).replace(12, 2, u16(8))) + kData), "block align of 8",
      true},
@@ -291,6 +291,15 @@ TEST(BadInput, AnAiffFormLongerThanTheFileEndsWhereTheFileDoes) {
   EXPECT_EQ(info.exit_code, 0) << info.error;
   EXPECT_NE(info.out.find("\"frames\": 2,"), std::string::npos) << info.out;
   EXPECT_NE(info.error.find("its header says a file of 4104 bytes, it has 58"), std::string::npos) << info.error;
+  // Nor does audio begin behind its chunk.
+  const Outcome far = run_qv({"info",
+                              folder.put("in.aiff", Bytes("FORM\0\0\0\x32"
+                                                          "AIFF",
+                                                          12) +
+                                                        common + with(sound, 8, "\x7F")),
+                              "--json"});
+  EXPECT_NE(far.out.find("\"frames\": 0,"), std::string::npos) << far.out;
+  EXPECT_NE(far.error.find("says 2 frames, the file holds 0"), std::string::npos) << far.error;
 }
 
 TEST(BadInput, ASmallFileCutAfterEachByte) {

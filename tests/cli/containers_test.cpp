@@ -9,6 +9,7 @@
 #include "qv/wave_file.h"
 
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -105,6 +106,9 @@ TEST(Containers, BitsThatDoNotFillTheirBytesStandInTheUpperOnes) {
       {"20 bits in 24 of an extensible format",
        riff("WAVE", chunk("fmt ", with(extensible({1, 1, 8000, 24}, 1), 18, u16(20))) + chunk("data", "\x10\x20\x30")),
        wave({1, 1, 8000, 24}, "\x10\x20\x30")},
+      {"20 bits in 32 of a plain format",
+       riff("WAVE", chunk("fmt ", with(format_bytes({1, 1, 8000, 32}), 14, u16(20))) + chunk("data", "1234")),
+       wave({1, 1, 8000, 32}, "1234")},
   };
   for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
@@ -191,6 +195,17 @@ TEST(Containers, MemoryFollowsWhatIsThere) {
       word = word == "IN" ? in : word == "OUT" ? folder.file("out.w64") : word;
     EXPECT_LT(memory_of(command), row.kib);
   }
+}
+
+TEST(Containers, Rf64HasSizesOfOtherChunksToo) {
+  const ScratchFolder folder;
+  const Bytes rows = u32(1) + "junk" + u64(5 * kGiB);
+  const std::string in =
+      folder.put("in.wav", header("RF64", ~0u) + "WAVE" + chunk("ds64", u64(5 * kGiB + 100) + u64(8) + u64(4) + rows) +
+                               header("junk", ~0u));
+  fs::resize_file(in, fs::file_size(in) + 5 * kGiB); // sparse
+  std::ofstream(in, std::ios::binary | std::ios::app) << kFormat + header("data", ~0u) + kSamples;
+  EXPECT_EQ(qv_json({"info", in})["frames"], 4);
 }
 
 TEST(Containers, ARiffFileBeyondItsSizesIsReadToItsEnd) {

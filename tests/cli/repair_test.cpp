@@ -138,6 +138,13 @@ const Bytes kAiff = Bytes("FORM\0\0\x01\xBE"
 const size_t kListAt = 36 + kAudioChunk.size(); ///< behind the audio
 const Bytes kListCut = riff("WAVE", kStereo + kAudioChunk + kInfo).substr(0, kListAt + 8 + 25);
 
+const Bytes kUnusualRate = riff("WAVE", chunk("fmt ", format_bytes({1, 2, 45000, 16})) + kAudioChunk);
+const Bytes kExtensible = riff("WAVE", chunk("fmt ", extensible({1, 2, 44100, 16}, 3)) + kAudioChunk);
+const Bytes kPadded =
+    riff("WAVE", chunk("fmt ", format_bytes({1, 1, 48000, 24})) + chunk("data", pattern(399)) + kInfo);
+const Bytes kNameless = kStereo + chunk("\1\2\3\4", pattern(50)) + kAudioChunk;
+const Bytes kTagged = riff("WAVE", kStereo + header("data", 401) + pattern(401)) + "TAG" + Bytes(125, 'x');
+
 const Damage kDamages[] = {
     // An interrupted recording: the sizes were never written, or some time ago.
     {"sizes of 0", with(with(kPlain, 4, u32(0)), 40, u32(0)), kPlain},
@@ -151,6 +158,9 @@ const Damage kDamages[] = {
     {"size of the file", with(riff("WAVE", kTwoLists), 4, u32(0)), riff("WAVE", kTwoLists)},
     {"the same, and less than a header behind", with(riff("WAVE", kTwoLists) + "abc", 4, u32(0)),
      riff("WAVE", kTwoLists) + "abc"},
+    {"the same, with a chunk of no name, which stays", with(riff("WAVE", kNameless), 4, u32(0)),
+     riff("WAVE", kNameless)},
+    {"the same, where a tag follows audio without its pad byte", with(kTagged, 4, u32(0)), with(kTagged, 4, u32(437))},
     {"ids of the file", with(riff("WAVE", kTwoLists), 0, pattern(12)), riff("WAVE", kTwoLists)},
     // A ruined format record is mended in its chunk, whatever the chunk's size and place.
     {"record of 16 bytes", with(kPlain, 20, Bytes(16, '\xFF')), kPlain},
@@ -168,10 +178,16 @@ const Damage kDamages[] = {
      {"--type", "pcm16"}},
     {"the rate, told by the byte rate", with(kPlain, 24, u32(44101)), kPlain},
     {"rate and byte rate, as --rate says", with(kPlain, 24, Bytes(8, '\0')), kPlain, {"--rate", "44100"}},
+    {"the same, of an unusual rate", with(kUnusualRate, 24, Bytes(8, '\0')), kUnusualRate, {"--rate", "45000"}},
+    {"the rate and the valid bits of an extensible record", with(with(kExtensible, 24, u32(44101)), 38, u16(0)),
+     kExtensible},
     {"the tag of 32 bits, as --type says",
      with(riff("WAVE", chunk("fmt ", format_bytes({3, 2, 96000, 32})) + kAudioChunk), 20, u16(0x5B58)),
      riff("WAVE", chunk("fmt ", format_bytes({3, 2, 96000, 32})) + kAudioChunk),
      {"--type", "float32"}},
+    {"a tag in ones, whose bits say nothing: integers are more usual",
+     with(riff("WAVE", chunk("fmt ", format_bytes({1, 2, 96000, 32})) + kAudioChunk), 20, u16(0xFFFF)),
+     riff("WAVE", chunk("fmt ", format_bytes({1, 2, 96000, 32})) + kAudioChunk)},
     {"the channels of 32",
      with(riff("WAVE", chunk("fmt ", format_bytes({1, 32, 48000, 24})) + kAudioChunk), 22, u16(99)),
      riff("WAVE", chunk("fmt ", format_bytes({1, 32, 48000, 24})) + kAudioChunk)},
@@ -189,6 +205,10 @@ const Damage kDamages[] = {
     {"all of 18 bytes of format", with(kPlain18, 0, Bytes(38, '\xFF')), kPlain18},
     {"the format's header", with(riff("WAVE", kMono + kAudioChunk), 12, kJunk), riff("WAVE", kMono + kAudioChunk)},
     {"a list's size before the audio", with(riff("WAVE", kTwoLists), 40, kUnknownSize), riff("WAVE", kTwoLists)},
+    {"a list's size before another chunk, behind the audio",
+     with(riff("WAVE", kStereo + kAudioChunk + kInfo + kBext), kListAt + 4, kUnknownSize),
+     riff("WAVE", kStereo + kAudioChunk + kInfo + kBext)},
+    {"the size of audio with a pad byte, before a list", with(kPadded, 40, u32(0)), kPadded},
     {"a chunk's header before the audio",
      with(riff("WAVE", kStereo + chunk("LIST", pattern(50)) + kAudioChunk), 36, kJunk),
      riff("WAVE", kStereo + chunk("JUNK", pattern(50)) + kAudioChunk)},
