@@ -8,6 +8,7 @@
 #include "tools/qv/undo/change_file.h"
 
 #include <cerrno>
+#include <csignal>
 #include <filesystem>
 #include <functional>
 #include <gtest/gtest.h>
@@ -188,6 +189,51 @@ TEST(OutputFile, RemovesWhatADeadWriterOfTheSameFileHasLeft) {
   EXPECT_EQ(folder.names().size(), 2u); // the living one's, and the other file's
   write(folder.file("out.wav"), "take");
   EXPECT_EQ(folder.names().size(), 3u);
+}
+
+TEST(OutputFile, LeavesAloneWhatAnotherUserMayHaveWritten) {
+  const cli_test::ScratchFolder folder;
+  std::string left;
+  {
+    const qv::tool::OutputFile output(folder.file("out.wav"));
+    left = folder.names().front();
+  }
+  chmod(folder.put(left, "").c_str(), 0622);
+  write(folder.file("out.wav"), "take");
+  EXPECT_EQ(folder.names(), (std::vector<std::string>{left, "out.wav"}));
+}
+
+TEST(OutputFile, TakesAnotherNameWhereItsOwnIsRemovedBeforeItIsHeld) {
+  const cli_test::ScratchFolder folder;
+  before_lock = [&] { std::filesystem::remove(folder.file(folder.names().front())); };
+  write(folder.file("out.wav"), "take");
+  EXPECT_EQ(cli_test::read_file(folder.file("out.wav")), "take");
+}
+
+TEST(OutputFile, IsNotCommittedShorterThanItShouldBe) {
+  const cli_test::ScratchFolder folder;
+  const std::string from_name = folder.put("in.wav", "short");
+  {
+    qv::tool::OutputFile output(folder.file("out.wav"));
+    const qv::tool::OpenFile from = qv::tool::open_existing(from_name, GENERIC_READ);
+    EXPECT_THROW(output.append(from, from_name, 0, 6), qv::tool::Failure);
+    EXPECT_THROW(output.commit(1), qv::tool::Failure);
+  }
+  EXPECT_EQ(folder.names(), std::vector<std::string>{"in.wav"});
+}
+
+TEST(LockedInput, LetsNoSignalEndTheProcessInAChange) {
+  const cli_test::ScratchFolder folder;
+  const std::string name = folder.put("a.wav", "old");
+  const pid_t child = fork();
+  if (child == 0) {
+    const LockedInput held(name);
+    raise(SIGTERM);
+    _exit(0);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
 }
 
 TEST(LockedInput, HoldsTheFileThatReplacedItMeanwhile) {

@@ -4,6 +4,7 @@
 #include "tests/cli/scratch_folder.h"
 #include "tools/qv/undo/change_file.h"
 
+#include <cerrno>
 #include <functional>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -46,6 +47,7 @@ struct Subject {
 };
 
 int calls_left = 0;
+int syncs = 0;
 
 bool is_last() { return --calls_left == 0; }
 
@@ -122,6 +124,27 @@ TEST(Undo, UndoingThatIsKilledIsSettledToo) {
       EXPECT_EQ(subject.folder.names(), std::vector<std::string>{"a.wav"});
     }
   }
+}
+
+/// The second write fails.
+const qv::platform::FileCalls kFailing = {
+    .read = kSystemFileCalls.read,
+    .write = [](int descriptor, const void* buffer, size_t bytes, int64_t position) -> ssize_t {
+      if (is_last()) return errno = ENOSPC, -1;
+      return kSystemFileCalls.write(descriptor, buffer, bytes, position);
+    },
+    .sync = [](int descriptor) { return ++syncs, kSystemFileCalls.sync(descriptor); },
+    .close = kSystemFileCalls.close};
+
+TEST(Undo, WhatIsWrittenBackIsMadeToLast) {
+  const Subject subject;
+  calls_left = 2;
+  syncs = 0;
+  qv::platform::set_file_calls(&kFailing);
+  EXPECT_THROW(change(subject, kChanges[0], UndoPolicy::kNone), Failure);
+  qv::platform::set_file_calls(nullptr);
+  EXPECT_EQ(subject.bytes(), kBefore);
+  EXPECT_EQ(syncs, 1);
 }
 
 TEST(Undo, AFileWithTwoNamesKeepsThem) {
