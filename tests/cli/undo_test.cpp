@@ -136,15 +136,17 @@ const qv::platform::FileCalls kFailing = {
     .sync = [](int descriptor) { return ++syncs, kSystemFileCalls.sync(descriptor); },
     .close = kSystemFileCalls.close};
 
-TEST(Undo, WhatIsWrittenBackIsMadeToLast) {
+TEST(Undo, WhatIsWrittenAndWrittenBackIsMadeToLast) {
   const Subject subject;
   calls_left = 2;
   syncs = 0;
   qv::platform::set_file_calls(&kFailing);
   EXPECT_THROW(change(subject, kChanges[0], UndoPolicy::kNone), Failure);
-  qv::platform::set_file_calls(nullptr);
   EXPECT_EQ(subject.bytes(), kBefore);
   EXPECT_EQ(syncs, 1);
+  change(subject, kChanges[0]);
+  qv::platform::set_file_calls(nullptr);
+  EXPECT_EQ(syncs, 1 + 4); // undo file, folder, the file, and the undo file's state
 }
 
 TEST(Undo, AFileWithTwoNamesKeepsThem) {
