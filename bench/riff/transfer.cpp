@@ -37,7 +37,7 @@ _qvwaveformat format_of(QVSAMPLETYPE type) {
 }
 
 void write(const std::string& name, QVSAMPLETYPE type, const float* samples) {
-  qv::tool::AudioOutput output(name, name + ".none", format_of(type), kFrames);
+  qv::tool::AudioOutput output({name, name + ".none"}, format_of(type), kFrames);
   qv::tool::SampleConversion conversion(format_of(QVSAMPLE_FLOAT32), type, {}, 1.0f, kBlockFrames);
   qv::tool::for_each_block(kFrames, kBlockFrames, [&](DWORD frames) {
     conversion.run(conversion.output(), samples, frames);
