@@ -12,13 +12,26 @@ namespace {
 
 bool is_float(QVSAMPLETYPE type) { return type == QVSAMPLE_FLOAT32 || type == QVSAMPLE_FLOAT64; }
 
+/// Whether any of some codes is the first or the last of its type. Without a branch, and counted in the type itself, so
+/// that it runs in vectors.
 template <class Code>
 bool has_limit(const void* samples, size_t count, Code low, Code high) {
   const auto* const codes = static_cast<const Code*>(samples);
-  bool found = false; // without a branch, so that it runs in vectors
+  Code found = 0;
   for (size_t k = 0; k < count; ++k)
-    found |= codes[k] == low || codes[k] == high;
-  return found;
+    found = static_cast<Code>(found | (codes[k] == low) | (codes[k] == high));
+  return found != 0;
+}
+
+/// Whether any of some numbers comes near full scale after a factor.
+template <class Number, class Mask>
+bool has_loud(const void* samples, size_t count, float factor) {
+  const auto* const numbers = static_cast<const Number*>(samples);
+  const Number loud = static_cast<Number>(0.99 / static_cast<double>(factor)); // below the last code of 8 bits
+  Mask found = 0;
+  for (size_t k = 0; k < count; ++k)
+    found |= Mask{std::fabs(numbers[k]) >= loud};
+  return found != 0;
 }
 
 bool has_limit24(const void* samples, size_t count) {
@@ -49,11 +62,17 @@ ClippingCount::ClippingCount(QVSAMPLETYPE to, QVSAMPLETYPE from, float factor)
                                      QvAudio_BitsFromSampleType(from) > QvAudio_BitsFromSampleType(to))) {}
 
 void ClippingCount::add(const void* converted, const void* samples, size_t count) {
-  if (!is_possible_ || (converted && !has_full_scale(to_, converted, count))) return;
+  if (!is_possible_ || !may_have_clipped(converted, samples, count)) return;
   if (from_ == QVSAMPLE_FLOAT64 && factor_ == 1.0f) return count_doubles(static_cast<const double*>(samples), count);
   doubles_.resize(std::max(doubles_.size(), count));
   QvAudio_GetCopyFunction2(QVSAMPLE_FLOAT64, from_)(doubles_.data(), samples, static_cast<LONG>(count), factor_);
   count_doubles(doubles_.data(), count);
+}
+
+bool ClippingCount::may_have_clipped(const void* converted, const void* samples, size_t count) const {
+  if (from_ == QVSAMPLE_FLOAT32) return has_loud<float, int32_t>(samples, count, factor_);
+  if (from_ == QVSAMPLE_FLOAT64) return has_loud<double, int64_t>(samples, count, factor_);
+  return !converted || has_full_scale(to_, converted, count);
 }
 
 void ClippingCount::count_doubles(const double* samples, size_t count) {

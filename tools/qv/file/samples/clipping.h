@@ -16,11 +16,14 @@ public:
   /// clip, nothing is looked at.
   ClippingCount(QVSAMPLETYPE to, QVSAMPLETYPE from, float factor);
 
+  bool is_possible() const { return is_possible_; }
   /// Counts those of `samples`, of the type `from`, that are clipped in `converted`, which may be null.
   void add(const void* converted, const void* samples, size_t count);
   uint64_t samples() const { return clipped_; }
 
 private:
+  /// A quick look, that is right when it says no.
+  bool may_have_clipped(const void* converted, const void* samples, size_t count) const;
   void count_doubles(const double* samples, size_t count);
 
   QVSAMPLETYPE to_;

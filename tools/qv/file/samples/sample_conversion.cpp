@@ -10,6 +10,7 @@ namespace qv::tool {
 namespace {
 
 constexpr DWORD kMaxChannels = 0xFFFF;
+constexpr size_t kPieceSamples = 2048;
 
 std::optional<DWORD> parse_number(const std::string& text) {
   uint32_t number = 0;
@@ -80,7 +81,8 @@ SampleConversion::SampleConversion(const _qvwaveformat& source, QVSAMPLETYPE typ
     : plan_(plan), gain_(gain), source_(header_of(source, source.sampleType, source.channels)),
       arranged_(header_of(source, arranged_type(source, plan), plan.channels(source.channels))),
       copy_(QvAudio_GetCopyFunction2(type, arranged_type(source, plan))),
-      clipping_(type, arranged_type(source, plan), gain) {
+      clipping_(type, arranged_type(source, plan), gain), converted_bytes_(QvAudio_BytesFromSampleType(type)),
+      arranged_bytes_(QvAudio_BytesFromSampleType(arranged_type(source, plan))) {
   if (!copy_) throw std::runtime_error("there is no conversion between the two sample types");
   input_.resize(block_bytes(source_, block_frames));
   if (plan.kind != ChannelPlan::Kind::kKeep) between_.resize(block_bytes(arranged_, block_frames));
@@ -116,8 +118,15 @@ const void* SampleConversion::arrange(const void* samples, DWORD frames) {
 void SampleConversion::run(void* converted, const void* samples, DWORD frames) {
   const void* const arranged = arrange(samples, frames);
   const size_t count = size_t{frames} * arranged_.Format.nChannels;
-  copy_(converted, arranged, static_cast<LONG>(count), gain_);
-  clipping_.add(converted, arranged, count);
+  // What is looked at twice is so in pieces that the nearest cache holds.
+  const size_t piece = clipping_.is_possible() ? kPieceSamples : count;
+  for (size_t at = 0; at < count; at += piece) {
+    const size_t samples_now = std::min(piece, count - at);
+    BYTE* const to = static_cast<BYTE*>(converted) + at * converted_bytes_;
+    const BYTE* const from = static_cast<const BYTE*>(arranged) + at * arranged_bytes_;
+    copy_(to, from, static_cast<LONG>(samples_now), gain_);
+    clipping_.add(to, from, samples_now);
+  }
 }
 
 } // namespace qv::tool

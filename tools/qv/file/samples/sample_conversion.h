@@ -63,6 +63,8 @@ private:
   WAVEFORMATEXTENSIBLE arranged_;
   QVAUDIO_COPYFUNC copy_;
   ClippingCount clipping_;
+  size_t converted_bytes_; ///< of a sample
+  size_t arranged_bytes_;
   std::vector<BYTE> input_;
   std::vector<BYTE> between_;
   std::vector<BYTE> output_;
