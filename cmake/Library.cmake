@@ -1,7 +1,7 @@
 # libqvkernel: every family's sources in one shared library.
 add_library(qvkernel SHARED)
 add_library(QvKernel::qvkernel ALIAS qvkernel)
-foreach(family platform audio kernel riff)
+foreach(family platform audio kernel riff fileutil)
   if(TARGET qv_${family})
     target_sources(qvkernel PRIVATE $<TARGET_OBJECTS:qv_${family}>)
     qv_precompile(qv_${family} library)

@@ -15,6 +15,7 @@
 #include "qv/list.h"
 #include "qv/memory_stream.h"
 #include "qv/metric.h"
+#include "qv/mp4.h"
 #include "qv/nanotime.h"
 #include "qv/queue.h"
 #include "qv/resample.h"

@@ -1,0 +1,21 @@
+// MP4, 3GP and M4A files: their boxes, read, visited, changed and written.
+#pragma once
+
+#include "qv/mp4/box.h"
+#include "qv/mp4/box_reader.h"
+#include "qv/mp4/box_table.h"
+#include "qv/mp4/box_writer.h"
+#include "qv/mp4/boxes.h"
+#include "qv/mp4/container_box.h"
+#include "qv/mp4/data_handler.h"
+#include "qv/mp4/descriptor.h"
+#include "qv/mp4/factory.h"
+#include "qv/mp4/four_cc.h"
+#include "qv/mp4/header_boxes.h"
+#include "qv/mp4/id3.h"
+#include "qv/mp4/metadata_boxes.h"
+#include "qv/mp4/prepare_write.h"
+#include "qv/mp4/sample_table.h"
+#include "qv/mp4/track_writer.h"
+#include "qv/mp4/update.h"
+#include "qv/mp4/visitor.h"

@@ -1,0 +1,147 @@
+// The box of the ISO base media file format (ISO/IEC 14496-12): what every one has, lists of them, and boxes with
+// children.
+//
+// Positions and sizes are bytes in the file, headers included. Nothing here has a lock: a tree belongs to one thread at
+// a time.
+#pragma once
+
+#include "qv/mp4/visitor.h"
+
+#include <array>
+#include <cstdint>
+#include <list>
+#include <string>
+#include <vector>
+
+namespace fileutil {
+
+class QV_API IBox {
+public:
+  IBox() = default;
+  virtual ~IBox() = default;
+  IBox(const IBox&) = delete;
+  IBox& operator=(const IBox&) = delete;
+
+  /// Calls the visitor's overload for the box's own class.
+  virtual void accept(IBoxVisitor* visitor) = 0;
+  /// The planned size becomes the same.
+  virtual void setSize(uint64_t size) { size_ = plannedSize_ = size; }
+  /// Of the first byte of the header. The planned position becomes the same.
+  virtual void setPosition(uint64_t position) { position_ = plannedPosition_ = position; }
+  virtual void setHeaderSize(uint32_t size) { headerSize_ = size; }
+  /// How many of its bytes a reader has consumed, the header included.
+  virtual uint64_t& bytesRead() { return bytesRead_; }
+  virtual uint64_t size() const { return size_; }
+  virtual FourCC type() const = 0;
+  /// A new box of the same class and type with nothing in it. The caller owns it.
+  virtual IBox* create() const = 0;
+
+  uint64_t position() const { return position_; }
+  /// 8, or 16 where the file has the 64-bit form; without the extended type of "uuid".
+  uint32_t headerSize() const { return headerSize_; }
+  uint64_t plannedPosition() const { return plannedPosition_; }
+  void setPlannedPosition(uint64_t position) { plannedPosition_ = position; }
+  uint64_t plannedSize() const { return plannedSize_; }
+  void setPlannedSize(uint64_t size) { plannedSize_ = size; }
+
+private:
+  uint64_t size_ = 0;
+  uint64_t position_ = 0;
+  uint64_t plannedSize_ = 0;
+  uint64_t plannedPosition_ = 0;
+  uint64_t bytesRead_ = 0;
+  uint32_t headerSize_ = 8;
+};
+
+/// A list of boxes that it owns, in file order.
+class QV_API Boxes {
+public:
+  using List = std::list<IBox*>;
+  using iterator = List::iterator;
+  using const_iterator = List::const_iterator;
+
+  /// No list holds more.
+  static constexpr size_t kMaxLength = size_t{1} << 20;
+
+  Boxes() = default;
+  ~Boxes() { clear(); }
+  Boxes(const Boxes&) = delete;
+  Boxes& operator=(const Boxes&) = delete;
+
+  /// Takes the box over. Throws std::length_error("list too long") past kMaxLength; the box is destroyed then.
+  void push_back(IBox* box) { insert(end(), box); }
+  void push_front(IBox* box) { insert(begin(), box); }
+  /// The same, in front of a place in the list.
+  iterator insert(const_iterator before, IBox* box);
+  /// Destroys a box, with its children.
+  iterator erase(const_iterator at);
+  /// Gives a box to the caller.
+  IBox* release(const_iterator at);
+  void clear();
+
+  iterator begin() { return boxes_.begin(); }
+  iterator end() { return boxes_.end(); }
+  const_iterator begin() const { return boxes_.begin(); }
+  const_iterator end() const { return boxes_.end(); }
+  IBox* front() const { return boxes_.front(); }
+  IBox* back() const { return boxes_.back(); }
+  size_t size() const { return boxes_.size(); }
+  bool empty() const { return boxes_.empty(); }
+
+  /// The first box of that type, or null.
+  IBox* find(FourCC type) const;
+
+private:
+  List boxes_;
+};
+
+/// A box with children. What precedes them in its payload is the class's own.
+class QV_API IContainerBox : public IBox {
+public:
+  Boxes& children() { return children_; }
+  const Boxes& children() const { return children_; }
+
+private:
+  Boxes children_;
+};
+
+/// A box whose payload begins with the version and flags word, kept as the four bytes that it is in the file.
+template <class Base>
+class Full : public Base {
+public:
+  std::array<uint8_t, 4> versionFlags{};
+  uint8_t version() const { return versionFlags[0]; }
+};
+using FullBox = Full<IBox>;
+using FullContainerBox = Full<IContainerBox>;
+
+/// What the concrete class `Box` of one type adds to its base.
+template <class Box, class Base, FourCC kType>
+class BoxOf : public Base {
+public:
+  void accept(IBoxVisitor* visitor) override { visitor->visit(static_cast<Box*>(this)); }
+  FourCC type() const override { return kType; }
+  IBox* create() const override { return new Box; }
+};
+
+/// The same for a class whose boxes have any type.
+template <class Box, class Base>
+class BoxOfAnyType : public Base {
+public:
+  void accept(IBoxVisitor* visitor) override { visitor->visit(static_cast<Box*>(this)); }
+  FourCC type() const override { return type_; }
+  void setType(FourCC type) { type_ = type; }
+  IBox* create() const override {
+    auto* const box = new Box;
+    box->setType(type_);
+    return box;
+  }
+
+private:
+  FourCC type_ = 0;
+};
+
+/// Bytes of a payload, as they are in the file.
+using Bytes = std::vector<uint8_t>;
+
+} // namespace fileutil
