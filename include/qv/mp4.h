@@ -9,6 +9,7 @@
 #include "qv/mp4/container_box.h"
 #include "qv/mp4/data_handler.h"
 #include "qv/mp4/descriptor.h"
+#include "qv/mp4/descriptor_visitors.h"
 #include "qv/mp4/factory.h"
 #include "qv/mp4/four_cc.h"
 #include "qv/mp4/header_boxes.h"
