@@ -1,0 +1,61 @@
+// Fields of a payload as the bytes that they are in a file: numbers big-endian, bytes and codes as they stand.
+#pragma once
+
+#include "qv/mp4/box.h"
+
+#include <bit>
+#include <cstring>
+
+namespace fileutil {
+
+static_assert(std::endian::native == std::endian::little, "numbers are swapped on their way into a file");
+constexpr uint16_t bigEndian(uint16_t value) { return __builtin_bswap16(value); }
+constexpr uint32_t bigEndian(uint32_t value) { return __builtin_bswap32(value); }
+constexpr uint64_t bigEndian(uint64_t value) { return __builtin_bswap64(value); }
+
+/// A code, which is in file order already. A type of its own, since FourCC is the same as a number on some platforms.
+struct Code {
+  explicit Code(FourCC fourCC) { std::memcpy(bytes.data(), &fourCC, sizeof fourCC); }
+  std::array<uint8_t, 4> bytes;
+};
+
+template <class Number>
+requires std::is_unsigned_v<Number>
+void append(Bytes& to, Number field) {
+  const Number number = bigEndian(field);
+  std::array<uint8_t, sizeof number> bytes;
+  std::memcpy(bytes.data(), &number, sizeof number);
+  to.insert(to.end(), bytes.begin(), bytes.end());
+}
+
+inline void append(Bytes& to, const Bytes& field) { to.insert(to.end(), field.begin(), field.end()); }
+
+template <size_t kCount>
+void append(Bytes& to, const std::array<uint8_t, kCount>& field) {
+  to.insert(to.end(), field.begin(), field.end());
+}
+
+template <size_t kCount>
+void append(Bytes& to, const std::array<uint32_t, kCount>& field) {
+  for (const uint32_t number : field)
+    append(to, number);
+}
+
+inline void append(Bytes& to, const Code& field) { append(to, field.bytes); }
+
+/// In the order in which it is printed.
+inline void append(Bytes& to, const GUID& field) {
+  append(to, static_cast<uint32_t>(field.Data1));
+  append(to, static_cast<uint16_t>(field.Data2));
+  append(to, static_cast<uint16_t>(field.Data3));
+  to.insert(to.end(), std::begin(field.Data4), std::end(field.Data4));
+}
+
+template <class... Fields>
+Bytes fieldBytes(const Fields&... fields) {
+  Bytes bytes;
+  (append(bytes, fields), ...);
+  return bytes;
+}
+
+} // namespace fileutil
