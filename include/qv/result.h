@@ -19,7 +19,10 @@
   ROW(QVERR_RIFF_NOTRIFF,    0x8004E080u) /* the file does not start with "RIFF" */                       \
   ROW(QVERR_RIFF_NOTLIST,    0x8004E081u) /* the chunk is not a "LIST" */                                 \
   ROW(QVERR_RIFF_EMPTYCHUNK, 0x8004E082u) /* the chunk is empty */                                        \
-  ROW(QVERR_RIFF_BADSIZE,    0x8004E083u) /* the chunk's size is not possible */
+  ROW(QVERR_RIFF_BADSIZE,    0x8004E083u) /* the chunk's size is not possible */                          \
+  ROW(QVERR_MP4_UNSAFE,      0x8004E0A0u) /* writing would lose or alter what was read */                 \
+  ROW(QVERR_MP4_OFFSETS,     0x8004E0A1u) /* an offset into the file cannot be moved along */             \
+  ROW(QVERR_MP4_FOREIGN_BAK, 0x8004E0A2u) /* a file in the way of the backup copy is not ours */
 // clang-format on
 
 #define QV_RESULT_CONSTANT(name, value) inline constexpr HRESULT name = static_cast<HRESULT>(value);
