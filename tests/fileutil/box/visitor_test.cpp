@@ -55,7 +55,7 @@ TEST(Boxes, HoldNoMoreThanTheirMaximum) {
   } catch (const std::length_error& error) {
     EXPECT_STREQ(error.what(), "list too long");
   }
-  EXPECT_EQ(boxes.size(), Boxes::kMaxLength);
+  EXPECT_EQ(boxes.size(), size_t{Boxes::kMaxLength});
 }
 
 } // namespace

@@ -130,7 +130,7 @@ TEST(Id3Tag, FramesAreBounded) {
     bytes += empty_frame;
   uint64_t consumed = 0;
   const auto tag = read(bytes, consumed);
-  EXPECT_EQ(tag->frames.size(), Header::kMaxFrames);
+  EXPECT_EQ(tag->frames.size(), size_t{Header::kMaxFrames});
   EXPECT_FALSE(tag->isLossless);
 }
 
