@@ -17,6 +17,7 @@
 #include "qv/mp4/metadata_boxes.h"
 #include "qv/mp4/prepare_write.h"
 #include "qv/mp4/sample_table.h"
+#include "qv/mp4/start_up.h"
 #include "qv/mp4/track_writer.h"
 #include "qv/mp4/update.h"
 #include "qv/mp4/visitor.h"

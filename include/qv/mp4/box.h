@@ -37,6 +37,10 @@ public:
   virtual IBox* create() const = 0;
 
   uint64_t position() const { return position_; }
+  /// The size that the file's header has: more than size() where it reaches past the parent's end and size() does not,
+  /// 0 where it says "to the end". 0 in a box that was not read.
+  uint64_t sizeInHeader() const { return sizeInHeader_; }
+  void setSizeInHeader(uint64_t size) { sizeInHeader_ = size; }
   /// 8, or 16 where the file has the 64-bit form; without the extended type of "uuid".
   uint32_t headerSize() const { return headerSize_; }
   uint64_t plannedPosition() const { return plannedPosition_; }
@@ -50,6 +54,7 @@ private:
   uint64_t plannedSize_ = 0;
   uint64_t plannedPosition_ = 0;
   uint64_t bytesRead_ = 0;
+  uint64_t sizeInHeader_ = 0;
   uint32_t headerSize_ = 8;
 };
 
@@ -90,6 +95,12 @@ public:
 
   /// The first box of that type, or null.
   IBox* find(FourCC type) const;
+
+  /// Bytes between the end of the last box read and the end of the parent or the source; 0 where all is boxes. Where
+  /// the source's length is unknown, those of the file's own list that were read.
+  uint64_t tailSize = 0;
+  /// Reading left boxes out, or kept containers as UnknownBoxes: the list was full, too deep, or memory ran out.
+  bool isLimited = false;
 
 private:
   List boxes_;

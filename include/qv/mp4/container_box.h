@@ -77,6 +77,7 @@ public:
 /// One ID3v2.3 frame: version and flags, a packed language, the frame with its header.
 class QV_API ID3v23MetaDataBox : public BoxOf<ID3v23MetaDataBox, Full<GuidBox>, QvFourCC("uuid")> {
 public:
+  ID3v23MetaDataBox() { extendedType = kId3v23MetaDataType; }
   uint16_t language = 0;
   Bytes frame;
 };

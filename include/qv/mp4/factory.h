@@ -1,4 +1,6 @@
 // Factories: from a key to a new box.
+//
+// A factory does not change once it is made; any thread may create from it.
 #pragma once
 
 #include "qv/mp4/boxes.h"
@@ -13,23 +15,86 @@ template <class Key, class Product>
 class IFactory {
 public:
   virtual ~IFactory() = default;
-  /// A new box, which the caller owns; never null.
+  /// A new box, which the caller owns; never null. Throws std::bad_alloc.
   virtual Product* create(const Key& key) const = 0;
 };
 
-/// Holds a prototype for each key; a key that has none gives an `Unknown`.
+// ---- the key of a box, asked of itself, and given to one that has any key
+// --------------------------------------------
+
+inline FourCC keyOf(const IBox& box) { return box.type(); }
+inline uint32_t keyOf(const IDataBox& box) { return box.typeIndicator(); }
+template <class Base>
+const GUID& keyOf(const Guided<Base>& box) {
+  return box.extendedType;
+}
+
+inline void giveKey(UnknownBox& box, FourCC key) { box.setType(key); }
+inline void giveKey(UnknownItemBox& box, FourCC key) { box.setType(key); }
+inline void giveKey(UnknownDataBox& box, uint32_t key) { box.indicator = key; }
+inline void giveKey(UnknownGuidBox& box, const GUID& key) { box.extendedType = key; }
+
+/// Holds a prototype for each key; a key that has none gives an `Unknown`, which is told the key.
 template <class Key, class Product, class Unknown, class Compare>
 class Factory : public IFactory<Key, Product> {
 public:
-  void add(const Key& key, std::unique_ptr<Product> prototype) { prototypes_[key] = std::move(prototype); }
+  /// A prototype is registered by the key that it says is its own; a second one of a key replaces the first.
+  template <class Box>
+  void add(std::unique_ptr<Box> prototype) {
+    const Key key = keyOf(*prototype);
+    prototypes_[key] = std::move(prototype);
+  }
   bool knows(const Key& key) const { return prototypes_.contains(key); }
   Product* create(const Key& key) const override {
-    const auto found = prototypes_.find(key);
-    return found == prototypes_.end() ? new Unknown : found->second->create();
+    if (const auto found = prototypes_.find(key); found != prototypes_.end()) return found->second->create();
+    auto* const unknown = new Unknown;
+    giveKey(*unknown, key);
+    return unknown;
   }
 
 private:
   std::map<Key, std::unique_ptr<Product>, Compare> prototypes_;
+};
+
+using TypeFactory = Factory<FourCC, IBox, UnknownBox, FourCCCmp>;
+
+// ---- the five, each filled from the tables of box_table.h; where in a file a type is known is the reader's affair
+// -----
+
+/// Every type that is known, for BoxReader::readFile().
+class QV_API BoxFactory : public TypeFactory {
+public:
+  BoxFactory();
+};
+
+/// What metadata is read from, for BoxReader::readMeta().
+class QV_API ReadMetaFactory : public TypeFactory {
+public:
+  ReadMetaFactory();
+};
+
+/// What must be written anew when metadata changes, for BoxReader::readMetaForUpdate().
+class QV_API MetaFactory : public TypeFactory {
+public:
+  MetaFactory();
+};
+
+/// Boxes of type "uuid", by their extended type.
+class QV_API GuidBoxFactory : public Factory<GUID, IBox, UnknownGuidBox, GuidCmp> {
+public:
+  GuidBoxFactory();
+};
+
+/// Boxes of type "data", by their type indicator.
+class QV_API DataBoxFactory : public Factory<uint32_t, IBox, UnknownDataBox, std::less<>> {
+public:
+  DataBoxFactory();
+};
+
+/// What is directly inside "ilst", where every type is an item.
+class QV_API ItemFactory : public Factory<FourCC, IBox, UnknownItemBox, FourCCCmp> {
+public:
+  ItemFactory();
 };
 
 } // namespace fileutil

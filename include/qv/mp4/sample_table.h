@@ -43,7 +43,8 @@ public:
   /// An offset that the table's width cannot hold loses its high bits.
   virtual void setOffset(size_t index, uint64_t offset) = 0;
   virtual void appendOffset(uint64_t offset) = 0;
-  /// False where the file's count did not agree with the table's length: its entries are not in `offsets` then.
+  /// False where the file's count did not agree with the table's length, or the table could not be read to its end:
+  /// `offsets` then holds as many zeros as the count says and the box has room for, or what was read.
   bool isComplete = true;
 };
 
@@ -77,6 +78,7 @@ public:
   uint16_t preDefined = 0;
   uint16_t reservedAfterSize = 0;
   uint32_t sampleRate = 0; ///< Hz, 16.16
+  Bytes quickTimeFields;   ///< what a QuickTime sound description of version 1 (16 bytes) or 2 (36) has more
 };
 
 /// 28 bytes, then children, of which "esds" is one.
