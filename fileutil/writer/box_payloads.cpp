@@ -49,7 +49,10 @@ void BoxWriter::visitAsset(IThreeGPPAssetMetaBox* box) {
   writeBytes(fieldBytes(box->versionFlags, box->language, box->text));
 }
 
-void BoxWriter::visit(ID3v2MetaBox* box) { writeBytes(fieldBytes(box->versionFlags, box->language)); }
+void BoxWriter::visit(ID3v2MetaBox* box) {
+  writeBytes(fieldBytes(box->versionFlags, box->language));
+  if (box->tag != nullptr) addBytesWritten(id3meta::writeTag(out_, *box->tag));
+}
 
 void BoxWriter::visit(ID3v23MetaDataBox* box) {
   writeBytes(fieldBytes(box->extendedType, box->versionFlags, box->language, box->frame));
@@ -91,7 +94,12 @@ void BoxWriter::visit(MetaDataContainerBox* box) {
 
 // ---- descriptors ---------------------------------------------------------------------------------------------------
 
-void BoxWriter::visit(ElementaryStreamDescriptorBox* box) { writeBytes(box->versionFlags); }
-void BoxWriter::visit(InitialObjectDescriptorBox* box) { writeBytes(box->versionFlags); }
+void BoxWriter::visit(ElementaryStreamDescriptorBox* box) { writeDescriptors(box); }
+void BoxWriter::visit(InitialObjectDescriptorBox* box) { writeDescriptors(box); }
+
+void BoxWriter::writeDescriptors(DescriptorBox* box) {
+  writeBytes(box->versionFlags);
+  addBytesWritten(esds::writeDescriptor(out_, box->descriptor.get()));
+}
 
 } // namespace fileutil

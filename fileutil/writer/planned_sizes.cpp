@@ -1,6 +1,8 @@
 // How long PrepareWrite plans the payload of each class: as many bytes as BoxWriter writes.
 #include "qv/mp4/prepare_write.h"
 
+#include <algorithm>
+
 namespace fileutil {
 
 namespace {
@@ -44,9 +46,27 @@ void PrepareWrite::visit(ID3v23MetaDataBox* box) {
   planLeaf(box, sizeof(GUID) + kVersionFlags + 2 + box->frame.size());
 }
 
-void PrepareWrite::visit(ElementaryStreamDescriptorBox* box) { planLeaf(box, kVersionFlags); }
-void PrepareWrite::visit(InitialObjectDescriptorBox* box) { planLeaf(box, kVersionFlags); }
-void PrepareWrite::visit(ID3v2MetaBox* box) { planLeaf(box, kVersionFlags + 2); }
+void PrepareWrite::visit(ElementaryStreamDescriptorBox* box) {
+  planLeaf(box, kVersionFlags + esds::prepareDescriptor(box->descriptor.get()));
+}
+
+void PrepareWrite::visit(InitialObjectDescriptorBox* box) {
+  planLeaf(box, kVersionFlags + esds::prepareDescriptor(box->descriptor.get()));
+}
+
+void PrepareWrite::visit(ID3v2MetaBox* box) {
+  constexpr uint64_t kTagHeader = 10;
+  if (box->tag == nullptr) return planLeaf(box, kVersionFlags + 2);
+  const uint64_t frames = id3meta::frameBytes(*box->tag);
+  planLeaf(box, kVersionFlags + 2 + kTagHeader + frames);
+  uint64_t position = currentPos_ - frames;
+  for (const auto& frame : box->tag->frames) {
+    frame->plannedPosition = position;
+    position += 10 + frame->size();
+  }
+  // A number past what the tag's field holds stays past it, and fails when it is written.
+  box->tag->size = static_cast<uint32_t>(std::min<uint64_t>(frames, ~uint32_t{0}));
+}
 
 // Nothing writes these.
 void PrepareWrite::visit(ContainerBox<QvFourCC("MTSM")>* /*box*/) {}

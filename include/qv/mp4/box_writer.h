@@ -24,6 +24,8 @@ namespace fileutil {
 /// in memory ("mdat", unknown boxes, "uuid" of unknown extended type) are passed over: the stream moves forward by
 /// the planned size less 8, and what is there stays. That is how a file is changed in place.
 ///
+/// Descriptors and ID3v2 tags are written with the sizes that PrepareWrite has set.
+///
 /// "MTSM", "MTHD", "MTDF", "MDST", "MTDT", "PNG " and MetaDataSampleData get their header and nothing else: a tree that
 /// holds one as its own class cannot be written.
 ///
@@ -99,6 +101,8 @@ protected:
   int64_t chunkOffsetShift() const { return chunkOffsetShift_; }
 
 private:
+  void writeDescriptors(DescriptorBox* box);
+
   std::fstream& out_;
   Boxes* root_;
   int64_t chunkOffsetShift_;

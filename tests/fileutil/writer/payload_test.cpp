@@ -215,6 +215,28 @@ std::vector<Row> rows() {
          box.frame = bytesOf("TIT2");
        }),
        "00 00 00 22 'uuid' BA 91 54 7A D2 33 47 74 AC 94 9B 6C 0F 04 59 5C 00 00 00 01 15 C7 'TIT2'"},
+      {made<ElementaryStreamDescriptorBox>([](auto& box) {
+         box.descriptor = std::make_unique<esds::DecoderSpecificInfo>();
+         static_cast<esds::DecoderSpecificInfo&>(*box.descriptor).info = {0x12, 0x10};
+       }),
+       "00 00 00 10 'esds' 4*00 05 02 12 10"},
+      {made<InitialObjectDescriptorBox>([](auto& box) {
+         box.versionFlags = {0, 0, 0, 9};
+         box.descriptor = std::make_unique<esds::InitialObjectDescriptor>();
+       }),
+       "00 00 00 15 'iods' 00 00 00 09 10 07 00 4F FF FF FF FF FF"},
+      {made<ID3v2MetaBox>([](auto& box) {
+         box.language = 0x15C7;
+         box.tag = std::make_unique<id3meta::Header_2_4_0>();
+         box.tag->flags = 0x20;
+         for (const size_t size : {3, 200}) {
+           box.tag->frames.push_back(std::make_unique<id3meta::UnknownFrame>());
+           box.tag->frames.back()->id = QvFourCC("TIT2");
+           box.tag->frames.back()->bytes.assign(size, 'x');
+         }
+       }),
+       "00 00 00 F7 'ID32' 4*00 15 C7 'ID3' 04 00 20 00 00 01 5F 'TIT2' 00 00 00 03 00 00 'xxx' "
+       "'TIT2' 00 00 01 48 00 00 200*78"},
       {made<UserSpecificMetaData>([](auto& box) {
          box.extendedType.Data4[7] = 3;
          box.children().push_back(new UrlBox);

@@ -107,6 +107,25 @@ TEST(PrepareWrite, MarksAnUnknownBoxThatMoves) {
   }
 }
 
+TEST(PrepareWrite, PlansTheFramesOfATag) {
+  Boxes boxes;
+  append<UrlBox>(boxes, 12);
+  auto* const box = append<ID3v2MetaBox>(boxes, 500);
+  box->tag = std::make_unique<id3meta::Header_2_3_0>();
+  for (const size_t size : {20, 300, 0}) {
+    box->tag->frames.push_back(std::make_unique<id3meta::UnknownFrame>());
+    box->tag->frames.back()->bytes.resize(size);
+  }
+  PrepareWrite plan(&boxes);
+  plan.doIt();
+  const uint64_t first = 12 + 14 + 10; // behind the box's own fields and the tag's header
+  EXPECT_EQ(box->tag->frames.front()->plannedPosition, first);
+  EXPECT_EQ((*std::next(box->tag->frames.begin()))->plannedPosition, first + 30);
+  EXPECT_EQ(box->tag->frames.back()->plannedPosition, first + 340);
+  EXPECT_EQ(box->tag->size, 350U);
+  EXPECT_EQ(plan.currentPos(), first + 350);
+}
+
 /// Of several media boxes the last one decides, also over what was found before it.
 TEST(PrepareWrite, LetsTheLastMediaDecide) {
   Layout layout(8);
