@@ -2,6 +2,7 @@
 #pragma once
 
 #include "qv/mp4/box.h"
+#include "qv/mp4/box_printer.h"
 #include "qv/mp4/box_reader.h"
 #include "qv/mp4/box_table.h"
 #include "qv/mp4/box_writer.h"
