@@ -99,7 +99,7 @@ IBox* BoxReader::readBox(uint64_t limit) {
   box->setPosition(start);
   box->setHeaderSize(headerSize);
   box->bytesRead() = bytesRead_ - start;
-  if (size > box->bytesRead()) box->accept(this);
+  box->accept(this);
   leaveBox(*box, start + size);
   return box.release();
 }
@@ -130,7 +130,7 @@ bool BoxReader::readHeader(uint64_t limit, uint64_t& size, uint32_t& headerSize,
   return true;
 }
 
-// ---- which class a type has -----------------------------------------------------------------------------------------
+// ---- which class a type has ----------------------------------------------------------------------------------------
 
 namespace {
 
@@ -204,7 +204,7 @@ void BoxReader::visitContainer(IContainerBox* box) {
                                                       : Place::anywhere);
 }
 
-// ---- the source -----------------------------------------------------------------------------------------------------
+// ---- the source ----------------------------------------------------------------------------------------------------
 
 void BoxReader::incBytesRead(IBox* box, uint64_t bytes) {
   bytesRead_ += bytes;

@@ -10,7 +10,7 @@
 namespace fileutil {
 
 /// A code to be read in file order; other numbers are big-endian.
-struct Code {
+struct InFileOrder {
   FourCC& code;
 };
 
@@ -75,11 +75,30 @@ public:
   void bytes(uint64_t count, Bytes& to) { table<uint8_t>(count, to); }
   void rest(Bytes& to) { bytes(remaining(), to); }
 
+  /// Calls read(stream, bytes consumed), which reads from the stream itself, no more than remains. Where it throws,
+  /// nobody knows where the stream stands, and nothing more is read.
+  template <class Read>
+  auto parsed(Read read) -> decltype(read(std::declval<std::istream&>(), std::declval<uint64_t&>())) {
+    if (reader_.hasEnded_) return {};
+    std::istream& in = reader_.source_->in();
+    uint64_t consumed = 0;
+    try {
+      auto result = read(in, consumed);
+      reader_.incBytesRead(box_, consumed);
+      reader_.hasEnded_ = !in.good();
+      return result;
+    } catch (...) {
+      reader_.hasEnded_ = true;
+      return {};
+    }
+  }
+
 private:
   template <class Field>
-  static constexpr size_t kWidth = std::same_as<Field, Code> ? sizeof(FourCC) : sizeof(std::remove_reference_t<Field>);
+  static constexpr size_t kWidth = std::same_as<Field, InFileOrder> ? sizeof(FourCC)
+                                                                    : sizeof(std::remove_reference_t<Field>);
 
-  static void take(const uint8_t*& at, Code& field) {
+  static void take(const uint8_t*& at, InFileOrder& field) {
     std::memcpy(&field.code, at, sizeof field.code);
     at += sizeof field.code;
   }

@@ -4,12 +4,11 @@
 
 namespace fileutil {
 
-// ---- what a file and its tracks are
-// -----------------------------------------------------------------------------------
+// ---- what a file and its tracks are --------------------------------------------------------------------------------
 
 void BoxReader::visit(FileTypeBox* box) {
   Payload payload(*this, box);
-  payload.fields(Code{box->majorBrand}, box->minorVersion);
+  payload.fields(InFileOrder{box->majorBrand}, box->minorVersion);
   constexpr uint64_t kMostBrands = 100;
   const uint64_t count = payload.remaining() / sizeof(FourCC);
   if (count >= kMostBrands) return;
@@ -41,7 +40,7 @@ void BoxReader::visit(MediaHeaderBox* box) {
 
 void BoxReader::visit(MediaHandlerReferenceBox* box) {
   Payload payload(*this, box);
-  payload.fields(box->versionFlags, box->preDefined, Code{box->handlerType}, box->reserved);
+  payload.fields(box->versionFlags, box->preDefined, InFileOrder{box->handlerType}, box->reserved);
   payload.rest(box->name);
 }
 
@@ -49,8 +48,7 @@ void BoxReader::visit(SoundMediaInfoHeaderBox* box) {
   Payload(*this, box).fields(box->versionFlags, box->balance, box->reserved);
 }
 
-// ---- containers with fields of their own
-// ------------------------------------------------------------------------------
+// ---- containers with fields of their own ---------------------------------------------------------------------------
 
 void BoxReader::visit(MetaBox* box) {
   Payload payload(*this, box);
@@ -86,8 +84,7 @@ void BoxReader::visit(PNGSampleEntryBox* box) {
   payload.rest(box->payload);
 }
 
-// ---- tables of samples
-// ------------------------------------------------------------------------------------------------
+// ---- tables of samples ---------------------------------------------------------------------------------------------
 
 void BoxReader::visit(TimeToSampleBox* box) {
   Payload payload(*this, box);
@@ -133,18 +130,31 @@ void BoxReader::visit(MediaDataBox* box) {
   box->payloadEnd = box->position() + box->size();
 }
 
-// ---- descriptors and tags
-// ---------------------------------------------------------------------------------------------
+// ---- descriptors and tags ------------------------------------------------------------------------------------------
 
 void BoxReader::visit(ElementaryStreamDescriptorBox* box) { readDescriptor(box); }
 void BoxReader::visit(InitialObjectDescriptorBox* box) { readDescriptor(box); }
 
-void BoxReader::readDescriptor(DescriptorBox* box) { Payload(*this, box).fields(box->versionFlags); }
+void BoxReader::readDescriptor(DescriptorBox* box) {
+  Payload payload(*this, box);
+  payload.fields(box->versionFlags);
+  const auto limit = static_cast<uint32_t>(std::min<uint64_t>(payload.remaining(), UINT32_MAX));
+  box->descriptor =
+      payload.parsed([=](std::istream& in, uint64_t& consumed) { return esds::readDescriptor(in, limit, consumed); });
+}
 
-void BoxReader::visit(ID3v2MetaBox* box) { Payload(*this, box).fields(box->versionFlags, box->language); }
+void BoxReader::visit(ID3v2MetaBox* box) {
+  Payload payload(*this, box);
+  payload.fields(box->versionFlags, box->language);
+  constexpr uint64_t kTagHeader = 10;
+  const uint64_t tagBytes = payload.remaining();
+  std::array<uint8_t, 3> id{};
+  if (tagBytes < kTagHeader || !payload.fields(id) || id != std::array<uint8_t, 3>{'I', 'D', '3'}) return;
+  box->tag =
+      payload.parsed([=](std::istream& in, uint64_t& consumed) { return id3meta::readTag(in, tagBytes, consumed); });
+}
 
-// ---- metadata
-// ---------------------------------------------------------------------------------------------------------
+// ---- metadata ------------------------------------------------------------------------------------------------------
 
 /// The indicator has been read to choose the class.
 void BoxReader::visitData(IDataBox* box) {
@@ -165,8 +175,7 @@ void BoxReader::visit(ID3v23MetaDataBox* box) {
   payload.rest(box->frame);
 }
 
-// ---- bytes, behind the version word where there is one
-// ------------------------------------------------------------------
+// ---- bytes, behind the version word where there is one -------------------------------------------------------------
 
 namespace {
 

@@ -19,8 +19,7 @@ public:
   virtual Product* create(const Key& key) const = 0;
 };
 
-// ---- the key of a box, asked of itself, and given to one that has any key
-// --------------------------------------------
+// ---- the key of a box, asked of itself, and given to one that has any key ------------------------------------------
 
 inline FourCC keyOf(const IBox& box) { return box.type(); }
 inline uint32_t keyOf(const IDataBox& box) { return box.typeIndicator(); }
@@ -58,8 +57,7 @@ private:
 
 using TypeFactory = Factory<FourCC, IBox, UnknownBox, FourCCCmp>;
 
-// ---- the five, each filled from the tables of box_table.h; where in a file a type is known is the reader's affair
-// -----
+// ---- the five, each filled from the tables of box_table.h; where in a file a type is known is the reader's affair --
 
 /// Every type that is known, for BoxReader::readFile().
 class QV_API BoxFactory : public TypeFactory {
