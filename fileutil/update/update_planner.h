@@ -9,8 +9,8 @@
 
 namespace fileutil {
 
-/// Reads the tree of `source` by BoxReader::readMetaForUpdate(), lets `change` alter it, and plans the new file. Nothing
-/// is written, and no media is read.
+/// Reads the tree of `source` by BoxReader::readMetaForUpdate(), lets `change` alter it, and plans the new file.
+/// Nothing is written, and no media is read.
 ///
 /// What the change left alone passes as bytes of the old file: boxes that the tree knows not, payloads that are passed
 /// over with their own header forms, bytes behind a container's last child and behind the last box. A "free" box
