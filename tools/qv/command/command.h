@@ -10,6 +10,7 @@ void add_convert(const Command& program);
 void add_stats(const Command& program);
 void add_cpu(const Command& program);
 void add_filter(const Command& program);
+void add_mux(const Command& program);
 void add_repair(const Command& program);
 void add_settings(const Command& program);
 void add_tag(const Command& program);
