@@ -29,8 +29,8 @@ int run(const Work& work) {
 }
 
 void add_all(const Command& program) {
-  for (const auto add :
-       {add_info, add_convert, add_stats, add_cpu, add_filter, add_mux, add_repair, add_settings, add_tag, add_time})
+  for (const auto add : {add_info, add_boxes, add_convert, add_stats, add_cpu, add_filter, add_mux, add_repair,
+                         add_settings, add_tag, add_time})
     add(program);
 }
 

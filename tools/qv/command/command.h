@@ -5,6 +5,7 @@
 
 namespace qv::tool {
 
+void add_boxes(const Command& program);
 void add_info(const Command& program);
 void add_convert(const Command& program);
 void add_stats(const Command& program);
