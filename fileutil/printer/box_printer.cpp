@@ -37,13 +37,23 @@ void BoxPrinter::visit(MetaBox* box) {
   visitContainer(box);
 }
 
-/// Signed where it says so, as long as its length is one that numbers have.
-static int64_t signedNumber(const Bytes& value) {
-  int64_t number = static_cast<int8_t>(value[0]);
-  for (size_t at = 1; at < value.size(); ++at)
-    number = number * 256 + value[at];
+namespace {
+
+/// A big-endian number of one to eight bytes.
+uint64_t unsignedNumber(const Bytes& value) {
+  uint64_t number = 0;
+  for (const uint8_t byte : value)
+    number = number << 8 | byte;
   return number;
 }
+
+int64_t signedNumber(const Bytes& value) {
+  const bool isNegative = value[0] >= 0x80;
+  const uint64_t above = isNegative && value.size() < 8 ? ~uint64_t{0} << 8 * value.size() : 0;
+  return static_cast<int64_t>(unsignedNumber(value) | above);
+}
+
+} // namespace
 
 // Well-known types of values: 1 UTF-8, 2 UTF-16, 13, 14, 27 pictures, 21 and 22 integers with and without sign.
 void BoxPrinter::visitData(IDataBox* box) {
@@ -58,9 +68,8 @@ void BoxPrinter::visitData(IDataBox* box) {
     field("value", utf16Text(box->value));
   else if (type == 21 && isInteger)
     field("value", signedNumber(box->value));
-  else if (type == 22 && isInteger && (box->value.size() < 8 || box->value[0] < 0x80))
-    field("value", static_cast<uint64_t>(signedNumber(box->value)) &
-                       (box->value.size() == 8 ? ~uint64_t{0} : (uint64_t{1} << 8 * box->value.size()) - 1));
+  else if (type == 22 && isInteger)
+    number("value", unsignedNumber(box->value));
   else
     field("value", std::span<const uint8_t>(box->value));
 }

@@ -8,7 +8,7 @@
 
 namespace fileutil_test {
 
-/// Pairs of hexadecimal digits, and texts in quotes: hex("03 'ID3' 00").
+/// Pairs of hexadecimal digits, texts in quotes, and bytes that repeat: hex("03 'ID3' 12*00").
 inline std::string hex(std::string_view text) {
   std::string bytes;
   for (size_t k = 0; k < text.size(); ++k)
@@ -16,6 +16,10 @@ inline std::string hex(std::string_view text) {
       const size_t end = text.find('\'', k + 1);
       bytes += text.substr(k + 1, end - k - 1);
       k = end;
+    } else if (const size_t star = text.substr(k, text.find(' ', k) - k).find('*'); star != std::string::npos) {
+      const std::string count(text.substr(k, star));
+      k += star + 2;
+      bytes.append(std::stoul(count), static_cast<char>(std::stoi(std::string(text.substr(k - 1, 2)), nullptr, 16)));
     } else if (text[k] != ' ')
       bytes += static_cast<char>(std::stoi(std::string(text.substr(k++, 2)), nullptr, 16));
   return bytes;

@@ -1,48 +1,18 @@
 // Every class written from its fields, against bytes that were put together by hand from the layouts of
 // ISO/IEC 14496-12 and -14, 3GPP TS 26.244 and the item lists.
+#include "tests/fileutil/bytes.h"
+#include "tests/fileutil/made_box.h"
 #include "tests/fileutil/writer/sparse_stream.h"
 
 #include "qv/mp4/box_writer.h"
 #include "qv/mp4/prepare_write.h"
 
-#include <functional>
 #include <gtest/gtest.h>
 
 using namespace fileutil;
+using namespace fileutil_test;
 
 namespace {
-
-/// "00 1A 'moov' 3*00": bytes in hexadecimal, characters, and bytes that repeat.
-std::string unpacked(const std::string& text) {
-  std::string bytes;
-  for (size_t at = 0; at < text.size();) {
-    if (text[at] == ' ') {
-      ++at;
-    } else if (text[at] == '\'') {
-      const size_t end = text.find('\'', at + 1);
-      bytes += text.substr(at + 1, end - at - 1);
-      at = end + 1;
-    } else {
-      const size_t star = std::min(text.find('*', at), text.find(' ', at));
-      const bool repeats = star != std::string::npos && text[star] == '*';
-      const size_t digits = repeats ? star + 1 : at;
-      const size_t count = repeats ? std::stoul(text.substr(at)) : 1;
-      bytes.append(count, static_cast<char>(std::stoi(text.substr(digits, 2), nullptr, 16)));
-      at = digits + 2;
-    }
-  }
-  return bytes;
-}
-
-Bytes bytesOf(const std::string& text) { return {text.begin(), text.end()}; }
-
-/// A box with its fields set, or children put in.
-template <class Box>
-Box* made(const std::function<void(Box&)>& set) {
-  auto* const box = new Box;
-  set(*box);
-  return box;
-}
 
 struct Written {
   std::string bytes;
@@ -249,7 +219,7 @@ TEST(BoxWriter, WritesEveryFieldWhereItBelongs) {
   for (const Row& row : rows()) {
     Boxes boxes;
     boxes.push_back(row.box);
-    const std::string expected = unpacked(row.expected);
+    const std::string expected = hex(row.expected);
     const Written out = written(boxes);
     EXPECT_EQ(out.bytes, expected) << row.expected;
     EXPECT_EQ(out.count, expected.size()) << row.expected;
@@ -281,12 +251,12 @@ void expectPlannedAsWritten(IBox* box) {
   EXPECT_EQ(out.count, 12 + box->plannedSize());
   EXPECT_EQ(box->plannedPosition(), 12U);
   EXPECT_EQ(out.bytes.size(), out.count);
-  EXPECT_EQ(out.bytes.substr(12, 8), unpacked("00 00 00") + static_cast<char>(box->plannedSize()) +
+  EXPECT_EQ(out.bytes.substr(12, 8), hex("00 00 00") + static_cast<char>(box->plannedSize()) +
                                          std::string(reinterpret_cast<const char*>(std::array{box->type()}.data()), 4));
   if (container != nullptr) {
     const IBox* const child = container->children().front();
     EXPECT_EQ(child->plannedPosition() + 9, 12 + box->plannedSize());
-    EXPECT_EQ(out.bytes.substr(out.bytes.size() - 9), unpacked("00 00 00 09 'free' 00"));
+    EXPECT_EQ(out.bytes.substr(out.bytes.size() - 9), hex("00 00 00 09 'free' 00"));
   }
 }
 
@@ -310,10 +280,10 @@ TEST(BoxWriter, PassesOverMoreThan32Bits) {
     plan.doIt();
     sparse_stream::Stream out;
     // The planned size less 8 is passed over, whatever the header's length.
-    const uint64_t media = unpacked(header).size() + size - 8;
+    const uint64_t media = hex(header).size() + size - 8;
     EXPECT_EQ(BoxWriter(out.stream, &boxes, 0).doIt(), media + 12);
-    EXPECT_EQ(out.buffer.bytes(0, 18), unpacked(header) + std::string(18 - unpacked(header).size(), '.'));
-    EXPECT_EQ(out.buffer.bytes(media - 1, 13), unpacked("'.' 00 00 00 0C 'url ' 4*00"));
+    EXPECT_EQ(out.buffer.bytes(0, 18), hex(header) + std::string(18 - hex(header).size(), '.'));
+    EXPECT_EQ(out.buffer.bytes(media - 1, 13), hex("'.' 00 00 00 0C 'url ' 4*00"));
   }
 }
 

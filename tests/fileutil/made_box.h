@@ -1,0 +1,21 @@
+// Boxes made by hand, for tables of cases.
+#pragma once
+
+#include "qv/mp4/boxes.h"
+
+#include <functional>
+#include <string>
+
+namespace fileutil_test {
+
+/// A box with its fields set, or children put in. The caller owns it.
+template <class Box>
+Box* made(const std::function<void(Box&)>& set) {
+  auto* const box = new Box;
+  set(*box);
+  return box;
+}
+
+inline fileutil::Bytes bytesOf(const std::string& text) { return {text.begin(), text.end()}; }
+
+} // namespace fileutil_test
