@@ -27,6 +27,7 @@ DWORD error_from_errno(int error) {
   case ENOMEM: return ERROR_NOT_ENOUGH_MEMORY;
   case EBADF: return ERROR_INVALID_HANDLE;
   case EEXIST: return ERROR_FILE_EXISTS;
+  case ELOOP: return ERROR_CANT_RESOLVE_FILENAME;
   case EINVAL: return ERROR_INVALID_PARAMETER;
   case ENOSPC:
   case EDQUOT:

@@ -1,7 +1,9 @@
 #include "platform/posix/seams.h"
 
 #include <atomic>
+#include <cstdio>
 #include <ctime>
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace qv::platform {
@@ -39,7 +41,16 @@ void fail_io(int nth) { inputs_and_outputs.set(nth); }
 int io_calls() { return inputs_and_outputs.calls(); }
 void set_clock(int64_t nanoseconds) { stopped_clock.store(nanoseconds, std::memory_order_relaxed); }
 
-const FileCalls kSystemFileCalls = {.read = pread, .write = pwrite, .sync = fsync, .close = close};
+const FileCalls kSystemFileCalls = {
+    .read = pread,
+    .write = pwrite,
+    .sync = fsync,
+    .close = close,
+    .open = [](const char* path, int flags, unsigned mode) { return open(path, flags, mode); },
+    .cut = ftruncate,
+    .rename = [](const char* from, const char* to,
+                 unsigned flags) { return renameat2(AT_FDCWD, from, AT_FDCWD, to, flags); },
+    .remove = unlink};
 void set_file_calls(const FileCalls* calls) { replaced_file_calls.store(calls, std::memory_order_relaxed); }
 
 bool allocation_fails() { return allocations.hit(); }

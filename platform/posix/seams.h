@@ -30,6 +30,10 @@ struct FileCalls {
   ssize_t (*write)(int descriptor, const void* buffer, size_t bytes, int64_t position);
   int (*sync)(int descriptor);
   int (*close)(int descriptor);
+  int (*open)(const char* path, int flags, unsigned mode);
+  int (*cut)(int descriptor, int64_t length);
+  int (*rename)(const char* from, const char* to, unsigned flags);
+  int (*remove)(const char* path);
 };
 QV_API extern const FileCalls kSystemFileCalls;
 /// Puts calls in place of the system's, from now on and until null is given. They stay the caller's.

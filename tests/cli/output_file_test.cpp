@@ -41,10 +41,8 @@ public:
   explicit Synced(bool fails) {
     paths.clear();
     first_fails = fails;
-    static const qv::platform::FileCalls calls = {.read = qv::platform::kSystemFileCalls.read,
-                                                  .write = qv::platform::kSystemFileCalls.write,
-                                                  .sync = note,
-                                                  .close = qv::platform::kSystemFileCalls.close};
+    static qv::platform::FileCalls calls = qv::platform::kSystemFileCalls;
+    calls.sync = note;
     qv::platform::set_file_calls(&calls);
   }
   ~Synced() { qv::platform::set_file_calls(nullptr); }

@@ -52,16 +52,18 @@ int syncs = 0;
 bool is_last() { return --calls_left == 0; }
 
 /// The process ends in the call, or in the middle of what it writes.
-const qv::platform::FileCalls kDeadly = {
-    .read = kSystemFileCalls.read,
-    .write = [](int descriptor, const void* buffer, size_t bytes, int64_t position) -> ssize_t {
-      const bool last = is_last();
-      const ssize_t done = kSystemFileCalls.write(descriptor, buffer, last ? bytes / 2 : bytes, position);
-      if (last) _exit(9);
-      return done;
-    },
-    .sync = [](int descriptor) { return is_last() ? (_exit(9), 0) : kSystemFileCalls.sync(descriptor); },
-    .close = [](int descriptor) { return is_last() ? (_exit(9), 0) : kSystemFileCalls.close(descriptor); }};
+const qv::platform::FileCalls kDeadly = [] {
+  qv::platform::FileCalls calls = kSystemFileCalls;
+  calls.write = [](int descriptor, const void* buffer, size_t bytes, int64_t position) -> ssize_t {
+    const bool last = is_last();
+    const ssize_t done = kSystemFileCalls.write(descriptor, buffer, last ? bytes / 2 : bytes, position);
+    if (last) _exit(9);
+    return done;
+  };
+  calls.sync = [](int descriptor) { return is_last() ? (_exit(9), 0) : kSystemFileCalls.sync(descriptor); };
+  calls.close = [](int descriptor) { return is_last() ? (_exit(9), 0) : kSystemFileCalls.close(descriptor); };
+  return calls;
+}();
 
 /// Runs the work in a process that is killed in the n-th call. Whether there was one.
 bool killed_in_call(int nth, const std::function<void()>& work) {
@@ -127,14 +129,15 @@ TEST(Undo, UndoingThatIsKilledIsSettledToo) {
 }
 
 /// The second write fails.
-const qv::platform::FileCalls kFailing = {
-    .read = kSystemFileCalls.read,
-    .write = [](int descriptor, const void* buffer, size_t bytes, int64_t position) -> ssize_t {
-      if (is_last()) return errno = ENOSPC, -1;
-      return kSystemFileCalls.write(descriptor, buffer, bytes, position);
-    },
-    .sync = [](int descriptor) { return ++syncs, kSystemFileCalls.sync(descriptor); },
-    .close = kSystemFileCalls.close};
+const qv::platform::FileCalls kFailing = [] {
+  qv::platform::FileCalls calls = kSystemFileCalls;
+  calls.write = [](int descriptor, const void* buffer, size_t bytes, int64_t position) -> ssize_t {
+    if (is_last()) return errno = ENOSPC, -1;
+    return kSystemFileCalls.write(descriptor, buffer, bytes, position);
+  };
+  calls.sync = [](int descriptor) { return ++syncs, kSystemFileCalls.sync(descriptor); };
+  return calls;
+}();
 
 TEST(Undo, WhatIsWrittenAndWrittenBackIsMadeToLast) {
   const Subject subject;
@@ -193,6 +196,7 @@ TEST(Undo, IsRefusedForADamagedUndoFile) {
     is_refused(undo.substr(0, at));
   }
   is_refused(std::string(undo).replace(12, 1, 1, '\4'));
+  is_refused(std::string(undo).replace(12, 1, 1, '\0'));
   is_refused(undo + '\0');
   write_file(subject.undo_name(), undo);
   EXPECT_EQ(chmod(subject.undo_name().c_str(), 0622), 0);

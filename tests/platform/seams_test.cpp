@@ -63,7 +63,11 @@ protected:
     calls = {};
     failing = "";
     step = 0;
-    static const qv::platform::FileCalls noted = {.read = read, .write = write, .sync = sync, .close = close};
+    static qv::platform::FileCalls noted = qv::platform::kSystemFileCalls;
+    noted.read = read;
+    noted.write = write;
+    noted.sync = sync;
+    noted.close = close;
     qv::platform::set_file_calls(&noted);
   }
   void TearDown() override { qv::platform::set_file_calls(nullptr); }
@@ -147,7 +151,8 @@ TEST_F(FileCallsTest, ARenameIsMadeToLast) {
   const std::vector<std::string> one = {"sync " + a, "close " + a}, both = {"sync " + b, "close " + b, one[0], one[1]};
   const qv::WString first = here.text() + QV_TEXT("/1"), second = here.text() + QV_TEXT("/2"),
                     away = there.text() + QV_TEXT("/1");
-  for (const DWORD flags : {DWORD{0}, DWORD{MOVEFILE_REPLACE_EXISTING}}) {
+  for (const DWORD replacing : {DWORD{0}, DWORD{MOVEFILE_REPLACE_EXISTING}}) {
+    const DWORD flags = replacing | MOVEFILE_WRITE_THROUGH;
     calls = {};
     EXPECT_TRUE(MoveFileExW(first.c_str(), second.c_str(), flags));
     EXPECT_EQ(calls, one);
@@ -159,12 +164,14 @@ TEST_F(FileCallsTest, ARenameIsMadeToLast) {
   const std::filesystem::path before = std::filesystem::current_path();
   std::filesystem::current_path(here.path());
   calls = {};
-  EXPECT_TRUE(MoveFileExW(QV_TEXT("1"), QV_TEXT("2"), 0));
+  EXPECT_TRUE(MoveFileExW(QV_TEXT("1"), QV_TEXT("2"), MOVEFILE_WRITE_THROUGH));
   EXPECT_EQ(calls, one) << "a name without a folder is in the current one";
+  calls = {};
   EXPECT_TRUE(MoveFileExW(QV_TEXT("2"), QV_TEXT("1"), 0));
+  EXPECT_EQ(calls, std::vector<std::string>()) << "unless nobody asks for it";
   std::filesystem::current_path(before);
   failing = "sync";
-  EXPECT_FALSE(MoveFileExW(first.c_str(), second.c_str(), 0));
+  EXPECT_FALSE(MoveFileExW(first.c_str(), second.c_str(), MOVEFILE_WRITE_THROUGH));
   EXPECT_EQ(GetLastError(), ERROR_IO_DEVICE);
 }
 

@@ -13,6 +13,9 @@
 #define E_INVALIDARG (static_cast<HRESULT>(0x80070057u))
 #define SUCCEEDED(hr) (static_cast<HRESULT>(hr) >= 0)
 #define FAILED(hr) (static_cast<HRESULT>(hr) < 0)
+/// An error of the system as a result; success stays what it is.
+#define HRESULT_FROM_WIN32(error)                                                                                      \
+  (static_cast<HRESULT>((error) == 0 ? 0u : 0x80070000u | (static_cast<uint32_t>(error) & 0xFFFFu)))
 
 #define ERROR_SUCCESS 0u
 #define ERROR_FILE_NOT_FOUND 2u
@@ -24,6 +27,7 @@
 #define ERROR_WRITE_PROTECT 19u
 #define ERROR_GEN_FAILURE 31u
 #define ERROR_SHARING_VIOLATION 32u
+#define ERROR_LOCK_VIOLATION 33u
 #define ERROR_HANDLE_DISK_FULL 39u
 #define ERROR_NOT_SUPPORTED 50u
 #define ERROR_FILE_EXISTS 80u
@@ -44,6 +48,8 @@
 #define ERROR_REGISTRY_IO_FAILED 1016u
 #define ERROR_KEY_DELETED 1018u
 #define ERROR_IO_DEVICE 1117u
+#define ERROR_INVALID_OWNER 1307u
+#define ERROR_CANT_RESOLVE_FILENAME 1921u
 
 /// The calling thread's last error: what a function that failed has set, or SetLastError.
 QV_WIN32(DWORD, GetLastError, ());

@@ -73,7 +73,15 @@ struct GUID {
 };
 
 struct SECURITY_ATTRIBUTES;
-struct OVERLAPPED;
+
+/// A place in a file; only LockFileEx looks at it.
+struct OVERLAPPED {
+  ULONG_PTR Internal;
+  ULONG_PTR InternalHigh;
+  DWORD Offset;
+  DWORD OffsetHigh;
+  HANDLE hEvent;
+};
 
 #define TRUE 1
 #define FALSE 0

@@ -114,7 +114,7 @@ BOOL SetEndOfFile(HANDLE handle) {
   if (!file) return FALSE;
   if (!file->writable()) return fail_with(ERROR_ACCESS_DENIED);
   if (io_fails()) return fail_with(ERROR_IO_DEVICE);
-  return ftruncate(file->descriptor(), file->position) == 0 ? TRUE : fail_with_errno();
+  return file_calls().cut(file->descriptor(), file->position) == 0 ? TRUE : fail_with_errno();
 }
 
 BOOL GetFileSizeEx(HANDLE handle, LARGE_INTEGER* size) {

@@ -158,7 +158,7 @@ void OutputFile::commit(uint64_t expected_bytes) {
   take_attributes();
   if (!FlushFileBuffers(file_) || !file_.close()) write_failed();
   check_interruption();
-  if (!MoveFileExW(temporary_.c_str(), target_.c_str(), MOVEFILE_REPLACE_EXISTING)) {
+  if (!MoveFileExW(temporary_.c_str(), target_.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
     const DWORD error = GetLastError();
     // The name may have changed all the same, and only its folder have failed.
     if (GetFileAttributesW(temporary_.c_str()) != INVALID_FILE_ATTRIBUTES) {
