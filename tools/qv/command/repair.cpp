@@ -62,7 +62,7 @@ void back_up(const std::string& name) {
 std::vector<Replacement> replacements_of(const std::string& name, HANDLE file, const RepairPlan& plan) {
   std::vector<Replacement> replacements;
   for (const Edit& edit : plan.edits) {
-    if (edit.replaced > kMaxUndoBytes) throw Failure(name, "more than 64 MiB would go, which is not done");
+    if (edit.replaced > undo::kMaxBytes) throw Failure(name, "more than 64 MiB would go, which is not done");
     Replacement replacement = {edit.offset, std::string(static_cast<size_t>(edit.replaced), '\0'), edit.bytes};
     DWORD done = 0;
     const auto bytes = static_cast<DWORD>(edit.replaced);

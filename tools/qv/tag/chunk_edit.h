@@ -2,13 +2,16 @@
 #pragma once
 
 #include "tools/qv/tag/form.h"
-#include "tools/qv/undo/file_change.h"
+
+#include "qv/undo.h"
 
 #include <map>
 #include <string>
 #include <vector>
 
 namespace qv::tool {
+
+using undo::Replacement;
 
 class OutputFile;
 

@@ -11,8 +11,7 @@ namespace {
 
 constexpr char kMayNotLast[] = "was changed whole, but may not outlive a loss of power: ";
 
-/// What the file holds where a change has its pieces.
-enum class Holds { kOld, kNew, kMixed, kForeign };
+using undo::Holds;
 
 std::string read_at(HANDLE file, const std::string& name, uint64_t offset, size_t bytes) {
   std::string read(bytes, '\0');
@@ -23,52 +22,18 @@ std::string read_at(HANDLE file, const std::string& name, uint64_t offset, size_
   return read;
 }
 
-/// Whether a write that was broken off can have left these bytes: each is old or new. Behind the old ones there may be
-/// anything.
-bool is_between(const std::string& bytes, const Replacement& piece) {
-  for (size_t k = 0; k < std::min(bytes.size(), piece.old_bytes.size()); ++k)
-    if (bytes[k] != piece.old_bytes[k] && (k >= piece.new_bytes.size() || bytes[k] != piece.new_bytes[k])) return false;
-  return true;
-}
-
 Holds examine(HANDLE file, const std::string& name, const FileChange& change) {
-  const uint64_t length = size_of(file);
-  bool is_old = length == change.old_length;
-  bool is_mixed = change.is_in_place() && length >= std::min(change.old_length, change.new_length) &&
-                  length <= std::max(change.old_length, change.new_length);
-  bool is_new = length == change.new_length;
-  uint64_t moved = 0; // modulo 2^64
-  for (const Replacement& piece : change.replacements) {
-    const auto holds = [&](uint64_t at, const std::string& bytes) {
-      return read_at(file, name, at, bytes.size()) == bytes;
-    };
-    is_old = is_old && holds(piece.offset, piece.old_bytes);
-    is_new = is_new && holds(piece.offset + moved, piece.new_bytes);
-    const size_t longest = std::max(piece.old_bytes.size(), piece.new_bytes.size());
-    is_mixed = is_mixed && is_between(read_at(file, name, piece.offset, longest), piece);
-    moved += piece.new_bytes.size() - piece.old_bytes.size();
-  }
-  return is_new ? Holds::kNew : is_old ? Holds::kOld : is_mixed ? Holds::kMixed : Holds::kForeign;
-}
-
-/// Writes a change in place. Answers the error that stopped it, or ERROR_SUCCESS.
-DWORD write_pieces(HANDLE file, const FileChange& change) {
-  for (const Replacement& piece : change.replacements) {
-    DWORD done = 0;
-    const auto bytes = static_cast<DWORD>(piece.new_bytes.size());
-    if (!move_to(file, piece.offset) || !WriteFile(file, piece.new_bytes.data(), bytes, &done, nullptr))
-      return GetLastError();
-    if (done != bytes) return ERROR_DISK_FULL;
-  }
-  const bool ends = size_of(file) == change.new_length || (move_to(file, change.new_length) && SetEndOfFile(file));
-  return ends ? ERROR_SUCCESS : GetLastError();
+  Holds holds = Holds::kForeign;
+  const DWORD error = undo::examine(file, change, holds);
+  if (error != ERROR_SUCCESS) throw Failure(name, system_error_text(error));
+  return holds;
 }
 
 void change_in_place(const std::string& name, const FileChange& change) {
   OpenFile file = open_existing(name, GENERIC_READ | GENERIC_WRITE);
-  const DWORD error = write_pieces(file, change);
+  const DWORD error = undo::write_pieces(file, change);
   if (error != ERROR_SUCCESS) {
-    const bool is_back = write_pieces(file, change.reversed()) == ERROR_SUCCESS && FlushFileBuffers(file);
+    const bool is_back = undo::write_pieces(file, change.reversed()) == ERROR_SUCCESS && FlushFileBuffers(file);
     if (!is_back && examine(file, name, change) != Holds::kOld) throw HalfChanged(name, system_error_text(error));
     throw Failure(name, "cannot be written: " + system_error_text(error));
   }
@@ -108,7 +73,7 @@ FileChange in_one_piece(const std::string& name, const FileChange& change) {
 /// Whether the pieces and all that moves behind them fit an undo file.
 bool fits_one_piece(const FileChange& change) {
   const uint64_t from = change.replacements.front().offset;
-  return std::max(change.old_length, change.new_length) - from < kMaxUndoBytes / 2 - 4096;
+  return std::max(change.old_length, change.new_length) - from < undo::kMaxBytes / 2 - 4096;
 }
 
 void make(const std::string& name, const FileChange& change) {
@@ -141,8 +106,8 @@ void remove_if_unused(const UndoFile& undo, const std::string& name, const FileC
 void change_file(const LockedInput& input, std::vector<Replacement> replacements, UndoPolicy policy) {
   const std::string& name = input.name();
   const uint64_t length = size_of(open_existing(name, GENERIC_READ));
-  FileChange change = {length, length_after(replacements, length), std::move(replacements)};
-  if (!are_sound(change.replacements, length) || examine(name, change.reversed()) != Holds::kNew)
+  FileChange change = {length, undo::length_after(replacements, length), std::move(replacements)};
+  if (!undo::are_sound(change.replacements, length) || examine(name, change.reversed()) != Holds::kNew)
     throw Failure(name, "another program is changing it");
   if (!change.is_in_place() && !input.can_be_replaced() && fits_one_piece(change)) change = in_one_piece(name, change);
   const UndoFile undo(input);

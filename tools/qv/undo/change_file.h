@@ -3,9 +3,12 @@
 
 #include "tools/qv/failure.h"
 #include "tools/qv/file/disk/locked_input.h"
-#include "tools/qv/undo/file_change.h"
+
+#include "qv/undo.h"
 
 namespace qv::tool {
+
+using undo::Replacement;
 
 enum class UndoPolicy {
   kKeep,      ///< the undo file stays, for undo_change()

@@ -17,8 +17,8 @@ bool UndoFile::exists() const {
 }
 
 void UndoFile::create(const FileChange& change, UndoState state) const try {
-  if (size_in_bytes(change) > kMaxUndoBytes) throw Failure(name_, "so large a change has no undo file");
-  const std::string bytes = to_bytes({state, change});
+  if (undo::size_in_bytes(change) > undo::kMaxBytes) throw Failure(name_, "so large a change has no undo file");
+  const std::string bytes = undo::to_bytes({state, change});
   OutputFile file(name_, OutputFile::Attributes::kPrivate);
   file.append(bytes.data(), static_cast<DWORD>(bytes.size()));
   file.commit(bytes.size());
@@ -34,19 +34,28 @@ UndoRecord UndoFile::read() const {
     throw Failure(name_, "another user can have written it: it is not used");
   const OpenFile file = open_existing(name_, GENERIC_READ);
   const uint64_t size = size_of(file);
-  if (size > kMaxUndoBytes) throw Failure(name_, "is too long for an undo file");
+  if (size > undo::kMaxBytes) throw Failure(name_, "is too long for an undo file");
   std::string bytes(static_cast<size_t>(size), '\0');
   DWORD done = 0;
   if (!ReadFile(file, bytes.data(), static_cast<DWORD>(size), &done, nullptr) || done != size)
     throw Failure(name_, "cannot be read: " + system_error_text(GetLastError()));
-  return undo_record_from(name_, bytes);
+  UndoRecord record;
+  switch (undo::read_record(bytes, record)) {
+  case undo::Trouble::kNone: break;
+  case undo::Trouble::kNoRecord: throw Failure(name_, "is no undo file");
+  case undo::Trouble::kOtherVersion: throw Failure(name_, "is an undo file of another version of qv");
+  case undo::Trouble::kDamaged: throw Failure(name_, "is a damaged undo file");
+  }
+  if (record.is_of_update())
+    throw Failure(name_, "is of an update that was broken off: qv tag --recover finishes it or takes it back");
+  return record;
 }
 
 void UndoFile::set_state(UndoState state) const {
   OpenFile file = open_existing(name_, GENERIC_READ | GENERIC_WRITE);
-  const std::string bytes = state_bytes(state);
+  const std::string bytes = undo::state_bytes(state);
   DWORD done = 0;
-  if (!move_to(file, kUndoStateAt) ||
+  if (!move_to(file, undo::kStateAt) ||
       !WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &done, nullptr) || !FlushFileBuffers(file) ||
       !file.close())
     throw Failure(name_, "cannot be rewritten: " + system_error_text(GetLastError()));

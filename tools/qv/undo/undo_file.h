@@ -4,9 +4,14 @@
 
 #include "tools/qv/failure.h"
 #include "tools/qv/file/disk/locked_input.h"
-#include "tools/qv/undo/undo_record.h"
+
+#include "qv/undo.h"
 
 namespace qv::tool {
+
+using undo::FileChange;
+using UndoRecord = undo::Record;
+using UndoState = undo::State;
 
 /// No undo file could be written. The file that was to be changed is as it was.
 class NoUndoFile : public Failure {
@@ -23,7 +28,8 @@ public:
   bool exists() const;
   /// Writes it, readable by its owner alone, and makes it last. Throws NoUndoFile.
   void create(const FileChange& change, UndoState state) const;
-  /// Throws Failure for one that cannot be read, or that another user can have written.
+  /// Throws Failure for one that cannot be read, that another user can have written, or that is of an update by the
+  /// library: recoverFile() settles those.
   UndoRecord read() const;
   /// Rewrites the state, and makes that last. Throws Failure.
   void set_state(UndoState state) const;

@@ -1,8 +1,8 @@
-#include "tools/qv/undo/file_change.h"
+#include "qv/undo.h"
 
 #include <algorithm>
 
-namespace qv::tool {
+namespace qv::undo {
 
 bool FileChange::is_in_place() const {
   return std::all_of(
@@ -39,4 +39,4 @@ uint64_t length_after(const std::vector<Replacement>& replacements, uint64_t len
   return length;
 }
 
-} // namespace qv::tool
+} // namespace qv::undo
