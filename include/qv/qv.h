@@ -27,5 +27,6 @@
 #include "qv/summary.h"
 #include "qv/text.h"
 #include "qv/time.h"
+#include "qv/undo.h"
 #include "qv/wave_file.h"
 #include "qv/win32.h"
