@@ -48,13 +48,6 @@ Json sampler_json(const Sampler& sampler) {
   return json;
 }
 
-Json id3_json(const Id3Tag& tag) {
-  Json frames = Json::array();
-  for (const Id3Frame& frame : tag.frames)
-    frames.push_back(Json::object({{"id", frame.id}, {"size", frame.size}, {"text", frame.text}}));
-  return Json::object({{"version", tag.version}, {"frames", frames}});
-}
-
 /// Texts and markers, and what else the file has of such things.
 void set_metadata(Json& json, const FileMetadata& metadata) {
   Json summary = Json::object({});
@@ -81,6 +74,13 @@ void set_metadata(Json& json, const FileMetadata& metadata) {
 }
 
 } // namespace
+
+Json id3_json(const Id3Tag& tag) {
+  Json frames = Json::array();
+  for (const Id3Frame& frame : tag.frames)
+    frames.push_back(Json::object({{"id", frame.id}, {"size", frame.size}, {"text", frame.text}}));
+  return Json::object({{"version", tag.version}, {"frames", frames}});
+}
 
 Json info_json(const AudioFile& audio, const FileMetadata& metadata) {
   const _qvwaveformat& format = audio.format();

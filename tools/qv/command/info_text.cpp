@@ -11,25 +11,10 @@ namespace {
 
 constexpr int kTextCapacity = 256;
 
-std::string duration_text(uint64_t duration) {
-  const uint64_t milliseconds = duration / 10'000;
-  char text[48];
-  std::snprintf(text, sizeof text, "%02llu:%02u:%02u.%03u", static_cast<unsigned long long>(milliseconds / 3'600'000),
-                static_cast<unsigned>(milliseconds / 60'000 % 60), static_cast<unsigned>(milliseconds / 1000 % 60),
-                static_cast<unsigned>(milliseconds % 1000));
-  return text;
-}
-
 std::string mask_text(DWORD mask) {
   char text[16];
   std::snprintf(text, sizeof text, "0x%X", static_cast<unsigned>(mask));
   return mask == 0 ? "default" : text;
-}
-
-void print_line(const char* label, const std::string& value) {
-  char line[32];
-  std::snprintf(line, sizeof line, "  %-14s", label);
-  std::cout << line << printable(value) << "\n";
 }
 
 void print_chunk(const ChunkEntry& chunk) {
@@ -72,12 +57,6 @@ void print_sampler(const Sampler& sampler) {
                            (loop.count == 0 ? "for ever" : std::to_string(loop.count) + " times"));
 }
 
-void print_id3(const Id3Tag& tag) {
-  for (const Id3Frame& frame : tag.frames)
-    print_line("id3",
-               frame.id + ": " + (frame.text.empty() ? std::to_string(frame.size) + " bytes" : printable(frame.text)));
-}
-
 void print_metadata(const FileMetadata& metadata) {
   for (const InfoItem& item : metadata.texts.items)
     print_line("summary", printable_code(item.id) + ": " + printable(item.text));
@@ -93,6 +72,27 @@ void print_metadata(const FileMetadata& metadata) {
 }
 
 } // namespace
+
+std::string duration_text(uint64_t duration) {
+  const uint64_t milliseconds = duration / 10'000;
+  char text[48];
+  std::snprintf(text, sizeof text, "%02llu:%02u:%02u.%03u", static_cast<unsigned long long>(milliseconds / 3'600'000),
+                static_cast<unsigned>(milliseconds / 60'000 % 60), static_cast<unsigned>(milliseconds / 1000 % 60),
+                static_cast<unsigned>(milliseconds % 1000));
+  return text;
+}
+
+void print_line(const char* label, const std::string& value) {
+  char line[32];
+  std::snprintf(line, sizeof line, "  %-14s", label);
+  std::cout << line << printable(value) << "\n";
+}
+
+void print_id3(const Id3Tag& tag) {
+  for (const Id3Frame& frame : tag.frames)
+    print_line("id3",
+               frame.id + ": " + (frame.text.empty() ? std::to_string(frame.size) + " bytes" : printable(frame.text)));
+}
 
 std::string sample_type_text(QVSAMPLETYPE type) {
   WCHAR text[kTextCapacity] = {};

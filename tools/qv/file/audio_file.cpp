@@ -3,6 +3,7 @@
 #include "tools/qv/failure.h"
 #include "tools/qv/file/container_readers.h"
 #include "tools/qv/file/samples/sample_coding.h"
+#include "tools/qv/mp4/mp4_file.h"
 #include "tools/qv/repair/header_doubts.h"
 #include "tools/qv/text.h"
 
@@ -54,11 +55,17 @@ bool is_mp3_frame(const std::string& start) {
          rate != 3;
 }
 
+/// The audio of an MP4 file is compressed, and nothing here decodes it.
+void read_mp4(AudioFile& audio) {
+  fail(audio, "it is an MP4 file, whose audio is not decoded; \"qv info\" describes it");
+}
+
 /// The reader of what stands behind a tag of some bytes.
 auto reader_of(const AudioFile& audio, uint64_t tag) {
   const std::string start = characters_at(audio, tag, 4);
   for (const Reader& reader : kReaders)
     if (start.starts_with(reader.magic)) return reader.read;
+  if (is_box_file_start(characters_at(audio, tag, 8))) return read_mp4;
   // What is no container at all is refused by the reader of RIFF.
   return tag != 0 || is_mp3_frame(start) ? read_mp3 : read_riff;
 }

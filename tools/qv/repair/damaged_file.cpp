@@ -2,6 +2,7 @@
 
 #include "tools/qv/failure.h"
 #include "tools/qv/file/disk/disk_file.h"
+#include "tools/qv/mp4/mp4_file.h"
 
 #include <algorithm>
 #include <cstring>
@@ -51,6 +52,7 @@ DamagedFile::DamagedFile(const std::string& name, HANDLE file, std::optional<uin
   layout_ = header_layout(start, name);
   const OtherKind* const other = other_kind(start);
   if (other) refuse(name, other->name);
+  if (is_box_file_start(start)) refuse(name, "an MP4 file");
   if (!layout_) refuse(name, "a " + start.substr(0, 4) + " file of the form \"" + start.substr(8, 4) + "\"");
   // Without its long sizes an RF64 file has none.
   if (layout_->has_long_sizes && wrong_bytes(start.substr(std::min<size_t>(start.size(), 12), 4), "ds64") > 1)
