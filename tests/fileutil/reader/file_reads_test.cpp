@@ -39,8 +39,8 @@ std::string song(size_t samples, size_t media, bool mediaFirst) {
 
 /// What readMeta() takes from the system does not grow with media or tables.
 TEST(BoxReader, ReadsFewBytesForMetadata) {
-  const qv::platform::FileCalls calls = {countedRead, qv::platform::kSystemFileCalls.write,
-                                         qv::platform::kSystemFileCalls.sync, qv::platform::kSystemFileCalls.close};
+  qv::platform::FileCalls calls = qv::platform::kSystemFileCalls;
+  calls.read = countedRead;
   for (const size_t samples : {10u, 100000u})
     for (const size_t media : {1000u, 5000000u})
       for (const bool mediaFirst : {false, true}) {

@@ -1,5 +1,5 @@
 // What qv info says of MP4 files, and that no file of any kind is too much for it.
-#include "tests/cli/mp4_bytes.h"
+#include "tests/cli/mp4/mp4_bytes.h"
 #include "tests/cli/process.h"
 #include "tests/cli/scratch_folder.h"
 #include "tools/qv/failure.h"

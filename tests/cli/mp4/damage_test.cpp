@@ -1,5 +1,5 @@
 // MP4 files that are damaged, or made to do harm: what is left is shown with a warning, and nothing takes long.
-#include "tests/cli/mp4_bytes.h"
+#include "tests/cli/mp4/mp4_bytes.h"
 #include "tests/cli/process.h"
 #include "tests/cli/scratch_folder.h"
 #include "tools/qv/failure.h"

@@ -1,5 +1,5 @@
 // What a sample entry says of a codec, from bytes laid out as the standards have them, and what fragments add.
-#include "tests/cli/mp4_bytes.h"
+#include "tests/cli/mp4/mp4_bytes.h"
 #include "tests/cli/scratch_folder.h"
 #include "tools/qv/mp4/codec_names.h"
 #include "tools/qv/mp4/mp4_summary.h"
