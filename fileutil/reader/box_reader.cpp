@@ -62,7 +62,6 @@ Boxes* BoxReader::readAll(Mode mode) {
 }
 
 uint64_t BoxReader::readBoxes(Boxes* list, uint64_t limit) {
-  const bool endIsKnown = limit != DataHandler::kUnknownLength;
   const uint64_t start = bytesRead_;
   limit = std::min(limit, kMost - start);
   const Temporarily tooDeep(isTooDeep_, false);
@@ -79,7 +78,7 @@ uint64_t BoxReader::readBoxes(Boxes* list, uint64_t limit) {
     isTooDeep_ = true;
   }
   if (isTooDeep_) list->isLimited = true;
-  list->tailSize = endIsKnown ? limit - total : bytesRead_ - start - total;
+  list->tailSize = (limit < kMost - start ? limit : bytesRead_ - start) - total;
   return total;
 }
 
@@ -109,7 +108,7 @@ IBox* BoxReader::readBox(uint64_t limit) {
 void BoxReader::leaveBox(IBox& box, uint64_t end) {
   if (bytesRead_ < end) skip(end - bytesRead_);
   box.bytesRead() = bytesRead_ - box.position();
-  if (hasEnded_ && source_->length() == DataHandler::kUnknownLength) box.setSize(box.bytesRead());
+  if (endTellsLength()) box.setSize(box.bytesRead());
 }
 
 /// False where no header is left; the bytes that the source had of one are counted all the same.
@@ -195,7 +194,13 @@ void BoxReader::readChildren(IContainerBox* box, Place place) {
   if (box->size() <= box->bytesRead()) return;
   const Temporarily deeper(depth_, depth_ + 1);
   const Temporarily inside(place_, place);
-  box->bytesRead() += readBoxes(&box->children(), box->size() - box->bytesRead());
+  const uint64_t begin = bytesRead_;
+  const uint64_t room = box->size() - box->bytesRead();
+  const uint64_t used = readBoxes(&box->children(), room);
+  box->bytesRead() += used;
+  // The tail is passed over here already, to learn whether it is there.
+  if (bytesRead_ - begin < room) skip(room - (bytesRead_ - begin));
+  if (endTellsLength()) box->children().tailSize = bytesRead_ - begin - used;
 }
 
 void BoxReader::visitContainer(IContainerBox* box) {

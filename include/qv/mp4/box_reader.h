@@ -109,6 +109,8 @@ private:
   uint64_t fetch(void* to, uint64_t bytes);
   uint64_t skip(uint64_t bytes);
   size_t peek(size_t bytes);
+  /// Only by its end is it known how long the source is.
+  bool endTellsLength() const { return hasEnded_ && source_->length() == DataHandler::kUnknownLength; }
   bool isAtEnd() const { return hasEnded_ && aheadCount_ == 0; }
 
   void readDescriptor(DescriptorBox* box);

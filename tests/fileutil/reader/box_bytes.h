@@ -41,6 +41,9 @@ inline std::string lying(const std::string& type, uint64_t size, const std::stri
   return be32(size) + type + payload;
 }
 
+/// By value: a constant of an exported class has no address on Windows.
+inline constexpr uint64_t kUnknown = DataHandler::kUnknownLength;
+
 using ReadFunction = Boxes* (BoxReader::*)();
 struct ReadMode {
   const char* name;

@@ -156,7 +156,7 @@ TEST(BoxReader, ReadsPartsOfASource) {
   EXPECT_EQ(Describe::list(list), "free udta() moov()+4");
   reader.incBytesRead(list.front(), 100);
   EXPECT_EQ(list.front()->bytesRead(), 109u);
-  EXPECT_EQ(reader.readBoxes(&list, DataHandler::kUnknownLength), 8u);
+  EXPECT_EQ(reader.readBoxes(&list, kUnknown), 8u);
   EXPECT_EQ(list.back()->position(), 9u + 8 + 8 + 100);
   EXPECT_EQ(reader.readBoxes(&list, 8), 0u);
 }

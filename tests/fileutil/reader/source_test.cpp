@@ -59,7 +59,7 @@ TEST(FileStream, SaysWhatItCannotOpen) {
   const ScratchPath missing("missing");
   ifstream in;
   EXPECT_FALSE(in.is_open());
-  EXPECT_EQ(in.length(), DataHandler::kUnknownLength);
+  EXPECT_EQ(in.length(), kUnknown);
   EXPECT_EQ(in.get(), EOF);
   in.open(missing.text().c_str());
   EXPECT_TRUE(in.fail());
@@ -91,14 +91,14 @@ TEST(DataHandler, AllGiveTheSame) {
   Pipe endless(bytes);
   std::istream lengthless(&endless);
   BoxReader readers[] = {BoxReader(file), BoxReader(memory, bytes.size()), BoxReader(piped, bytes.size()),
-                         BoxReader(lengthless, DataHandler::kUnknownLength)};
+                         BoxReader(lengthless, kUnknown)};
   for (BoxReader& reader : readers) {
     const std::unique_ptr<Boxes> boxes(reader.readMeta());
     EXPECT_EQ(Describe::list(*boxes), expected);
     EXPECT_FALSE(reader.isCutShort());
   }
   EXPECT_EQ(readers[0].in().length(), bytes.size());
-  EXPECT_EQ(readers[3].in().length(), DataHandler::kUnknownLength);
+  EXPECT_EQ(readers[3].in().length(), kUnknown);
   EXPECT_TRUE(readers[0].in().rewind());
   EXPECT_EQ(file.tellg(), 3);
   EXPECT_FALSE(readers[2].in().rewind());
