@@ -1,25 +1,9 @@
-// What is measured, and where its files are.
+// What is measured.
 #pragma once
 
-#include <filesystem>
-#include <string>
+#include "bench/scratch_folder.h"
 
 namespace bench {
-
-/// In memory, where there is such a folder, so that no disk is measured. Removed at the end.
-class ScratchFolder {
-public:
-  ScratchFolder() { std::filesystem::create_directory(path_); }
-  ~ScratchFolder() { std::filesystem::remove_all(path_); }
-  ScratchFolder(const ScratchFolder&) = delete;
-  ScratchFolder& operator=(const ScratchFolder&) = delete;
-  std::filesystem::path file(const std::string& name) const { return path_ / name; }
-
-private:
-  const std::filesystem::path path_ =
-      (std::filesystem::exists("/dev/shm") ? "/dev/shm" : std::filesystem::temp_directory_path()) /
-      ("qv-bench-" + std::to_string(std::filesystem::file_time_type::clock::now().time_since_epoch().count()));
-};
 
 /// Walking to the last of 50 chunks.
 void add_walk(const ScratchFolder& folder);
