@@ -218,29 +218,53 @@ void BoxReader::incBytesRead(IBox* box, uint64_t bytes) {
 
 /// Takes bytes that lie ahead first. Counts what it got.
 uint64_t BoxReader::fetch(void* to, uint64_t bytes) {
-  const size_t kept = static_cast<size_t>(std::min<uint64_t>(aheadCount_, bytes));
-  std::memcpy(to, ahead_.data(), kept);
-  std::copy(ahead_.begin() + kept, ahead_.begin() + aheadCount_, ahead_.begin());
-  aheadCount_ -= kept;
+  const uint64_t kept = takeAhead(to, bytes);
   uint64_t got = kept;
-  if (kept < bytes && !hasEnded_) {
-    try {
-      std::istream& in = source_->in();
-      in.read(static_cast<char*>(to) + kept, static_cast<std::streamsize>(bytes - kept));
-      got += static_cast<uint64_t>(in.gcount());
-    } catch (...) { // how far it came is not known: nothing more is read
-      hasEnded_ = true;
-    }
-  }
+  if (kept < bytes && !hasEnded_) got += readStream(static_cast<char*>(to) + kept, bytes - kept);
   if (got < bytes) hasEnded_ = true;
   bytesRead_ += got;
   return got;
 }
 
-uint64_t BoxReader::skip(uint64_t bytes) {
+namespace {
+
+void markBad(std::istream& in) {
+  try {
+    in.setstate(std::ios::badbit);
+  } catch (...) { // the state is set all the same
+  }
+}
+
+} // namespace
+
+/// Without a stream's own functions, which take as long again. The stream's state is what it would be with them.
+uint64_t BoxReader::readStream(char* to, uint64_t bytes) {
+  std::istream& in = source_->in();
+  uint64_t got = 0;
+  try {
+    if (!in.good()) return 0;
+    got = static_cast<uint64_t>(in.rdbuf()->sgetn(to, static_cast<std::streamsize>(bytes)));
+    if (got < bytes) in.setstate(std::ios::eofbit | std::ios::failbit);
+    return got;
+  } catch (...) { // of the buffer, or of a stream that throws what its state is
+    hasEnded_ = true;
+    if (in.good()) markBad(in);
+    return got;
+  }
+}
+
+/// How many there were. `to` may be null.
+uint64_t BoxReader::takeAhead(void* to, uint64_t bytes) {
+  if (aheadCount_ == 0) return 0;
   const size_t kept = static_cast<size_t>(std::min<uint64_t>(aheadCount_, bytes));
+  if (to != nullptr) std::memcpy(to, ahead_.data(), kept);
   std::copy(ahead_.begin() + kept, ahead_.begin() + aheadCount_, ahead_.begin());
   aheadCount_ -= kept;
+  return kept;
+}
+
+uint64_t BoxReader::skip(uint64_t bytes) {
+  const uint64_t kept = takeAhead(nullptr, bytes);
   uint64_t done = kept;
   try {
     if (kept < bytes && !hasEnded_) done += source_->skip(bytes - kept);

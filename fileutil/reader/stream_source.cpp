@@ -13,9 +13,14 @@ std::streamoff seek(std::istream& in, std::streamoff offset, std::ios_base::seek
   return std::streamoff(in.rdbuf()->pubseekoff(offset, from, std::ios_base::in));
 }
 
+bool isBuffered(std::istream& in, uint64_t bytes) {
+  const std::streamsize buffered = in.rdbuf()->in_avail();
+  return buffered >= 0 && bytes <= static_cast<uint64_t>(buffered);
+}
+
 } // namespace
 
-StreamSource::StreamSource(std::istream& in) : in_(&in) {
+StreamSource::StreamSource(std::istream& in, bool seeksFreely) : in_(&in), seeksFreely_(seeksFreely) {
   if (!in.good() || in.rdbuf() == nullptr) return;
   const std::streamoff begin = seek(in, 0, std::ios_base::cur);
   if (begin == kNowhere) return;
@@ -27,8 +32,7 @@ StreamSource::StreamSource(std::istream& in) : in_(&in) {
 
 uint64_t StreamSource::skip(uint64_t bytes) {
   if (!in_->good()) return 0;
-  const std::streamsize buffered = in_->rdbuf()->in_avail();
-  if (begin_ == kNowhere || (buffered >= 0 && bytes <= static_cast<uint64_t>(buffered))) return readOver(bytes);
+  if (begin_ == kNowhere || (!seeksFreely_ && isBuffered(*in_, bytes))) return readOver(bytes);
   const uint64_t wanted = std::min(bytes, available_);
   const std::streamoff position = seek(*in_, static_cast<std::streamoff>(wanted), std::ios_base::cur);
   if (position == kNowhere) return readOver(bytes);

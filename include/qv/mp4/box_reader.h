@@ -107,6 +107,8 @@ private:
   void readChildren(IContainerBox* box, Place place);
 
   uint64_t fetch(void* to, uint64_t bytes);
+  uint64_t readStream(char* to, uint64_t bytes);
+  uint64_t takeAhead(void* to, uint64_t bytes);
   uint64_t skip(uint64_t bytes);
   size_t peek(size_t bytes);
   /// Only by its end is it known how long the source is.

@@ -61,14 +61,16 @@ public:
   bool rewind() override;
 
 protected:
-  /// Finds out whether the stream can seek, and where it ends.
-  explicit StreamSource(std::istream& in);
+  /// Finds out whether the stream can seek, and where it ends. `seeksFreely`: a seek costs nothing and keeps the
+  /// buffer, so that no other way of skipping is better.
+  explicit StreamSource(std::istream& in, bool seeksFreely = false);
   /// Bytes from where it began to its end; kUnknownLength where it cannot seek.
   uint64_t available() const { return available_; }
 
 private:
   uint64_t readOver(uint64_t bytes);
   std::istream* in_;
+  bool seeksFreely_;
   std::streamoff begin_ = -1; ///< -1: it cannot seek
   uint64_t available_ = kUnknownLength;
 };
@@ -83,7 +85,7 @@ protected:
 /// A file of its own, opened by path. Where it cannot be opened the stream has failbit and every read finds nothing.
 class QV_API FileHandler : private OwnedFile, public StreamSource {
 public:
-  explicit FileHandler(const WCHAR* path) : OwnedFile(path), StreamSource(file_) {}
+  explicit FileHandler(const WCHAR* path) : OwnedFile(path), StreamSource(file_, true) {}
   uint64_t length() const override { return available(); }
 };
 

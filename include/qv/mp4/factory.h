@@ -5,8 +5,9 @@
 
 #include "qv/mp4/boxes.h"
 
-#include <map>
+#include <algorithm>
 #include <memory>
+#include <vector>
 
 namespace fileutil {
 
@@ -33,7 +34,7 @@ inline void giveKey(UnknownItemBox& box, FourCC key) { box.setType(key); }
 inline void giveKey(UnknownDataBox& box, uint32_t key) { box.indicator = key; }
 inline void giveKey(UnknownGuidBox& box, const GUID& key) { box.extendedType = key; }
 
-/// Holds a prototype for each key; a key that has none gives an `Unknown`, which is told the key.
+/// Holds a prototype for each key, by key; a key that has none gives an `Unknown`, which is told the key.
 template <class Key, class Product, class Unknown, class Compare>
 class Factory : public IFactory<Key, Product> {
 public:
@@ -41,18 +42,34 @@ public:
   template <class Box>
   void add(std::unique_ptr<Box> prototype) {
     const Key key = keyOf(*prototype);
-    prototypes_[key] = std::move(prototype);
+    const auto at = place(key);
+    if (at != prototypes_.end() && !Compare()(key, at->first))
+      prototypes_[static_cast<size_t>(at - prototypes_.begin())].second = std::move(prototype);
+    else
+      prototypes_.emplace(at, key, std::move(prototype));
   }
-  bool knows(const Key& key) const { return prototypes_.contains(key); }
+  bool knows(const Key& key) const { return find(key) != nullptr; }
   Product* create(const Key& key) const override {
-    if (const auto found = prototypes_.find(key); found != prototypes_.end()) return found->second->create();
+    if (const Product* const prototype = find(key)) return prototype->create();
     auto* const unknown = new Unknown;
     giveKey(*unknown, key);
     return unknown;
   }
 
 private:
-  std::map<Key, std::unique_ptr<Product>, Compare> prototypes_;
+  using Row = std::pair<Key, std::unique_ptr<Product>>;
+
+  typename std::vector<Row>::const_iterator place(const Key& key) const {
+    return std::lower_bound(
+        prototypes_.begin(), prototypes_.end(), key,
+        [](const Row& row, const Key& wanted) { return Compare()(row.first, wanted); });
+  }
+  const Product* find(const Key& key) const {
+    const auto at = place(key);
+    return at == prototypes_.end() || Compare()(key, at->first) ? nullptr : at->second.get();
+  }
+
+  std::vector<Row> prototypes_; ///< in the order of their keys
 };
 
 using TypeFactory = Factory<FourCC, IBox, UnknownBox, FourCCCmp>;
