@@ -83,7 +83,8 @@ private:
   bool find_frame();
   Found look(bool follows_another);
   void skip_gap();
-  bool is_confirmed(const AdtsHeader& header);
+  std::optional<AdtsHeader> confirmed_header(size_t offset);
+  bool holds_another(const AdtsHeader& header);
   bool split(const AdtsHeader& header);
   void check(const AdtsHeader& header) const;
 

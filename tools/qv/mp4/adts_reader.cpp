@@ -61,12 +61,26 @@ bool AdtsReader::skip_tag() {
   return true;
 }
 
-/// Whether a frame of the same format, or the end, follows that of the header, which begins here.
-bool AdtsReader::is_confirmed(const AdtsHeader& header) {
-  if (!have(header.frame_bytes)) return false;
-  if (!have(header.frame_bytes + AdtsHeader::kBytes)) return end_ - begin_ == header.frame_bytes;
-  const auto following = read_adts_header(at() + header.frame_bytes);
-  return following && following->format == header.format;
+/// The header `offset` bytes from here, where a frame of the same format, or the end, follows its frame.
+std::optional<AdtsHeader> AdtsReader::confirmed_header(size_t offset) {
+  if (!have(offset + AdtsHeader::kBytes)) return std::nullopt;
+  const auto header = read_adts_header(at() + offset);
+  if (!header) return std::nullopt;
+  const size_t end = offset + header->frame_bytes;
+  if (!have(end + AdtsHeader::kBytes)) return end_ - begin_ == end ? header : std::nullopt;
+  const auto following = read_adts_header(at() + end);
+  return following && following->format == header->format ? header : std::nullopt;
+}
+
+/// Whether another frame of the stream begins inside that of the header: its end has been lost.
+bool AdtsReader::holds_another(const AdtsHeader& header) {
+  have(header.frame_bytes);
+  for (size_t offset = 1; offset < header.frame_bytes && offset < end_ - begin_; ++offset) {
+    if (at()[offset] != 0xFF) continue;
+    const auto inner = confirmed_header(offset);
+    if (inner && inner->format == header.format) return true;
+  }
+  return false;
 }
 
 /// Finds the blocks of the frame that begins here and is whole. False where their positions are not possible.
@@ -103,19 +117,18 @@ void AdtsReader::check(const AdtsHeader& header) const {
     throw Failure(name_, place + "a frame has several blocks of audio without their positions, which is not supported");
 }
 
-/// What begins here. What follows another frame is believed, unless it would end the work.
+/// What begins here. What follows another frame is believed, unless it would end the work or hides another frame.
 AdtsReader::Found AdtsReader::look(bool follows_another) {
   if (!have(AdtsHeader::kBytes)) return Found::kNothing;
   const auto header = read_adts_header(at());
   if (!header) return Found::kNothing;
   const bool is_usual = header->format.channel_configuration != 0 && (!format_ || header->format == *format_) &&
                         (header->blocks == 1 || header->has_check_sums);
-  if (follows_another && is_usual) {
+  if (!confirmed_header(0)) {
+    if (!follows_another || !is_usual || holds_another(*header)) return Found::kNothing;
     if (!have(header->frame_bytes)) return Found::kCutFrame;
-  } else {
-    if (!is_confirmed(*header)) return Found::kNothing;
-    check(*header);
   }
+  check(*header);
   if (!split(*header)) return Found::kNothing;
   format_ = header->format;
   return Found::kFrame;

@@ -4,6 +4,7 @@
 #include "tools/qv/file/disk/output_file.h"
 
 #include <exception>
+#include <ios>
 #include <streambuf>
 #include <vector>
 
