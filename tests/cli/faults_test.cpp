@@ -1,6 +1,7 @@
 // Every command that reads or writes files, with every read, write, sync, rename, close, open, truncation and removal
 // of its files failing, cut short or deadly: a file is as it was or as it should be, one line says so, and the next run
 // clears up.
+#include "tests/cli/mp4/adts_bytes.h"
 #include "tests/cli/process.h"
 #include "tests/cli/scratch_folder.h"
 #include "tests/cli/wave_bytes.h"
@@ -35,6 +36,7 @@ const Fault kFaults[] = {
 const Bytes kTake = wave({1, 1, 48000, 16}, Bytes(6000, 'a'));
 const Bytes kTorn = with(kTake, 40, u32(0));
 const Bytes kHeaderless(4000, 'a');
+const Bytes kStream = adts_frame({Bytes(3000, 'a')}) + adts_frame({Bytes(3000, 'b')});
 const Bytes kTornTwice = with(with(kTake, 22, u16(0)), 40, u32(0));
 
 const Arguments kEditor = {"--app", "Editor", "--app-version", "1.2"};
@@ -60,6 +62,7 @@ const Case kCases[] = {
     {{"convert", "IN", "OUT.aiff"}},
     {{"convert", "IN", "OUT.flac"}},
     {{"convert", "OUT.flac", "OUT.wav"}, {{"IN", kTake}}, {"convert", "IN", "OUT.flac"}},
+    {{"mux", "IN", "OUT.m4a"}, {{"IN", kStream}, {"OUT.m4a", "old"}}},
     {{"filter", "IN", "OUT", "--type", "lowpass", "--response", "RESPONSE.csv"}},
     {{"tag", "IN", "INAM=take"}},
     {{"tag", "IN", "INAM=take"}, {{"IN", kTake}}, {}, "LINK"},
