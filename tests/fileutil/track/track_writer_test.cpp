@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <random>
 
 using namespace fileutil;
 using fileutil_test::Beginning;
