@@ -14,6 +14,22 @@ constexpr uint32_t kMovieTimescale = 600;
 
 uint32_t in_32_bits(uint64_t duration) { return static_cast<uint32_t>(std::min<uint64_t>(duration, UINT32_MAX)); }
 
+/// Makes it one of version 1, whose times have 64 bits (ISO/IEC 14496-12, clause 8.4.2).
+void widen(MediaHeaderBox& header, uint64_t duration) {
+  header.versionFlags[0] = 1;
+  header.payload.clear();
+  const auto append = [&](uint64_t value, unsigned bytes) {
+    while (bytes-- != 0)
+      header.payload.push_back(static_cast<uint8_t>(value >> 8 * bytes & 0xFF));
+  };
+  append(header.creationTime, 8);
+  append(header.modificationTime, 8);
+  append(header.timescale, 4);
+  append(duration, 8);
+  append(header.language, 2);
+  append(header.preDefined, 2);
+}
+
 } // namespace
 
 TrackWriter::TrackWriter(Boxes* tree, std::ofstream& out, uint64_t headerReserve)
@@ -122,6 +138,7 @@ void TrackWriter::setDurations() {
   const uint32_t rate = mpeg4AudioSampleEntry->sampleRate >> 16;
   if (rate != 0) mediaHeaderBox->timescale = rate;
   mediaHeaderBox->duration = in_32_bits(totalDuration_);
+  if (totalDuration_ > UINT32_MAX) widen(*mediaHeaderBox, totalDuration_);
 
   movieHeaderBox->timescale = kMovieTimescale;
   const uint64_t timescale = mediaHeaderBox->timescale;

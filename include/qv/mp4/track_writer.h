@@ -57,7 +57,8 @@ public:
   /// then as they were. The duration counts in close() all the same.
   HRESULT writeSamples(const std::vector<char>& bytes, uint32_t duration) override;
   /// Sets what depends on all samples: sizes, durations, timescales. Where the DecoderConfigDescriptor has no bit rates
-  /// or buffer size, they are those of the samples. A duration that does not fit 32 bits is all ones: unknown.
+  /// or buffer size, they are those of the samples. A duration of 2^32 or more makes "mdhd" one of version 1, whose
+  /// payload has it; a movie that long, of 82 days, has all ones: unknown.
   void close() override;
 
   using BoxVisitor::visit;

@@ -1,3 +1,4 @@
+#include "tests/fileutil/bytes.h"
 #include "tests/fileutil/track/track_file.h"
 
 #include "qv/mp4/track_writer.h"
@@ -123,11 +124,25 @@ TEST(TrackWriter, SetsDurationsAndTimescales) {
     track.writer.close();
     EXPECT_EQ(track.box<MediaHeaderBox>().timescale, row.timescale);
     EXPECT_EQ(track.box<MediaHeaderBox>().duration, row.media);
+    EXPECT_EQ(track.box<MediaHeaderBox>().version(), row.media == UINT32_MAX ? 1 : 0);
     EXPECT_EQ(track.box<MovieHeaderBox>().timescale, 600u);
     EXPECT_EQ(track.box<MovieHeaderBox>().duration, row.movie);
     EXPECT_EQ(track.box<TrackHeaderBox>().duration, row.movie);
     EXPECT_EQ(track.box<TrackHeaderBox>().trackId, 1u);
   }
+}
+
+TEST(TrackWriter, ALongDurationHasAHeaderOfVersion1) {
+  Track track(tree_for(8000), 2000);
+  track.box<MediaHeaderBox>().creationTime = 0x01020304;
+  for (int k = 0; k < 3; ++k)
+    track.add(1, 0x60000000);
+  ASSERT_EQ(track.finish(), S_OK);
+  const std::string& file = track.file.bytes();
+  const size_t at = file.find("mdhd");
+  ASSERT_NE(at, std::string::npos);
+  EXPECT_EQ(file.substr(at - 4, 44), fileutil_test::hex("0000002C 'mdhd' 01000000 0000000001020304 0000000000000000"
+                                                        "00001F40 0000000120000000 55C4 0000"));
 }
 
 TEST(TrackWriter, DescribesTheStream) {
