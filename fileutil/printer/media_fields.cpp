@@ -34,6 +34,12 @@ struct LongTimes {
   uint64_t duration;
 };
 
+/// Another version than 0 and 1, or too short for its fields.
+template <class Box>
+bool isOfNoKnownForm(const Box* box) {
+  return box->version() > 1 || (box->version() == 0 && !box->payload.empty());
+}
+
 } // namespace
 
 void BoxPrinter::visit(FileTypeBox* box) {
@@ -49,7 +55,7 @@ void BoxPrinter::visit(MovieHeaderBox* box) {
   versionFlags(box->versionFlags);
   const bool isLong = box->version() == 1;
   const LongTimes times(box->payload, 4);
-  if (box->version() > 1) return field("payload", std::span<const uint8_t>(box->payload));
+  if (isOfNoKnownForm(box)) return field("payload", std::span<const uint8_t>(box->payload));
   number("creation_time", isLong ? times.creation : box->creationTime);
   number("modification_time", isLong ? times.modification : box->modificationTime);
   number("timescale", isLong ? times.first : box->timescale);
@@ -65,7 +71,7 @@ void BoxPrinter::visit(TrackHeaderBox* box) {
   versionFlags(box->versionFlags);
   const bool isLong = box->version() == 1;
   const LongTimes times(box->payload, 8);
-  if (box->version() > 1) return field("payload", std::span<const uint8_t>(box->payload));
+  if (isOfNoKnownForm(box)) return field("payload", std::span<const uint8_t>(box->payload));
   number("creation_time", isLong ? times.creation : box->creationTime);
   number("modification_time", isLong ? times.modification : box->modificationTime);
   number("track_id", isLong ? times.first : box->trackId);
@@ -83,7 +89,7 @@ void BoxPrinter::visit(MediaHeaderBox* box) {
   versionFlags(box->versionFlags);
   const bool isLong = box->version() == 1;
   const LongTimes times(box->payload, 4);
-  if (box->version() > 1) return field("payload", std::span<const uint8_t>(box->payload));
+  if (isOfNoKnownForm(box)) return field("payload", std::span<const uint8_t>(box->payload));
   number("creation_time", isLong ? times.creation : box->creationTime);
   number("modification_time", isLong ? times.modification : box->modificationTime);
   number("timescale", isLong ? times.first : box->timescale);

@@ -13,21 +13,21 @@ void BoxWriter::visit(FileTypeBox* box) {
 }
 
 void BoxWriter::visit(MovieHeaderBox* box) {
-  if (box->version() != 0) return writeBytes(fieldBytes(box->versionFlags, box->payload));
+  if (holdsBytes(box)) return writeBytes(fieldBytes(box->versionFlags, box->payload));
   writeBytes(fieldBytes(box->versionFlags, box->creationTime, box->modificationTime, box->timescale, box->duration,
                         box->rate, box->volume, box->reserved, box->reservedWords, box->matrix, box->preDefined,
                         box->nextTrackId));
 }
 
 void BoxWriter::visit(TrackHeaderBox* box) {
-  if (box->version() != 0) return writeBytes(fieldBytes(box->versionFlags, box->payload));
+  if (holdsBytes(box)) return writeBytes(fieldBytes(box->versionFlags, box->payload));
   writeBytes(fieldBytes(box->versionFlags, box->creationTime, box->modificationTime, box->trackId, box->reserved,
                         box->duration, box->reservedWords, box->layer, box->alternateGroup, box->volume,
                         box->reservedAfterVolume, box->matrix, box->width, box->height));
 }
 
 void BoxWriter::visit(MediaHeaderBox* box) {
-  if (box->version() != 0) return writeBytes(fieldBytes(box->versionFlags, box->payload));
+  if (holdsBytes(box)) return writeBytes(fieldBytes(box->versionFlags, box->payload));
   writeBytes(fieldBytes(box->versionFlags, box->creationTime, box->modificationTime, box->timescale, box->duration,
                         box->language, box->preDefined));
 }
@@ -78,7 +78,8 @@ void BoxWriter::visit(SampleDescriptionBox* box) {
 
 void BoxWriter::visit(Mpeg4AudioSampleEntry* box) {
   writeBytes(fieldBytes(box->reserved, box->dataReferenceIndex, box->reservedForSound, box->channelCount,
-                        box->sampleSize, box->preDefined, box->reservedAfterSize, box->sampleRate));
+                        box->sampleSize, box->preDefined, box->reservedAfterSize, box->sampleRate,
+                        box->quickTimeFields));
   visitContainer(box);
 }
 

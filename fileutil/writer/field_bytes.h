@@ -51,6 +51,13 @@ inline void append(Bytes& to, const GUID& field) {
   to.insert(to.end(), std::begin(field.Data4), std::end(field.Data4));
 }
 
+/// Whether a header with times is the bytes that it was read with: of another version than 0, or too short for its
+/// fields.
+template <class Box>
+bool holdsBytes(const Box* box) {
+  return box->version() != 0 || !box->payload.empty();
+}
+
 template <class... Fields>
 Bytes fieldBytes(const Fields&... fields) {
   Bytes bytes;

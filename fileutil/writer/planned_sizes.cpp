@@ -1,4 +1,6 @@
 // How long PrepareWrite plans the payload of each class: as many bytes as BoxWriter writes.
+#include "fileutil/writer/field_bytes.h"
+
 #include "qv/mp4/prepare_write.h"
 
 #include <algorithm>
@@ -9,10 +11,9 @@ namespace {
 
 constexpr uint64_t kVersionFlags = 4;
 
-/// A header with times keeps its payload as bytes where it has another version than 0, the one with fields.
 template <class Box>
 uint64_t timedHeader(const Box* box, uint64_t fields) {
-  return kVersionFlags + (box->version() != 0 ? box->payload.size() : fields);
+  return kVersionFlags + (holdsBytes(box) ? box->payload.size() : fields);
 }
 
 } // namespace
@@ -38,7 +39,7 @@ void PrepareWrite::visit(ChunkLargeOffsetBox* box) { planLeaf(box, 8 + 8 * uint6
 void PrepareWrite::visit(MetaBox* box) { planContainer(box, kVersionFlags); }
 void PrepareWrite::visit(SampleDescriptionBox* box) { planContainer(box, kVersionFlags + 4); }
 void PrepareWrite::visit(DataReferenceBox* box) { planContainer(box, kVersionFlags + 4); }
-void PrepareWrite::visit(Mpeg4AudioSampleEntry* box) { planContainer(box, 28); }
+void PrepareWrite::visit(Mpeg4AudioSampleEntry* box) { planContainer(box, 28 + box->quickTimeFields.size()); }
 void PrepareWrite::visit(UserSpecificMetaData* box) { planContainer(box, sizeof(GUID)); }
 void PrepareWrite::visit(MetaDataContainerBox* box) { planContainer(box, sizeof(GUID)); }
 

@@ -94,6 +94,8 @@ std::vector<Row> rows() {
          box.payload = bytesOf("new");
        }),
        "mvhd(version=2 flags=0 payload=<new> )"},
+      {made<MovieHeaderBox>([](auto& box) { box.payload = bytesOf("too short"); }),
+       "mvhd(version=0 flags=0 payload=<too short> )"},
       {made<TrackHeaderBox>([](auto& box) {
          box.creationTime = 1;
          box.modificationTime = 2;

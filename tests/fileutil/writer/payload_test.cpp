@@ -78,6 +78,8 @@ std::vector<Row> rows() {
          box.height = (240 << 16) + 0x8000;
        }),
        kTrackHeader.c_str()},
+      {made<MovieHeaderBox>([](auto& box) { box.payload = bytesOf("too short"); }),
+       "00 00 00 15 'mvhd' 4*00 'too short'"},
       {made<TrackHeaderBox>([](auto& box) {
          box.versionFlags = {1, 0, 0, 7};
          box.payload = bytesOf("x");
@@ -118,11 +120,12 @@ std::vector<Row> rows() {
            entry.preDefined = 0x1234;
            entry.reservedAfterSize = 0x5678;
            entry.sampleRate = 44100U << 16;
+           entry.quickTimeFields = bytesOf("Q");
            entry.children().push_back(made<FreeBox>([](auto& room) { room.setSize(9); }));
          }));
        }),
-       "00 00 00 3D 'stsd' 4*00 00 00 00 01 00 00 00 2D 'mp4a' 01 02 03 04 05 06 00 07 08 09 0A 0B 0C 0D 0E 0F "
-       "00 02 00 10 12 34 56 78 AC 44 00 00 00 00 00 09 'free' 00"},
+       "00 00 00 3E 'stsd' 4*00 00 00 00 01 00 00 00 2E 'mp4a' 01 02 03 04 05 06 00 07 08 09 0A 0B 0C 0D 0E 0F "
+       "00 02 00 10 12 34 56 78 AC 44 00 00 'Q' 00 00 00 09 'free' 00"},
       {made<TimeToSampleBox>([](auto& box) {
          box.entries = {{1, 1024}, {0x01020304, 5}};
        }),
