@@ -5,6 +5,7 @@
 #include "qv/mp4/box_printer.h"
 
 #include <algorithm>
+#include <concepts>
 #include <iostream>
 #include <vector>
 
@@ -21,9 +22,9 @@ public:
     std::cout << (levels_.back().is_empty ? "\n" : ",\n") << std::string(2 * levels_.size(), ' ');
     levels_.back().is_empty = false;
   }
-  void member(const std::string& name) {
+  void member(const char* name) {
     item();
-    std::cout << Json(name).dump() << ": ";
+    std::cout << '"' << name << "\": "; // a name of ours, which needs no escapes
   }
   /// `what` is the caller's name for it.
   void open(char bracket, int what) {
@@ -123,12 +124,14 @@ private:
     if (json_.is_in(kParts)) json_.close();
   }
 
-  void member(const char* name, const Json& value) {
+  void member(const char* name, const auto& value) {
     json_.member(name);
-    std::cout << value.dump();
+    print(value);
   }
 
-  void print(const auto& value) { std::cout << Json(value).dump(); }
+  void print(const std::string& text) { std::cout << Json(text).dump(); }
+  void print(double value) { std::cout << Json(value).dump(); }
+  void print(const std::integral auto& number) { std::cout << number; }
 
   void print(std::span<const uint8_t> bytes) {
     json_.open('{', kPart);
