@@ -4,7 +4,6 @@
 #include "qv/mp4/boxes.h"
 
 #include <functional>
-#include <string>
 
 namespace fileutil_test {
 
@@ -15,7 +14,5 @@ Box* made(const std::function<void(Box&)>& set) {
   set(*box);
   return box;
 }
-
-inline fileutil::Bytes bytesOf(const std::string& text) { return {text.begin(), text.end()}; }
 
 } // namespace fileutil_test

@@ -1,4 +1,5 @@
 // qv boxes: what it shows of a file, warns of and writes.
+#include "tests/cli/mp4/mp4_bytes.h"
 #include "tests/cli/process.h"
 #include "tests/cli/scratch_folder.h"
 #include "tests/fileutil/bytes.h"
@@ -6,40 +7,28 @@
 #include <gtest/gtest.h>
 
 using namespace cli_test;
+using namespace cli_test::mp4;
 using fileutil_test::hex;
 using Json = nlohmann::json;
 
 namespace {
 
-std::string number(uint64_t value, int bytes = 4) {
-  std::string text;
-  for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8)
-    text += static_cast<char>(value >> shift);
-  return text;
-}
+std::string data(int type, const std::string& value) { return box("data", u32(type & 0xFF) + u32(0) + value); }
 
-std::string box(const std::string& type, const std::string& payload) {
-  return number(8 + payload.size()) + type + payload;
-}
-
-std::string data(int type, const std::string& value) { return box("data", number(type & 0xFF) + number(0) + value); }
-
-std::string item(const std::string& type, const std::string& child) { return box(type, child); }
-
-const std::string kFileType = box("ftyp", "M4A " + number(0x200) + "isom");
+const std::string kFileType = box("ftyp", "M4A " + u32(0x200) + "isom");
 const std::string kPicture = "\xFF\xD8 a picture " + std::string(300, 'p');
 const std::string kTable = box(
-    "stco", number(0) + number(11) + [] {
+    "stco", u32(0) + u32(11) + [] {
       std::string offsets;
       for (unsigned k = 0; k < 11; ++k)
-        offsets += number(1000 + k);
+        offsets += u32(1000 + k);
       return offsets;
     }());
-const std::string kTracks = box("trak", box("tkhd", number(7) + hex("80*00"))) + box("trak", box("free", "second"));
-const std::string kItems = box("ilst", item("\xA9nam", data(1, "T\xC3\xA4st\x1B[31m")) +
-                                           item("covr", data(13, kPicture)) + item("rtng", data(21, "\xFF")));
-const std::string kMovie = box("moov", kTracks + kTable + box("udta", box("meta", number(0) + kItems)));
-const std::string kMedia = number(1) + "mdat" + number(16 + 6, 8) + "sounds"; // in the 64-bit form
+const std::string kTracks = box("trak", box("tkhd", u32(7) + hex("80*00"))) + box("trak", box("free", "second"));
+const std::string kItems = box("ilst", box("\xA9nam", data(1, "T\xC3\xA4st\x1B[31m")) +
+                                           box("covr", data(13, kPicture)) + box("rtng", data(21, "\xFF")));
+const std::string kMovie = box("moov", kTracks + kTable + box("udta", box("meta", u32(0) + kItems)));
+const std::string kMedia = u32(1) + "mdat" + u64(16 + 6) + "sounds"; // in the 64-bit form
 const std::string kFile = kFileType + kMovie + kMedia;
 
 const Json& child(const Json& boxes, const std::string& type) {
@@ -85,8 +74,8 @@ TEST(Boxes, JsonHoldsTheTree) {
 TEST(Boxes, JsonHoldsDescriptorsAndTablesOfSeveralColumns) {
   const std::string descriptor =
       hex("03 1A 00 01 05 04 11 40 15 00 01 02 00 00 00 03 00 00 00 04 05 02 12 10 06 01 02 2*00");
-  const std::string stream = box("esds", number(0) + descriptor);
-  const std::string times = box("stts", number(0) + number(2) + number(1) + number(2) + number(3) + number(4));
+  const std::string stream = box("esds", u32(0) + descriptor);
+  const std::string times = box("stts", u32(0) + u32(2) + u32(1) + u32(2) + u32(3) + u32(4));
   const ScratchFolder folder;
   const Json all = qv_json({"boxes", folder.put("a.m4a", box("moov", stream + times))});
   const Json& fields = all[0]["children"][0]["fields"];
@@ -135,13 +124,13 @@ TEST(Boxes, ExtractsPayloads) {
     std::string expected;
   } rows[] = {
       {{"mdat"}, "sounds"},
-      {{"moov/trak"}, box("tkhd", number(7) + hex("80*00"))},
+      {{"moov/trak"}, box("tkhd", u32(7) + hex("80*00"))},
       {{"moov/trak[2]/free[1]"}, "second"},
-      {{items + "\xC2\xA9nam/data"}, number(1) + number(0) + "T\xC3\xA4st\x1B[31m"},
+      {{items + "\xC2\xA9nam/data"}, u32(1) + u32(0) + "T\xC3\xA4st\x1B[31m"},
       {{items + "\xA9nam/data", "--value"}, "T\xC3\xA4st\x1B[31m"},
       {{items + "\\xA9nam/data", "--value"}, "T\xC3\xA4st\x1B[31m"},
       {{items + "covr/data", "--value"}, kPicture},
-      {{"moov/udta/meta"}, number(0) + kItems},
+      {{"moov/udta/meta"}, u32(0) + kItems},
   };
   for (const auto& row : rows) {
     EXPECT_EQ(qv_says({"boxes", name, "-o", out, "--extract"}, row.words), "");
@@ -201,16 +190,15 @@ TEST(Boxes, RefusesFilesOfOtherKinds) {
 }
 
 TEST(Boxes, WarnsOfDamage) {
-  const std::string wrong = box("stco", number(0) + number(9) + number(1));
+  const std::string wrong = box("stco", u32(0) + u32(9) + u32(1));
   const struct {
     std::string bytes;
     const char* warning;
   } rows[] = {
-      {kFileType + number(100) + "mdat" + "cut", "\"mdat\" at 20 claims 100 bytes, of which 11 are there"},
+      {kFileType + u32(100) + "mdat" + "cut", "\"mdat\" at 20 claims 100 bytes, of which 11 are there"},
       {kFile + "tail", "4 bytes behind the last box belong to none"},
-      {kFileType + box("moov", box("free", "") + number(3) + "free!"),
-       "9 bytes at the end of \"moov\" at 20 are no box"},
-      {kFileType + box("udta", number(0) + "more"), "8 bytes at the end of \"udta\" at 20 are no box"},
+      {kFileType + box("moov", box("free", "") + u32(3) + "free!"), "9 bytes at the end of \"moov\" at 20 are no box"},
+      {kFileType + box("udta", u32(0) + "more"), "8 bytes at the end of \"udta\" at 20 are no box"},
       {kFileType + box("moov", wrong), "\"stco\" at 28 has another length than its count of offsets says"},
   };
   const ScratchFolder folder;
@@ -220,10 +208,10 @@ TEST(Boxes, WarnsOfDamage) {
     EXPECT_EQ(outcome.error, "qv: " + folder.file("a.m4a") + ": warning: " + row.warning + "\n");
     EXPECT_EQ(Json::parse(outcome.out)[0]["type"], "ftyp");
   }
-  qv_says({"boxes", folder.put("old.mov", kFileType + box("udta", box("free", "") + number(0)))}); // as it used to be
+  qv_says({"boxes", folder.put("old.mov", kFileType + box("udta", box("free", "") + u32(0)))}); // as it used to be
   std::string many = kFileType;
   for (int k = 0; k < 30; ++k)
-    many += box("moov", number(99) + "trak");
+    many += box("moov", u32(99) + "trak");
   const std::string error = run_qv({"boxes", folder.put("many.m4a", many)}).error;
   EXPECT_EQ(std::count(error.begin(), error.end(), '\n'), 11);
   EXPECT_NE(error.find("warning: there are 20 more"), std::string::npos) << error;

@@ -51,7 +51,7 @@ template <uint32_t kIndicator>
 IBox* value(const char* bytes) {
   return made<DataBox<kIndicator>>([=](auto& box) {
     box.locale = {0, 0, 1, 2};
-    box.value = bytesOf(hex(bytes));
+    box.value = vector_of(hex(bytes));
   });
 }
 
@@ -85,16 +85,16 @@ std::vector<Row> rows() {
            kMatrix + "next_track_id=7 )"},
       {made<MovieHeaderBox>([](auto& box) {
          box.versionFlags = {1, 0, 0, 0};
-         box.payload = bytesOf(hex(kTimes + "00 00 02 58 00 00 00 05 00 00 00 06 80*00"));
+         box.payload = vector_of(hex(kTimes + "00 00 02 58 00 00 00 05 00 00 00 06 80*00"));
        }),
        "mvhd(version=1 flags=0 creation_time=4294967298 modification_time=4294967299 timescale=600 "
        "duration=21474836486 )"},
       {made<MovieHeaderBox>([](auto& box) {
          box.versionFlags = {2, 0, 0, 0};
-         box.payload = bytesOf("new");
+         box.payload = vector_of("new");
        }),
        "mvhd(version=2 flags=0 payload=<new> )"},
-      {made<MovieHeaderBox>([](auto& box) { box.payload = bytesOf("too short"); }),
+      {made<MovieHeaderBox>([](auto& box) { box.payload = vector_of("too short"); }),
        "mvhd(version=0 flags=0 payload=<too short> )"},
       {made<TrackHeaderBox>([](auto& box) {
          box.creationTime = 1;
@@ -112,7 +112,7 @@ std::vector<Row> rows() {
            kMatrix + "width=320 height=240 )"},
       {made<TrackHeaderBox>([](auto& box) {
          box.versionFlags = {1, 0, 0, 7};
-         box.payload = bytesOf(hex(kTimes + "00 00 00 09 00 00 00 00 00 00 00 05 00 00 00 06"));
+         box.payload = vector_of(hex(kTimes + "00 00 00 09 00 00 00 00 00 00 00 05 00 00 00 06"));
        }),
        "tkhd(version=1 flags=7 creation_time=4294967298 modification_time=4294967299 track_id=9 duration=21474836486 "
        ")"},
@@ -126,27 +126,27 @@ std::vector<Row> rows() {
        "mdhd(version=0 flags=0 creation_time=1 modification_time=2 timescale=44100 duration=4 language='eng' )"},
       {made<MediaHeaderBox>([](auto& box) {
          box.versionFlags = {1, 0, 0, 0};
-         box.payload = bytesOf(hex(kTimes + "00 00 02 58 00 00 00 05 00 00 00 06 00 01")); // QuickTime's French
+         box.payload = vector_of(hex(kTimes + "00 00 02 58 00 00 00 05 00 00 00 06 00 01")); // QuickTime's French
        }),
        "mdhd(version=1 flags=0 creation_time=4294967298 modification_time=4294967299 timescale=600 "
        "duration=21474836486 language='1' )"},
       {made<MediaHeaderBox>([](auto& box) {
          box.versionFlags = {1, 0, 0, 0};
-         box.payload = bytesOf(hex("19*01")); // cut
+         box.payload = vector_of(hex("19*01")); // cut
        }),
        "mdhd(version=1 flags=0 creation_time=72340172838076673 modification_time=72340172838076673 timescale=0 "
        "duration=0 language='0' )"},
       {made<MediaHandlerReferenceBox>([](auto& box) {
          box.handlerType = QvFourCC("soun");
-         box.name = bytesOf(hex("'Sound' 00"));
+         box.name = vector_of(hex("'Sound' 00"));
        }),
        "hdlr(version=0 flags=0 handler_type='soun' name='Sound' )"},
-      {made<MediaHandlerReferenceBox>([](auto& box) { box.name = bytesOf(hex("05 'Apple'")); }),
+      {made<MediaHandlerReferenceBox>([](auto& box) { box.name = vector_of(hex("05 'Apple'")); }),
        "hdlr(version=0 flags=0 handler_type='\\x00\\x00\\x00\\x00' name='Apple' )"},
       {made<SoundMediaInfoHeaderBox>([](auto& box) { box.balance = 0xFF80; }), "smhd(version=0 flags=0 balance=-0.5 )"},
       {made<DataReferenceBox>([](auto& box) {
          box.entryCount = 2;
-         box.children().push_back(made<UrlBox>([](auto& url) { url.location = bytesOf("a"); }));
+         box.children().push_back(made<UrlBox>([](auto& url) { url.location = vector_of("a"); }));
        }),
        "dref(version=0 flags=0 entry_count=2 url (version=0 flags=0 location='a' ))"},
       {made<SampleDescriptionBox>([](auto& box) {
@@ -157,7 +157,7 @@ std::vector<Row> rows() {
          }));
          box.children().push_back(made<PNGSampleEntryBox>([](auto& entry) {
            entry.dataReferenceIndex = 2;
-           entry.payload = bytesOf("x");
+           entry.payload = vector_of("x");
          }));
        }),
        "stsd(version=0 flags=0 entry_count=2 mp4a(data_reference_index=1 channel_count=2 sample_size=16 "
@@ -166,7 +166,7 @@ std::vector<Row> rows() {
          box.descriptor = std::make_unique<esds::UnknownDescriptor>(0x55);
          box.descriptor->setSize(2);
          box.descriptor->children().push_back(std::make_unique<esds::DecoderSpecificInfo>());
-         static_cast<esds::DecoderSpecificInfo&>(*box.descriptor->children().front()).info = bytesOf("i");
+         static_cast<esds::DecoderSpecificInfo&>(*box.descriptor->children().front()).info = vector_of("i");
        }),
        "iods(version=0 flags=0 descriptors:descriptor(tag=85 size=2 descriptors:DecoderSpecificInfo(tag=5 size=0 "
        "info=<i> )))"},
@@ -200,14 +200,14 @@ std::vector<Row> rows() {
       {value<22>("9*41"), "data(type_indicator=22 locale=258 value=<AAAAAAAAA> )"},
       {value<21>(""), "data(type_indicator=21 locale=258 value=<> )"},
       {value<13>("'JFIF'"), "data(type_indicator=13 locale=258 value=<JFIF> )"},
-      {made<TagBox<QvFourCC("mean")>>([](auto& box) { box.text = bytesOf("who"); }),
+      {made<TagBox<QvFourCC("mean")>>([](auto& box) { box.text = vector_of("who"); }),
        "mean(version=0 flags=0 text='who' )"},
-      {made<ThreeGPPAssetMetaBox<QvFourCC("titl")>>([](auto& box) { box.text = bytesOf(hex("'A' 00 'B'")); }),
+      {made<ThreeGPPAssetMetaBox<QvFourCC("titl")>>([](auto& box) { box.text = vector_of(hex("'A' 00 'B'")); }),
        "titl(version=0 flags=0 language='und' text='A' )"},
       {made<ThreeGPPAssetMetaBox<QvFourCC("albm")>>(
-           [](auto& box) { box.text = bytesOf(hex("FE FF 00 E4 00 62 00 00 03")); }),
+           [](auto& box) { box.text = vector_of(hex("FE FF 00 E4 00 62 00 00 03")); }),
        "albm(version=0 flags=0 language='und' text='äb' )"},
-      {made<ThreeGPPAssetMetaBox<QvFourCC("perf")>>([](auto& box) { box.text = bytesOf(hex("FF FE E4 00 62 00")); }),
+      {made<ThreeGPPAssetMetaBox<QvFourCC("perf")>>([](auto& box) { box.text = vector_of(hex("FF FE E4 00 62 00")); }),
        "perf(version=0 flags=0 language='und' text='äb' )"},
       {made<RecordingYearBox>([](auto& box) {
          box.payload = {7, 0xD6};
@@ -221,20 +221,20 @@ std::vector<Row> rows() {
          box.tag->frames.push_back(std::make_unique<id3meta::UnknownFrame>());
          box.tag->frames.back()->id = QvFourCC("TIT2");
          box.tag->frames.back()->flags = 3;
-         box.tag->frames.back()->bytes = bytesOf("xy");
+         box.tag->frames.back()->bytes = vector_of("xy");
        }),
        "ID32(version=0 flags=0 language='und' tag_version='2.4.0' tag_flags=32 tag_size=12 frames:TIT2(flags=3 "
        "value=<xy> ))"},
       {made<ID3v23MetaDataBox>([](auto& box) {
          box.extendedType = kId3v23MetaDataType;
          box.language = 0x15C7;
-         box.frame = bytesOf("TIT2");
+         box.frame = vector_of("TIT2");
        }),
        "uuid(extended_type='BA91547A-D233-4774-AC94-9B6C0F04595C' version=0 flags=0 language='eng' frame=<TIT2> )"},
       {made<UserSpecificMetaData>([](auto& box) { box.children().push_back(new FreeBox); }),
        "uuid(extended_type='00000000-0000-0000-0000-000000000000' free())"},
-      {made<MetaTypeDefinitionBox>([](auto& box) { box.payload = bytesOf("raw"); }), "MTDF(payload=<raw> )"},
-      {made<MetaDataSampleTableBox>([](auto& box) { box.payload = bytesOf("raw"); }),
+      {made<MetaTypeDefinitionBox>([](auto& box) { box.payload = vector_of("raw"); }), "MTDF(payload=<raw> )"},
+      {made<MetaDataSampleTableBox>([](auto& box) { box.payload = vector_of("raw"); }),
        "MDST(version=0 flags=0 payload=<raw> )"},
   };
 }

@@ -4,10 +4,12 @@
 #include "tests/fileutil/made_box.h"
 #include "tests/fileutil/writer/sparse_stream.h"
 
+#include "qv/mp4/box_reader.h"
 #include "qv/mp4/box_writer.h"
 #include "qv/mp4/prepare_write.h"
 
 #include <gtest/gtest.h>
+#include <sstream>
 
 using namespace fileutil;
 using namespace fileutil_test;
@@ -64,7 +66,7 @@ std::vector<Row> rows() {
        kMovieHeader.c_str()},
       {made<MovieHeaderBox>([](auto& box) {
          box.versionFlags = {1, 0, 0, 0};
-         box.payload = bytesOf("times of 64 bits");
+         box.payload = vector_of("times of 64 bits");
        }),
        "00 00 00 1C 'mvhd' 01 00 00 00 'times of 64 bits'"},
       {made<TrackHeaderBox>([](auto& box) {
@@ -78,11 +80,11 @@ std::vector<Row> rows() {
          box.height = (240 << 16) + 0x8000;
        }),
        kTrackHeader.c_str()},
-      {made<MovieHeaderBox>([](auto& box) { box.payload = bytesOf("too short"); }),
+      {made<MovieHeaderBox>([](auto& box) { box.payload = vector_of("too short"); }),
        "00 00 00 15 'mvhd' 4*00 'too short'"},
       {made<TrackHeaderBox>([](auto& box) {
          box.versionFlags = {1, 0, 0, 7};
-         box.payload = bytesOf("x");
+         box.payload = vector_of("x");
        }),
        "00 00 00 0D 'tkhd' 01 00 00 07 'x'"},
       {made<MediaHeaderBox>([](auto& box) {
@@ -93,7 +95,7 @@ std::vector<Row> rows() {
        "00 00 00 20 'mdhd' 4*00 00 00 00 01 00 00 00 02 00 00 AC 44 04 00 00 05 55 C4 00 09"},
       {made<MediaHeaderBox>([](auto& box) {
          box.versionFlags = {1, 0, 0, 0};
-         box.payload = bytesOf("xy");
+         box.payload = vector_of("xy");
        }),
        "00 00 00 0E 'mdhd' 01 00 00 00 'xy'"},
       {made<MediaHandlerReferenceBox>([](auto& box) {
@@ -108,7 +110,7 @@ std::vector<Row> rows() {
          box.entryCount = 2; // as it was read: no writer counts these
          box.children().push_back(made<UrlBox>([](auto& url) {
            url.versionFlags = {0, 0, 0, 1};
-           url.location = bytesOf("a");
+           url.location = vector_of("a");
          }));
        }),
        "00 00 00 1D 'dref' 4*00 00 00 00 02 00 00 00 0D 'url ' 00 00 00 01 'a'"},
@@ -116,16 +118,16 @@ std::vector<Row> rows() {
          box.children().push_back(made<Mpeg4AudioSampleEntry>([](auto& entry) {
            entry.reserved = {1, 2, 3, 4, 5, 6};
            entry.dataReferenceIndex = 7;
-           entry.reservedForSound = {8, 9, 10, 11, 12, 13, 14, 15};
+           entry.reservedForSound = {0, 1, 10, 11, 12, 13, 14, 15}; // of version 1 in QuickTime
            entry.preDefined = 0x1234;
            entry.reservedAfterSize = 0x5678;
            entry.sampleRate = 44100U << 16;
-           entry.quickTimeFields = bytesOf("Q");
+           entry.quickTimeFields = vector_of("QuickTime fields");
            entry.children().push_back(made<FreeBox>([](auto& room) { room.setSize(9); }));
          }));
        }),
-       "00 00 00 3E 'stsd' 4*00 00 00 00 01 00 00 00 2E 'mp4a' 01 02 03 04 05 06 00 07 08 09 0A 0B 0C 0D 0E 0F "
-       "00 02 00 10 12 34 56 78 AC 44 00 00 'Q' 00 00 00 09 'free' 00"},
+       "00 00 00 4D 'stsd' 4*00 00 00 00 01 00 00 00 3D 'mp4a' 01 02 03 04 05 06 00 07 00 01 0A 0B 0C 0D 0E 0F "
+       "00 02 00 10 12 34 56 78 AC 44 00 00 'QuickTime fields' 00 00 00 09 'free' 00"},
       {made<TimeToSampleBox>([](auto& box) {
          box.entries = {{1, 1024}, {0x01020304, 5}};
        }),
@@ -160,7 +162,7 @@ std::vector<Row> rows() {
            list.children().push_back(made<ItemContainerBox<QvFourCC("\251nam")>>([](auto& item) {
              item.children().push_back(made<DataBox<1>>([](auto& data) {
                data.locale = {0, 1, 0, 2};
-               data.value = bytesOf("T");
+               data.value = vector_of("T");
              }));
            }));
            list.children().push_back(made<UnknownItemBox>([](auto& item) {
@@ -171,7 +173,7 @@ std::vector<Row> rows() {
        }),
        "00 00 00 45 'meta' 00 00 00 01 00 00 00 39 'ilst' 00 00 00 19 A9 'nam' 00 00 00 11 'data' 00 00 00 01 "
        "00 01 00 02 'T' 00 00 00 18 'rtng' 00 00 00 10 'data' 01 02 03 04 4*00"},
-      {made<TagBox<QvFourCC("mean")>>([](auto& box) { box.text = bytesOf("who"); }), "00 00 00 0F 'mean' 4*00 'who'"},
+      {made<TagBox<QvFourCC("mean")>>([](auto& box) { box.text = vector_of("who"); }), "00 00 00 0F 'mean' 4*00 'who'"},
       {made<ThreeGPPAssetMetaBox<QvFourCC("albm")>>([](auto& box) {
          box.language = 0x15C7;
          box.text = {'A', 0, 3};
@@ -185,7 +187,7 @@ std::vector<Row> rows() {
          box.extendedType = kId3v23MetaDataType;
          box.versionFlags = {0, 0, 0, 1};
          box.language = 0x15C7;
-         box.frame = bytesOf("TIT2");
+         box.frame = vector_of("TIT2");
        }),
        "00 00 00 22 'uuid' BA 91 54 7A D2 33 47 74 AC 94 9B 6C 0F 04 59 5C 00 00 00 01 15 C7 'TIT2'"},
       {made<ElementaryStreamDescriptorBox>([](auto& box) {
@@ -227,6 +229,26 @@ TEST(BoxWriter, WritesEveryFieldWhereItBelongs) {
     EXPECT_EQ(out.bytes, expected) << row.expected;
     EXPECT_EQ(out.count, expected.size()) << row.expected;
     EXPECT_EQ(row.box->plannedSize(), expected.size()) << row.expected;
+  }
+}
+
+/// All of them one behind the other, read as a file and written again with that as the source.
+TEST(BoxCopy, WritesWhatWasReadByteForByte) {
+  std::string file;
+  for (const Row& row : rows()) {
+    file += hex(row.expected);
+    delete row.box;
+  }
+  for (const auto read : {&BoxReader::readFile, &BoxReader::readMeta, &BoxReader::readMetaForUpdate}) {
+    std::istringstream in(file);
+    BoxReader reader(in, file.size());
+    const std::unique_ptr<Boxes> boxes((reader.*read)());
+    EXPECT_EQ(boxes->tailSize, 0U);
+    PrepareWrite(boxes.get()).doIt();
+    sparse_stream::Stream out;
+    std::istringstream source(file);
+    EXPECT_EQ(BoxCopy(out.stream, source, boxes.get(), 0).doIt(), file.size());
+    EXPECT_EQ(out.bytes(), file);
   }
 }
 

@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <optional>
 #include <stdexcept>
+#include <string_view>
 
 namespace qv::tool {
 
