@@ -16,6 +16,6 @@ namespace fileutil {
 ///   every box stays where it is.
 ///
 /// S_OK, QVERR_MP4_OFFSETS for the last point, QVERR_MP4_UNSAFE for the others.
-HRESULT checkPlan(const UpdatePlan& plan, const ByteSource& old);
+QV_API HRESULT checkPlan(const UpdatePlan& plan, const ByteSource& old);
 
 } // namespace fileutil

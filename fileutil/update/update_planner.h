@@ -28,7 +28,7 @@ namespace fileutil {
 /// - Any other result is the change's own.
 ///
 /// With all but S_OK `plan` is empty.
-HRESULT planUpdate(std::istream& source, uint64_t length, const TreeChange& change, const UpdateOptions& options,
-                   UpdatePlan& plan);
+QV_API HRESULT planUpdate(std::istream& source, uint64_t length, const TreeChange& change, const UpdateOptions& options,
+                          UpdatePlan& plan);
 
 } // namespace fileutil
