@@ -2,7 +2,10 @@
 #pragma once
 
 #include "fileutil/update/update_planner.h"
+#include "tests/fileutil/bytes.h"
 #include "tests/fileutil/plan/movie.h"
+
+#include "qv/result.h"
 
 #include <gtest/gtest.h>
 
