@@ -9,7 +9,7 @@
 
 namespace fileutil {
 
-class ByteSource {
+class QV_API ByteSource {
 public:
   virtual ~ByteSource() = default;
   virtual uint64_t length() const = 0;
