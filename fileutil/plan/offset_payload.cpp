@@ -124,7 +124,7 @@ void OffsetPayload::readSegmentIndex(const ScannedBox& box) {
     in.next(8);
   }
   if (in.isCut) to_.isOpaque = true;
-  to_.runs.push_back(run);
+  if (run.length > 0) to_.runs.push_back(run);
 }
 
 void OffsetPayload::readItemLocations(const ScannedBox& box) {

@@ -115,7 +115,6 @@ std::optional<int64_t> OffsetMap::shiftOf(const OffsetRun& run, uint64_t number)
   const uint64_t target = run.addend + number;
   if (target < number) return hasMoved_ ? std::nullopt : std::optional<int64_t>(0);
   if (!run.isRelative) return shiftAt(target, run.length, !run.pointsToBox);
-  if (run.length == 0) return 0;
   const std::optional<int64_t> own = map_.shift(run.position, run.width);
   const std::optional<int64_t> first = shiftAt(target, 1, false);
   const std::optional<int64_t> last = shiftAt(target + run.length - 1, 1, false);
