@@ -4,11 +4,9 @@ namespace fileutil {
 
 namespace {
 
-/// Whether all bytes were moved. Where the system stopped without a reason, `reason` becomes the last error.
-bool isWhole(BOOL succeeded, DWORD done, size_t count, DWORD reason) {
-  if (!succeeded) return false;
-  if (done == count) return true;
-  SetLastError(reason);
+/// For a transfer that moved fewer bytes than it should, and gives no reason.
+bool failWith(DWORD error) {
+  SetLastError(error);
   return false;
 }
 
@@ -22,14 +20,14 @@ bool OpenFile::moveTo(uint64_t position) const {
 
 bool OpenFile::readAt(uint64_t position, void* bytes, size_t count) const {
   DWORD done = 0;
-  return moveTo(position) &&
-         isWhole(ReadFile(handle_, bytes, static_cast<DWORD>(count), &done, nullptr), done, count, ERROR_HANDLE_EOF);
+  if (!moveTo(position) || !ReadFile(handle_, bytes, static_cast<DWORD>(count), &done, nullptr)) return false;
+  return done == count || failWith(ERROR_HANDLE_EOF);
 }
 
 bool OpenFile::writeAt(uint64_t position, const void* bytes, size_t count) const {
   DWORD done = 0;
-  return moveTo(position) &&
-         isWhole(WriteFile(handle_, bytes, static_cast<DWORD>(count), &done, nullptr), done, count, ERROR_DISK_FULL);
+  if (!moveTo(position) || !WriteFile(handle_, bytes, static_cast<DWORD>(count), &done, nullptr)) return false;
+  return done == count || failWith(ERROR_DISK_FULL);
 }
 
 bool OpenFile::cutAt(uint64_t length) const { return moveTo(length) && SetEndOfFile(handle_); }
