@@ -6,6 +6,7 @@
 #include "tools/qv/json.h"
 #include "tools/qv/metadata/info_list.h"
 #include "tools/qv/named_rows.h"
+#include "tools/qv/tag/recover.h"
 #include "tools/qv/tag/tag_change.h"
 #include "tools/qv/text.h"
 #include "tools/qv/undo/change_file.h"
@@ -29,6 +30,7 @@ struct Options {
   std::vector<std::string> removed;
   bool clear = false;
   bool json = false;
+  bool recovers = false;
   std::string page;
 
   std::vector<std::string> files; ///< as check() sorts the words
@@ -63,6 +65,7 @@ void check(Options& options) {
   }
   if (options.files.empty()) throw WrongUsage("FILE", "is required");
   options.change.clear = options.clear;
+  if (options.recovers && !options.change.is_empty()) throw WrongUsage("--recover", "takes no texts");
   if (!options.page.empty()) options.change.page = row_of(kPages, options.page).page;
 }
 
@@ -138,7 +141,23 @@ void change_texts_of(const std::string& name, const TagChange& change) {
 }
 
 /// Works on all files, also on those behind one that fails.
+int recover(const Options& options) {
+  int exit_code = kSuccess;
+  for (const std::string& name : options.files) {
+    try {
+      const std::string done = recover_change_of(name);
+      std::cout << printable(name) << ": " << done << std::endl;
+    } catch (const Failure& failure) {
+      print_error(failure.what());
+      exit_code = kWorkFailed;
+    }
+  }
+  return exit_code;
+}
+
+/// The same.
 int tag(const Options& options) {
+  if (options.recovers) return recover(options);
   int exit_code = kSuccess;
   Json all = Json::array();
   for (const std::string& name : options.files) {
@@ -173,9 +192,15 @@ void add_tag(const Command& program) {
       .takes_one()
       .type_name("KEY");
   command.flag("--clear", options->clear, "Remove all texts that are there first (the broadcast chunk stays)");
-  command.option("--code-page", options->page, "Store all texts in this code page; utf-8 unless all are ASCII")
-      .one_of(names_of(kPages));
-  command.flag("--json", options->json, "Print JSON: an object for one file, an array for several");
+  Option code_page =
+      command.option("--code-page", options->page, "Store all texts in this code page; utf-8 unless all are ASCII")
+          .one_of(names_of(kPages));
+  Option json = command.flag("--json", options->json, "Print JSON: an object for one file, an array for several");
+  command
+      .flag("--recover", options->recovers,
+            "Finish or undo a change of a file, also of an MP4 file, that was broken off; nothing else")
+      .excludes(code_page)
+      .excludes(json);
   command.runs([options] { return tag(*options); }, [options] { check(*options); });
 }
 
