@@ -1,4 +1,5 @@
 // Containers and samples out of the ordinary: long files, sparse ones, odd widths, and what a suffix chooses.
+#include "tests/cli/mp4/mp4_bytes.h"
 #include "tests/cli/process.h"
 #include "tests/cli/scratch_folder.h"
 #include "tests/cli/wave_bytes.h"
@@ -163,11 +164,22 @@ long memory_of(const Arguments& arguments) {
   return usage.ru_maxrss;
 }
 
+/// A movie of empty boxes.
+Bytes boxes_of_nothing() {
+  Bytes boxes = mp4::box("free");
+  while (boxes.size() < 16 << 20)
+    boxes += boxes;
+  return mp4::box("moov", boxes);
+}
+
 TEST(Containers, MemoryFollowsWhatIsThere) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
   GTEST_SKIP() << "a sanitizer's own memory is counted too";
 #endif
   const Bytes format = chunk("fmt ", format_bytes({1, 64, 48000, 32}));
+  const Bytes table_of_nothing = mp4::header("moov", 800 << 20) + mp4::header("trak", 800 << 20) +
+                                 mp4::header("mdia", 800 << 20) + mp4::header("minf", 800 << 20) +
+                                 mp4::header("stbl", 800 << 20) + mp4::header("stsz", 800 << 20);
   const Bytes endless = header("RIFF", ~0u) + "WAVE" + format + header("data", ~0u);
   const struct {
     const char* name;
@@ -183,6 +195,8 @@ TEST(Containers, MemoryFollowsWhatIsThere) {
        64 << 10},
       {"chunks of nothing in AIFF", Bytes("FORM\4\0\0\0AIFF", 12), 64 << 20, {"info", "IN"}, 16 << 10},
       {"sizes that nobody wrote", endless, 6 * kGiB, {"info", "IN", "--json"}, 16 << 10},
+      {"boxes of nothing", boxes_of_nothing(), 16 << 20, {"info", "IN"}, 64 << 10},
+      {"a table that nobody wrote", mp4::file_type() + table_of_nothing, 900 << 20, {"info", "IN"}, 16 << 10},
       {"64 channels", endless, 64 << 20, {"convert", "IN", "OUT", "--rate", "96000", "--type", "float64"}, 64 << 10},
   };
   for (const auto& row : cases) {

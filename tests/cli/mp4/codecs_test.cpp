@@ -3,6 +3,7 @@
 #include "tests/cli/scratch_folder.h"
 #include "tools/qv/mp4/codec_names.h"
 #include "tools/qv/mp4/mp4_summary.h"
+#include "tools/qv/mp4/track/audio_config.h"
 
 #include <gtest/gtest.h>
 
@@ -75,6 +76,31 @@ TEST(Mp4Codecs, EntriesAndTheirBoxes) {
     EXPECT_EQ(format.sample_rate, row.rate) << row.name;
     EXPECT_EQ(format.channels, row.channels) << row.name;
     EXPECT_EQ(format.bits, row.bits) << row.name;
+  }
+}
+
+TEST(Mp4Codecs, FramesOfMpegAudioSayWhatTheirEntryDoesNot) {
+  const struct {
+    const char* frame;
+    const char* text;
+    uint32_t rate, channels;
+  } cases[] = {{"\xFF\xFB\x90\xC4", "MP3", 44100, 1},
+               {"\xFF\xFD\x94\x44", "MP2", 48000, 2},
+               {"\xFF\xF3\x98\xC4", "MP3", 16000, 1},
+               {"\xFF\xE3\x90\x84", "MP3", 11025, 2},
+               {"\xFF\xFB\x9C\xC4", "", 1, 7},
+               {"\xFF\xEB\x90\xC4", "", 1, 7},
+               {"\xFF\xF9\x90\xC4", "", 1, 7},
+               {"\xFE\xFB\x90\xC4", "", 1, 7},
+               {"\xFF\xFB\x90", "", 1, 7}};
+  for (const auto& row : cases) {
+    qv::tool::SampleFormat format;
+    format.sample_rate = 1;
+    format.channels = 7;
+    qv::tool::apply_mpeg_frame(row.frame, format);
+    EXPECT_EQ(format.codec_name, row.text) << &row - cases;
+    EXPECT_EQ(format.sample_rate, row.rate) << &row - cases;
+    EXPECT_EQ(format.channels, row.channels) << &row - cases;
   }
 }
 

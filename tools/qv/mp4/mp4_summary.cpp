@@ -8,6 +8,9 @@
 #include "tools/qv/mp4/track/chapters.h"
 #include "tools/qv/mp4/track/fragments.h"
 #include "tools/qv/mp4/track/track_summary.h"
+#include "tools/qv/text.h"
+
+#include "qv/mp4/update.h"
 
 #include <algorithm>
 
@@ -133,6 +136,8 @@ Mp4Summary read_mp4_summary(const std::string& name) {
   read_tags(file, boxes, summary);
   for (std::string& problem : describe_damage(file, boxes))
     summary.warnings.push_back(std::move(problem));
+  if (fileutil::hasBrokenUpdate(path_from(name).c_str()))
+    summary.warnings.emplace_back("an update of it was broken off; \"qv tag --recover\" finishes it or takes it back");
   if (!tree.is_whole) summary.warnings.emplace_back("it has more boxes than are looked at");
   return summary;
 }

@@ -183,4 +183,21 @@ void apply_audio_config(std::string_view boxes, SampleFormat& format) {
   }
 }
 
+void apply_mpeg_frame(std::string_view frame, SampleFormat& format) {
+  constexpr const char* kLayers[] = {nullptr, "MP3", "MP2", "MP1"};
+  constexpr uint32_t kMpegRates[] = {44100, 48000, 32000, 0};
+  constexpr uint32_t kRateParts[] = {4, 0, 2, 1}; // by version: 2.5, none, 2, 1
+  Bits bits(frame);
+  const bool is_sync = bits.take(11) == 0x7FF;
+  const uint32_t part = kRateParts[bits.take(2)];
+  const uint32_t layer = bits.take(2);
+  bits.take(5);
+  const uint32_t rate = kMpegRates[bits.take(2)];
+  bits.take(2);
+  if (!is_sync || part == 0 || layer == 0 || rate == 0 || bits.left() == 0) return;
+  format.codec_name = kLayers[layer];
+  format.sample_rate = rate / part;
+  format.channels = bits.take(2) == 3 ? 1 : 2;
+}
+
 } // namespace qv::tool

@@ -2,6 +2,7 @@
 
 #include "tools/qv/mp4/codec_names.h"
 #include "tools/qv/mp4/raw_boxes.h"
+#include "tools/qv/mp4/track/audio_config.h"
 #include "tools/qv/mp4/track/sample_bytes.h"
 
 #include <algorithm>
@@ -15,6 +16,7 @@ using fileutil::FourCC;
 using fileutil::IBox;
 
 constexpr uint64_t kMostSmallBox = 64 << 10;
+constexpr uint32_t kMpegAudio = 0x6B; ///< an object type indication
 
 std::string payload_at(const Mp4File& file, const IBox& parent, std::initializer_list<FourCC> path,
                        uint64_t limit = kMostSmallBox) {
@@ -106,6 +108,9 @@ Mp4Track read_track(const Mp4File& file, const IBox& trak, std::vector<std::stri
     return track;
   }
   track.format = parse_sample_format(payload_at(file, *table, {QvFourCC("stsd")}), track.handler);
+  if (track.format.codec_name == object_type_name(kMpegAudio) || track.format.codec == QvFourCC(".mp3"))
+    for (const SamplePlace& first : sample_places(file, *table, 1))
+      apply_mpeg_frame(file.bytes_at(first.position, 4), track.format);
   const SampleBytes samples = count_samples(file, *table);
   track.samples = samples.count;
   track.bytes = samples.bytes;
