@@ -2,8 +2,9 @@
 // unharmed, OUT is whole or absent, nothing else is left in the folder, and no sample is lost on the way.
 //
 // Input: a byte that chooses the words, one for the name of IN, and IN.
-// Sources: tools/qv riff
+// Sources: tools/qv riff fileutil
 #include "fuzz/tools/scratch_file.h"
+#include "tools/qv/mp4/mp4_summary.h"
 
 #include <algorithm>
 
@@ -42,6 +43,11 @@ const std::vector<std::vector<std::string>> kCommands = {
     {"tag", "IN", "--json"},
     {"tag", "IN", "title=Größe €", "artist=a", "description=d", "originator=o", "time-reference=48000"},
     {"tag", "IN", "comment=größer", "--code-page", "1252"},
+    {"boxes", "IN"},
+    {"boxes", "IN", "--json", "--depth", "3"},
+    {"boxes", "IN", "--extract", "moov/udta", "-o", "OUT.bin"},
+    {"boxes", "IN", "--extract", "moov/udta/meta/ilst/covr/data", "--value", "-o", "OUT.bin"},
+    {"mux", "IN", "OUT.m4a"},
 };
 
 /// What the file was before, as the program itself reads it.
@@ -71,6 +77,27 @@ void require_told(const ScratchFolder& folder, const Outcome& outcome) {
     at = end + 1;
   }
   require(failures == (outcome.code == 0 ? 0u : 1u));
+}
+
+/// The file that the words ask for; nothing where they ask for none.
+std::optional<std::string> output_of(const std::vector<std::string>& words, const ScratchFolder& folder) {
+  const auto found = std::find_if(words.begin(), words.end(),
+                                  [&](const std::string& word) { return word.starts_with(folder.path() + "/out"); });
+  return found == words.end() ? std::nullopt : std::optional(*found);
+}
+
+/// What is extracted stands in the file.
+void require_extracted(const std::string& out, const std::string& bytes) {
+  std::ostringstream payload;
+  payload << std::ifstream(out, std::ios::binary).rdbuf();
+  require(bytes.find(payload.str()) != std::string::npos);
+}
+
+/// A sound file with one track.
+void require_muxed(const ScratchFolder& folder, const std::string& out) {
+  const Outcome info = folder.run({"info", out, "--json"});
+  require(info.code == 0 && info.error.empty());
+  require(qv::tool::read_mp4_summary(out).tracks.size() == 1);
 }
 
 /// An output is there, whole, and has the frames that it must have; where nothing but the container changes it has the
@@ -106,7 +133,7 @@ bool keeps_undo(const std::vector<std::string>& words) { return words[0] == "rep
 void require_left(const ScratchFolder& folder, const std::vector<std::string>& words, const Outcome& outcome,
                   bool has_changed) {
   std::vector<std::string> expected = {folder.in()};
-  if ((words[0] == "convert" || words[0] == "filter") && outcome.code == 0) expected.push_back(words[2]);
+  if (const auto out = output_of(words, folder); out && outcome.code == 0) expected.push_back(*out);
   if (has(words, "--backup") && has_changed) expected.push_back(folder.in() + ".bak");
   if (keeps_undo(words) && has_changed) expected.push_back(folder.in() + ".qv-undo");
   std::sort(expected.begin(), expected.end());
@@ -142,5 +169,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (keeps_undo(words) && has_changed)
     require(folder.run({"repair", folder.in(), "--undo"}).code == 0 && folder.read_in() == bytes);
   if (words[0] == "convert" || words[0] == "filter") require_output(folder, words, before);
+  if (words[0] == "boxes" && words.size() > 2 && words[2] == "--extract") require_extracted(words.back(), bytes);
+  if (words[0] == "mux") require_muxed(folder, words[2]);
   return 0;
 }

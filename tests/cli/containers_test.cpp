@@ -167,7 +167,7 @@ long memory_of(const Arguments& arguments) {
 /// A movie of empty boxes.
 Bytes boxes_of_nothing() {
   Bytes boxes = mp4::box("free");
-  while (boxes.size() < 16 << 20)
+  while (boxes.size() < 4 << 20)
     boxes += boxes;
   return mp4::box("moov", boxes);
 }
@@ -195,7 +195,7 @@ TEST(Containers, MemoryFollowsWhatIsThere) {
        64 << 10},
       {"chunks of nothing in AIFF", Bytes("FORM\4\0\0\0AIFF", 12), 64 << 20, {"info", "IN"}, 16 << 10},
       {"sizes that nobody wrote", endless, 6 * kGiB, {"info", "IN", "--json"}, 16 << 10},
-      {"boxes of nothing", boxes_of_nothing(), 16 << 20, {"info", "IN"}, 64 << 10},
+      {"boxes of nothing", boxes_of_nothing(), 5 << 20, {"info", "IN"}, 48 << 10},
       {"a table that nobody wrote", mp4::file_type() + table_of_nothing, 900 << 20, {"info", "IN"}, 16 << 10},
       {"64 channels", endless, 64 << 20, {"convert", "IN", "OUT", "--rate", "96000", "--type", "float64"}, 64 << 10},
   };

@@ -231,7 +231,7 @@ std::string object_type_name(uint32_t indication) { return name_or_number(kObjec
 
 std::string audio_object_name(uint32_t type) { return name_or_number(kAudioObjects, "audio object type ", type); }
 
-std::string track_kind_name(FourCC handler) { return name_or_code(kTrackKinds, handler); }
+std::string track_kind_name(FourCC handler) { return handler == 0 ? "unknown" : name_or_code(kTrackKinds, handler); }
 
 std::string container_name(FourCC major_brand) {
   if (const char* const name = find_name(kContainers, major_brand)) return name;

@@ -14,7 +14,8 @@ std::string codec_name(fileutil::FourCC type);
 std::string object_type_name(uint32_t indication);
 /// Of an audio object type: ISO/IEC 14496-3, table 1.17.
 std::string audio_object_name(uint32_t type);
-/// Of a track, by its handler: "audio", "video"; its four characters where they are not known.
+/// Of a track, by its handler: "audio", "video"; its four characters where they are not known,
+/// "unknown" for none.
 std::string track_kind_name(fileutil::FourCC handler);
 /// Of a file, by its major brand; "MP4" where nothing better is known. "QuickTime" without one.
 std::string container_name(fileutil::FourCC major_brand);

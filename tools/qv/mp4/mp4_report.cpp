@@ -42,7 +42,7 @@ Json track_json(const Mp4Track& track) {
   const SampleFormat& format = track.format;
   Json json = Json::object({{"id", track.id},
                             {"kind", track_kind_name(track.handler)},
-                            {"codec", code_text(format.codec)},
+                            {"codec", format.codec == 0 ? "" : code_text(format.codec)},
                             {"codec_text", format.codec_name},
                             {"duration_100ns", track.duration},
                             {"bit_rate", track.bit_rate},
