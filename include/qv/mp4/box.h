@@ -9,7 +9,7 @@
 
 #include <array>
 #include <cstdint>
-#include <list>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -49,6 +49,9 @@ public:
   void setPlannedSize(uint64_t size) { plannedSize_ = size; }
 
 private:
+  friend class Boxes;
+  IBox* previous_ = nullptr; ///< its neighbours in the list that owns it
+  IBox* next_ = nullptr;
   uint64_t size_ = 0;
   uint64_t position_ = 0;
   uint64_t plannedSize_ = 0;
@@ -58,12 +61,47 @@ private:
   uint32_t headerSize_ = 8;
 };
 
-/// A list of boxes that it owns, in file order.
+/// A doubly linked list of boxes that it owns, in file order. A box is in one list at most; its links are in itself.
 class QV_API Boxes {
 public:
-  using List = std::list<IBox*>;
-  using iterator = List::iterator;
-  using const_iterator = List::const_iterator;
+  /// Goes both ways, and gives the box itself, not a place to put another.
+  class iterator {
+  public:
+    using iterator_category = std::bidirectional_iterator_tag;
+    using value_type = IBox*;
+    using difference_type = std::ptrdiff_t;
+    using pointer = IBox* const*;
+    using reference = IBox*;
+
+    iterator() = default;
+    IBox* operator*() const { return box_; }
+    iterator& operator++() {
+      box_ = box_->next_;
+      return *this;
+    }
+    iterator& operator--() {
+      box_ = box_ == nullptr ? list_->last_ : box_->previous_;
+      return *this;
+    }
+    iterator operator++(int) {
+      iterator before = *this;
+      ++*this;
+      return before;
+    }
+    iterator operator--(int) {
+      iterator before = *this;
+      --*this;
+      return before;
+    }
+    bool operator==(const iterator& other) const { return box_ == other.box_; }
+
+  private:
+    friend class Boxes;
+    iterator(const Boxes* list, IBox* box) : list_(list), box_(box) {}
+    const Boxes* list_ = nullptr;
+    IBox* box_ = nullptr; ///< null behind the last
+  };
+  using const_iterator = iterator;
 
   /// No list holds more.
   static constexpr size_t kMaxLength = size_t{1} << 20;
@@ -84,14 +122,13 @@ public:
   IBox* release(const_iterator at);
   void clear();
 
-  iterator begin() { return boxes_.begin(); }
-  iterator end() { return boxes_.end(); }
-  const_iterator begin() const { return boxes_.begin(); }
-  const_iterator end() const { return boxes_.end(); }
-  IBox* front() const { return boxes_.front(); }
-  IBox* back() const { return boxes_.back(); }
-  size_t size() const { return boxes_.size(); }
-  bool empty() const { return boxes_.empty(); }
+  iterator begin() const { return {this, first_}; }
+  iterator end() const { return {this, nullptr}; }
+  /// Null where the list is empty.
+  IBox* front() const { return first_; }
+  IBox* back() const { return last_; }
+  size_t size() const { return size_; }
+  bool empty() const { return size_ == 0; }
 
   /// The first box of that type, or null.
   IBox* find(FourCC type) const;
@@ -103,7 +140,9 @@ public:
   bool isLimited = false;
 
 private:
-  List boxes_;
+  IBox* first_ = nullptr;
+  IBox* last_ = nullptr;
+  size_t size_ = 0;
 };
 
 /// A box with children. What precedes them in its payload is the class's own.
