@@ -22,6 +22,7 @@ public:
     if (isOpen()) CloseHandle(file_);
     file_ = INVALID_HANDLE_VALUE;
     forget(0);
+    step_ = sizeof bytes_;
     pointer_ = 0;
   }
   uint64_t length() const {
@@ -32,7 +33,9 @@ public:
 
 protected:
   int_type underflow() override {
-    const size_t got = read(bytes_, sizeof bytes_);
+    if (!hasJumped_) step_ = sizeof bytes_;
+    hasJumped_ = false;
+    const size_t got = read(bytes_, step_);
     setg(bytes_, bytes_, bytes_ + got);
     return got == 0 ? traits_type::eof() : traits_type::to_int_type(bytes_[0]);
   }
@@ -69,7 +72,7 @@ protected:
     if (target >= buffered && target <= next_)
       setg(eback(), eback() + (target - buffered), egptr());
     else
-      forget(target);
+      jump(target);
     return pos_type(static_cast<off_type>(target));
   }
 
@@ -82,6 +85,16 @@ private:
   void forget(uint64_t position) {
     setg(bytes_, bytes_, bytes_);
     next_ = position;
+  }
+
+  /// Where visits are short and far apart, as in a file of fragments, less is read at each, down to a quarter of the
+  /// buffer; reading on takes whole buffers again.
+  void jump(uint64_t position) {
+    constexpr size_t kLeastStep = 1024;
+    const auto used = static_cast<size_t>(gptr() - eback());
+    if (!hasJumped_) step_ = used <= step_ / 2 ? std::max(step_ / 2, kLeastStep) : sizeof bytes_;
+    hasJumped_ = true;
+    forget(position);
   }
 
   size_t read(char* to, uint64_t count) {
@@ -101,9 +114,11 @@ private:
   [[noreturn]] static void fail() { throw std::ios_base::failure("the file cannot be read"); }
 
   HANDLE file_ = INVALID_HANDLE_VALUE;
-  uint64_t next_ = 0;    ///< position behind what is buffered
-  uint64_t pointer_ = 0; ///< where the file's own pointer stands
+  uint64_t next_ = 0;     ///< position behind what is buffered
+  uint64_t pointer_ = 0;  ///< where the file's own pointer stands
+  bool hasJumped_ = true; ///< since the buffer was filled
   char bytes_[4096];
+  size_t step_ = sizeof bytes_; ///< how much to read next
 };
 
 ifstream::ifstream() : std::istream(nullptr), buffer_(std::make_unique<Buffer>()) { rdbuf(buffer_.get()); }

@@ -45,11 +45,16 @@ ssize_t ReadAhead::fill(int descriptor, int64_t position) {
   return got;
 }
 
+bool ReadAhead::is_sample(size_t wanted, int64_t from) const {
+  constexpr size_t kLeastBytes = 1024;
+  return wanted >= kLeastBytes && from >= start_ + static_cast<int64_t>(length_ + kMinBytes);
+}
+
 ssize_t ReadAhead::read_behind(int descriptor, void* buffer, size_t bytes, int64_t position, size_t ready) {
   char* const rest = static_cast<char*>(buffer) + ready;
   const size_t wanted = bytes - ready;
   const int64_t from = position + static_cast<int64_t>(ready);
-  if (wanted < kMinBytes) {
+  if (wanted < kMinBytes && !is_sample(wanted, from)) {
     if (fill(descriptor, from) < 0) return -1;
     if (copy_out(rest, wanted, from) == wanted) return static_cast<ssize_t>(bytes);
   }

@@ -35,6 +35,9 @@ private:
   /// Reads what the window did not hold: the bytes behind the first `ready`, which are in the buffer already.
   ssize_t read_behind(int descriptor, void* buffer, size_t bytes, int64_t position, size_t ready);
   ssize_t fill(int descriptor, int64_t position);
+  /// A block of some size far behind the window: a reader with a buffer of its own jumps through the file, and nothing
+  /// is read ahead for it.
+  bool is_sample(size_t wanted, int64_t from) const;
 
   // The window holds bytes [start_, start_ + length_) of the file.
   std::unique_ptr<unsigned char[]> window_;
