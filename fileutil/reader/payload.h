@@ -85,7 +85,6 @@ public:
     try {
       auto result = read(in, consumed);
       reader_.incBytesRead(box_, consumed);
-      reader_.hasEnded_ = !in.good();
       return result;
     } catch (...) {
       reader_.hasEnded_ = true;

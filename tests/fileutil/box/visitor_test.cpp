@@ -1,6 +1,7 @@
 #include "qv/mp4/boxes.h"
 
 #include <gtest/gtest.h>
+#include <random>
 #include <stdexcept>
 
 using namespace fileutil;
@@ -43,6 +44,39 @@ TEST(BoxVisitor, GoesThroughChildrenInOrderAndByGroup) {
   Recorder recorder;
   movie.accept(&recorder);
   EXPECT_EQ(recorder.seen, "moov ( free ( data21 data0 tag asset ) leaf ) ");
+}
+
+/// Boxes put in, taken out and given away in any place, against a vector of them; both ways through the list.
+TEST(Boxes, AreInTheOrderOfTheirPlaces) {
+  std::minstd_rand random(7);
+  Boxes boxes;
+  std::vector<IBox*> model;
+  for (int round = 0; round < 2000; ++round) {
+    const size_t at = random() % (model.size() + 1);
+    const Boxes::iterator place = std::next(boxes.begin(), static_cast<std::ptrdiff_t>(at));
+    if (at == model.size() || random() % 2 == 0) {
+      auto* const box = new FreeBox;
+      EXPECT_EQ(*boxes.insert(place, box), box);
+      model.insert(model.begin() + static_cast<std::ptrdiff_t>(at), box);
+    } else {
+      if (random() % 2 == 0) {
+        const Boxes::iterator next = boxes.erase(place);
+        EXPECT_EQ(next, std::next(boxes.begin(), static_cast<std::ptrdiff_t>(at)));
+      } else
+        delete boxes.release(place);
+      model.erase(model.begin() + static_cast<std::ptrdiff_t>(at));
+    }
+    ASSERT_EQ(boxes.size(), model.size());
+    ASSERT_TRUE(std::equal(boxes.begin(), boxes.end(), model.begin(), model.end()));
+    std::vector<IBox*> backwards;
+    for (Boxes::iterator from = boxes.end(); from != boxes.begin();)
+      backwards.insert(backwards.begin(), *--from);
+    ASSERT_EQ(backwards, model);
+    ASSERT_EQ(boxes.front(), model.empty() ? nullptr : model.front());
+  }
+  boxes.clear();
+  EXPECT_TRUE(boxes.empty());
+  EXPECT_EQ(boxes.back(), nullptr);
 }
 
 TEST(Boxes, HoldNoMoreThanTheirMaximum) {

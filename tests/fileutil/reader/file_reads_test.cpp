@@ -4,6 +4,7 @@
 #include "tests/platform/scratch_path.h"
 
 #include <gtest/gtest.h>
+#include <limits>
 
 using namespace fileutil_test;
 
@@ -47,6 +48,7 @@ TEST(BoxReader, ReadsFewBytesForMetadata) {
         const ScratchPath path("song");
         path.write(song(samples, media, mediaFirst));
         qv::platform::set_file_calls(&calls);
+        qv::platform::fail_io(std::numeric_limits<int>::max()); // counts
         counts = {};
         {
           BoxReader reader(path.text().c_str());
@@ -57,6 +59,8 @@ TEST(BoxReader, ReadsFewBytesForMetadata) {
         qv::platform::set_file_calls(nullptr);
         EXPECT_LE(counts.calls, 4) << samples << " " << media << " " << mediaFirst;
         EXPECT_LE(counts.bytes, 4u * 4096);
+        EXPECT_LE(qv::platform::io_calls(), 8); // reads and seeks
+        qv::platform::fail_io(0);
         EXPECT_GE(counts.calls, 1);
       }
 }

@@ -82,6 +82,20 @@ TEST(ReadPayload, SampleTables) {
   });
 }
 
+/// A table that the source does not have to its end is none that could be written again.
+TEST(ReadPayload, CutTablesAreIncomplete) {
+  const std::string bytes = full("stco", be32(3) + counting(3, 4));
+  for (const auto& [length, expected] : {std::pair{28, "stco{0 1 2 3}"},
+                                         {27, "stco{0 1 2 incomplete}"},
+                                         {16, "stco{0 incomplete}"},
+                                         {14, "stco{0 incomplete}"}}) {
+    std::istringstream in(bytes.substr(0, static_cast<size_t>(length)));
+    BoxReader reader(in, bytes.size());
+    const std::unique_ptr<Boxes> boxes(reader.readMetaForUpdate());
+    EXPECT_EQ(Describe::list(*boxes), expected);
+  }
+}
+
 TEST(ReadPayload, SampleEntries) {
   const std::string fields = counting(6, 1) + be16(7) + be64(0) + counting(4, 2, 16) + be32(20);
   const std::string read = "1 2 3 4 5 6 7 0 0 0 0 0 0 0 0 16 17 18 19 20";
@@ -164,6 +178,13 @@ TEST(ReadPlace, DecidesTheClass) {
                {full("meta", box("ilst", box("uuid", std::string(20, 0)))), "meta{0}(ilst(?uuid(+20)))"}},
               mode);
   }
+  // What follows an item list, its items and "meta" is where it was before them.
+  const std::string list = box("ilst", box("gnre", box("data", be64(1)) + box("titl")) + box("titl"));
+  EXPECT_EQ(described(box("udta", full("meta", list + full("titl") + full("hdlr")) + full("gnre") + box("ilst") +
+                                      full("albm", asset)) +
+                      box("free")),
+            "udta(meta{0}(ilst(gnre(data{0 00000001} ?titl) ?titl()) titl{0 0} hdlr{0 00000000 .... "
+            "000000000000000000000000}) gnre{0 0} ilst() albm{0 0 41}) free");
   const std::string hdlr = box("moov", full("hdlr", std::string(20, 0)));
   EXPECT_EQ(described(hdlr, kFile), "moov(hdlr{0 00000000 .... 000000000000000000000000})");
   EXPECT_EQ(described(hdlr, kMeta), "moov(?hdlr)");

@@ -132,6 +132,9 @@ TEST(DataHandler, SkipsAsFarAsTheSourceGoes) {
         }
       }
       EXPECT_EQ(source->skip(1), 0u);
+      EXPECT_EQ(source->in().get(), EOF);
+      EXPECT_EQ(source->rewind(), source != &oneWay);
+      if (source != &oneWay) EXPECT_EQ(source->in().get(), static_cast<unsigned char>(bytes[0]));
     }
   }
 }
