@@ -39,9 +39,10 @@ public:
 
   DataHandler& in();
 
-  /// Each reads the whole source, from its beginning where that can be sought, and returns a list that the caller owns;
-  /// null only where there is no memory for the list itself. readFile() makes an object of every type that is known,
-  /// readMeta() of what metadata is read from, readMetaForUpdate() of what changes when metadata does.
+  /// Each reads the whole source, from its beginning where that can be sought and from where it stands otherwise, and
+  /// returns a list that the caller owns; null only where there is no memory for the list itself. readFile() makes an
+  /// object of every type that is known, readMeta() of what metadata is read from, readMetaForUpdate() of what changes
+  /// when metadata does.
   Boxes* readFile();
   Boxes* readMeta();
   Boxes* readMetaForUpdate();

@@ -27,8 +27,8 @@
   ROW("MTSM", ANYWHERE, GENERAL)
 
 /// Items of "ilst", ItemContainerBox<type>: their children are "data", or "mean", "name" and "data" for "----". Known
-/// directly inside "ilst" alone, to all three factories; any other type there is an UnknownItemBox, which is a container
-/// too. "\251" is the byte A9.
+/// directly inside "ilst" alone, in every mode of reading, to ItemFactory; any other type there is an UnknownItemBox,
+/// which is a container too. "\251" is the byte A9.
 #define QV_MP4_ITEM_TABLE(ROW)                                                                               \
   ROW("\251nam") ROW("\251ART") ROW("aART") ROW("\251alb") ROW("\251gen") ROW("gnre") ROW("trkn")            \
   ROW("\251too") ROW("covr") ROW("\251des") ROW("\251cmt") ROW("\251wrt") ROW("keyw") ROW("\251day")         \
@@ -70,7 +70,7 @@
 #define QV_MP4_ASSET_TABLE(ROW) ROW("titl") ROW("dscp") ROW("cprt") ROW("perf") ROW("gnre") ROW("albm")
 
 /// The well-known type indicators of "data", DataBox<indicator>; any other is an UnknownDataBox. "data" is known inside
-/// an item alone, to every factory but those of GUIDs.
+/// an item alone, in every mode of reading.
 #define QV_MP4_DATA_TABLE(ROW) ROW(0) ROW(1) ROW(2) ROW(3) ROW(13) ROW(14) ROW(21) ROW(22) ROW(23) ROW(24) ROW(27)
 
 /// Classes of "uuid" boxes, which are told apart by their extended type. kId3v23MetaDataType is the only one that is

@@ -13,9 +13,9 @@
 
 namespace fileutil {
 
-/// A buffered input stream over a file, for FileHandler: a buffer of 4096 bytes, and reads that are larger go straight
-/// to their destination. Seeking within the buffer reads nothing, elsewhere it costs no system call until the next
-/// read. A read that the system refuses sets badbit.
+/// A buffered input stream over a file, for FileHandler: a buffer of 4096 bytes, of which less is filled where visits
+/// are short and far apart; reads that are larger go straight to their destination. Seeking within the buffer reads
+/// nothing, elsewhere it costs no system call until the next read. A read that the system refuses sets badbit.
 class QV_API ifstream : public std::istream {
 public:
   ifstream();
