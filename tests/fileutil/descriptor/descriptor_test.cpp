@@ -73,11 +73,15 @@ TEST(Descriptor, WritesWhatItHasRead) {
       hex("10 0D 004F FF FF FE FF FF 0E 04 00000001"), // ES_ID_Inc inside
       hex("03 02 0001"),
       hex("04 05 40 15 00 00 00"),
+      hex("04 0C 40 15 000000 00000000 000000"),
       hex("06 00"), // too short for their fields
       hex("05 00"),
       hex("FE 02 1234"),
       hex("00 00"),
       hex("10 01 40"),
+      hex("03 05 0001 80 0102"),
+      hex("03 05 0001 40 01 'u'"),
+      hex("03 05 0001 20 0304"), // each flag alone
   };
   for (const std::string& bytes : cases) {
     const Read it = read(bytes, static_cast<uint32_t>(bytes.size()));
@@ -169,6 +173,9 @@ TEST(Descriptor, DepthAndCountAreBounded) {
   const Read many = read(wide, static_cast<uint32_t>(wide.size()));
   ASSERT_TRUE(many.descriptor);
   EXPECT_EQ(many.descriptor->children().size(), DescriptorReader::kMaxCount - 1);
+  const Read siblings =
+      read(hex("03 21 0001 00 060102 060102 060102 060102 060102 060102 060102 060102 060102 060102"), 35);
+  EXPECT_TRUE(dynamic_cast<SLConfigDescriptor*>(siblings.descriptor->children().back().get())) << "depth is no count";
   EXPECT_EQ(write(many.descriptor.get()), wide);
 }
 

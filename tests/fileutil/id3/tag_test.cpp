@@ -80,12 +80,15 @@ TEST(Id3Tag, OthersSayThatTheyAreNot) {
       {"extended header of 2.3", hex("'ID3' 03 00 60 00000018 00000006 0000 00000000") + kTitle, title, 31, 0x20},
       {"extended header of 2.4", hex("'ID3' 04 00 40 00000014 00000006 01 00") + kTitle, title, 27, 0},
       {"footer", hex("'ID3' 04 00 10 0000000E") + kTitle + hex("'3DI' 04 00 10 0000000E"), title, 31, 0},
+      {"a footer that is not there", hex("'ID3' 04 00 10 0000000E") + kTitle, title, 21, 0},
       {"unsynchronised", hex("'ID3' 03 00 80 00000013 'PRIV' 00000006 0000 FF 00 E0 FF 00 00 FF 00 41"),
        "PRIV=" + hex("FF E0 FF 00 FF 41") + ";", 26, 0},
       {"a frame that claims too much", hex("'ID3' 03 00 00 0000001C") + kTitle + hex("'TALB' 00000005 0000 'abcd'"),
        title, 31, 0},
       {"a size in 2.4 that is not syncsafe", hex("'ID3' 04 00 00 00000018") + kTitle + hex("'TALB' 00000080 0000"),
        title, 31, 0},
+      {"the same where so many bytes are there",
+       hex("'ID3' 04 00 00 0000011C 'TALB' 00000084 0000") + std::string(132, 'x'), "", 17, 0},
       {"an id of small letters", hex("'ID3' 03 00 00 00000019") + kTitle + hex("'tags' 00000001 0000 00"), title, 31,
        0},
       {"version 2.2", hex("'ID3' 02 00 00 0000000A 'TT2' 000004 00 'abc'"), "", 7, 0},
@@ -125,7 +128,7 @@ TEST(Id3Tag, EndsWhereItIsCut) {
 
 TEST(Id3Tag, FramesAreBounded) {
   const std::string empty_frame = hex("'TIT2' 00000000 0000");
-  std::string bytes = hex("'ID3' 03 00 00 00000000");
+  std::string bytes = hex("'ID3' 03 00 00 00280000"); // 40 x 2^14: as many as are read
   for (size_t k = 0; k <= Header::kMaxFrames; ++k)
     bytes += empty_frame;
   uint64_t consumed = 0;

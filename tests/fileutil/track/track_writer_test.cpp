@@ -11,6 +11,7 @@
 using namespace fileutil;
 using fileutil_test::Beginning;
 using fileutil_test::find;
+using fileutil_test::hex;
 
 namespace {
 
@@ -47,6 +48,40 @@ struct Track {
   bool is_ready = false;
 };
 
+TEST(MakeAudioTree, IsLaidOutAsPublished) {
+  Track track(tree_for(44100), 1000);
+  track.add(3, 1024);
+  ASSERT_EQ(track.finish(), S_OK);
+  const std::string matrix = "00010000 00000000 00000000 00000000 00010000 00000000 00000000 00000000 40000000";
+  const std::string head = hex(
+      "0000001C 'ftypM4A ' 00000000 'M4A isommp42'"
+      "0000022C 'moov'"
+      "0000006C 'mvhd' 00000000 00000000 00000000 00000258 0000000D 00010000 0100 0000 00000000 00000000" +
+      matrix +
+      "  00000000 00000000 00000000 00000000 00000000 00000000 00000002"
+      "000001B8 'trak'"
+      "0000005C 'tkhd' 00000003 00000000 00000000 00000001 00000000 0000000D 00000000 00000000 0000 0000 0100 0000" +
+      matrix +
+      "00000000 00000000"
+      "00000154 'mdia'"
+      "00000020 'mdhd' 00000000 00000000 00000000 0000AC44 00000400 55C4 0000"
+      "0000002D 'hdlr' 00000000 00000000 'soun' 00000000 00000000 00000000 'SoundHandler' 00"
+      "000000FF 'minf'"
+      "00000010 'smhd' 00000000 0000 0000"
+      "00000024 'dinf' 0000001C 'dref' 00000000 00000001 0000000C 'url ' 00000001"
+      "000000C3 'stbl'"
+      "0000005B 'stsd' 00000000 00000001"
+      "0000004B 'mp4a' 000000000000 0001 0000000000000000 0002 0010 0000 0000 AC440000"
+      "00000027 'esds' 00000000 03 19 0000 00 04 11 40 15 000003 0000040A 0000040A 05 02 1210 06 01 02" // 3 x 8 x 44100
+                                                                                                        // / 1024
+      "00000018 'stts' 00000000 00000001 00000001 00000400"
+      "0000001C 'stsc' 00000000 00000001 00000001 00000001 00000001"
+      "00000018 'stsz' 00000000 00000000 00000001 00000003"
+      "00000014 'stco' 00000000 00000001 000003E8"
+      "00000198 'free'");
+  EXPECT_EQ(track.file.bytes(), head + std::string(400, '\0') + hex("0000000B 'mdatxxx'"));
+}
+
 TEST(TrackWriter, WritesNothingWhereABoxIsMissing) {
   const FourCC needed[] = {QvFourCC("mvhd"), QvFourCC("trak"), QvFourCC("tkhd"), QvFourCC("mdhd"),
                            QvFourCC("mp4a"), QvFourCC("esds"), QvFourCC("stts"), QvFourCC("stsc"),
@@ -67,6 +102,14 @@ TEST(TrackWriter, WritesNothingWhereABoxIsMissing) {
     EXPECT_EQ(track.file.length(), 0u);
   }
   EXPECT_TRUE(Track(tree_for(44100, OffsetWidth::k64), 100).is_ready) << "co64 does as well";
+
+  auto tree = tree_for(44100);
+  auto* const other = new TrackBox;
+  other->children().push_back(new MediaHeaderBox);
+  find<MovieBox>(*tree)->children().push_back(other);
+  Track track(std::move(tree), 100);
+  track.writer.close();
+  EXPECT_EQ(find<MediaHeaderBox>(other->children())->timescale, 0u) << "another track's";
 }
 
 TEST(TrackWriter, FillsTheTables) {
@@ -141,8 +184,8 @@ TEST(TrackWriter, ALongDurationHasAHeaderOfVersion1) {
   const std::string& file = track.file.bytes();
   const size_t at = file.find("mdhd");
   ASSERT_NE(at, std::string::npos);
-  EXPECT_EQ(file.substr(at - 4, 44), fileutil_test::hex("0000002C 'mdhd' 01000000 0000000001020304 0000000000000000"
-                                                        "00001F40 0000000120000000 55C4 0000"));
+  EXPECT_EQ(file.substr(at - 4, 44), hex("0000002C 'mdhd' 01000000 0000000001020304 0000000000000000"
+                                         "00001F40 0000000120000000 55C4 0000"));
 }
 
 TEST(TrackWriter, DescribesTheStream) {
@@ -165,12 +208,12 @@ TEST(TrackWriter, DescribesTheStream) {
   EXPECT_EQ(config->maximumBitRate, 2u);
   EXPECT_EQ(config->averageBitRate, 3u);
 
-  Track sparse(tree_for(1000), 0); // samples longer than a second, and one shorter
-  for (const uint32_t duration : {4000, 4000, 100})
+  Track sparse(tree_for(1000), 0); // samples longer than a second
+  for (const uint32_t duration : {4000, 4000})
     sparse.add(1000, duration);
   sparse.writer.close();
   const auto& rates = *sparse.box<ElementaryStreamDescriptorBox>().descriptor->child<esds::DecoderConfigDescriptor>();
-  EXPECT_EQ(rates.averageBitRate, 2963u); // 24000 bits in 8.1 s
+  EXPECT_EQ(rates.averageBitRate, 2000u);
   EXPECT_EQ(rates.maximumBitRate, 8000u);
 }
 
@@ -200,6 +243,9 @@ TEST(FinishTrack, ALongTrackHasALongHeader) {
       block.resize(std::min<uint64_t>(left, kBlock));
       ASSERT_EQ(track.writer.writeSamples(block, 1024), S_OK);
     }
+    track.writer.close();
+    EXPECT_EQ(track.box<MediaDataBox>().headerSize(), row.payload < kFourGiB ? 8u : 16u);
+    EXPECT_EQ(track.box<MediaDataBox>().position(), row.payload < kFourGiB ? 1992u : 1984u);
     ASSERT_EQ(track.finish(), S_OK);
     EXPECT_EQ(track.file.length(), 2000 + row.payload);
     const std::string& head = track.file.bytes();
