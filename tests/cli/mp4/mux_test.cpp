@@ -27,6 +27,7 @@ const std::string kA = adts_frame({"first"});
 const std::string kB = adts_frame({std::string("\xFF\xF1\x50\x80 in the audio", 17)});
 const std::string kC = adts_frame({"third"});
 const Blocks kABC = {"first", std::string("\xFF\xF1\x50\x80 in the audio", 17), "third"};
+const std::string kOdd = adts_frame({"odd"}, {.rate_index = 3});
 constexpr AdtsFields kSummed = {.check_sums = true};
 
 TEST(Mux, TakesEachBlockAsASample) {
@@ -55,10 +56,28 @@ TEST(Mux, TakesEachBlockAsASample) {
        "4 bytes that are no ADTS frames were passed over, in 1 place, at byte 0"},
       {"something between", kA + "\xFF\xFF" + kB + decoy + kC, kABC,
        "52 bytes that are no ADTS frames were passed over, in 2 places, first at byte 12"},
+      {"what looks like a frame in a gap", kA + "zz" + adts_frame({"fake"}) + "zz" + kB + kC, kABC,
+       "15 bytes that are no ADTS frames were passed over, in 1 place, at byte 12"},
       {"something longer than the window", kA + std::string(100000, '\xFF') + kB + kC, kABC,
        "100000 bytes that are no ADTS frames were passed over, in 1 place, at byte 12"},
       {"another format that nothing follows", kA + adts_frame({"odd"}, {.rate_index = 3}).substr(0, 8) + kB + kC, kABC,
        "8 bytes that are no ADTS frames were passed over, in 1 place, at byte 12"},
+      {"another format that ours follows", kA + kOdd + kB + kC, kABC,
+       "10 bytes that are no ADTS frames were passed over, in 1 place, at byte 12"},
+      {"another format inside a block",
+       kA + adts_frame({kOdd + kOdd}) + "zz" + kB + kC,
+       {kABC[0], kOdd + kOdd, kABC[1], kABC[2]},
+       "2 bytes that are no ADTS frames were passed over, in 1 place, at byte 39"},
+      {"a format without channels that nothing follows", adts_frame({"odd"}, {.channels = 0}) + "zz" + kA + kB + kC,
+       kABC, "12 bytes that are no ADTS frames were passed over, in 1 place, at byte 0"},
+      {"blocks without positions that nothing follows", kA + adts_frame({"1", "2"}) + "zz" + kB + kC, kABC,
+       "11 bytes that are no ADTS frames were passed over, in 1 place, at byte 12"},
+      {"an empty frame", kA + adts_frame({""}) + kB + kC, kABC,
+       "7 bytes that are no ADTS frames were passed over, in 1 place, at byte 12"},
+      {"an empty block", kA + adts_frame({"1", ""}, kSummed) + kB + kC, kABC,
+       "16 bytes that are no ADTS frames were passed over, in 1 place, at byte 12"},
+      {"a tag whose size is none", std::string("ID3\4\0\0\x80\0\0\0", 10) + kA + kB + kC, kABC,
+       "10 bytes that are no ADTS frames were passed over, in 1 place, at byte 0"},
       {"positions past the frame", kA + adts_frame({"1", "2"}, kSummed).replace(7, 2, "\x7F\xFF") + kB + kC, kABC,
        "17 bytes that are no ADTS frames were passed over, in 1 place, at byte 12"},
   };
@@ -76,6 +95,11 @@ TEST(Mux, TakesEachBlockAsASample) {
   EXPECT_EQ(folder.names(), (std::vector<std::string>{"in.aac", "out.m4a"}));
 }
 
+std::string with_layer(std::string frame) {
+  frame[1] = static_cast<char>(frame[1] | 2);
+  return frame;
+}
+
 TEST(Mux, RefusesWhatIsNoTrack) {
   const std::string none = "holds no AAC in ADTS frames";
   const struct {
@@ -87,6 +111,7 @@ TEST(Mux, RefusesWhatIsNoTrack) {
       {"a tag alone", id3_tag("x"), none},
       {"a tag that claims more than there is", id3_tag(std::string(100, 'x')).substr(0, 50) + kA, none},
       {"MPEG layer 3", std::string("\xFF\xFB\x90\x00", 4) + std::string(413, '\0'), none},
+      {"another layer", with_layer(kA) + with_layer(kA), none},
       {"a rate that is none", adts_frame({"x"}, {.rate_index = 13}) + adts_frame({"x"}, {.rate_index = 13}), none},
       {"another rate", kA + kB + adts_frame({"x"}, {.rate_index = 3}) + adts_frame({"x"}, {.rate_index = 3}),
        "at byte 36 the format changes from 44100 Hz, 2 channels, object type 2 to 48000 Hz, 2 channels, object type 2"},

@@ -38,7 +38,7 @@ struct AdtsHeader {
   uint32_t header_bytes() const;
 };
 
-/// Reads the header that begins at `bytes`, kBytes long. None where they are not one, or the frame is empty.
+/// Reads the header that begins at `bytes`, kBytes long. None where they are not one.
 std::optional<AdtsHeader> read_adts_header(const uint8_t* bytes);
 
 /// What of a stream were not frames.

@@ -33,7 +33,7 @@ std::optional<AdtsHeader> read_adts_header(const uint8_t* bytes) {
   header.frame_bytes = (bytes[3] & 3u) << 11 | bytes[4] << 3 | bytes[5] >> 5;
   header.blocks = (bytes[6] & 3u) + 1;
   if (header.format.rate_index >= std::size(kRates)) return std::nullopt;
-  if (header.frame_bytes <= header.header_bytes()) return std::nullopt;
+  if (header.frame_bytes < header.header_bytes()) return std::nullopt;
   return header;
 }
 

@@ -83,7 +83,8 @@ bool AdtsReader::holds_another(const AdtsHeader& header) {
   return false;
 }
 
-/// Finds the blocks of the frame that begins here and is whole. False where their positions are not possible.
+/// Finds the blocks of the frame that begins here and is whole. False where one is empty, or their positions are not
+/// possible.
 bool AdtsReader::split(const AdtsHeader& header) {
   blocks_.clear();
   next_block_ = 0;
@@ -98,7 +99,7 @@ bool AdtsReader::split(const AdtsHeader& header) {
     }
     // One block alone has its check sum in the header.
     const size_t end = next - (header.blocks > 1 ? kCheckSumBytes : 0);
-    if (next > header.frame_bytes || end <= begin) return false;
+    if (end <= begin) return false; // also where the position before was past the frame
     blocks_.push_back({begin, end});
     begin = next;
   }
@@ -165,7 +166,7 @@ bool AdtsReader::next(std::vector<char>& block) {
     frame_bytes_ = 0;
     blocks_.clear();
     next_block_ = 0;
-    if (losses_.cut_bytes != 0 || !find_frame()) return false;
+    if (!find_frame()) return false;
   }
   const Block& found = blocks_[next_block_++];
   block.assign(at() + found.begin, at() + found.end);
