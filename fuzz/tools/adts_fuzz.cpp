@@ -4,6 +4,7 @@
 #include "tests/cli/mp4/adts_bytes.h"
 #include "tools/qv/failure.h"
 #include "tools/qv/mp4/adts.h"
+#include "tools/qv/mp4/adts_channels.h"
 
 #include <algorithm>
 
@@ -46,7 +47,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (found.blocks.empty()) return 0;
 
   const AdtsFormat format = *found.reader.format();
-  require(format.channels() != 0 && format.sample_rate() != 0);
+  require(format.sample_rate() != 0);
+  const auto program = read_program_config({found.blocks.front().begin(), found.blocks.front().end()});
+  require(!program || (program->channels != 0 && program->bytes.size() <= found.blocks.front().size() + 1));
   std::string plain;
   for (const std::string& block : found.blocks)
     plain += cli_test::adts_frame({block}, {.profile = format.object_type - 1u,

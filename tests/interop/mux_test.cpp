@@ -101,6 +101,21 @@ TEST(Mux, BlocksInOneFrameAreSamplesOfTheirOwn) {
   EXPECT_TRUE(decoded(out) == decoded(in));
 }
 
+TEST(Mux, ChannelsThatTheAudioDescribesAreKept) {
+  const ScratchFolder folder;
+  const std::string in = folder.file("in.aac");
+  const std::string out = folder.file("out.m4a");
+  for (const char* layout : {"2.1", "quad", "5.1(side)", "6.1", "7.1(wide)"}) {
+    SCOPED_TRACE(layout);
+    shell(kFfmpeg + "-f lavfi -i anoisesrc=r=44100:a=0.1:d=0.3 -af 'aformat=channel_layouts=" + layout +
+          "' -c:a aac -f adts " + in);
+    qv_says({"mux", in, out});
+    EXPECT_EQ(ffprobe(out)["channels"], ffprobe(in)["channels"]);
+    EXPECT_EQ(ffprobe(out)["channel_layout"], ffprobe(in)["channel_layout"]);
+    EXPECT_TRUE(decoded(out) == decoded(in));
+  }
+}
+
 TEST(Mux, AMillionSamples) {
   constexpr size_t kSamples = 1'000'000;
   const ScratchFolder folder;

@@ -2,6 +2,7 @@
 #include "tests/cli/mp4/adts_bytes.h"
 #include "tests/cli/process.h"
 #include "tests/cli/scratch_folder.h"
+#include "tests/fileutil/bytes.h"
 #include "tests/fileutil/track/track_file.h"
 
 #include <gtest/gtest.h>
@@ -28,6 +29,21 @@ const std::string kB = adts_frame({std::string("\xFF\xF1\x50\x80 in the audio", 
 const std::string kC = adts_frame({"third"});
 const Blocks kABC = {"first", std::string("\xFF\xF1\x50\x80 in the audio", 17), "third"};
 const std::string kOdd = adts_frame({"odd"}, {.rate_index = 3});
+/// A program config element behind its id, 101: tag 1, LC, 44.1 kHz; one front single and pair, a side pair, a back
+/// single, an LFE, one coupling channel; stereo mixdown 9 and matrix 5; the elements' own tags; a comment of two bytes.
+const std::string kProgramBits =
+    "0001 01 0100 0010 0001 0001 01 000 0001 0 11001 1101  0 0000 1 0001 1 0010 0 0011 0101 1 0110";
+/// The bits as bytes, zeros at the end.
+std::string packed(std::string bits) {
+  std::erase(bits, ' ');
+  bits.resize((bits.size() + 7) / 8 * 8, '0');
+  std::string bytes;
+  for (size_t k = 0; k < bits.size(); k += 8)
+    bytes += static_cast<char>(std::stoi(bits.substr(k, 8), nullptr, 2));
+  return bytes;
+}
+const std::string kProgram = packed("101 " + kProgramBits) + "\2hi";
+const std::string kProgramConfig = packed("00010 0100 0000 000 " + kProgramBits) + "\2hi";
 constexpr AdtsFields kSummed = {.check_sums = true};
 
 TEST(Mux, TakesEachBlockAsASample) {
@@ -68,8 +84,6 @@ TEST(Mux, TakesEachBlockAsASample) {
        kA + adts_frame({kOdd + kOdd}) + "zz" + kB + kC,
        {kABC[0], kOdd + kOdd, kABC[1], kABC[2]},
        "2 bytes that are no ADTS frames were passed over, in 1 place, at byte 39"},
-      {"a format without channels that nothing follows", adts_frame({"odd"}, {.channels = 0}) + "zz" + kA + kB + kC,
-       kABC, "12 bytes that are no ADTS frames were passed over, in 1 place, at byte 0"},
       {"blocks without positions that nothing follows", kA + adts_frame({"1", "2"}) + "zz" + kB + kC, kABC,
        "11 bytes that are no ADTS frames were passed over, in 1 place, at byte 12"},
       {"an empty frame", kA + adts_frame({""}) + kB + kC, kABC,
@@ -123,8 +137,9 @@ TEST(Mux, RefusesWhatIsNoTrack) {
        "at byte 12 the format changes from 44100 Hz, 2 channels, object type 2 to 44100 Hz, 2 channels, object type 1"},
       {"blocks without positions", kA + adts_frame({"1", "2"}) + kB,
        "at byte 12 a frame has several blocks of audio without their positions, which is not supported"},
-      {"channels in the audio", adts_frame({"1"}, {.channels = 0}),
-       "at byte 0 the channels are described inside the audio, which is not supported"},
+      {"no channels", adts_frame({"1"}, {.channels = 0}), "does not say which channels it has"},
+      {"channels that are cut", adts_frame({kProgram.substr(0, kProgram.size() - 1)}, {.channels = 0}),
+       "does not say which channels it has"},
   };
   const ScratchFolder folder;
   for (const auto& row : rows) {
@@ -140,6 +155,18 @@ TEST(Mux, RefusesWhatIsNoTrack) {
   const std::string missing = folder.file("missing.aac");
   EXPECT_EQ(run_qv({"mux", missing, folder.file("out.m4a")}).exit_code, 1);
   EXPECT_EQ(folder.names(), (std::vector<std::string>{"in.aac"}));
+}
+
+TEST(Mux, TakesChannelsFromTheAudio) {
+  const ScratchFolder folder;
+  const std::string in =
+      folder.put("in.aac", adts_frame({kProgram + "audio"}, {.channels = 0}) + adts_frame({"2"}, {.channels = 0}));
+  qv_says({"mux", in, folder.file("out.m4a")});
+  const auto tree = fileutil_test::tree_of(read_file(folder.file("out.m4a")));
+  EXPECT_EQ(find<Mpeg4AudioSampleEntry>(*tree)->channelCount, 7);
+  const auto* const config =
+      find<ElementaryStreamDescriptorBox>(*tree)->descriptor->child<esds::DecoderConfigDescriptor>();
+  EXPECT_EQ(config->child<esds::DecoderSpecificInfo>()->info, fileutil_test::vector_of(kProgramConfig));
 }
 
 TEST(Mux, DescribesEveryFormat) {

@@ -4,6 +4,7 @@
 #include "tools/qv/file/disk/output_stream.h"
 #include "tools/qv/long_work.h"
 #include "tools/qv/mp4/adts.h"
+#include "tools/qv/mp4/adts_channels.h"
 
 #include "qv/mp4/track_writer.h"
 
@@ -25,6 +26,8 @@ struct Options {
 struct Survey {
   AdtsFormat format;
   AdtsLosses losses;
+  uint16_t channels = 0;
+  std::vector<uint8_t> config; ///< for the decoder
   uint64_t samples = 0;
   uint64_t bytes = 0;
 
@@ -62,15 +65,28 @@ AdtsReader for_each_block(const std::string& name, HANDLE file, const char* labe
   return reader;
 }
 
+/// Where the frames do not say how many there are, the first block of audio does.
+void describe_channels(Survey& survey, const std::vector<char>& first, const std::string& name) {
+  survey.channels = survey.format.channels();
+  survey.config = survey.format.audio_specific_config();
+  if (survey.channels != 0) return;
+  const auto program = read_program_config(first);
+  if (!program) throw Failure(name, "does not say which channels it has");
+  survey.channels = program->channels;
+  survey.config.insert(survey.config.end(), program->bytes.begin(), program->bytes.end());
+}
+
 Survey survey_of(const std::string& name, HANDLE file) {
   Survey survey;
+  std::vector<char> first;
   const AdtsReader reader = for_each_block(name, file, "reading", [&](const std::vector<char>& block) {
-    ++survey.samples;
+    if (survey.samples++ == 0) first = block;
     survey.bytes += block.size();
   });
   if (survey.samples == 0) throw Failure(name, "holds no AAC in ADTS frames");
   survey.format = *reader.format();
   survey.losses = reader.losses();
+  describe_channels(survey, first, name);
   return survey;
 }
 
@@ -97,9 +113,8 @@ int mux(const Options& options) {
   static_cast<std::ios&>(head).rdbuf(&buffer);
 
   const fileutil::OffsetWidth width = survey.offset_width();
-  const AdtsFormat& format = survey.format;
   const std::unique_ptr<fileutil::Boxes> tree(
-      fileutil::makeAudioTree(format.sample_rate(), format.channels(), format.audio_specific_config(), width));
+      fileutil::makeAudioTree(survey.format.sample_rate(), survey.channels, survey.config, width));
   const uint64_t reserve = survey.reserve(width);
   fileutil::TrackWriter track(tree.get(), media, reserve);
   track.init();

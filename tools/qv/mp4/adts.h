@@ -21,8 +21,8 @@ struct AdtsFormat {
 
   bool operator==(const AdtsFormat&) const = default;
   uint32_t sample_rate() const; ///< Hz; with SBR that of the core
-  uint16_t channels() const;    ///< 0 where the blocks say it themselves
-  /// The same as a decoder of MP4 reads it: clause 1.6.2.1.
+  uint16_t channels() const;    ///< 0 where the first block says it: read_program_config()
+  /// The same as a decoder of MP4 reads it: clause 1.6.2.1. Where the first block says the channels, that follows.
   std::vector<uint8_t> audio_specific_config() const;
 };
 

@@ -109,8 +109,6 @@ bool AdtsReader::split(const AdtsHeader& header) {
 /// Throws Failure for what cannot become part of the track.
 void AdtsReader::check(const AdtsHeader& header) const {
   const std::string place = "at byte " + std::to_string(position_) + " ";
-  if (header.format.channel_configuration == 0)
-    throw Failure(name_, place + "the channels are described inside the audio, which is not supported");
   if (format_ && !(header.format == *format_))
     throw Failure(name_,
                   place + "the format changes from " + channels_text(*format_) + " to " + channels_text(header.format));
@@ -123,8 +121,7 @@ AdtsReader::Found AdtsReader::look(bool follows_another) {
   if (!have(AdtsHeader::kBytes)) return Found::kNothing;
   const auto header = read_adts_header(at());
   if (!header) return Found::kNothing;
-  const bool is_usual = header->format.channel_configuration != 0 && (!format_ || header->format == *format_) &&
-                        (header->blocks == 1 || header->has_check_sums);
+  const bool is_usual = (!format_ || header->format == *format_) && (header->blocks == 1 || header->has_check_sums);
   if (!confirmed_header(0)) {
     if (!follows_another || !is_usual || holds_another(*header)) return Found::kNothing;
     if (!have(header->frame_bytes)) return Found::kCutFrame;
