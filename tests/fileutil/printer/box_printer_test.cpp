@@ -68,9 +68,9 @@ std::vector<Row> rows() {
       {made<FileTypeBox>([](auto& box) {
          box.majorBrand = QvFourCC("M4A ");
          box.minorVersion = {0, 0, 2, 1};
-         box.compatibleBrands = {QvFourCC("isom"), QvFourCC("\251\\\1\377")};
+         box.compatibleBrands = {QvFourCC("isom"), QvFourCC("\251\\\1\177"), QvFourCC("~  \377")};
        }),
-       "ftyp(major_brand='M4A ' minor_version=513 compatible_brands=isom,©\\x5C\\x01\\xFF, )"},
+       "ftyp(major_brand='M4A ' minor_version=513 compatible_brands=isom,©\\x5C\\x01\\x7F,~  \\xFF, )"},
       {made<MovieHeaderBox>([](auto& box) {
          box.versionFlags = {0, 1, 2, 3};
          box.creationTime = 1;
@@ -195,6 +195,7 @@ std::vector<Row> rows() {
       {value<2>("00 54 00 E4 D8 34 DD 1E"), "data(type_indicator=2 locale=258 value='Tä\U0001D11E' )"},
       {value<21>("FE"), "data(type_indicator=21 locale=258 value=-2 )"},
       {value<21>("01 FF FE"), "data(type_indicator=21 locale=258 value=131070 )"},
+      {value<21>("FF FE"), "data(type_indicator=21 locale=258 value=-2 )"},
       {value<22>("FE FF"), "data(type_indicator=22 locale=258 value=65279 )"},
       {value<22>("8*FE"), "data(type_indicator=22 locale=258 value=18374403900871474942 )"},
       {value<22>("9*41"), "data(type_indicator=22 locale=258 value=<AAAAAAAAA> )"},
@@ -209,6 +210,8 @@ std::vector<Row> rows() {
        "albm(version=0 flags=0 language='und' text='äb' )"},
       {made<ThreeGPPAssetMetaBox<QvFourCC("perf")>>([](auto& box) { box.text = vector_of(hex("FF FE E4 00 62 00")); }),
        "perf(version=0 flags=0 language='und' text='äb' )"},
+      {made<ThreeGPPAssetMetaBox<QvFourCC("dscp")>>([](auto& box) { box.language = 0x043B; }), // 1, 1, 27
+       "dscp(version=0 flags=0 language='1083' text='' )"},
       {made<RecordingYearBox>([](auto& box) {
          box.payload = {7, 0xD6};
        }),
@@ -253,10 +256,10 @@ TEST(BoxPrinter, TellsOfAsManyLevelsAsAskedFor) {
     movie.children().push_back(made<TrackBox>([](auto& track) { track.children().push_back(new MediaBox); }));
     movie.children().push_back(new UserDataBox);
   }));
-  boxes.push_back(new FreeBox);
-  EXPECT_EQ(told(boxes, 1), "moov()free()");
-  EXPECT_EQ(told(boxes, 2), "moov(trak()udta())free()");
-  EXPECT_EQ(told(boxes), "moov(trak(mdia())udta())free()");
+  boxes.push_back(made<UserDataBox>([](auto& data) { data.children().push_back(new FreeBox); }));
+  EXPECT_EQ(told(boxes, 1), "moov()udta()");
+  EXPECT_EQ(told(boxes, 2), "moov(trak()udta())udta(free())");
+  EXPECT_EQ(told(boxes), "moov(trak(mdia())udta())udta(free())");
 }
 
 } // namespace

@@ -89,6 +89,15 @@ TEST(PrepareWrite, TakesNoRoomFromElsewhere) {
   PrepareWrite second(&apart);
   second.doIt();
   EXPECT_TRUE(second.mustCopy());
+
+  Boxes outside;
+  auto* const room = append<FreeBox>(outside, 64); // in front of the container of the media
+  auto* const inner = append<MediaDataBox>(append<MovieBox>(outside, 8 + 1000)->children(), 1000);
+  inner->setPosition(64 + 8);
+  PrepareWrite third(&outside);
+  third.doIt();
+  EXPECT_TRUE(third.mustCopy());
+  EXPECT_EQ(room->plannedSize(), 64U);
 }
 
 TEST(PrepareWrite, MarksAnUnknownBoxThatMoves) {
