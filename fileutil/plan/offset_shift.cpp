@@ -23,33 +23,73 @@ void putBigEndian(std::span<uint8_t> into, uint64_t number) {
     into[at] = static_cast<uint8_t>(number);
 }
 
-/// The table with its numbers shifted; empty where that changes none.
-Bytes shiftedTable(const OffsetRun& run, OffsetMap& map, const ByteSource& file) {
-  Bytes table(static_cast<size_t>((run.count - 1) * run.stride + run.width));
-  file.read(run.position, table);
+/// A number moved by a distance. Refuses one that no longer fits its width.
+uint64_t shifted(uint64_t number, int64_t shift, unsigned width) {
+  const auto by = static_cast<uint64_t>(shift);
+  const uint64_t room = shift < 0 ? number : largest(width) - number;
+  if (shift != 0 && (width == 0 || (shift < 0 ? 0 - by : by) > room)) refuse(QVERR_MP4_OFFSETS);
+  return number + by;
+}
+
+/// One by one.
+bool shiftNumbers(Bytes& table, const OffsetRun& run, OffsetMap& map) {
   bool isChanged = false;
   for (uint64_t index = 0; index < run.count; ++index) {
     const std::span field = std::span(table).subspan(static_cast<size_t>(index * run.stride), run.width);
     const uint64_t number = fromBigEndian(field);
     const std::optional<int64_t> shift = map.shiftOf(run, number);
     if (!shift) refuse(QVERR_MP4_OFFSETS);
-    if (*shift == 0) continue;
-    const auto by = static_cast<uint64_t>(*shift);
-    const uint64_t room = *shift < 0 ? number : largest(run.width) - std::min(number, largest(run.width));
-    if (run.width == 0 || (*shift < 0 ? 0 - by : by) > room) refuse(QVERR_MP4_OFFSETS);
-    putBigEndian(field, number + by);
-    isChanged = true;
+    putBigEndian(field, shifted(number, *shift, run.width));
+    isChanged = isChanged || *shift != 0;
   }
+  return isChanged;
+}
+
+/// A table of nothing but numbers of one width, of which there may be millions: most lie where the one before does.
+template <class Number>
+bool shiftTable(Bytes& table, const OffsetRun& run, OffsetMap& map) {
+  bool isChanged = false;
+  uint64_t begin = 0; // of numbers that are moved by the same distance, and fit
+  uint64_t size = 0;
+  int64_t shift = 0;
+  for (size_t at = 0; at < table.size(); at += sizeof(Number)) {
+    Number field;
+    std::memcpy(&field, table.data() + at, sizeof field);
+    const uint64_t number = bigEndian(field);
+    if (number - begin >= size) {
+      const OffsetMap::Range range = map.rangeOf(run, number);
+      if (!range.shift) refuse(QVERR_MP4_OFFSETS);
+      shift = *range.shift;
+      shifted(number, shift, sizeof(Number));
+      begin = std::max(range.begin, shift < 0 ? 0 - static_cast<uint64_t>(shift) : 0);
+      size = std::min(range.end, shift > 0 ? largest(sizeof(Number)) - static_cast<uint64_t>(shift) : range.end);
+      size = size > begin ? size - begin : 0;
+      isChanged = isChanged || shift != 0;
+    }
+    field = bigEndian(static_cast<Number>(number + static_cast<uint64_t>(shift)));
+    std::memcpy(table.data() + at, &field, sizeof field);
+  }
+  return isChanged;
+}
+
+/// The table with its numbers shifted; empty where that changes none.
+Bytes shiftedTable(const OffsetRun& run, OffsetMap& map, const ByteSource& file) {
+  Bytes table(static_cast<size_t>((run.count - 1) * run.stride + run.width));
+  file.read(run.position, table);
+  const bool isPlain = run.stride == run.width && run.addend == 0 && !run.isRelative;
+  const bool isChanged = isPlain && run.width == 4   ? shiftTable<uint32_t>(table, run, map)
+                         : isPlain && run.width == 8 ? shiftTable<uint64_t>(table, run, map)
+                                                     : shiftNumbers(table, run, map);
   if (!isChanged) table.clear();
   return table;
 }
 
 /// Puts patches over what they replace. One whose place is not in the new file is left out.
-SegmentList patched(const SegmentList& segments, const std::vector<Patch>& patches) {
+SegmentList patched(SegmentList&& segments, std::vector<Patch>&& patches) {
   SegmentList result;
-  for (const Segment& segment : segments.segments()) {
+  for (Segment& segment : segments.take()) {
     if (!segment.bytes.empty()) {
-      result.addBytes(segment.bytes);
+      result.addBytes(std::move(segment.bytes));
       continue;
     }
     uint64_t at = segment.source;
@@ -58,8 +98,8 @@ SegmentList patched(const SegmentList& segments, const std::vector<Patch>& patch
                                   [](const Patch& each, uint64_t position) { return each.position < position; });
     for (; patch != patches.end() && patch->position + patch->bytes.size() <= end; ++patch) {
       result.addOld(at, patch->position - at);
-      result.addBytes(patch->bytes);
       at = patch->position + patch->bytes.size();
+      result.addBytes(std::move(patch->bytes));
     }
     result.addOld(at, end - at);
   }
@@ -122,7 +162,16 @@ std::optional<int64_t> OffsetMap::shiftOf(const OffsetRun& run, uint64_t number)
   return *first - *own;
 }
 
-SegmentList shiftOffsets(const SegmentList& segments, const OffsetScan& old, OffsetMap& map, const ByteSource& file) {
+OffsetMap::Range OffsetMap::rangeOf(const OffsetRun& run, uint64_t number) {
+  Range range{number, number + 1, shiftOf(run, number)};
+  const Place* const place = run.isForeign ? nullptr : placeOf(number);
+  // At its first byte may end what lies before it.
+  if (place != nullptr && place->shift && number > place->box.position)
+    range = {place->box.position + 1, place->box.end(), place->shift};
+  return range;
+}
+
+SegmentList shiftOffsets(SegmentList&& segments, const OffsetScan& old, OffsetMap& map, const ByteSource& file) {
   if (map.hasMoved() && (old.isOpaque || !map.areFragmentsTogether())) refuse(QVERR_MP4_OFFSETS);
   std::vector<Patch> patches;
   for (const OffsetRun& run : old.runs) {
@@ -130,7 +179,7 @@ SegmentList shiftOffsets(const SegmentList& segments, const OffsetScan& old, Off
     if (!table.empty()) patches.push_back({run.position, std::move(table)});
   }
   std::sort(patches.begin(), patches.end(), [](const Patch& a, const Patch& b) { return a.position < b.position; });
-  return patched(segments, patches);
+  return patches.empty() ? std::move(segments) : patched(std::move(segments), std::move(patches));
 }
 
 } // namespace fileutil

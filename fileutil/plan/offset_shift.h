@@ -24,6 +24,15 @@ public:
   /// where what it points to is in no box, or is changed.
   std::optional<int64_t> shiftOf(const OffsetRun& run, uint64_t number);
 
+  /// Positions that are shifted alike.
+  struct Range {
+    uint64_t begin;
+    uint64_t end;
+    std::optional<int64_t> shift;
+  };
+  /// The same as shiftOf() for a number that is a position by itself, and for as many around it as are known.
+  Range rangeOf(const OffsetRun& run, uint64_t number);
+
 private:
   struct Place {
     TopBox box;
@@ -42,6 +51,6 @@ private:
 };
 
 /// The same new file with every position shifted. Refuses with QVERR_MP4_OFFSETS one that cannot be.
-SegmentList shiftOffsets(const SegmentList& segments, const OffsetScan& old, OffsetMap& map, const ByteSource& file);
+SegmentList shiftOffsets(SegmentList&& segments, const OffsetScan& old, OffsetMap& map, const ByteSource& file);
 
 } // namespace fileutil

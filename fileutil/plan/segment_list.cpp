@@ -4,6 +4,13 @@
 
 namespace fileutil {
 
+namespace {
+
+/// Bytes are joined with those before them up to this length: longer ones would be copied for it.
+constexpr size_t kJoined = 4096;
+
+} // namespace
+
 void SegmentList::addOld(uint64_t position, uint64_t length) {
   if (length == 0) return;
   Segment* const last = segments_.empty() || !segments_.back().bytes.empty() ? nullptr : &segments_.back();
@@ -14,9 +21,13 @@ void SegmentList::addOld(uint64_t position, uint64_t length) {
   length_ += length;
 }
 
+bool SegmentList::endsInShortBytes() const {
+  return !segments_.empty() && !segments_.back().bytes.empty() && segments_.back().bytes.size() <= kJoined;
+}
+
 /// The bytes of the last segment, which is made longer, or a new one.
 std::vector<uint8_t>& SegmentList::bytesAtEnd(uint64_t more) {
-  if (segments_.empty() || segments_.back().bytes.empty()) segments_.emplace_back();
+  if (!endsInShortBytes()) segments_.emplace_back();
   segments_.back().length += more;
   length_ += more;
   return segments_.back().bytes;
@@ -26,6 +37,14 @@ void SegmentList::addBytes(std::span<const uint8_t> bytes) {
   if (bytes.empty()) return;
   std::vector<uint8_t>& end = bytesAtEnd(bytes.size());
   end.insert(end.end(), bytes.begin(), bytes.end());
+}
+
+void SegmentList::addBytes(std::vector<uint8_t>&& bytes) {
+  if (bytes.empty()) return;
+  if (bytes.size() <= kJoined && endsInShortBytes()) return addBytes(std::span<const uint8_t>(bytes));
+  length_ += bytes.size();
+  const uint64_t length = bytes.size();
+  segments_.push_back({length, 0, std::move(bytes)});
 }
 
 void SegmentList::addZeros(uint64_t count) {
@@ -39,11 +58,11 @@ void SegmentList::add(SegmentList&& tail) {
     *this = std::move(tail);
     return;
   }
-  for (const Segment& segment : tail.segments_)
+  for (Segment& segment : tail.segments_)
     if (segment.bytes.empty())
       addOld(segment.source, segment.length);
     else
-      addBytes(segment.bytes);
+      addBytes(std::move(segment.bytes));
 }
 
 bool SegmentList::isOld(uint64_t position, uint64_t length) const {
@@ -63,13 +82,16 @@ SegmentMap::SegmentMap(const std::vector<Segment>& segments) {
   std::sort(pieces_.begin(), pieces_.end(), [](const Piece& a, const Piece& b) { return a.begin < b.begin; });
 }
 
-std::optional<int64_t> SegmentMap::shift(uint64_t position, uint64_t length) const {
+const SegmentMap::Piece* SegmentMap::pieceOf(uint64_t position) const {
   const auto after = std::upper_bound(pieces_.begin(), pieces_.end(), position,
                                       [](uint64_t at, const Piece& piece) { return at < piece.begin; });
-  if (after == pieces_.begin()) return {};
-  const Piece& piece = *std::prev(after);
-  if (position >= piece.end || std::max<uint64_t>(length, 1) > piece.end - position) return {};
-  return piece.shift;
+  return after == pieces_.begin() || position >= std::prev(after)->end ? nullptr : &*std::prev(after);
+}
+
+std::optional<int64_t> SegmentMap::shift(uint64_t position, uint64_t length) const {
+  const Piece* const piece = pieceOf(position);
+  if (piece == nullptr || std::max<uint64_t>(length, 1) > piece->end - position) return {};
+  return piece->shift;
 }
 
 } // namespace fileutil

@@ -38,11 +38,16 @@ void TreeComposer::putHeader(FourCC type, uint64_t size, unsigned headerSize) {
 
 // ---- boxes without children ----------------------------------------------------------------------------------------
 
-/// Payloads that are in the file alone, and tables of offsets into it, which are shifted afterwards, in their places.
-void TreeComposer::composeFromFile(IBox* box) {
+const BoxRecord& TreeComposer::composeFromFile(const IBox* box) {
   const BoxRecord* const known = record_.find(box);
-  if (known == nullptr || fields_.fieldsOf(box) != known->fields) refuse(QVERR_MP4_UNSAFE);
+  if (known == nullptr) refuse(QVERR_MP4_UNSAFE);
   putOld(*known);
+  return *known;
+}
+
+template <class OffsetBox>
+void TreeComposer::composeOffsets(const OffsetBox* box) {
+  if (!record_.isAsRead(composeFromFile(box), *box)) refuse(QVERR_MP4_UNSAFE);
 }
 
 void TreeComposer::composeFields(IBox* box) {

@@ -27,8 +27,8 @@ private:
   void visit(MediaDataBox* box) override { composeFromFile(box); }
   void visit(UnknownBox* box) override { composeFromFile(box); }
   void visit(UnknownGuidBox* box) override { composeFromFile(box); }
-  void visit(ChunkOffsetBox* box) override { composeFromFile(box); }
-  void visit(ChunkLargeOffsetBox* box) override { composeFromFile(box); }
+  void visit(ChunkOffsetBox* box) override { composeOffsets(box); }
+  void visit(ChunkLargeOffsetBox* box) override { composeOffsets(box); }
   void visit(ID3v2MetaBox* box) override;
   void visitContainer(IContainerBox* box) override;
   void visitData(IDataBox* box) override { composeFields(box); }
@@ -36,7 +36,10 @@ private:
   void visitAsset(IThreeGPPAssetMetaBox* box) override { composeFields(box); }
   void visitLeaf(IBox* box) override { composeFields(box); }
 
-  void composeFromFile(IBox* box);
+  const BoxRecord& composeFromFile(const IBox* box);
+  /// Tables of offsets into the file are shifted afterwards, in their places.
+  template <class OffsetBox>
+  void composeOffsets(const OffsetBox* box);
   void composeFields(IBox* box);
   SegmentList composeContent(IContainerBox* box, const BoxRecord* known);
   void putOld(const BoxRecord& known);

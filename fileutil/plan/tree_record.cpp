@@ -57,19 +57,25 @@ protected:
 
 private:
   BoxRecord& record(IBox* box) {
+    BoxRecord& known = recordPlace(box);
+    known.fields = fields_.fieldsOf(box);
+    return known;
+  }
+
+  BoxRecord& recordPlace(const IBox* box) {
     BoxRecord& known = to_.records_[box];
     known.type = box->type();
     known.position = box->position();
     known.size = box->size();
     known.headerSize = box->headerSize();
     known.isOpenEnded = box->sizeInHeader() != box->size();
-    known.fields = fields_.fieldsOf(box);
     return known;
   }
 
-  void recordOffsets(IChunkOffsetBox* box) {
+  template <class OffsetBox>
+  void recordOffsets(const OffsetBox* box) {
     if (!box->isComplete) refuse(QVERR_MP4_UNSAFE);
-    record(box);
+    recordPlace(box); // the table may be large: it is compared with the file
   }
 
   /// Fewer than 8 bytes behind the last child hold no box, and zeros none either: some makers end a list with a zero.
@@ -102,6 +108,30 @@ const BoxRecord* TreeRecord::find(const IBox* box) const {
   const BoxRecord& known = found->second;
   const bool isIt = known.position == box->position() && known.size == box->size() && known.type == box->type();
   return isIt ? &known : nullptr;
+}
+
+template <class Offset>
+bool TreeRecord::isTableAsRead(const BoxRecord& known, const std::vector<Offset>& offsets) const {
+  constexpr uint64_t kCount = 8; // bytes of version, flags and count, in front of the table
+  if (known.size != known.headerSize + kCount + offsets.size() * sizeof(Offset)) return false;
+  std::array<Offset, 4096> block;
+  for (size_t first = 0; first < offsets.size(); first += block.size()) {
+    const size_t count = std::min(block.size(), offsets.size() - first);
+    const std::span bytes(reinterpret_cast<uint8_t*>(block.data()), count * sizeof(Offset));
+    file_.read(known.position + known.headerSize + kCount + first * sizeof(Offset), bytes);
+    const auto isSame = [](Offset field, Offset offset) { return bigEndian(field) == offset; };
+    if (!std::equal(block.begin(), block.begin() + count, offsets.begin() + static_cast<ptrdiff_t>(first), isSame))
+      return false;
+  }
+  return true;
+}
+
+bool TreeRecord::isAsRead(const BoxRecord& known, const ChunkOffsetBox& box) const {
+  return isTableAsRead(known, box.offsets);
+}
+
+bool TreeRecord::isAsRead(const BoxRecord& known, const ChunkLargeOffsetBox& box) const {
+  return isTableAsRead(known, box.offsets);
 }
 
 } // namespace fileutil

@@ -3,7 +3,7 @@
 
 #include "fileutil/plan/byte_source.h"
 
-#include "qv/mp4/box.h"
+#include "qv/mp4/sample_table.h"
 
 #include <unordered_map>
 
@@ -17,7 +17,7 @@ struct BoxRecord {
   bool isOpenEnded = false;   ///< claims more than it has: what is put behind it becomes part of it
   uint64_t childrenBegin = 0; ///< of a box with children: in the file
   uint64_t childrenEnd = 0;   ///< of the last child that could be read
-  Bytes fields;               ///< as FieldWriter gives them
+  Bytes fields;               ///< as FieldWriter gives them; none of chunk offsets
 
   uint64_t end() const { return position + size; }
 };
@@ -31,6 +31,9 @@ public:
 
   /// Null for a box that was not read: one that the change has made.
   const BoxRecord* find(const IBox* box) const;
+  /// Whether a recorded table has the offsets that it had.
+  bool isAsRead(const BoxRecord& known, const ChunkOffsetBox& box) const;
+  bool isAsRead(const BoxRecord& known, const ChunkLargeOffsetBox& box) const;
   /// The boxes of the file itself, in its order.
   const std::vector<BoxRecord>& top() const { return top_; }
   /// Behind the last of them.
@@ -38,6 +41,9 @@ public:
 
 private:
   class Recorder;
+
+  template <class Offset>
+  bool isTableAsRead(const BoxRecord& known, const std::vector<Offset>& offsets) const;
 
   const ByteSource& file_;
   std::unordered_map<const IBox*, BoxRecord> records_;

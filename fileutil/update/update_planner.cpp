@@ -37,18 +37,19 @@ public:
   UpdatePlan plan();
 
 private:
-  SegmentList moved(const SegmentList& segments, bool& staysInPlace);
+  SegmentList moved(SegmentList&& segments, bool& staysInPlace);
   bool canCarry(const SegmentList& segments) const;
   SegmentList carried(const SegmentList& segments) const;
-  UpdatePlan asPlan(const SegmentList& segments, bool isInPlace) const;
+  UpdatePlan asPlan(SegmentList&& segments, bool isInPlace) const;
 
   FileLayout layout_;
   const ByteSource& file_;
   const UpdateOptions& options_;
 };
 
-UpdatePlan Planner::asPlan(const SegmentList& segments, bool isInPlace) const {
-  return {file_.length(), segments.length(), isInPlace, segments.segments()};
+UpdatePlan Planner::asPlan(SegmentList&& segments, bool isInPlace) const {
+  const uint64_t length = segments.length();
+  return {file_.length(), length, isInPlace, segments.take()};
 }
 
 bool keepsPlaces(const SegmentList& segments) {
@@ -61,13 +62,13 @@ bool keepsPlaces(const SegmentList& segments) {
 }
 
 /// The segments with every position in the file moved along; says whether the media stays where it is.
-SegmentList Planner::moved(const SegmentList& segments, bool& staysInPlace) {
+SegmentList Planner::moved(SegmentList&& segments, bool& staysInPlace) {
   staysInPlace = keepsPlaces(segments);
-  if (staysInPlace) return segments;
+  if (staysInPlace) return std::move(segments);
   const OffsetScan offsets = scanOffsets(file_);
   OffsetMap map(offsets, file_.length(), segments.segments());
   staysInPlace = !map.hasMediaMoved();
-  return shiftOffsets(segments, offsets, map, file_);
+  return shiftOffsets(std::move(segments), offsets, map, file_);
 }
 
 bool Planner::canCarry(const SegmentList& segments) const {
@@ -101,11 +102,11 @@ UpdatePlan Planner::plan() {
   bool staysInPlace = false;
   SegmentList segments = moved(layout_.compose(0), staysInPlace);
   if (staysInPlace && canCarry(segments)) {
-    const UpdatePlan inPlace = asPlan(carried(segments), true);
+    UpdatePlan inPlace = asPlan(carried(segments), true);
     if (SUCCEEDED(checkPlan(inPlace, file_))) return inPlace;
   }
   if (options_.padding > 0) segments = moved(layout_.compose(std::max<uint64_t>(options_.padding, 8)), staysInPlace);
-  const UpdatePlan copy = asPlan(segments, false);
+  UpdatePlan copy = asPlan(std::move(segments), false);
   if (const HRESULT result = checkPlan(copy, file_); FAILED(result)) refuse(result);
   return copy;
 }
