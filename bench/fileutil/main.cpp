@@ -5,5 +5,6 @@
 int main(int argc, char** argv) {
   const bench::ScratchFolder folder;
   bench::add_reads(folder);
+  bench::add_updates(folder);
   return bench::run_all(argc, argv);
 }
