@@ -10,10 +10,10 @@ public:
   Buffer() = default;
   ~Buffer() override { close(); }
 
-  bool open(const WCHAR* path) {
+  bool open(const WCHAR* path, DWORD share) {
     close();
     if (path != nullptr)
-      file_ = CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+      file_ = CreateFileW(path, GENERIC_READ, share, nullptr, OPEN_EXISTING,
                           FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
     return isOpen();
   }
@@ -127,9 +127,9 @@ ifstream::ifstream(const WCHAR* path) : ifstream() { open(path); }
 
 ifstream::~ifstream() = default;
 
-void ifstream::open(const WCHAR* path) {
+void ifstream::open(const WCHAR* path, DWORD share) {
   clear();
-  if (!buffer_->open(path)) setstate(failbit);
+  if (!buffer_->open(path, share)) setstate(failbit);
 }
 
 bool ifstream::is_open() const { return buffer_->isOpen(); }

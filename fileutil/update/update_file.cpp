@@ -14,7 +14,8 @@ namespace {
 HRESULT readAndPlan(const HeldFile& held, const TreeChange& change, const UpdateOptions& options, UpdatePlan& plan) {
   uint64_t length = 0;
   if (!held.file().getLength(length)) return lastResult();
-  ifstream source(held.path().c_str());
+  ifstream source;
+  source.open(held.path().c_str(), kShareAll); // it is open for writing too
   return source.is_open() ? planUpdate(source, length, change, options, plan) : QVERR_RIFF_READ;
 }
 

@@ -23,9 +23,9 @@ public:
   explicit ifstream(const WCHAR* path);
   ~ifstream() override;
 
-  /// Opens an existing file for reading, shared with readers, with the sequential-scan hint; one that was open is
-  /// closed first. Sets failbit where it cannot be opened; GetLastError() tells why.
-  void open(const WCHAR* path);
+  /// Opens an existing file for reading, with the sequential-scan hint, shared with readers, or as FILE_SHARE_* say;
+  /// one that was open is closed first. Sets failbit where it cannot be opened; GetLastError() tells why.
+  void open(const WCHAR* path, DWORD share = FILE_SHARE_READ);
   bool is_open() const;
   void close();
   /// The file's length in bytes; all ones where it cannot be told.
