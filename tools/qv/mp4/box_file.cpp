@@ -98,10 +98,14 @@ BoxFile read_box_file(const std::string& name) {
   return file;
 }
 
-std::vector<std::string> damage_of(const BoxFile& file) {
+std::vector<std::string> damage_of(Boxes& boxes) {
   Damage damage;
-  damage.look_at(*file.boxes, nullptr);
-  std::vector<std::string> lines = damage.lines();
+  damage.look_at(boxes, nullptr);
+  return damage.lines();
+}
+
+std::vector<std::string> damage_of(const BoxFile& file) {
+  std::vector<std::string> lines = damage_of(*file.boxes);
   if (file.is_cut_short) lines.emplace_back("it could not be read to its end");
   return lines;
 }

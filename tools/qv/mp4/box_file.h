@@ -22,5 +22,7 @@ BoxFile read_box_file(const std::string& name);
 
 /// What is wrong with the boxes, a line each; after the first few only how many more there are.
 std::vector<std::string> damage_of(const BoxFile& file);
+/// The same of a tree that was read from elsewhere.
+std::vector<std::string> damage_of(fileutil::Boxes& boxes);
 
 } // namespace qv::tool

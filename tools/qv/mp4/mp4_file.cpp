@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <streambuf>
 
 namespace qv::tool {
@@ -123,6 +124,7 @@ Mp4File::Tree Mp4File::read_tree() const {
   SkeletonReader reader(stream, size_);
   Tree tree;
   tree.boxes.reset(reader.readFile());
+  if (!tree.boxes) throw std::bad_alloc();
   tree.is_whole = !buffer.is_exhausted();
   return tree;
 }

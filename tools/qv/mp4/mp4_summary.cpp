@@ -1,7 +1,7 @@
 #include "tools/qv/mp4/mp4_summary.h"
 
 #include "tools/qv/failure.h"
-#include "tools/qv/mp4/box_damage.h"
+#include "tools/qv/mp4/box_file.h"
 #include "tools/qv/mp4/codec_names.h"
 #include "tools/qv/mp4/raw_boxes.h"
 #include "tools/qv/mp4/tag/tag_texts.h"
@@ -134,7 +134,7 @@ Mp4Summary read_mp4_summary(const std::string& name) {
   read_brands(boxes, summary);
   MovieReader(file, boxes, summary).read();
   read_tags(file, boxes, summary);
-  for (std::string& problem : describe_damage(file, boxes))
+  for (std::string& problem : damage_of(boxes))
     summary.warnings.push_back(std::move(problem));
   if (fileutil::hasBrokenUpdate(path_from(name).c_str()))
     summary.warnings.emplace_back("an update of it was broken off; \"qv tag --recover\" finishes it or takes it back");
