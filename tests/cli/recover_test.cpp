@@ -1,4 +1,5 @@
 // qv tag --recover, on files that an update of the library, a change of texts or a repair has left half done.
+#include "tests/cli/mp4/mp4_bytes.h"
 #include "tests/cli/process.h"
 #include "tests/cli/scratch_folder.h"
 
@@ -86,6 +87,16 @@ TEST(Recover, IsWhatTheOtherCommandsPointTo) {
       expect_refused(run_qv(words), 1, name + ".qv-undo", "qv tag --recover");
     EXPECT_EQ(read_file(name), kOld);
   }
+}
+
+TEST(Recover, InfoWarnsOfAnUpdateThatWasBrokenOff) {
+  const ScratchFolder folder;
+  const std::string name = folder.put("a.m4a", mp4::plain_file());
+  qv_says({"info", name});
+  put_undo(folder, in_state(qv::undo::State::kPassing));
+  const Outcome outcome = run_qv({"info", name});
+  EXPECT_EQ(outcome.exit_code, 0);
+  EXPECT_NE(outcome.error.find("broken off; \"qv tag --recover\""), std::string::npos) << outcome.error;
 }
 
 } // namespace

@@ -152,6 +152,7 @@ TEST(Mp4Info, EditsDecideHowLongATrackIs) {
       {edits(u64(700) + u64(~0ull) + u32(0x10000), 1, 1), 10'000'000},
       {edits(edit(0, 2500), 1), 7'500'000}, // to the end, as in fragments
       {edits(edit(0, 20000), 1), 0},
+      {edits(edit(500, 100) + edit(0, 2500), 2), 7'500'000},
       {edits(edit(600, 0), 0xFFFFFFFF), 6'000'000}, // more than there are
   };
   const ScratchFolder folder;

@@ -46,8 +46,8 @@ std::vector<uint32_t> parse_chapter_tracks(std::string_view tref) {
   return ids;
 }
 
-/// What the edits of a track present, in units of the movie's timescale; nothing where there are none, or one goes on
-/// to the media's end, whose duration is 0. `skipped`: media units in front of the first.
+/// What the edits of a track present, in units of the movie's timescale; nothing where there are none, or one, of a
+/// length of 0, goes on to the media's end: `skipped` are the media's units in front of that.
 std::optional<uint64_t> parse_edits(std::string_view elst, uint64_t& skipped) {
   ChunkBytes fields = big_endian(elst);
   const bool is_long = fields.byte() == 1;
@@ -61,8 +61,10 @@ std::optional<uint64_t> parse_edits(std::string_view elst, uint64_t& skipped) {
     fields.take(4);
     if (fields.is_short()) break;
     if (start < 0) continue; // nothing is presented
-    if (!presented) skipped = static_cast<uint64_t>(start);
-    if (units == 0) return std::nullopt;
+    if (units == 0) {
+      skipped = static_cast<uint64_t>(start);
+      return std::nullopt;
+    }
     presented = presented.value_or(0) + units;
   }
   return presented;
