@@ -30,9 +30,10 @@ const std::string kC = adts_frame({"third"});
 const Blocks kABC = {"first", std::string("\xFF\xF1\x50\x80 in the audio", 17), "third"};
 const std::string kOdd = adts_frame({"odd"}, {.rate_index = 3});
 /// A program config element behind its id, 101: tag 1, LC, 44.1 kHz; one front single and pair, a side pair, a back
-/// single, an LFE, one coupling channel; stereo mixdown 9 and matrix 5; the elements' own tags; a comment of two bytes.
+/// single, an LFE, two of data, one coupling channel; mono mixdown 6 and matrix 5; the elements' own tags; a comment of
+/// two bytes.
 const std::string kProgramBits =
-    "0001 01 0100 0010 0001 0001 01 000 0001 0 11001 1101  0 0000 1 0001 1 0010 0 0011 0101 1 0110";
+    "0001 01 0100 0010 0001 0001 01 010 0001 10110 0 1101  0 0000 1 0001 1 0010 0 0011 0101 1000 1001 1 0110";
 /// The bits as bytes, zeros at the end.
 std::string packed(std::string bits) {
   std::erase(bits, ' ');
