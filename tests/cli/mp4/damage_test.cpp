@@ -173,4 +173,13 @@ TEST(Mp4Damage, CountsThatCannotBe) {
     EXPECT_TRUE(is_read(folder, file)) << &file - cases;
 }
 
+TEST(Mp4Damage, SamplesThatAreNotThereTakeNoTime) {
+  Bytes runs = full_box("tfhd", u32(1));
+  for (int k = 0; k < 50; ++k)
+    runs += box("trun", u32(0x100) + u32(0xFFFFFFFF) + u32(1));
+  const ScratchFolder folder;
+  const Bytes in = folder.put("in.mp4", plain_file() + box("moof", box("traf", runs)));
+  EXPECT_EQ(run({"sh", "-c", "ulimit -t 20; exec \"$0\" info \"$1\"", QV_PROGRAM, in}).exit_code, 0);
+}
+
 } // namespace

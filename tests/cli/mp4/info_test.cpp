@@ -135,6 +135,13 @@ TEST(Mp4Info, TextsOfOtherKinds) {
   EXPECT_TRUE(summary.warnings.empty()) << summary.warnings[0];
 }
 
+TEST(Mp4Info, WhatATrackIsCalledIsNotWhatTheFileIs) {
+  const ScratchFolder folder;
+  const Bytes named =
+      box("udta", full_box("titl", u16(0x55C4) + "of the track") + box("\xA9nam", u16(1) + u16(0) + "x"));
+  EXPECT_TRUE(summary_of(folder, file_type() + movie(plain_track(0, named))).texts.empty());
+}
+
 TEST(Mp4Info, EditsDecideHowLongATrackIs) {
   // Media of 10,000 units, a second; the movie counts milliseconds.
   const auto edits = [](const Bytes& entries, uint32_t count, uint8_t version = 0) {
