@@ -54,7 +54,7 @@ void bare_calls(const std::string& path, const std::vector<uint64_t>& reads) {
 
 /// The allocator sorts freed blocks when it is next asked for a large one: each contender begins behind that, and is
 /// not charged for what the other has freed.
-void settle_allocator() { std::free(std::malloc(size_t{1} << 17)); }
+void settle_allocator() { std::free(std::malloc(size_t{1} << 16)); }
 
 void add_read(const std::string& name, const std::filesystem::path& path, const std::vector<uint64_t>& reads,
               double least) {
