@@ -25,8 +25,9 @@ constexpr size_t kTitle = 400; // longer than the one that is there
 
 HRESULT change_title(fileutil::Boxes* tree) {
   fileutil::Boxes* list = tree;
-  for (const char(&type)[5] : {"moov", "udta", "meta", "ilst", "\251nam"})
-    list = &dynamic_cast<fileutil::IContainerBox&>(*list->find(QvFourCC(type))).children();
+  for (const fileutil::FourCC type :
+       {QvFourCC("moov"), QvFourCC("udta"), QvFourCC("meta"), QvFourCC("ilst"), QvFourCC("\251nam")})
+    list = &dynamic_cast<fileutil::IContainerBox&>(*list->find(type)).children();
   dynamic_cast<fileutil::IDataBox&>(*list->front()).value.assign(kTitle, 'n');
   return S_OK;
 }
@@ -40,8 +41,9 @@ void update(const path& file) {
 class Mutagen {
 public:
   explicit Mutagen(const ScratchFolder& folder) {
-    const path script = folder.file("mutagen.py");
+    const path script = folder.file("saving.py");
     std::ofstream(script) << "import sys, mutagen.mp4\n"
+                             "mutagen.mp4.MP4Info._parse_stsd = lambda *unused: None\n" // our songs have no codec
                              "print('ready', flush=True)\n"
                              "for line in sys.stdin:\n"
                              "    song = mutagen.mp4.MP4(line.strip())\n"

@@ -113,19 +113,19 @@ TEST(Offsets, MediaOfAFragmentStaysWithIt) {
   EXPECT_EQ(outcome.file, after.make());
 }
 
-/// An index in front of the movie: from its end to the fragments it is further than before.
+/// An index in front of the movie: from its end to the fragments, directly behind the movie, it is further than before.
 TEST(Offsets, OfSegmentIndexCountFromItsEnd) {
   const auto make = [](uint64_t distance, uint64_t wideDistance, const std::string& title) {
-    Movie movie{.title = title};
+    Movie movie{.title = title, .isMovieFirst = false};
     const auto references = be16(0) + be16(2) + be32(58) + be32(1) + be32(0) + be32(60) + be32(1) + be32(0);
     movie.behindType = full("sidx", be32(1) + be32(1000) + be32(0) + be32(distance) + references) +
                        box("sidx", be32(1 << 24) + be32(1) + be32(1000) + be64(0) + be64(wideDistance) + references);
-    movie.behindMedia = box("moof", std::string(50, 'm')) + box("mdat", std::string(52, 'd'));
+    movie.behindMovie = box("moof", std::string(50, 'm')) + box("mdat", std::string(52, 'd'));
     return movie;
   };
   const std::string title(120, 't');
   const Movie measured = make(0, 0, title);
-  const uint64_t wideEnd = measured.make().find("moov") - 4;
+  const uint64_t wideEnd = measured.make().find("mdat") - 4;
   const uint64_t distance = measured.make().size() - 118 - wideEnd;
   const uint64_t wide = measured.behindType.size() - 64; // of the second index
   ASSERT_EQ(wide, 56u);

@@ -63,6 +63,18 @@ TEST(Passing, MediaKeepsTheFormOfItsHeader) {
     }
 }
 
+TEST(Passing, ChangedBoxesKeepTheFormOfTheirHeaders) {
+  const auto make = [](const std::string& text) {
+    return box("ftyp", "M4A isom") + largeBox("moov", box("udta", full("titl", be16(0) + text)));
+  };
+  const auto change = [](Boxes* tree) {
+    Boxes& userData = childOf(childOf(*tree, "moov")->children(), "udta")->children();
+    dynamic_cast<IThreeGPPAssetMetaBox&>(*userData.front()).text = vector_of("longer");
+    return S_OK;
+  };
+  EXPECT_EQ(update(make("old"), change).file, make("longer"));
+}
+
 TEST(Passing, WhatIsAddedAndRemovedIsAllThatChanges) {
   const Movie movie{.inMovie = full("iods", "\1"), .endOfUserData = kUnknown + be32(0)};
   const std::string old = movie.make();

@@ -41,7 +41,10 @@ TEST(PlanCheck, LetsThroughWhatIsRight) {
   Movie after = before;
   EXPECT_EQ(checked(planOf(before, after), before), S_OK);
   after.title += "longer";
-  EXPECT_EQ(checked(planOf(before, after), before), S_OK) << "moved";
+  UpdatePlan moved = planOf(before, after);
+  EXPECT_EQ(checked(moved, before), S_OK) << "moved";
+  moved.isInPlace = true;
+  EXPECT_EQ(checked(moved, before), QVERR_MP4_UNSAFE) << "which is not in place";
   after.room -= 6;
   EXPECT_EQ(checked(planOf(before, after), before), S_OK) << "absorbed";
 }

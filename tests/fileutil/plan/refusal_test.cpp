@@ -233,6 +233,17 @@ TEST(Refusal, ChangesThatCannotBeWritten) {
     EXPECT_EQ(resultOf(row.movie.make(), row.change), row.result) << row.what;
 }
 
+/// What is put behind a box that claims more than it has would be read as a part of it.
+TEST(Refusal, AdditionsBehindABoxThatIsCutShort) {
+  const auto addition = [](Boxes* tree) {
+    childOf(childOf(*tree, "moov")->children(), "udta")->children().push_back(new FreeBox);
+    return S_OK;
+  };
+  const auto make = [](uint64_t size) { return box("moov", box("udta", lying("what", size, "four"))); };
+  EXPECT_EQ(resultOf(make(12), addition), S_OK);
+  EXPECT_EQ(resultOf(make(13), addition), QVERR_MP4_UNSAFE);
+}
+
 TEST(Refusal, SourcesThatEndEarlyOrFail) {
   const Movie movie;
   const std::string file = movie.make();
