@@ -68,6 +68,8 @@ HRESULT Sidecar::open() {
     if (!file_.isOpen()) return GetLastError() == ERROR_FILE_NOT_FOUND ? S_FALSE : QVERR_UNDO_IN_THE_WAY;
     if (!file_.lock(LOCKFILE_EXCLUSIVE_LOCK)) return lastResult();
     if (!file_.path().empty()) return read();
+    if (GetLastError() != ERROR_FILE_NOT_FOUND) return lastResult();
+    file_.close(); // Windows lets the name go with the last handle
   }
 }
 

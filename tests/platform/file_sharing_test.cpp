@@ -48,11 +48,11 @@ TEST(FileSharing, LocksExcludeOthersUntilTheirHandleIsClosed) {
 TEST(FileSharing, AnOpenFileKnowsItsPath) {
   const ScratchPath at("path");
   std::filesystem::create_directory(at.path());
-  const std::filesystem::path real = std::filesystem::canonical(at.path()) / "\u00e4.m4a";
+  const qv::WString name = QV_TEXT("/\u00e4.m4a");
+  const std::filesystem::path real = std::filesystem::canonical(at.path()) / name.substr(1);
   std::ofstream(real) << "x";
-  const HANDLE file =
-      CreateFileW((at.text() + QV_TEXT("/../") + at.path().filename().string<WCHAR>() + QV_TEXT("/\u00e4.m4a")).c_str(),
-                  GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING, 0, nullptr);
+  const qv::WString around = at.text() + QV_TEXT("/../") + at.path().filename().string<WCHAR>() + name;
+  const HANDLE file = CreateFileW(around.c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING, 0, nullptr);
   ASSERT_NE(file, INVALID_HANDLE_VALUE);
   const qv::WString path = final_path(file);
   EXPECT_TRUE(std::filesystem::path(path) == real || path == QV_TEXT("\\\\?\\") + real.string<WCHAR>());

@@ -54,7 +54,7 @@ TEST(Around, ALinkIsFollowedAndWhatLiesBesideIsBesideItsTarget) {
     fs::rename(subject.path(), subject.path("far/b.m4a"));
     fs::create_symlink("far/b.m4a", subject.path());
     bool kills = true;
-    for (int nth = 1; kills; ++nth) {
+    for (int nth = 1; kills && nth < 200; ++nth) {
       kills = is_killed(nth, Break::kKillAfter, [&] { subject.update(scenario, false); });
       EXPECT_FALSE(subject.names().contains("a.m4a.qv-undo") || subject.names().contains("a.m4a.bak"));
       EXPECT_EQ(fileutil::hasBrokenUpdate(subject.text().c_str()), fs::exists(subject.path("far/b.m4a.qv-undo")));
@@ -73,7 +73,7 @@ TEST(Around, WhatIsMadeBesideAFileIsItsOwnersAlone) {
     if (is_root) ASSERT_EQ(chown(subject.path().c_str(), 1234, 1235), 0);
     std::set<std::string> seen;
     bool kills = true;
-    for (int nth = 1; kills; ++nth) {
+    for (int nth = 1; kills && nth < 200; ++nth) {
       kills = is_killed(nth, Break::kKillBefore, [&] { subject.update(scenario, false); });
       for (const std::string& name : subject.names()) {
         if (name == "a.m4a") continue;
@@ -135,6 +135,15 @@ const Obstacle kObstacles[] = {
        chmod(subject.path("a.m4a.qv-undo").c_str(), 0600);
      },
      QVERR_UNDO_STALE, QVERR_UNDO_STALE, QVERR_UNDO_STALE},
+    {"a copy that is gone, and a file that is longer",
+     [](const Subject& subject) {
+       qv::undo::CheckSum sum;
+       sum.add(kBefore.data(), kLength - 1);
+       subject.put("a.m4a.qv-undo",
+                   qv::undo::to_bytes({qv::undo::State::kCopying, {kLength, kLength - 1, {}}, 1, sum.value()}));
+       chmod(subject.path("a.m4a.qv-undo").c_str(), 0600);
+     },
+     QVERR_UNDO_STALE, QVERR_UNDO_STALE, QVERR_UNDO_STALE},
     {"a copy of another sum",
      [](const Subject& subject) {
        subject.put("a.m4a.qv-undo", qv::undo::to_bytes({qv::undo::State::kCopying, {kLength + 1, kLength, {}}, 1, 2}));
@@ -163,6 +172,7 @@ TEST(Around, WhatIsInTheWayIsNotTouched) {
 
 TEST(Around, ABackupThatComesMeanwhileIsNotReplaced) {
   for (int nth = 1;; ++nth) {
+    ASSERT_LT(nth, 200);
     const Subject subject(kBefore);
     ASSERT_TRUE(is_killed(nth, Break::kKillBefore, [&] { subject.update(by_copy(), false); })) << "never half made";
     const std::set<std::string> names = subject.names();
@@ -178,9 +188,33 @@ TEST(Around, ABackupThatComesMeanwhileIsNotReplaced) {
   }
 }
 
+TEST(Around, OnlyWhatDiffersIsSavedAndWritten) {
+  std::string after = kBefore;
+  for (const size_t at : {10u, 50u, 51u, 200u, 4'000u})
+    after[at] = static_cast<char>(after[at] ^ 1);
+  const Scenario scenario = {"", true, {{0, 0, after.substr(0, 3'000)}, {3'000, 500}, {0, 0, after.substr(3'500)}}};
+  const Subject subject(kBefore);
+  for (int nth = 1; subject.bytes() == kBefore && nth < 200; ++nth)
+    is_killed(nth, Break::kKillAfter, [&] { subject.update(scenario, false); });
+  qv::undo::Record record;
+  ASSERT_EQ(qv::undo::read_record(subject.bytes("a.m4a.qv-undo"), record), qv::undo::Trouble::kNone);
+  std::vector<std::pair<uint64_t, size_t>> pieces;
+  for (const qv::undo::Replacement& piece : record.change.replacements)
+    pieces.emplace_back(piece.offset, piece.old_bytes.size());
+  // Ranges less than 64 bytes apart cost no more as one.
+  EXPECT_EQ(pieces, (std::vector<std::pair<uint64_t, size_t>>{{10, 42}, {200, 1}, {4'000, 1}}));
+  EXPECT_EQ(fileutil::recoverFile(subject.text().c_str()), S_OK);
+
+  // Where nothing differs nothing is made.
+  const Scenario nothing = {"", true, {{0, 0, kBefore.substr(0, 3'000)}, {3'000, kLength - 3'000}}};
+  subject.put("a.m4a", kBefore);
+  for (int nth = 1; is_killed(nth, Break::kKillAfter, [&] { subject.update(nothing, false); }); ++nth)
+    EXPECT_EQ(subject.names(), kTheFileAlone);
+}
+
 TEST(Around, AFileThatAnotherProgramChangedSinceIsLeft) {
   const Subject subject(kBefore);
-  for (int nth = 1; subject.bytes() == kBefore; ++nth)
+  for (int nth = 1; subject.bytes() == kBefore && nth < 200; ++nth)
     is_killed(nth, Break::kKillHalfWay, [&] { subject.update(in_place(), false); });
   const std::string foreign = std::string(subject.bytes()).replace(150, 1, "#");
   subject.put("a.m4a", foreign);
