@@ -11,7 +11,7 @@ namespace fileutil {
 namespace {
 
 /// Larger ones gain little; a few are enough to keep the work in the cache and the calls few.
-constexpr size_t kBlockBytes = 1 << 20;
+constexpr size_t kBlockBytes = 1 << 21;
 
 /// Bytes that nobody has to clear first.
 struct Block {

@@ -48,7 +48,7 @@ void expect_as_said(const Subject& subject, const std::string& before, const std
 }
 
 TEST_F(Failures, AreReportedAndLeaveAWholeFileOrOneThatRecovers) {
-  constexpr size_t kLength = 1'100'000; // two blocks of a copy
+  constexpr size_t kLength = 2'200'000; // two blocks of a copy
   const std::string before = noise(kLength);
   for (const Break how : {Break::kFail, Break::kFailFromHere, Break::kWriteHalf}) {
     Tally tally;

@@ -98,8 +98,8 @@ TEST_F(Kill, AnUpdateOf8MegabytesIsRecoveredFrom) {
       return true;
     });
   }
-  EXPECT_GT(halves, 20);
-  EXPECT_GT(backups, 20);
+  EXPECT_GT(halves, 10);
+  EXPECT_GT(backups, 15);
 }
 
 TEST_F(Kill, TheNextUpdateRecoversByItself) {
