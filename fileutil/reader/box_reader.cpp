@@ -218,7 +218,7 @@ void BoxReader::incBytesRead(IBox* box, uint64_t bytes) {
 
 /// Takes bytes that lie ahead first. Counts what it got.
 uint64_t BoxReader::fetch(void* to, uint64_t bytes) {
-  const uint64_t kept = takeAhead(to, bytes);
+  const uint64_t kept = aheadCount_ == 0 ? 0 : takeAhead(to, bytes);
   uint64_t got = kept;
   if (kept < bytes && !hasEnded_) got += readStream(static_cast<char*>(to) + kept, bytes - kept);
   if (got < bytes) hasEnded_ = true;
@@ -255,7 +255,6 @@ uint64_t BoxReader::readStream(char* to, uint64_t bytes) {
 
 /// How many there were. `to` may be null.
 uint64_t BoxReader::takeAhead(void* to, uint64_t bytes) {
-  if (aheadCount_ == 0) return 0;
   const size_t kept = static_cast<size_t>(std::min<uint64_t>(aheadCount_, bytes));
   if (to != nullptr) std::memcpy(to, ahead_.data(), kept);
   std::copy(ahead_.begin() + kept, ahead_.begin() + aheadCount_, ahead_.begin());
@@ -264,7 +263,7 @@ uint64_t BoxReader::takeAhead(void* to, uint64_t bytes) {
 }
 
 uint64_t BoxReader::skip(uint64_t bytes) {
-  const uint64_t kept = takeAhead(nullptr, bytes);
+  const uint64_t kept = aheadCount_ == 0 ? 0 : takeAhead(nullptr, bytes);
   uint64_t done = kept;
   try {
     if (kept < bytes && !hasEnded_) done += source_->skip(bytes - kept);

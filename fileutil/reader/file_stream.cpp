@@ -25,6 +25,11 @@ public:
     step_ = sizeof bytes_;
     pointer_ = 0;
   }
+  bool skip(uint64_t bytes) {
+    if (bytes > static_cast<uint64_t>(egptr() - gptr())) return false;
+    gbump(static_cast<int>(bytes));
+    return true;
+  }
   uint64_t length() const {
     LARGE_INTEGER size{};
     if (!isOpen() || !GetFileSizeEx(file_, &size)) return DataHandler::kUnknownLength;
@@ -41,6 +46,11 @@ protected:
   }
 
   std::streamsize xsgetn(char* to, std::streamsize count) override {
+    if (count <= egptr() - gptr()) { // as nearly always
+      std::memcpy(to, gptr(), static_cast<size_t>(count));
+      gbump(static_cast<int>(count));
+      return count;
+    }
     std::streamsize done = 0;
     while (done < count) {
       const std::streamsize wanted = count - done;
@@ -137,5 +147,7 @@ bool ifstream::is_open() const { return buffer_->isOpen(); }
 void ifstream::close() { buffer_->close(); }
 
 uint64_t ifstream::length() const { return buffer_->length(); }
+
+bool ifstream::skipInBuffer(uint64_t bytes) { return good() && buffer_->skip(bytes); }
 
 } // namespace fileutil

@@ -22,7 +22,7 @@
   ROW(QVERR_RIFF_BADSIZE,    0x8004E083u) /* the chunk's size is not possible */                          \
   ROW(QVERR_UNDO_STALE,      0x8004E09Du) /* the file has been changed since: it cannot be taken back */   \
   ROW(QVERR_UNDO_IN_THE_WAY, 0x8004E09Eu) /* an undo file is in the way that cannot be used */            \
-  ROW(QVERR_MP4_HALF_WRITTEN,0x8004E09Fu) /* writing failed half-way: recovery is needed */               \
+  ROW(QVERR_MP4_HALF_WRITTEN, 0x8004E09Fu) /* writing failed half-way: recovery is needed */              \
   ROW(QVERR_MP4_UNSAFE,      0x8004E0A0u) /* writing would lose or alter what was read */                 \
   ROW(QVERR_MP4_OFFSETS,     0x8004E0A1u) /* an offset into the file cannot be moved along */             \
   ROW(QVERR_MP4_FOREIGN_BAK, 0x8004E0A2u) /* a file in the way of the backup copy is not ours */

@@ -83,7 +83,9 @@ struct Decoded {
 
 std::string line(const std::string& text, const std::string& key) {
   const size_t begin = text.find(key);
-  return begin == text.npos ? "" : text.substr(begin + key.size(), text.find('\n', begin) - begin - key.size());
+  if (begin == text.npos) return "";
+  const size_t value = begin + key.size();
+  return text.substr(value, text.find('\n', value) - value);
 }
 
 Decoded decoded(const std::string& file) {

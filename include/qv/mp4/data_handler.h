@@ -30,6 +30,9 @@ public:
   void close();
   /// The file's length in bytes; all ones where it cannot be told.
   uint64_t length() const;
+  /// Moves forward by that many bytes where they are in the buffer and the stream is good; otherwise stays and answers
+  /// false.
+  bool skipInBuffer(uint64_t bytes);
 
 private:
   class Buffer;
@@ -86,6 +89,7 @@ protected:
 class QV_API FileHandler : private OwnedFile, public StreamSource {
 public:
   explicit FileHandler(const WCHAR* path) : OwnedFile(path), StreamSource(file_, true) {}
+  uint64_t skip(uint64_t bytes) override { return file_.skipInBuffer(bytes) ? bytes : StreamSource::skip(bytes); }
   uint64_t length() const override { return available(); }
 };
 

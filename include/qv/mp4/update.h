@@ -32,9 +32,8 @@ using TreeChange = std::function<HRESULT(Boxes* tree)>;
 ///
 /// - S_OK: the file is updated, or the change changed nothing and nothing was written.
 /// - S_FALSE: the file is updated, but what lies beside it could not be removed; recoverFile() does so later.
-/// - QVERR_MP4_HALF_WRITTEN: writing failed half-way, and so did taking it back. FILE.qv-undo, and FILE.bak where a
-/// copy
-///   was made, stay: recoverFile() finishes it or takes it back once the file can be written.
+/// - QVERR_MP4_HALF_WRITTEN: writing failed half-way, and so did taking it back. FILE.qv-undo, and FILE.bak where there
+///   is a copy, stay: recoverFile() finishes it or takes it back once the file can be written.
 /// - QVERR_MP4_UNSAFE, QVERR_MP4_OFFSETS: the update is refused, as writing the tree would do harm.
 /// - QVERR_MP4_FOREIGN_BAK: FILE.bak is there and is not of an update; it stays.
 /// - QVERR_UNDO_IN_THE_WAY: FILE.qv-undo is there and cannot be used: it is of a repair that can be undone, no undo
