@@ -6,6 +6,8 @@
 
 namespace fileutil {
 
+void append(Bytes& to, const Bytes& field) { to.insert(to.end(), field.begin(), field.end()); }
+
 namespace {
 
 constexpr uint64_t kHeader = 8;

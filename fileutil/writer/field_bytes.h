@@ -19,20 +19,26 @@ struct Code {
   std::array<uint8_t, 4> bytes;
 };
 
+/// One by one: in insert() and resize() GCC 12 sees overflows that are not there. Tables do not come here.
+inline void appendRaw(Bytes& to, const void* field, size_t count) {
+  const auto* const bytes = static_cast<const uint8_t*>(field);
+  for (size_t k = 0; k < count; ++k)
+    to.push_back(bytes[k]);
+}
+
 template <class Number>
 requires std::is_unsigned_v<Number>
 void append(Bytes& to, Number field) {
   const Number number = bigEndian(field);
-  std::array<uint8_t, sizeof number> bytes;
-  std::memcpy(bytes.data(), &number, sizeof number);
-  to.insert(to.end(), bytes.begin(), bytes.end());
+  appendRaw(to, &number, sizeof number);
 }
 
-inline void append(Bytes& to, const Bytes& field) { to.insert(to.end(), field.begin(), field.end()); }
+/// Not inline, for the same reason.
+void append(Bytes& to, const Bytes& field);
 
 template <size_t kCount>
 void append(Bytes& to, const std::array<uint8_t, kCount>& field) {
-  to.insert(to.end(), field.begin(), field.end());
+  appendRaw(to, field.data(), field.size());
 }
 
 template <size_t kCount>
@@ -48,7 +54,7 @@ inline void append(Bytes& to, const GUID& field) {
   append(to, static_cast<uint32_t>(field.Data1));
   append(to, static_cast<uint16_t>(field.Data2));
   append(to, static_cast<uint16_t>(field.Data3));
-  to.insert(to.end(), std::begin(field.Data4), std::end(field.Data4));
+  appendRaw(to, field.Data4, sizeof field.Data4);
 }
 
 /// Whether a header with times is the bytes that it was read with: of another version than 0, or too short for its

@@ -213,7 +213,8 @@ TEST(ReadPlace, MetaWithoutAVersionIsUnknown) {
   const std::string hdlr = full("hdlr", std::string(20, 0));
   for (const ReadMode& mode : kModes)
     expectAll({{box("moov", box("meta", hdlr) + box("udta")), "moov(?meta udta())"},
-               {full("meta", box("free")), mode.read == kMeta.read ? "meta{0}(?free)" : "meta{0}(free)"},
+               {full("meta", box("free")),
+                std::string_view(mode.name) == std::string_view(kMeta.name) ? "meta{0}(?free)" : "meta{0}(free)"},
                {box("meta", be32(0x00000010) + box("ilst")), "meta{16}(ilst())"},
                {box("meta", be32(9) + "text" + "x"), "?meta"},
                {box("meta", be32(10) + "text" + "x"), "meta{10}(+5)"},

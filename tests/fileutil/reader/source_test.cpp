@@ -68,8 +68,9 @@ TEST(FileStream, SaysWhatItCannotOpen) {
   missing.write("ab");
   in.open(missing.text().c_str());
   EXPECT_EQ(in.get(), 'a');
-  missing.write("cd");
-  in.open(missing.text().c_str());
+  const ScratchPath other("other");
+  other.write("cd");
+  in.open(other.text().c_str());
   EXPECT_EQ(in.get(), 'c');
   in.close();
   EXPECT_FALSE(in.is_open());
