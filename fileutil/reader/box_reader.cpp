@@ -1,7 +1,7 @@
 #include "qv/mp4/box_reader.h"
 
+#include "fileutil/box/big_endian.h"
 #include "fileutil/box/factory_set.h"
-#include "fileutil/reader/big_endian.h"
 
 #include <algorithm>
 #include <limits>

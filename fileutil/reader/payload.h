@@ -1,7 +1,7 @@
 // The payload of one box, read from its beginning on.
 #pragma once
 
-#include "fileutil/reader/big_endian.h"
+#include "fileutil/box/big_endian.h"
 
 #include "qv/mp4/box_reader.h"
 

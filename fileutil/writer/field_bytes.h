@@ -1,17 +1,13 @@
 // Fields of a payload as the bytes that they are in a file: numbers big-endian, bytes and codes as they stand.
 #pragma once
 
+#include "fileutil/box/big_endian.h"
+
 #include "qv/mp4/box.h"
 
-#include <bit>
 #include <cstring>
 
 namespace fileutil {
-
-static_assert(std::endian::native == std::endian::little, "numbers are swapped on their way into a file");
-constexpr uint16_t bigEndian(uint16_t value) { return __builtin_bswap16(value); }
-constexpr uint32_t bigEndian(uint32_t value) { return __builtin_bswap32(value); }
-constexpr uint64_t bigEndian(uint64_t value) { return __builtin_bswap64(value); }
 
 /// A code, which is in file order already. A type of its own, since FourCC is the same as a number on some platforms.
 struct Code {

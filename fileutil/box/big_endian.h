@@ -10,17 +10,18 @@
 
 namespace fileutil {
 
-inline uint8_t swapBytes(uint8_t value) { return value; }
-inline uint16_t swapBytes(uint16_t value) { return __builtin_bswap16(value); }
-inline uint32_t swapBytes(uint32_t value) { return __builtin_bswap32(value); }
-inline uint64_t swapBytes(uint64_t value) { return __builtin_bswap64(value); }
+static_assert(std::endian::native == std::endian::little, "numbers are swapped on their way into a file and out of it");
+constexpr uint8_t bigEndian(uint8_t value) { return value; }
+constexpr uint16_t bigEndian(uint16_t value) { return __builtin_bswap16(value); }
+constexpr uint32_t bigEndian(uint32_t value) { return __builtin_bswap32(value); }
+constexpr uint64_t bigEndian(uint64_t value) { return __builtin_bswap64(value); }
 
 /// A big-endian number; it need not be aligned.
 template <std::unsigned_integral Number>
 Number bigEndian(const void* bytes) {
   Number value;
   std::memcpy(&value, bytes, sizeof value);
-  return std::endian::native == std::endian::little ? swapBytes(value) : value;
+  return bigEndian(value);
 }
 
 /// 16 bytes in the order in which a GUID is printed.
